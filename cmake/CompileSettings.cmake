@@ -1,0 +1,26 @@
+# Compiler settings shared by all targets, carried by one interface library.
+
+find_package(Threads REQUIRED)
+
+add_library(aiff_settings INTERFACE)
+target_link_libraries(aiff_settings INTERFACE Threads::Threads)
+target_compile_options(aiff_settings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast>
+  $<$<BOOL:${AIFF_WERROR}>:-Werror>
+  -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
+
+if(AIFF_SANITIZE)
+  target_compile_options(aiff_settings INTERFACE
+    -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g -O1)
+  target_link_options(aiff_settings INTERFACE -fsanitize=${AIFF_SANITIZE})
+else()
+  # Hardening. Fortify needs an optimising build.
+  target_compile_options(aiff_settings INTERFACE
+    -fstack-protector-strong
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  if(NOT APPLE)
+    target_link_options(aiff_settings INTERFACE
+      -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+  endif()
+endif()

@@ -1,0 +1,11 @@
+# `cpack` lays out what `cmake --install` does, as .deb and .tar.gz.
+set(CPACK_PACKAGE_NAME aiffconv)
+set(CPACK_PACKAGE_CONTACT "The AIFF plug-in developers <maintainers@example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "AIFF/AIFF-C decoder plug-in and converter")
+set(CPACK_GENERATOR "TGZ;DEB")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+include(CPack)
