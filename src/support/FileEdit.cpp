@@ -70,13 +70,24 @@ size_t FileEdit::ReadAt(int64_t position, std::span<uint8_t> out) const
     return done;
 }
 
-bool FileEdit::HoldsAlready(int64_t position, std::span<const uint8_t> bytes) const
+// Takes the bytes off both ends of a small write that are there already: of a header
+// mostly all but its size.
+void FileEdit::DropUnchanged(int64_t& position, std::span<const uint8_t>& bytes) const
 {
-    std::array<uint8_t, kComparedWrite> present;
-    if (bytes.size() > present.size())
-        return false;
-    const std::span<uint8_t> view(present.data(), bytes.size());
-    return ReadAt(position, view) == view.size() && std::ranges::equal(view, bytes);
+    std::array<uint8_t, kComparedWrite> buffer;
+    if (bytes.size() > buffer.size())
+        return;
+    std::span<const uint8_t> present(buffer.data(),
+                                     ReadAt(position, std::span(buffer).first(bytes.size())));
+    while (!bytes.empty() && present.size() == bytes.size() && present.back() == bytes.back()) {
+        bytes = bytes.first(bytes.size() - 1);
+        present = present.first(bytes.size());
+    }
+    while (!bytes.empty() && !present.empty() && present.front() == bytes.front()) {
+        bytes = bytes.subspan(1);
+        present = present.subspan(1);
+        ++position;
+    }
 }
 
 void FileEdit::Replace(int64_t position, int64_t end, Piece piece)
@@ -96,15 +107,7 @@ bool FileEdit::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
     if (position < 0 || (position > m_size && !AppendZeros(position)))
         return false;
-    // Only the bytes that differ become a change: of a header mostly its size.
-    while (!bytes.empty() && bytes.size() <= kComparedWrite &&
-           HoldsAlready(position, bytes.first(1))) {
-        bytes = bytes.subspan(1);
-        ++position;
-    }
-    while (!bytes.empty() && bytes.size() <= kComparedWrite &&
-           HoldsAlready(position + static_cast<int64_t>(bytes.size()) - 1, bytes.last(1)))
-        bytes = bytes.first(bytes.size() - 1);
+    DropUnchanged(position, bytes);
     if (bytes.empty())
         return true;
     const auto length = static_cast<int64_t>(bytes.size());

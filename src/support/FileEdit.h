@@ -55,7 +55,7 @@ private:
 
     size_t IndexAt(int64_t position) const;
     size_t SplitAt(int64_t position);
-    bool HoldsAlready(int64_t position, std::span<const uint8_t> bytes) const;
+    void DropUnchanged(int64_t& position, std::span<const uint8_t>& bytes) const;
     void Replace(int64_t position, int64_t end, Piece piece);
     bool AppendZeros(int64_t size);
 
