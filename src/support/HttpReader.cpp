@@ -15,6 +15,9 @@ constexpr size_t kDirectBytes = 8192;
 // Most bytes of the line in front of a chunk: its size and what else is said there.
 constexpr size_t kMostChunkLine = 65536;
 
+// What may follow the size in that line.
+constexpr std::string_view kBehindSize = " \t;\r\n";
+
 } // namespace
 
 // The buffer holds a whole header.
@@ -158,7 +161,7 @@ bool HttpReader::BeginChunk()
             return End(StreamFault::BadResponse);
         size = size * 16 + HexValue(c);
     }
-    if (!m_hasEnded && (used == 0 || std::strchr(" \t;\r\n", c) == nullptr))
+    if (!m_hasEnded && (used == 0 || kBehindSize.find(c) == std::string_view::npos))
         return End(StreamFault::BadResponse);
     for (; !m_hasEnded && c != '\n'; TakeByte(c))
         if (++used > kMostChunkLine)
