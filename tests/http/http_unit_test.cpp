@@ -109,8 +109,9 @@ TEST(Url, RedirectsResolveAgainstTheirBase)
 
 TEST(HttpRequest, AsksForEverythingOrForTheRest)
 {
-    const std::string begin = "GET /x?y HTTP/1.1\r\nHost: h:8\r\nUser-Agent: aiff\r\nAccept: */*\r\n"
-                              "Accept-Encoding: identity\r\nConnection: close\r\n";
+    const std::string begin =
+        "GET /x?y HTTP/1.1\r\nHost: h:8\r\nUser-Agent: aiff\r\nAccept: */*\r\n"
+        "Accept-Encoding: identity\r\nConnection: close\r\n";
     const STUrl url = {"h", 8, "/x?y"};
     EXPECT_EQ(HttpRequest(url, {}), begin + "\r\n");
     EXPECT_EQ(HttpRequest(url, {0, ""}), begin + "Range: bytes=0-\r\n\r\n");
@@ -178,7 +179,8 @@ const AnswerCase kAnswers[] = {
     {"nothing", Ok("Content-Length: 0\r\n\r\nabc"), F::None, ""},
     {"HTTP/1.0", "HTTP/1.0 200\r\n\r\nabc", F::None, "abc"},
     {"bare line feeds", "HTTP/1.1 200 OK\ncontent-length:3\n\nabc", F::None, "abc"},
-    {"folded", Ok("X: y\r\n Content-Length: 9\r\nContent-Length:\r\n\t3\r\n\r\nabcd"), F::None, "abc"},
+    {"folded", Ok("X: y\r\n Content-Length: 9\r\nContent-Length:\r\n\t3\r\n\r\nabcd"), F::None,
+     "abc"},
     {"blanks and no fields", Ok("rubbish\r\n:\r\nContent-LENGTH \t:\t3 \r\n\r\nabcd"), F::None,
      "abc"},
     {"one length twice", Ok("Content-Length: 3, 3\r\nContent-Length: 3\r\n\r\nabcd"), F::None,
@@ -187,8 +189,9 @@ const AnswerCase kAnswers[] = {
      F::None, "a"},
     {"chunked", Chunked("3\r\nabc\r\n0A;x=\"y\"\r\n0123456789\r\n1 \t\nz\n00\r\nT: u\r\n\r\nxx"),
      F::None, "abc0123456789z"},
-    {"chunked beats counted", Ok("Content-Length: 2\r\nTransfer-Encoding: Chunked\r\n\r\n"
-                                 "3\r\nabc\r\n0\r\n\r\n"),
+    {"chunked beats counted",
+     Ok("Content-Length: 2\r\nTransfer-Encoding: Chunked\r\n\r\n"
+        "3\r\nabc\r\n0\r\n\r\n"),
      F::None, "abc"},
     {"chunk cut", Chunked("5\r\nabc"), F::None, "abc", F::EndedEarly},
     {"no last chunk", Chunked("3\r\nabc\r\n"), F::None, "abc", F::EndedEarly},
@@ -207,12 +210,14 @@ const AnswerCase kAnswers[] = {
      "abc"},
     {"longest header", HeadOf(kMostHeadBytes) + "a", F::None, "a"},
     {"too long a header", HeadOf(kMostHeadBytes + 1) + "a", F::HeadTooLong},
-    {"too many interim headers", [] {
+    {"too many interim headers",
+     [] {
          std::string all;
          for (int i = 0; i < 4000; ++i)
              all += "HTTP/1.1 100 C\r\n\r\n";
          return all + Ok("\r\na");
-     }(), F::HeadTooLong},
+     }(),
+     F::HeadTooLong},
     {"endless header", std::string(100000, 'x'), F::HeadTooLong},
     {"no header", "", F::EndedEarly},
     {"header cut", Ok("Content-Length: 3\r\n"), F::EndedEarly},
@@ -274,9 +279,11 @@ TEST(HttpHead, TellsWhatSeekingNeeds)
     EXPECT_EQ(head.location, "x y");
     EXPECT_EQ(head.range, (STContentRange{5, 9, 10}));
     EXPECT_EQ(head.nContentLength, 5);
-    for (const char* range : {"bytes */10", "bytes 5-4/10", "bytes 5-10/10", "bytes 5/10", "items 5-9/10",
-                              "bytes 5-9", "bytes -9/10", "bytes 5-99999999999999999999/*"}) {
-        ASSERT_EQ(ParseHead(Ok("Content-Range: " + std::string(range) + "\r\n\r\n"), head), F::None);
+    for (const char* range :
+         {"bytes */10", "bytes 5-4/10", "bytes 5-10/10", "bytes 5/10", "items 5-9/10", "bytes 5-9",
+          "bytes -9/10", "bytes 5-99999999999999999999/*"}) {
+        ASSERT_EQ(ParseHead(Ok("Content-Range: " + std::string(range) + "\r\n\r\n"), head),
+                  F::None);
         EXPECT_FALSE(head.range.has_value()) << range;
     }
 }
