@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -24,6 +25,8 @@ bool HasInput(int fd)
 
 Peer::~Peer()
 {
+    if (m_fd < 0)
+        return;
     // Closing with unread input would reset the connection.
     shutdown(m_fd, SHUT_WR);
     Stall();

@@ -54,9 +54,9 @@ public:
     // The address at which the handler answers from now on, for every path and query
     // below it.
     std::string Serve(Handler handler, const std::string& host = "");
-    std::string Serve(const Bytes& answer)
+    std::string Serve(const Bytes& answer, const std::string& host = "")
     {
-        return Serve([answer](Peer& peer) { peer.Send(answer); });
+        return Serve([answer](Peer& peer) { peer.Send(answer); }, host);
     }
 
     uint16_t Port() const { return m_port; }

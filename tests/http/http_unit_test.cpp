@@ -243,8 +243,8 @@ const AnswerCase kAnswers[] = {
 TEST(HttpReader, GivesTheBodyOrTheReason)
 {
     for (const AnswerCase& row : kAnswers) {
-        for (const size_t piece : {1, 2, 3, 7, 4096, 1000000}) {
-            for (const size_t step : {1, 5, 65536}) {
+        for (const size_t piece : {1u, 2u, 3u, 7u, 4096u, 1000000u}) {
+            for (const size_t step : {1u, 5u, 65536u}) {
                 SCOPED_TRACE(std::string(row.name) + " in pieces of " + std::to_string(piece));
                 TextSource source(row.answer, piece, row.end);
                 HttpReader reader(source);
