@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace id3parser
@@ -35,8 +36,8 @@ public:
         m_bytes.insert(m_bytes.end(), bytes, bytes + size);
     }
 
-    // Empties the buffer and gives its memory back.
-    void release() { std::vector<uint8_t>().swap(m_bytes); }
+    // Empties the buffer and hands its memory over.
+    std::vector<uint8_t> take() { return std::exchange(m_bytes, {}); }
 
     bool operator==(const t_byteVector&) const = default;
 

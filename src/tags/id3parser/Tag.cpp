@@ -8,7 +8,7 @@ namespace id3parser
 void t_frame::Reset()
 {
     id = 0;
-    data.release();
+    data.set_size(0);
 }
 
 t_tag::FrameList::iterator t_tag::AddFrame(uint32_t id)
