@@ -38,6 +38,7 @@ inline constexpr uint8_t kExtendedHeader = 0x40;
 } // namespace tagFlags
 
 inline constexpr size_t kTagHeaderSize = 10;
+inline constexpr size_t kFrameHeaderSize = 10; // from ID3v2.3 on
 
 // No frame body may be this large or larger.
 inline constexpr uint32_t kFrameSizeLimit = 0x4000000;

@@ -8,6 +8,7 @@ namespace id3parser
 void t_frame::Reset()
 {
     id = 0;
+    origin = 0;
     data.set_size(0);
 }
 

@@ -100,9 +100,10 @@ public:
     // Throws parseError when the body is malformed.
     void SanitizeForRevision(t_tagRevision revision);
 
-    bool operator==(const t_frame&) const = default;
+    bool operator==(const t_frame& other) const { return id == other.id && data == other.data; }
 
     uint32_t id;
+    uint32_t origin = 0; // which old frame this is, by the count of its owner; 0: a new one
     t_byteVector data;
 };
 
