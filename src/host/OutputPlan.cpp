@@ -1,0 +1,72 @@
+#include "host/OutputPlan.h"
+
+#include "host/WideText.h"
+
+#include <map>
+#include <sys/stat.h>
+
+namespace host
+{
+namespace
+{
+
+// "song.aiff" becomes "song.wav". Only an extension that some decoder knows is
+// replaced: in "Opus 1. Allegro" nothing is.
+std::string OutputName(const Input& input, const std::string& extension,
+                       const codecs::CodecLoader& loader)
+{
+    std::string name = input.BaseName();
+    const std::string old = input.Extension();
+    if (!old.empty() && loader.ForExtension(WideFileName(old)) != nullptr)
+        name.resize(name.size() - old.size());
+    return name + extension;
+}
+
+bool NoClash(const OutputPlan& plan, std::string& problem)
+{
+    std::map<std::string, const Input*> taken;
+    for (const OutputPlan::Item& item : plan.items) {
+        const auto [entry, isNew] = taken.emplace(item.output, &item.input);
+        if (isNew)
+            continue;
+        problem = "'" + entry->second->Name() + "' and '" + item.input.Name() +
+                  "' would both be written to '" + item.output + "'";
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
+                 const std::string& extension, const codecs::CodecLoader& loader, OutputPlan& plan,
+                 std::string& problem)
+{
+    if (target.empty()) {
+        problem = "the name of the output is empty";
+        return false;
+    }
+    struct stat status;
+    const bool exists = target != "-" && stat(target.c_str(), &status) == 0;
+    const bool isFolder = exists && S_ISDIR(status.st_mode);
+    const bool several = inputs.size() > 1;
+    if (several && (target == "-" || (exists && !isFolder))) {
+        problem = "several inputs need a folder to be written to, which '" + target + "' is not";
+        return false;
+    }
+    const bool intoFolder = isFolder || several || (!exists && target.ends_with('/'));
+    if (intoFolder && !isFolder)
+        plan.newFolder = target;
+    for (const std::string& name : inputs) {
+        Input input(name);
+        std::string output = target;
+        if (intoFolder) {
+            output += target.ends_with('/') ? "" : "/";
+            output += OutputName(input, extension, loader);
+        }
+        plan.items.push_back({std::move(input), std::move(output)});
+    }
+    return NoClash(plan, problem);
+}
+
+} // namespace host
