@@ -170,7 +170,11 @@ typedef struct STNStdReport {
 
 #pragma pack(pop)
 
+#ifdef __cplusplus
+#define QV_INVALID_HANDLE (reinterpret_cast<void*>(intptr_t{-1}))
+#else
 #define QV_INVALID_HANDLE ((void*)(intptr_t)-1)
+#endif
 
 /* ---- Layout, checked in every program that includes this header ------------ */
 

@@ -1,0 +1,76 @@
+#include "aiff/AIFFHandler.h"
+
+const STRIFFChunk* clAIFFHandler::GetChunk(int index) const
+{
+    return index >= 0 && index < Count() ? &m_chunks[static_cast<size_t>(index)] : nullptr;
+}
+
+int clAIFFHandler::FindIndex(const char* text, bool fold) const
+{
+    for (int index = 0; index < Count(); ++index)
+        if (CompareID(m_chunks[static_cast<size_t>(index)].ID, text, fold))
+            return index;
+    return -1;
+}
+
+int clAIFFHandler::IndexOfChunk(const char* text) const
+{
+    return FindIndex(text, true);
+}
+
+const STRIFFChunk* clAIFFHandler::FindChunkForRead(const char* text, bool fold) const
+{
+    return GetChunk(FindIndex(text, fold));
+}
+
+// Folding is all or nothing: "ID3 " stands for "ID3 " and "id3 ", not for "Id3 ".
+bool clAIFFHandler::CompareID(uint32_t code, const char* text, bool fold)
+{
+    if (!fold)
+        return code == FourCC(text);
+    char upper[5] = {};
+    char lower[5] = {};
+    for (int i = 0; i < 4; ++i) {
+        const char c = text[i];
+        upper[i] = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+        lower[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return code == FourCC(upper) || code == FourCC(lower);
+}
+
+XStr clAIFFHandler::RIFFChnkID2CHR(uint32_t code)
+{
+    XStr text;
+    StdReport::Piece::Code(code).AppendTo(text);
+    return text;
+}
+
+void clAIFFHandler::DefaultCreate()
+{
+    m_formCode = FourCC(kChunkForm);
+    m_formType = FourCC(kFormTypeAIFF);
+    CalcAllChunks();
+}
+
+void clAIFFHandler::Destroy()
+{
+    m_formCode = FourCC(kChunkForm);
+    m_formType = FourCC(kFormTypeAIFF);
+    m_formSize = 0;
+    std::vector<STRIFFChunk>().swap(m_chunks);
+    Close();
+    m_report = {};
+}
+
+void clAIFFHandler::CalcAllChunks()
+{
+    StdReport::WriteDEBUG(L"clAIFFHandler::CalcAllChunks: ", m_report, nullptr, false);
+    int64_t position = kFormHeaderSize;
+    for (STRIFFChunk& chunk : m_chunks) {
+        chunk.ChunkPosition = position;
+        chunk.FileDataPosition = position + kChunkHeaderSize;
+        position += kChunkHeaderSize + PaddedSize(chunk.nSize);
+    }
+    m_formSize = position - kChunkHeaderSize;
+    StdReport::WriteDEBUG(L"Ok", m_report);
+}

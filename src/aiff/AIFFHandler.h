@@ -1,0 +1,98 @@
+// The chunk structure of an AIFF or AIFF-C file.
+#pragma once
+
+#include "aiff/FourCC.h"
+#include "support/StdReport.h"
+#include "support/XFile.h"
+#include "support/XMem.h"
+
+#include <vector>
+
+// One chunk. Positions are those of chunks that lie back to back from offset 12,
+// each padded to an even length.
+struct STRIFFChunk {
+    uint32_t ID = 0;              // code, as its four bytes stand in the file
+    int64_t nSize = 0;            // data bytes, the pad byte not counted
+    int64_t ChunkPosition = 0;    // file offset of the 8-byte header
+    int64_t FileDataPosition = 0; // file offset of the data
+};
+
+// A file with the index of its chunks. The index is made once, by Initialize; it
+// says nothing about what the chunks hold.
+class clAIFFHandler : public XFile
+{
+public:
+    // Looks at an open file and indexes it. False when it is no AIFF file or
+    // cannot be read; the reason stands in the report. Sizes that disagree with
+    // each other or with the file are repaired in the index and reported.
+    [[nodiscard]] bool Initialize(XFileHandle file, const STNStdReport& report);
+
+    // Indexes the file anew. An empty file is a valid one without chunks.
+    [[nodiscard]] bool ScanFile();
+
+    // The header of an empty AIFF file, over whatever chunks the index holds.
+    void DefaultCreate();
+
+    // Empties the index, lets the file go and forgets the report.
+    void Destroy();
+
+    int Count() const { return static_cast<int>(m_chunks.size()); }
+
+    // Null for an index outside the list. Valid until the list changes.
+    const STRIFFChunk* GetChunk(int index) const;
+
+    uint32_t GetFormType() const { return m_formType; }
+    int64_t GetFormSize() const { return m_formSize; }
+
+    // First chunk with a code of four characters; -1 or null when there is none.
+    // With `fold` the code may be spelled all in upper or all in lower case.
+    int IndexOfChunk(const char* text) const;
+    int IndexOfDataChunk() const { return IndexOfChunk(kChunkSound); }
+    const STRIFFChunk* FindChunkForRead(const char* text, bool fold) const;
+
+    static bool CompareID(uint32_t code, const char* text, bool fold);
+    static uint32_t RIFFChnkID(const char* text) { return FourCC(text); }
+
+    // The characters of a code; a zero byte ends them.
+    static XStr RIFFChnkID2CHR(uint32_t code);
+
+    // Big-endian fields of a file. SizeToInt reads 2 bytes, signed; SizeToInt64
+    // reads 4 bytes, unsigned. The writers are meant for values that are not
+    // negative.
+    static int SizeToInt(const uint8_t* bytes);
+    static int64_t SizeToInt64(const uint8_t* bytes);
+    static void IntToSize(int16_t value, uint8_t* bytes);
+    static void Int64ToSize(int64_t value, uint8_t* bytes);
+
+    // An 80-bit extended number (10 bytes), cut to an integer toward zero. What 64
+    // bits cannot hold, infinity and NaN give the lowest integer.
+    static int64_t ConvertFromIeeeExtended(const uint8_t* bytes);
+    static void ConvertToIeeeExtended(double value, uint8_t* bytes);
+
+    // Wave format tag of an AIFF-C compression type; kTagUnknown for others.
+    static uint16_t CompID2WFXFormatTag(uint32_t code);
+
+    // Turns the used bytes of a block from file order to host order or back:
+    // samples of 16, 24 and 32 bits are reversed, 8-bit ones change between signed
+    // and unsigned, other widths and a trailing partial sample stay as they are.
+    static void ByteSwap(XMem& block, int bitsPerSample);
+
+private:
+    void CalcAllChunks();
+    int FindIndex(const char* text, bool fold) const;
+    bool IndexChunks(int64_t fileSize);
+
+    uint32_t m_formCode = FourCC(kChunkForm);
+    int64_t m_formSize = 0; // bytes behind the 8-byte header of the form
+    uint32_t m_formType = FourCC(kFormTypeAIFF);
+    std::vector<STRIFFChunk> m_chunks;
+    STNStdReport m_report = {};
+};
+
+// Wave format tags of AIFF-C compression types.
+inline constexpr uint16_t kTagPCM = 1;
+inline constexpr uint16_t kTagFloat = 3;
+inline constexpr uint16_t kTagALaw = 6;
+inline constexpr uint16_t kTagMuLaw = 7;
+inline constexpr uint16_t kTagLittleEndianPCM = 0x3000; // decoded as kTagPCM, not swapped
+inline constexpr uint16_t kTagUnknown = 0xFFFF;

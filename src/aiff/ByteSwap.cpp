@@ -1,0 +1,76 @@
+#include "aiff/ByteSwap.h"
+
+#include "aiff/AIFFHandler.h"
+
+#include <cstring>
+#include <utility>
+
+namespace ByteSwap
+{
+namespace
+{
+
+void FlipSign8(uint8_t* bytes, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        bytes[i] ^= 0x80;
+}
+
+void Reverse16(uint8_t* bytes, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        uint16_t sample = 0;
+        std::memcpy(&sample, bytes + 2 * i, 2);
+        sample = static_cast<uint16_t>(sample << 8 | sample >> 8);
+        std::memcpy(bytes + 2 * i, &sample, 2);
+    }
+}
+
+void Reverse24(uint8_t* bytes, size_t count)
+{
+    for (size_t i = 0; i < count; ++i)
+        std::swap(bytes[3 * i], bytes[3 * i + 2]);
+}
+
+void Reverse32(uint8_t* bytes, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t sample = 0;
+        std::memcpy(&sample, bytes + 4 * i, 4);
+        sample = __builtin_bswap32(sample);
+        std::memcpy(bytes + 4 * i, &sample, 4);
+    }
+}
+
+} // namespace
+
+const Kernels& Portable()
+{
+    static constexpr Kernels kernels{"portable", FlipSign8, Reverse16, Reverse24, Reverse32};
+    return kernels;
+}
+
+const Kernels& Best()
+{
+    static const Kernels& best = Avx2() != nullptr ? *Avx2() : Portable();
+    return best;
+}
+
+} // namespace ByteSwap
+
+void clAIFFHandler::ByteSwap(XMem& block, int bitsPerSample)
+{
+    const ByteSwap::Kernels& kernels = ByteSwap::Best();
+    switch (bitsPerSample) {
+    case 8:
+        return kernels.flipSign8(block.Data(), block.Used());
+    case 16:
+        return kernels.reverse16(block.Data(), block.Used() / 2);
+    case 24:
+        return kernels.reverse24(block.Data(), block.Used() / 3);
+    case 32:
+        return kernels.reverse32(block.Data(), block.Used() / 4);
+    default:
+        return;
+    }
+}

@@ -1,0 +1,134 @@
+// Byte order with AVX2, chosen at run time.
+
+#include "aiff/ByteSwap.h"
+
+#if defined(__x86_64__)
+
+#include <immintrin.h>
+
+#define AIFF_AVX2 __attribute__((target("avx2")))
+
+namespace ByteSwap
+{
+namespace
+{
+
+constexpr size_t kVector = 32; // bytes
+
+AIFF_AVX2 __m256i Load(const uint8_t* bytes)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+}
+
+AIFF_AVX2 void Store(uint8_t* bytes, __m256i vector)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), vector);
+}
+
+AIFF_AVX2 void FlipSign8(uint8_t* bytes, size_t count)
+{
+    const __m256i sign = _mm256_set1_epi8(static_cast<char>(0x80));
+    size_t done = 0;
+    for (; done + kVector <= count; done += kVector)
+        Store(bytes + done, _mm256_xor_si256(Load(bytes + done), sign));
+    Portable().flipSign8(bytes + done, count - done);
+}
+
+// Applies one shuffle to both halves of every vector and returns the bytes done.
+AIFF_AVX2 size_t Shuffle(uint8_t* bytes, size_t size, __m256i order)
+{
+    size_t done = 0;
+    for (; done + kVector <= size; done += kVector)
+        Store(bytes + done, _mm256_shuffle_epi8(Load(bytes + done), order));
+    return done;
+}
+
+AIFF_AVX2 void Reverse16(uint8_t* bytes, size_t count)
+{
+    const __m256i order = _mm256_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14, 1,
+                                           0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
+    const size_t done = Shuffle(bytes, count * 2, order);
+    Portable().reverse16(bytes + done, count - done / 2);
+}
+
+AIFF_AVX2 void Reverse32(uint8_t* bytes, size_t count)
+{
+    const __m256i order = _mm256_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12, 3,
+                                           2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
+    const size_t done = Shuffle(bytes, count * 4, order);
+    Portable().reverse32(bytes + done, count - done / 4);
+}
+
+// Two 16-byte pieces, one per half of a vector.
+AIFF_AVX2 __m256i LoadHalves(const uint8_t* low, const uint8_t* high)
+{
+    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(low));
+    const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(high));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
+}
+
+AIFF_AVX2 void StoreHalves(uint8_t* low, uint8_t* high, __m256i vector)
+{
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(low), _mm256_castsi256_si128(vector));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(high), _mm256_extracti128_si256(vector, 1));
+}
+
+// The same 16 byte places for both halves; -1 gives a zero byte.
+#define AIFF_HALVES(...) _mm256_broadcastsi128_si256(_mm_setr_epi8(__VA_ARGS__))
+
+// 16 samples are 48 bytes or three halves; the vectors hold two such groups side by
+// side. The samples that straddle two halves exchange their outer bytes.
+AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
+{
+    constexpr size_t kGroup = 48;
+    const __m256i first = AIFF_HALVES(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, -1);
+    const __m256i firstFromSecond =
+        AIFF_HALVES(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 1);
+    const __m256i second = AIFF_HALVES(0, -1, 4, 3, 2, 7, 6, 5, 10, 9, 8, 13, 12, 11, -1, 15);
+    const __m256i secondFromFirst =
+        AIFF_HALVES(-1, 15, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+    const __m256i secondFromThird =
+        AIFF_HALVES(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, -1);
+    const __m256i third = AIFF_HALVES(-1, 3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10, 15, 14, 13);
+    const __m256i thirdFromSecond =
+        AIFF_HALVES(14, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+    const size_t size = count * 3;
+    size_t done = 0;
+    for (; done + 2 * kGroup <= size; done += 2 * kGroup) {
+        uint8_t* low = bytes + done;
+        uint8_t* high = low + kGroup;
+        const __m256i a = LoadHalves(low, high);
+        const __m256i b = LoadHalves(low + 16, high + 16);
+        const __m256i c = LoadHalves(low + 32, high + 32);
+        StoreHalves(low, high,
+                    _mm256_or_si256(_mm256_shuffle_epi8(a, first),
+                                    _mm256_shuffle_epi8(b, firstFromSecond)));
+        StoreHalves(low + 16, high + 16,
+                    _mm256_or_si256(_mm256_shuffle_epi8(b, second),
+                                    _mm256_or_si256(_mm256_shuffle_epi8(a, secondFromFirst),
+                                                    _mm256_shuffle_epi8(c, secondFromThird))));
+        StoreHalves(low + 32, high + 32,
+                    _mm256_or_si256(_mm256_shuffle_epi8(c, third),
+                                    _mm256_shuffle_epi8(b, thirdFromSecond)));
+    }
+    Portable().reverse24(bytes + done, count - done / 3);
+}
+
+} // namespace
+
+const Kernels* Avx2()
+{
+    static constexpr Kernels kernels{"avx2", FlipSign8, Reverse16, Reverse24, Reverse32};
+    return __builtin_cpu_supports("avx2") ? &kernels : nullptr;
+}
+
+} // namespace ByteSwap
+
+#else
+
+const ByteSwap::Kernels* ByteSwap::Avx2()
+{
+    return nullptr;
+}
+
+#endif

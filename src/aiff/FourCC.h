@@ -1,0 +1,40 @@
+// Four-character codes of the AIFF family.
+#pragma once
+
+#include <cstdint>
+
+// First character in the least significant byte, as the four bytes of a chunk
+// header are read into a little-endian integer.
+constexpr uint32_t FourCC(const char* text)
+{
+    uint32_t code = 0;
+    for (int i = 3; i >= 0; --i)
+        code = code << 8 | static_cast<uint8_t>(text[i]);
+    return code;
+}
+static_assert(FourCC("FORM") == 0x4D524F46);
+
+inline constexpr const char* kChunkForm = "FORM";
+inline constexpr const char* kChunkCommon = "COMM";
+inline constexpr const char* kChunkSound = "SSND";
+inline constexpr const char* kChunkID3 = "ID3 ";
+
+inline constexpr const char* kFormTypeAIFF = "AIFF";
+inline constexpr const char* kFormTypeAIFC = "AIFC";
+
+inline constexpr const char* kCompressionNone = "NONE";
+
+// Sizes in bytes.
+inline constexpr int64_t kFormHeaderSize = 12; // code, size, form type
+inline constexpr int64_t kChunkHeaderSize = 8; // code, size
+inline constexpr int64_t kSoundPrefixSize = 8; // offset and block size before the frames
+inline constexpr int64_t kLeastCommonSize = 18;
+inline constexpr int64_t kMostCommonSize = 128000;
+inline constexpr int64_t kCommonSizeWithType = 22; // least that holds a compression type
+
+// Bytes that a chunk's data takes in the file: an odd size is followed by a pad
+// byte that the size does not count.
+constexpr int64_t PaddedSize(int64_t size)
+{
+    return size + (size & 1);
+}

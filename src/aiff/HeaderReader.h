@@ -1,0 +1,51 @@
+// Reads the headers of a file ahead, so that a file of many small chunks does not
+// cost a system call each and one of a few large chunks does not read their data.
+#pragma once
+
+#include "support/XFile.h"
+#include "support/XMem.h"
+
+#include <algorithm>
+
+class HeaderReader
+{
+public:
+    // The file must outlive the reader.
+    explicit HeaderReader(const XFile& file) : m_file(file) {}
+
+    // Up to `size` bytes at a position; fewer at the end of the file. The view is
+    // valid until the next call.
+    std::span<const uint8_t> At(int64_t position, size_t size)
+    {
+        const bool inside = position >= m_start && position <= End();
+        if (inside && position + static_cast<int64_t>(size) <= End())
+            return m_window.View().subspan(static_cast<size_t>(position - m_start), size);
+        // A request that continues the last window comes from a run of small
+        // chunks: the window grows with the run and shrinks again behind it.
+        m_windowSize = inside ? std::min(m_windowSize * 2, kMostWindow) : kLeastWindow;
+        Fill(position);
+        return m_window.View().first(std::min(size, m_window.Used()));
+    }
+
+private:
+    static constexpr size_t kLeastWindow = 4096;
+    static constexpr size_t kMostWindow = 65536;
+
+    int64_t End() const { return m_start + static_cast<int64_t>(m_window.Used()); }
+
+    void Fill(int64_t position)
+    {
+        m_start = position;
+        if (!m_window.Reserve(m_windowSize) || !m_window.SetUsed(m_windowSize)) {
+            m_window.Clear();
+            return;
+        }
+        // SetUsed within the reserve cannot fail.
+        (void)m_window.SetUsed(m_file.ReadAt(position, m_window.View()));
+    }
+
+    const XFile& m_file;
+    XMem m_window;
+    size_t m_windowSize = kLeastWindow / 2; // the first request doubles it
+    int64_t m_start = 0;
+};

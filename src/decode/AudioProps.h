@@ -1,0 +1,24 @@
+// Texts that describe the audio for display.
+#pragma once
+
+#include "support/XAudioWFX.h"
+
+// Quality class, for instance "CD  (Lossless)".
+XStr AudioQualityText(const XAudioWFX& wfx);
+
+// Names of the channels, for instance "Left, Right"; empty for layouts without names.
+XStr ChannelText(const XAudioWFX& wfx);
+
+// Names of the properties that Open hands out.
+namespace PropertyName
+{
+inline constexpr const wchar_t* kAudioQuality = L"Audio Quality";
+inline constexpr const wchar_t* kEncoderSettings = L"Encoder Settings";
+inline constexpr const wchar_t* kChannelMapping = L"Channel Mapping";
+inline constexpr const wchar_t* kSampleCount = L"Sample Count";
+inline constexpr const wchar_t* kRiffChunks = L"Riff Chunks";
+inline constexpr const wchar_t* kIDTag = L"ID Tag";
+inline constexpr const wchar_t* kContains = L"Contains";
+inline constexpr const wchar_t* kGapless = L"Gapless";
+inline constexpr const wchar_t* kWaveHeader = L"Wave Header";
+} // namespace PropertyName

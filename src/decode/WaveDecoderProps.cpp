@@ -1,0 +1,60 @@
+// The audio properties of a file.
+
+#include "decode/AudioProps.h"
+#include "decode/WaveDecoder.h"
+
+using StdReport::Operation;
+
+const XMem* clWaveDecoder::FillAudioProps(const XStr& properties)
+{
+    const Operation operation(m_report, "FillAudioProps");
+    m_propertiesBuffer.Clear();
+    if (!PullOutCOMMnSSND())
+        return nullptr;
+    const NTag props = CollectProps(properties);
+    for (long i = 0; i < props.Count(); ++i)
+        StdReport::WriteDEBUGWithPrefix({L"\t", props[i].name, L": "}, {props[i].value}, m_report);
+    if (!props.ToRawMemory(m_propertiesBuffer))
+        return nullptr;
+    operation.Succeed();
+    return &m_propertiesBuffer;
+}
+
+NTag clWaveDecoder::CollectProps(const XStr& properties) const
+{
+    const XAudioWFX& wfx = m_common.wfx;
+    const int64_t frames = m_range.LengthBytes(wfx) / wfx.BlockAlign();
+    NTag props;
+    props.AddTag(PropertyName::kAudioQuality, AudioQualityText(wfx));
+    props.AddTag(PropertyName::kEncoderSettings, EncoderSettings());
+    props.AddTag(PropertyName::kChannelMapping, ChannelText(wfx));
+    props.AddTag(PropertyName::kSampleCount, std::to_wstring(frames));
+    props.AddTag(PropertyName::kRiffChunks, ChunkList());
+    if (!properties.empty()) {
+        props.AddTag(PropertyName::kIDTag, properties);
+        props.AddTag(PropertyName::kContains, L"ID Tag [" + properties + L"]");
+    }
+    props.AddTag(PropertyName::kGapless, XStr(L"Yes"));
+    props.AddTag(PropertyName::kWaveHeader, clAIFFHandler::RIFFChnkID2CHR(m_aiff.GetFormType()));
+    return props;
+}
+
+XStr clWaveDecoder::EncoderSettings() const
+{
+    XStr text = clAIFFHandler::RIFFChnkID2CHR(m_common.compressionType);
+    if (!text.empty())
+        text += L" (" + m_common.compressionName + L")";
+    return text;
+}
+
+XStr clWaveDecoder::ChunkList() const
+{
+    XStr text;
+    for (int i = 0; i < m_aiff.Count(); ++i) {
+        const STRIFFChunk& chunk = *m_aiff.GetChunk(i);
+        if (i != 0)
+            text += L",  ";
+        text += L"'" + clAIFFHandler::RIFFChnkID2CHR(chunk.ID) + L"' " + SizeText(chunk.nSize);
+    }
+    return text;
+}

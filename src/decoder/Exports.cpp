@@ -1,0 +1,86 @@
+// The nine exported functions. They check, forward and translate; they hold no logic.
+
+#include "decoder/Decoder.h"
+
+#include <new>
+#include <type_traits>
+
+#define AIFF_EXPORT extern "C" __attribute__((visibility("default")))
+
+namespace
+{
+
+// Calls an operation of the instance. Nothing leaves the plug-in but 1 or 0: a
+// failed allocation anywhere below ends here.
+template <class Body>
+int32_t AtBoundary(void* handle, Body&& body) noexcept
+{
+    if (handle == nullptr)
+        return 0;
+    try {
+        return body(*static_cast<clDecoder*>(handle)) ? 1 : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+} // namespace
+
+AIFF_EXPORT void* Create(const STNStdReport* report)
+{
+    try {
+        return new (std::nothrow) clDecoder(report != nullptr ? *report : STNStdReport{});
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+AIFF_EXPORT int32_t Destroy(void* handle)
+{
+    delete static_cast<clDecoder*>(handle);
+    return 1;
+}
+
+AIFF_EXPORT int32_t Get(void* handle, const wchar_t* key, STQvCodecGetSet* getSet)
+{
+    return AtBoundary(
+        handle, [=](clDecoder& decoder) { return getSet != nullptr && decoder.Get(key, getSet); });
+}
+
+AIFF_EXPORT int32_t Set(void* handle, const wchar_t* key, STQvCodecGetSet* getSet)
+{
+    return AtBoundary(
+        handle, [=](clDecoder& decoder) { return getSet != nullptr && decoder.Set(key, getSet); });
+}
+
+AIFF_EXPORT int32_t Open(void* handle, STQvOpenDecoder* open)
+{
+    return AtBoundary(handle,
+                      [=](clDecoder& decoder) { return open != nullptr && decoder.Open(open); });
+}
+
+AIFF_EXPORT int32_t Close(void* handle, STQvEncoderFluid* fluid)
+{
+    return AtBoundary(handle, [=](clDecoder& decoder) { return decoder.Close(fluid); });
+}
+
+AIFF_EXPORT int32_t DecodeBlock(void* handle, STQvAudioBlock* block)
+{
+    return AtBoundary(
+        handle, [=](clDecoder& decoder) { return block != nullptr && decoder.DecodeBlock(block); });
+}
+
+AIFF_EXPORT int32_t SetPosition(void* handle, int64_t frame)
+{
+    return AtBoundary(handle, [=](clDecoder& decoder) { return decoder.SetPosition(frame); });
+}
+
+AIFF_EXPORT int32_t DeleteATag(void* handle, const wchar_t* fileName, const wchar_t* names)
+{
+    return AtBoundary(handle,
+                      [=](clDecoder& decoder) { return decoder.DeleteATag(fileName, names); });
+}
+
+// Every function has the type that hosts know it by.
+#define AIFF_CHECK_TYPE(function, type) static_assert(std::is_same_v<decltype(&function), type>);
+QV_DECODER_FUNCTIONS(AIFF_CHECK_TYPE)

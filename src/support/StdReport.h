@@ -1,0 +1,92 @@
+// The diagnostic report: an indented trace of all operations, errors and tolerated
+// irregularities, written to the three outputs that the host handed over.
+//
+// The indentation and the question whether the last trace write ended its line
+// belong to the process, not to a report: all instances share them, under one lock.
+// An output that is off costs no text; only the shared state is kept up.
+#pragma once
+
+#include "qvcodec.h"
+#include "support/XStr.h"
+
+#include <initializer_list>
+
+namespace StdReport
+{
+
+// One piece of a message: text, a decimal number or a four-character code. It does
+// not own its text. Pieces are joined only when an output wants the line.
+class Piece
+{
+public:
+    Piece(const wchar_t* text) : m_text(text != nullptr ? text : L"") {}
+    Piece(const XStr& text) : m_text(text) {}
+    Piece(int64_t number) : m_kind(Kind::Number), m_number(number) {}
+
+    // First character in the least significant byte; ends at a zero byte.
+    static Piece Code(uint32_t code);
+    static Piece Spaces(size_t count);
+
+    void AppendTo(XStr& text) const;
+    bool BeginsWith(std::wstring_view marker) const;
+
+private:
+    enum class Kind { Text, Number, Code, Spaces };
+    Kind m_kind = Kind::Text;
+    std::wstring_view m_text;
+    int64_t m_number = 0;
+};
+
+using Message = std::initializer_list<Piece>;
+
+bool IsOn(const void* handle);
+
+// Writes a piece of trace. A message that begins "->->" indents what follows, one
+// that begins "<-<-" takes the indentation back.
+//
+// operation  name of the reporting operation, shown at the end of the line; may be
+//            null; not shown when newline is false
+// newline    whether this write ends its line
+void WriteDEBUG(Message message, const STNStdReport& report, const char* operation = nullptr,
+                bool newline = true) noexcept;
+void WriteDEBUG(const wchar_t* message, const STNStdReport& report, const char* operation = nullptr,
+                bool newline = true) noexcept;
+
+// The same for a whole line whose prefix stands in place of the indentation.
+void WriteDEBUGWithPrefix(Message prefix, Message message, const STNStdReport& report,
+                          const char* operation = nullptr) noexcept;
+
+// Writes a tolerated irregularity to the information output and into the trace.
+void WriteINFO(Message message, const STNStdReport& report, const char* operation) noexcept;
+
+// Writes a failure to the error output and into the trace.
+void WriteERROR(Message message, const STNStdReport& report, const char* operation) noexcept;
+
+// The text of one write.
+XStr GetFinalMsg(Message prefix, Message message, const char* operation, bool newline);
+
+// Writes a text in UTF-8 with one system call; failures are ignored.
+void WriteFile(const void* handle, std::wstring_view text) noexcept;
+
+// Traces an operation: entered at once, left only by Succeed. An operation that
+// fails leaves out its closing line.
+class Operation
+{
+public:
+    Operation(const STNStdReport& report, const char* name) : m_report(report), m_name(name)
+    {
+        WriteDEBUG(L"->->", m_report, m_name);
+    }
+
+    bool Succeed() const
+    {
+        WriteDEBUG(L"<-<-", m_report, m_name);
+        return true;
+    }
+
+private:
+    const STNStdReport& m_report;
+    const char* m_name;
+};
+
+} // namespace StdReport
