@@ -11,12 +11,17 @@ namespace
 {
 
 constexpr uint8_t kPadByte[] = {0};
+// Larger writes gain nothing any more.
+constexpr size_t kOutputBuffer = 256 * 1024;
+// Below this size reserving space costs more than it saves.
+constexpr int64_t kReserveFrom = 1024 * 1024;
 
 } // namespace
 
 FileConversion::FileConversion(const codecs::CodecLoader& loader, ReportCapture& report,
                                const ConvertOptions& options, ProgressFunction progress)
-    : m_loader(loader), m_report(report), m_options(options), m_progress(std::move(progress))
+    : m_loader(loader), m_report(report), m_options(options), m_progress(std::move(progress)),
+      m_buffer(kOutputBuffer)
 {
 }
 
@@ -66,9 +71,11 @@ ConvertOutcome FileConversion::Write(DecoderSession& session, const std::string&
     const std::vector<uint8_t> header = WavHeader(format, expected, m_problem);
     if (header.empty())
         return ConvertOutcome::Failed;
-    OutputFile output;
+    OutputFile output(m_buffer);
     int64_t written = 0;
-    if (!output.Open(path, m_options.overwrite) || !output.Write(header)) {
+    const bool reserve = expected >= kReserveFrom && !session.Source().IsUrl();
+    if (!output.Open(path, m_options.overwrite) || (reserve && !output.Reserve(expected)) ||
+        !output.Write(header)) {
         FailOutput(output);
         return ConvertOutcome::Failed;
     }

@@ -31,7 +31,7 @@ class FileConversion
 public:
     using ProgressFunction = std::function<void(double fraction)>; // 0 to 1
 
-    // All arguments must outlive the object.
+    // All but the function must outlive the object.
     FileConversion(const codecs::CodecLoader& loader, ReportCapture& report,
                    const ConvertOptions& options, ProgressFunction progress);
 
@@ -54,6 +54,7 @@ private:
     ReportCapture& m_report;
     const ConvertOptions& m_options;
     ProgressFunction m_progress;
+    std::vector<uint8_t> m_buffer; // of the output
     std::string m_outputName;
     std::string m_problem;
 };

@@ -1,7 +1,9 @@
 #include "host/OutputFile.h"
 
 #include "host/Interruption.h"
+#include "host/ReserveSpace.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -110,16 +112,38 @@ bool OutputFile::OpenTemporary()
     return m_descriptor >= 0 || Fail(std::strerror(errno));
 }
 
+bool OutputFile::Reserve(int64_t size)
+{
+    if (IsDirect() || ReserveSpace(m_descriptor, size))
+        return true;
+    return Fail(std::strerror(errno));
+}
+
 bool OutputFile::Write(std::span<const uint8_t> bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t written = write(m_descriptor, bytes.data(), bytes.size());
+        const size_t size = std::min(bytes.size(), m_buffer.size() - m_gathered);
+        std::copy_n(bytes.begin(), size, m_buffer.begin() + static_cast<ptrdiff_t>(m_gathered));
+        m_gathered += size;
+        bytes = bytes.subspan(size);
+        if (m_gathered == m_buffer.size() && !Flush())
+            return false;
+    }
+    return true;
+}
+
+bool OutputFile::Flush()
+{
+    std::span<const uint8_t> left = m_buffer.first(m_gathered);
+    while (!left.empty()) {
+        const ssize_t written = write(m_descriptor, left.data(), left.size());
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
             return Fail(std::strerror(errno));
-        bytes = bytes.subspan(static_cast<size_t>(written));
+        left = left.subspan(static_cast<size_t>(written));
     }
+    m_gathered = 0;
     return true;
 }
 
@@ -127,12 +151,16 @@ bool OutputFile::WriteAtStart(std::span<const uint8_t> bytes)
 {
     if (IsDirect())
         return Fail("the beginning cannot be written a second time");
+    if (!Flush())
+        return false;
     const ssize_t written = pwrite(m_descriptor, bytes.data(), bytes.size(), 0);
     return written == static_cast<ssize_t>(bytes.size()) || Fail(std::strerror(errno));
 }
 
 bool OutputFile::Commit()
 {
+    if (!Flush())
+        return false;
     const int descriptor = m_descriptor;
     m_descriptor = -1;
     if (close(descriptor) != 0)

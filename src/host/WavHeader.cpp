@@ -12,28 +12,29 @@ namespace
 // Room for everything in a RIFF file but the samples.
 constexpr int64_t kMaxHeaderSize = 4096;
 
-// A file in memory that takes a header and claims to hold the samples already, so
-// that libsndfile enters their size.
+// A sparse file in memory: it has the length of the whole WAV file, but keeps only
+// what stands before the samples.
 struct HeaderSink {
     std::vector<uint8_t> bytes;
+    int64_t limit = kMaxHeaderSize;
     int64_t position = 0;
-    int64_t pcmBytes = 0;
+    int64_t length = 0;
 };
 
 sf_count_t SinkLength(void* user)
 {
-    const auto* sink = static_cast<const HeaderSink*>(user);
-    return static_cast<int64_t>(sink->bytes.size()) + sink->pcmBytes;
+    return static_cast<const HeaderSink*>(user)->length;
 }
 
 sf_count_t SinkSeek(sf_count_t offset, int whence, void* user)
 {
     auto* sink = static_cast<HeaderSink*>(user);
-    const int64_t base = whence == SEEK_SET ? 0
-                         : whence == SEEK_CUR ? sink->position
-                                              : SinkLength(user);
-    sink->position = base + offset;
-    return sink->position;
+    if (whence == SEEK_CUR)
+        offset += sink->position;
+    else if (whence == SEEK_END)
+        offset += sink->length;
+    sink->position = offset;
+    return offset;
 }
 
 sf_count_t SinkRead(void*, sf_count_t, void*)
@@ -44,13 +45,13 @@ sf_count_t SinkRead(void*, sf_count_t, void*)
 sf_count_t SinkWrite(const void* data, sf_count_t count, void* user)
 {
     auto* sink = static_cast<HeaderSink*>(user);
-    const int64_t end = sink->position + count;
-    if (sink->position < 0 || end > kMaxHeaderSize)
-        return count; // behind the header: not kept
-    if (end > static_cast<int64_t>(sink->bytes.size()))
-        sink->bytes.resize(static_cast<size_t>(end));
-    std::copy_n(static_cast<const uint8_t*>(data), count, sink->bytes.begin() + sink->position);
-    sink->position = end;
+    const int64_t start = sink->position;
+    sink->position += count;
+    sink->length = std::max(sink->length, sink->position);
+    if (start >= 0 && sink->position <= sink->limit) {
+        sink->bytes.resize(static_cast<size_t>(std::min(sink->length, sink->limit)));
+        std::copy_n(static_cast<const uint8_t*>(data), count, sink->bytes.begin() + start);
+    }
     return count;
 }
 
@@ -90,12 +91,16 @@ bool FitsWav(const STQvWaveFormat& format, std::string& why)
     return why.empty();
 }
 
-// The pad byte belongs to the size of the whole file, which stands at a fixed place.
-void CountPadByte(std::vector<uint8_t>& header, bool large)
+// Makes the file as long as the samples would: only the last frame is written.
+bool WriteLastFrame(SNDFILE* file, const STQvWaveFormat& format, int64_t pcmBytes)
 {
-    const size_t lowByte = large ? 20 : 4;
-    for (size_t i = lowByte; i < header.size() && ++header[i] == 0; ++i) {
-    }
+    const int64_t frames = pcmBytes / format.nBlockAlign;
+    if (frames == 0)
+        return true;
+    const std::vector<uint8_t> frame(format.nBlockAlign);
+    const auto size = static_cast<sf_count_t>(frame.size());
+    return sf_seek(file, frames - 1, SEEK_SET) == frames - 1 &&
+           sf_write_raw(file, frame.data(), size) == size;
 }
 
 } // namespace
@@ -117,13 +122,13 @@ std::vector<uint8_t> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes, s
         why = std::string("cannot be written as WAV: ") + sf_strerror(nullptr);
         return {};
     }
-    sink.pcmBytes = pcmBytes;
-    sf_command(file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
-    std::vector<uint8_t> header = sink.bytes;
-    sf_close(file);
-    if (pcmBytes % 2 != 0)
-        CountPadByte(header, large);
-    return header;
+    sink.limit = sink.length;
+    const bool written = WriteLastFrame(file, format, pcmBytes);
+    const bool closed = sf_close(file) == 0; // enters the sizes
+    if (written && closed)
+        return sink.bytes;
+    why = "cannot be written as WAV";
+    return {};
 }
 
 } // namespace host

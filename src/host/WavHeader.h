@@ -9,8 +9,8 @@
 namespace host
 {
 
-// All bytes of a WAV file before its samples, for `pcmBytes` bytes of PCM: a
-// classic RIFF header, or an RF64 one when the file passes 4 GiB. An odd number
+// All bytes of a WAV file before its samples, for `pcmBytes` bytes of PCM (whole
+// sample frames): a classic RIFF header, or an RF64 one when the file passes 4 GiB. An odd number
 // of bytes is to be followed by one zero byte.
 //
 // returns nothing when the format fits no WAV file; `why` then says so in a few
