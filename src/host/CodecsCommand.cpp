@@ -15,7 +15,8 @@ using Json = nlohmann::ordered_json;
 using codecs::CodecKind;
 using codecs::PluginFile;
 
-constexpr char kExamples[] = R"(The plug-ins stand in Codecs/Bin/decoder, encoder and dsp below the folder named
+constexpr char kExamples[] =
+    R"(The plug-ins stand in Codecs/Bin/decoder, encoder and dsp below the folder named
 by QVCODECPATH, or, when that is not set, below the program's own folder, its
 parent or lib/aiffconv beside it.)";
 

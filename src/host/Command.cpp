@@ -21,8 +21,8 @@ bool LoadDecoders(codecs::CodecLoader& loader)
         std::string searched;
         for (const std::string& root : loader.SearchedRoots())
             searched += (searched.empty() ? "" : ", ") + root;
-        SayProblem("no folder Codecs/Bin with decoder plug-ins in: " + searched +
-                   " (set " + codecs::kCodecPathVariable + " to the folder that holds it)");
+        SayProblem("no folder Codecs/Bin with decoder plug-ins in: " + searched + " (set " +
+                   codecs::kCodecPathVariable + " to the folder that holds it)");
         return false;
     }
     SayProblem("no usable decoder plug-in in " + loader.Root() + "/Codecs/Bin/decoder");

@@ -33,15 +33,16 @@ constexpr char kExamples[] = R"(Examples:
 --start and --end take seconds ("90", "90.5s"), minutes and hours before them
 ("1:30.5", "1:00:00"), or sample frames ("44100f"). The end is not included.)";
 
-bool ParsePoint(const std::string& option, const std::string& text,
-                std::optional<TimePoint>& point)
+bool ParsePoint(const std::string& option, const std::string& text, std::optional<TimePoint>& point)
 {
     TimePoint parsed;
     if (text.empty())
         return true;
     if (!TimePoint::Parse(text, parsed)) {
-        SayProblem(option + " takes seconds (\"90.5\"), minutes (\"1:30.5\") or sample frames (\"44100f\"), not '" +
-                   text + "'");
+        SayProblem(
+            option +
+            " takes seconds (\"90.5\"), minutes (\"1:30.5\") or sample frames (\"44100f\"), not '" +
+            text + "'");
         return false;
     }
     point = parsed;
@@ -74,11 +75,13 @@ CLI::App* ConvertCommand::AddTo(CLI::App& program)
 {
     CLI::App* command = program.add_subcommand("convert", "Convert to WAV, bit for bit");
     command->add_option("IN", m_inputs, "Files, or URLs that begin with http://")->required();
-    command->add_option("-o,--output", m_output, "File or folder to write, or - for standard output")
+    command
+        ->add_option("-o,--output", m_output, "File or folder to write, or - for standard output")
         ->required();
     command->add_option("--start", m_start, "Convert from here on");
     command->add_option("--end", m_end, "Convert up to here");
-    command->add_option("-j,--jobs", m_jobs, "Files converted at a time (default: one per processor)")
+    command
+        ->add_option("-j,--jobs", m_jobs, "Files converted at a time (default: one per processor)")
         ->check(CLI::Range(size_t{1}, kMaxJobs));
     command->add_flag("--overwrite", m_options.overwrite,
                       "Replace existing files (else they are kept, which counts as a failure)");
@@ -173,7 +176,8 @@ int ConvertCommand::ConvertAll(const codecs::CodecLoader& loader, const OutputPl
         if (outcome != ConvertOutcome::Converted)
             progress.Problem(Printable(item.input.Name() + ": " + conversion.Problem()));
         const bool written = outcome != ConvertOutcome::Failed;
-        progress.FileDone(worker, written ? Printable(item.input.Name() + " -> " + item.output) : "");
+        progress.FileDone(worker,
+                          written ? Printable(item.input.Name() + " -> " + item.output) : "");
     });
     if (files > 1)
         progress.Summary(std::to_string(files - failed) + " of " + std::to_string(files) +

@@ -108,7 +108,8 @@ bool FileConversion::WriteAudio(DecoderSession& session, OutputFile& output, int
         if (!output.Write(pcm.first(static_cast<size_t>(size))))
             return FailOutput(output);
         written += size;
-        m_progress(static_cast<double>(written) / static_cast<double>(std::max<int64_t>(expected, 1)));
+        m_progress(static_cast<double>(written) /
+                   static_cast<double>(std::max<int64_t>(expected, 1)));
     }
     if (step == DecoderSession::Step::Failed)
         return Fail(FailureReason(session));

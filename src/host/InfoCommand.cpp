@@ -49,8 +49,8 @@ void PrintInfo(const DecoderSession& session, const std::string& warning)
     PrintLine("Format", FormatText(info));
     const int64_t length = info.nLengthMS;
     const int64_t bytes = info.nLengthBytes;
-    PrintLine("Length", FormatDuration(length) + " (" + std::to_string(Frames(info)) +
-                            " frames, " + std::to_string(bytes) + " bytes)");
+    PrintLine("Length", FormatDuration(length) + " (" + std::to_string(Frames(info)) + " frames, " +
+                            std::to_string(bytes) + " bytes)");
     PrintLine("Bit rate", std::to_string(info.nBitRate / 1000) + " kbit/s");
     PrintLine("Decoder", Utf8(session.UsedDecoder().description));
     if (!warning.empty())
@@ -133,8 +133,7 @@ private:
 
 CLI::App* InfoCommand::AddTo(CLI::App& program)
 {
-    CLI::App* command =
-        program.add_subcommand("info", "Show format, length, properties and tags");
+    CLI::App* command = program.add_subcommand("info", "Show format, length, properties and tags");
     command->add_option("IN", m_inputs, "Files, or URLs that begin with http://")->required();
     command->add_flag("--json", m_json, "Write a JSON array with one object per input");
     command->footer(kExamples);
@@ -162,8 +161,8 @@ int InfoCommand::Run(const GlobalOptions& global)
     return damaged ? kExitDamaged : kExitDone;
 }
 
-int InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& report,
-                      const Input& input, Json& list) const
+int InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+                      Json& list) const
 {
     DecoderSession session(loader, report);
     std::string problem = input.FileProblem();

@@ -28,8 +28,8 @@ std::string Input::BaseName() const
 {
     if (!m_isUrl)
         return m_name.substr(m_name.rfind('/') + 1);
-    const std::string location = m_name.substr(kUrlStartLength, m_name.find_first_of("?#") -
-                                                                    kUrlStartLength);
+    const std::string location =
+        m_name.substr(kUrlStartLength, m_name.find_first_of("?#") - kUrlStartLength);
     const size_t slash = location.rfind('/');
     const bool named = slash != std::string::npos && slash + 1 < location.size();
     return named ? location.substr(slash + 1) : "stream";
@@ -53,13 +53,13 @@ std::string Input::FileProblem() const
         return "is a folder";
     if (!S_ISREG(status.st_mode))
         return "is a pipe or device, not a file (store its data in a file first)";
-    return access(m_name.c_str(), R_OK) != 0 ? std::strerror(errno) : std::string();
+    return status.st_size == 0 ? "is empty" : "";
 }
 
-bool Input::IsEmptyFile() const
+std::string Input::AccessProblem() const
 {
-    struct stat status;
-    return !m_isUrl && stat(m_name.c_str(), &status) == 0 && status.st_size == 0;
+    const bool readable = m_isUrl || access(m_name.c_str(), R_OK) == 0;
+    return readable ? "" : std::strerror(errno);
 }
 
 } // namespace host

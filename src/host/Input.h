@@ -22,11 +22,12 @@ public:
     // The extension of BaseName() with its dot; empty when it has none.
     std::string Extension() const;
 
-    // Why this cannot be a readable file, in a few words; empty when it can, and
+    // Why this cannot be a file with audio, in a few words; empty when it can, and
     // for every URL.
     std::string FileProblem() const;
-    // True for an existing file without a byte in it.
-    bool IsEmptyFile() const;
+    // Why the file cannot be read, in a few words; empty when it can, and for every
+    // URL.
+    std::string AccessProblem() const;
 
 private:
     std::string m_name;

@@ -77,7 +77,8 @@ bool OutputFile::Open(const std::string& path, bool overwrite)
         return OpenDirect(path);
     if (exists && !overwrite)
         return Fail(kExists);
-    m_path = RealPath(path);
+    if (exists)
+        m_path = RealPath(path);
     if (!OpenTemporary())
         return false;
     if (exists)
@@ -195,16 +196,6 @@ void OutputFile::Discard()
         Interruption::ForgetFile(m_temporary);
         return unlink(m_temporary.c_str()) == 0;
     });
-}
-
-bool IsSameFile(const std::string& path, const std::string& other)
-{
-    struct stat a;
-    struct stat b;
-    const int found =
-        path == kStandardOutput ? fstat(STDOUT_FILENO, &a) : stat(path.c_str(), &a);
-    return found == 0 && stat(other.c_str(), &b) == 0 && a.st_dev == b.st_dev &&
-           a.st_ino == b.st_ino;
 }
 
 } // namespace host

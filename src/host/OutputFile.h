@@ -48,14 +48,11 @@ private:
 
     std::span<uint8_t> m_buffer;
     size_t m_gathered = 0; // bytes in the buffer
-    std::string m_path; // the output itself, links resolved
+    std::string m_path;    // the output itself, links resolved
     std::string m_temporary;
     std::string m_problem;
     int m_descriptor = -1;
     bool m_overwrite = false;
 };
-
-// True when `path` is "-" or an existing file and names the same file as `other`.
-bool IsSameFile(const std::string& path, const std::string& other);
 
 } // namespace host

@@ -3,7 +3,10 @@
 #include "host/WideText.h"
 
 #include <map>
+#include <set>
 #include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 namespace host
 {
@@ -32,6 +35,27 @@ bool NoClash(const OutputPlan& plan, std::string& problem)
         problem = "'" + entry->second->Name() + "' and '" + item.input.Name() +
                   "' would both be written to '" + item.output + "'";
         return false;
+    }
+    return true;
+}
+
+bool NoInputWrittenOver(const OutputPlan& plan, std::string& problem)
+{
+    using FileIdentity = std::pair<dev_t, ino_t>;
+    std::set<FileIdentity> inputs;
+    struct stat status;
+    for (const OutputPlan::Item& item : plan.items) {
+        if (!item.input.IsUrl() && stat(item.input.Name().c_str(), &status) == 0)
+            inputs.emplace(status.st_dev, status.st_ino);
+    }
+    for (const OutputPlan::Item& item : plan.items) {
+        const int found =
+            item.output == "-" ? fstat(STDOUT_FILENO, &status) : stat(item.output.c_str(), &status);
+        if (found == 0 && S_ISREG(status.st_mode) &&
+            inputs.contains({status.st_dev, status.st_ino})) {
+            problem = "the output '" + item.output + "' is one of the inputs";
+            return false;
+        }
     }
     return true;
 }
@@ -66,7 +90,7 @@ bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& targ
         }
         plan.items.push_back({std::move(input), std::move(output)});
     }
-    return NoClash(plan, problem);
+    return NoClash(plan, problem) && NoInputWrittenOver(plan, problem);
 }
 
 } // namespace host

@@ -24,7 +24,8 @@ struct OutputPlan {
 //
 // extension  of the new files, with its dot
 // returns false with a line in `problem` when two inputs would write the same
-//         output, or several would go to standard output or into one file
+//         output, several would go to standard output or into one file, or an
+//         input would be written over
 [[nodiscard]] bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
                                const std::string& extension, const codecs::CodecLoader& loader,
                                OutputPlan& plan, std::string& problem);

@@ -46,7 +46,8 @@ void Progress::Update(size_t worker, double fraction)
     Clock::rep due = m_nextDraw.load(std::memory_order_relaxed);
     if (now < due)
         return;
-    const Clock::rep next = now + std::chrono::duration_cast<Clock::duration>(kDrawInterval).count();
+    const Clock::rep next =
+        now + std::chrono::duration_cast<Clock::duration>(kDrawInterval).count();
     if (!m_nextDraw.compare_exchange_strong(due, next, std::memory_order_relaxed))
         return;
     const std::lock_guard lock(m_access);

@@ -112,8 +112,8 @@ bool SoundIsLastChunk(const DecoderSession& session)
 
 std::string FailureReason(const DecoderSession& session)
 {
-    if (session.Source().IsEmptyFile())
-        return "is empty";
+    if (const std::string problem = session.Source().AccessProblem(); !problem.empty())
+        return problem;
     const auto& errors = session.Errors();
     for (auto line = errors.rbegin(); line != errors.rend(); ++line) {
         const std::string text = Translate(session, *line);

@@ -64,8 +64,7 @@ private:
         const uint32_t last = wide.empty() ? 0 : static_cast<uint32_t>(wide.back());
         const bool pair = last >= 0xD800 && last < 0xDC00 && unit >= 0xDC00 && unit < 0xE000;
         if (pair)
-            wide.back() =
-                static_cast<wchar_t>(0x10000 + ((last - 0xD800) << 10) + (unit - 0xDC00));
+            wide.back() = static_cast<wchar_t>(0x10000 + ((last - 0xD800) << 10) + (unit - 0xDC00));
         else
             wide.push_back(static_cast<wchar_t>(unit));
     }
@@ -127,8 +126,10 @@ const char* PictureType(std::span<const uint8_t> picture)
         const char* type;
     };
     static constexpr Signature kSignatures[] = {
-        {"\xFF\xD8\xFF", "image/jpeg"}, {"\x89PNG\r\n\x1A\n", "image/png"},
-        {"GIF8", "image/gif"},          {"BM", "image/bmp"},
+        {"\xFF\xD8\xFF", "image/jpeg"},
+        {"\x89PNG\r\n\x1A\n", "image/png"},
+        {"GIF8", "image/gif"},
+        {"BM", "image/bmp"},
     };
     for (const Signature& signature : kSignatures) {
         const auto same = [](char a, uint8_t b) { return static_cast<uint8_t>(a) == b; };

@@ -6,12 +6,14 @@
 #include "host/Interruption.h"
 
 #include <CLI/CLI.hpp>
-#include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <fcntl.h>
 #include <string>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -36,12 +38,14 @@ Exit codes:
   130  interrupted; unfinished outputs were removed)";
 
 // A file opened while one of the first three descriptors is closed would take its
-// place and receive what is meant for the terminal.
+// place and receive what is meant for the terminal. Opened for reading only, so that
+// writing to a closed output fails as it should.
 void KeepStandardDescriptors()
 {
     int descriptor = 0;
     while (descriptor >= 0 && descriptor <= 2)
-        descriptor = open("/dev/null", O_RDWR | O_CLOEXEC);
+        descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    close(descriptor);
 }
 
 // The parser would take "[a,b]" apart as a list; as a path it is left alone.
@@ -54,6 +58,15 @@ std::vector<std::string> Arguments(int argc, char** argv)
         arguments.push_back(isList ? "./" + argument : argument);
     }
     return arguments;
+}
+
+// The exit code of a command, unless what it printed could not be written.
+int WithOutputWritten(int exitCode)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return exitCode;
+    host::SayProblem(std::string("standard output: ") + std::strerror(errno));
+    return host::kExitSomeFailed;
 }
 
 int Run(int argc, char** argv)
@@ -89,7 +102,7 @@ int Run(int argc, char** argv)
     }
     for (const auto& [entry, command] : commands) {
         if (entry->parsed())
-            return command->Run(global);
+            return WithOutputWritten(command->Run(global));
     }
     return host::kExitUsage;
 }
