@@ -44,12 +44,20 @@ bool clAIFFHandler::IndexChunks(int64_t fileSize)
         return false;
     m_formCode = form.code;
     m_formType = form.type;
+    m_findings = {};
+    m_findings.nFileSize = fileSize;
+    m_findings.nFormSize = form.nSize;
     int64_t position = kFormHeaderSize;
     while (walk.MoreChunks()) {
         STChunkHeader chunk;
-        if (!walk.TakeHeader(reader.At(position, kChunkHeaderSize), position, kChunkID3, chunk))
+        if (!walk.TakeHeader(reader.At(position, kChunkHeaderSize), position, kChunkID3, chunk)) {
+            m_findings.endedEarly = position + kChunkHeaderSize <= fileSize;
             break;
-        m_chunks.push_back({chunk.code, chunk.nSize, position, position + kChunkHeaderSize});
+        }
+        m_findings.cutToForm |= chunk.cutTo == STChunkHeader::CutTo::Form;
+        m_findings.cutToFile |= chunk.cutTo == STChunkHeader::CutTo::Input;
+        m_chunks.push_back(
+            {chunk.code, chunk.nSize, position, position + kChunkHeaderSize, false, {}});
         walk.Passed(PaddedSize(chunk.nSize));
         position += kChunkHeaderSize + PaddedSize(chunk.nSize);
     }

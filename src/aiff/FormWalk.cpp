@@ -80,12 +80,14 @@ void FormWalk::Clamp(STChunkHeader& chunk, const char* mayOverrun)
         StdReport::WriteINFO({L"Warning Chunk is out of AIFF area (but still inside file)."},
                              m_report, m_operation);
         chunk.nSize = m_formLeft;
+        chunk.cutTo = STChunkHeader::CutTo::Form;
     } else {
         if (mayOverrun != nullptr && chunk.code == FourCC(mayOverrun))
             StdReport::WriteINFO({L"Info Chunk is out of file."}, m_report, m_operation);
         else
             StdReport::WriteERROR({L"Error Chunk is out of file."}, m_report, m_operation);
         chunk.nSize = m_inputLeft;
+        chunk.cutTo = STChunkHeader::CutTo::Input;
     }
     StdReport::WriteDEBUG({L"Clamped chunk to: ", chunk.nSize}, m_report);
 }

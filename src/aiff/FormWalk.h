@@ -16,8 +16,10 @@ struct STFormHeader {
 
 // What a chunk header says, the size cut to what the form and the input hold.
 struct STChunkHeader {
+    enum class CutTo { Nothing, Form, Input };
     uint32_t code = 0;
     int64_t nSize = 0;
+    CutTo cutTo = CutTo::Nothing; // what was too small for the claimed size
 };
 
 // Counts down two budgets, the bytes left of the input and those left of the form,

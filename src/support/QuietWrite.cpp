@@ -8,8 +8,8 @@
 namespace
 {
 
-// Holds one signal back in this thread for as long as the object lives, and then
-// takes away the one that was raised meanwhile, unless it was waiting before.
+// Holds the signals back in this thread for as long as the object lives. One that was
+// raised meanwhile can be taken away, unless it was waiting before.
 class HeldSignals
 {
 public:
@@ -50,17 +50,33 @@ private:
     sigset_t m_waiting;
 };
 
+template <class Call>
+auto Quietly(Call&& call) noexcept
+{
+    const HeldSignals held;
+    const auto result = call();
+    const int reason = errno;
+    if (result < 0 && reason == EPIPE)
+        held.TakeAway(SIGPIPE);
+    if (result < 0 && reason == EFBIG)
+        held.TakeAway(SIGXFSZ);
+    errno = reason;
+    return result;
+}
+
 } // namespace
 
 ssize_t WriteQuietly(int fd, const void* bytes, size_t size) noexcept
 {
-    const HeldSignals held;
-    const ssize_t written = write(fd, bytes, size);
-    const int reason = errno;
-    if (written < 0 && reason == EPIPE)
-        held.TakeAway(SIGPIPE);
-    if (written < 0 && reason == EFBIG)
-        held.TakeAway(SIGXFSZ);
-    errno = reason;
-    return written;
+    return Quietly([=] { return write(fd, bytes, size); });
+}
+
+ssize_t WriteQuietlyAt(int fd, const void* bytes, size_t size, int64_t position) noexcept
+{
+    return Quietly([=] { return pwrite(fd, bytes, size, position); });
+}
+
+int SetSizeQuietly(int fd, int64_t size) noexcept
+{
+    return Quietly([=] { return ftruncate(fd, size); });
 }

@@ -1,10 +1,12 @@
-// Writing without the signals that a write may raise.
+// Writing without the signals that a write may raise: SIGPIPE (the reader has gone)
+// and SIGXFSZ (the file may not grow) would end the host. Results and errno are those
+// of the system calls.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <sys/types.h>
 
-// One write() whose SIGPIPE (the reader has gone) and SIGXFSZ (the file may not
-// grow) reach nobody: those signals would end the host. The result and errno are
-// those of write().
 ssize_t WriteQuietly(int fd, const void* bytes, size_t size) noexcept;
+ssize_t WriteQuietlyAt(int fd, const void* bytes, size_t size, int64_t position) noexcept;
+int SetSizeQuietly(int fd, int64_t size) noexcept;

@@ -1,35 +1,34 @@
 #include "support/XFile.h"
 
+#include "support/DiskFile.h"
 #include "support/SaturatingMath.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <vector>
 
 namespace
 {
-
-// The most that one system call is asked for; some systems refuse 2 GiB.
-constexpr size_t kMostPerCall = size_t{1} << 30;
-
-// Files whose data has a length and a position.
-bool CanBePositioned(int fd)
-{
-    struct stat status = {};
-    if (fstat(fd, &status) != 0)
-        return false;
-    errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
-    return !S_ISDIR(status.st_mode) && !S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode);
+constexpr int64_t kMovePiece = 65536; // bytes moved at a time
 }
 
-} // namespace
-
-FileDescriptor::~FileDescriptor()
+// Moves piece by piece, in the order in which no piece overwrites one not yet moved.
+bool FileContent::Move(int64_t from, int64_t delta)
 {
-    if (m_fd >= 0)
-        close(m_fd);
+    const int64_t size = Size();
+    if (from < 0 || size < from || AddSaturated(from, delta) < 0)
+        return false;
+    std::vector<uint8_t> buffer(static_cast<size_t>(std::min(kMovePiece, size - from)));
+    int64_t left = size - from;
+    while (left > 0) {
+        const int64_t count = std::min(left, kMovePiece);
+        const int64_t at = delta > 0 ? from + left - count : size - left;
+        const std::span<uint8_t> piece(buffer.data(), static_cast<size_t>(count));
+        if (ReadAt(at, piece) != piece.size() || !WriteAt(at + delta, piece))
+            return false;
+        left -= count;
+    }
+    return SetSize(size + delta);
 }
 
 bool XFile::Open(const wchar_t* name, Access access)
@@ -40,20 +39,7 @@ bool XFile::Open(const wchar_t* name, Access access)
         errno = ENOENT;
         return false;
     }
-    // Without O_NONBLOCK opening a pipe would wait for its writer.
-    const int flags = (access == Access::Read ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NONBLOCK;
-    int fd = -1;
-    do
-        fd = open(path.c_str(), flags | O_NOCTTY);
-    while (fd < 0 && errno == EINTR);
-    FileDescriptor file(fd);
-    if (fd < 0 || !CanBePositioned(fd)) {
-        const int reason = errno;
-        file = FileDescriptor();
-        errno = reason;
-        return false;
-    }
-    return Open(std::make_shared<const FileDescriptor>(std::move(file)));
+    return Open(DiskFile::Open(path, access));
 }
 
 bool XFile::Open(XFileHandle handle)
@@ -69,14 +55,6 @@ void XFile::Close() noexcept
     m_position = 0;
 }
 
-int64_t XFile::Size() const noexcept
-{
-    struct stat status = {};
-    if (!IsOpen() || fstat(m_handle->Get(), &status) != 0)
-        return -1;
-    return status.st_size;
-}
-
 bool XFile::SetPosition(int64_t position) noexcept
 {
     if (!IsOpen() || position < 0)
@@ -90,27 +68,32 @@ bool XFile::Skip(int64_t bytes) noexcept
     return SetPosition(AddSaturated(m_position, bytes));
 }
 
-size_t XFile::Read(std::span<uint8_t> out) noexcept
+size_t XFile::Read(std::span<uint8_t> out)
 {
     const size_t count = ReadAt(m_position, out);
     m_position += static_cast<int64_t>(count);
     return count;
 }
 
-size_t XFile::ReadAt(int64_t position, std::span<uint8_t> out) const noexcept
+size_t XFile::ReadAt(int64_t position, std::span<uint8_t> out) const
 {
-    if (!IsOpen() || position < 0)
-        return 0;
-    size_t done = 0;
-    while (done < out.size()) {
-        const int64_t at = AddSaturated(position, static_cast<int64_t>(done));
-        const size_t size = std::min(out.size() - done, kMostPerCall);
-        const ssize_t count = pread(m_handle->Get(), out.data() + done, size, at);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            break;
-        done += static_cast<size_t>(count);
-    }
-    return done;
+    return IsOpen() ? m_handle->ReadAt(position, out) : 0;
+}
+
+bool XFile::Write(std::span<const uint8_t> bytes)
+{
+    if (!IsOpen() || !m_handle->WriteAt(m_position, bytes))
+        return false;
+    m_position += static_cast<int64_t>(bytes.size());
+    return true;
+}
+
+bool XFile::SetSize(int64_t size)
+{
+    return IsOpen() && m_handle->SetSize(size);
+}
+
+bool XFile::Shuffle(int64_t from, int64_t delta)
+{
+    return IsOpen() && m_handle->Move(from, delta);
 }

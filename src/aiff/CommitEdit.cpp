@@ -1,0 +1,92 @@
+#include "aiff/CommitEdit.h"
+
+#include "aiff/AIFFHandler.h"
+#include "support/InPlaceWriter.h"
+#include "support/ReplaceFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+namespace
+{
+
+constexpr int64_t kFormSizeOffset = 4;
+using SizeField = std::array<uint8_t, 4>;
+
+SizeField ReadFormSize(const FileContent& content)
+{
+    SizeField field = {};
+    (void)content.ReadAt(kFormSizeOffset, field); // the scan has read it
+    return field;
+}
+
+bool IsFormSize(const FileEdit::Change& change)
+{
+    return change.position >= kFormSizeOffset && change.End() <= kFormSizeOffset + 4;
+}
+
+// The part of a change inside a range of positions; empty when there is none.
+FileEdit::Change Part(const FileEdit::Change& change, int64_t from, int64_t to)
+{
+    const int64_t start = std::clamp(from, change.position, change.End());
+    const int64_t end = std::clamp(to, start, change.End());
+    return {start, change.bytes.subspan(static_cast<size_t>(start - change.position),
+                                        static_cast<size_t>(end - start))};
+}
+
+bool WriteParts(InPlaceWriter& writer, const std::vector<FileEdit::Change>& changes, int64_t from,
+                int64_t to)
+{
+    return std::ranges::all_of(changes, [&](const FileEdit::Change& change) {
+        const FileEdit::Change part = Part(change, from, to);
+        if (part.bytes.empty() || IsFormSize(change))
+            return true;
+        return part.bytes.size() <= SizeField().size() ? writer.WriteSize(part.position, part.bytes)
+                                                       : writer.Write(part.position, part.bytes);
+    });
+}
+
+// While the end of the file is rewritten the form ends in front of it: whoever reads
+// the file then, or after a crash, sees whole chunks and stray bytes behind them. The
+// file is cut last, when nothing can fail any more that would need the bytes.
+bool ChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& writer, int64_t tailStart)
+{
+    const std::vector<FileEdit::Change> changes = edit.Changes();
+    const int64_t fileEnd = edit.BaseSize();
+    const int64_t tail = std::min(tailStart, fileEnd);
+    const SizeField formBefore = ReadFormSize(*edit.Base());
+    const SizeField formAfter = ReadFormSize(edit);
+    const bool formChanges = formBefore != formAfter;
+    if (!WriteParts(writer, changes, 0, tail))
+        return false;
+    const int64_t formEnd = clAIFFHandler::SizeToInt64(formBefore.data()) + kChunkHeaderSize;
+    if (formChanges && formEnd > tailStart) {
+        SizeField hidden;
+        clAIFFHandler::Int64ToSize(tailStart - kChunkHeaderSize, hidden.data());
+        if (!writer.WriteSize(kFormSizeOffset, hidden))
+            return false;
+    }
+    // What needs new room on the disk comes first.
+    if (!WriteParts(writer, changes, fileEnd, edit.Size()) ||
+        !WriteParts(writer, changes, tail, fileEnd))
+        return false;
+    if (formChanges && !writer.WriteSize(kFormSizeOffset, formAfter))
+        return false;
+    return edit.Size() >= fileEnd || file.SetSize(edit.Size());
+}
+
+} // namespace
+
+bool CommitEdit(const FileEdit& edit, const EditTarget& target, int64_t tailStart)
+{
+    if (edit.MovesBaseBytes())
+        return ReplaceFile(*target.File(), target.Path(), edit);
+    InPlaceWriter writer(*target.File());
+    if (ChangeInPlace(edit, *target.File(), writer, tailStart))
+        return true;
+    const int reason = errno;
+    writer.Undo();
+    errno = reason;
+    return false;
+}

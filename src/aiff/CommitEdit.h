@@ -1,0 +1,16 @@
+// Carrying out an edit of an AIFF file that was worked out in memory.
+#pragma once
+
+#include "support/EditTarget.h"
+#include "support/FileEdit.h"
+
+// Makes the file what the edit says. Where no byte of the file changes its place, the
+// file is changed as it lies, in an order in which the audio can be found after every
+// single write, and put back when a write fails. Otherwise a changed copy takes the
+// file's place in one step.
+//
+// target     the file that the edit is based on
+// tailStart  position of the chunk at the end of the form that the edit adds or
+//            changes, or the end of the form when there is none
+// returns false, with errno set and the file as it was, when anything fails
+[[nodiscard]] bool CommitEdit(const FileEdit& edit, const EditTarget& target, int64_t tailStart);

@@ -1,0 +1,176 @@
+#include "support/FileEdit.h"
+
+#include "support/SaturatingMath.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace
+{
+// Writes up to this size (headers, size fields) are compared with what is there, so
+// that rewriting many unchanged headers leaves no trace.
+constexpr size_t kComparedWrite = 64;
+} // namespace
+
+FileEdit::FileEdit(XFileHandle base)
+    : m_base(std::move(base)), m_baseSize(std::max<int64_t>(m_base->Size(), 0)), m_size(m_baseSize)
+{
+    if (m_size > 0)
+        m_pieces.push_back({0, m_size, Source::Base, 0, nullptr, 0});
+}
+
+// Index of the piece that holds a position below the size.
+size_t FileEdit::IndexAt(int64_t position) const
+{
+    const auto after =
+        std::upper_bound(m_pieces.begin(), m_pieces.end(), position,
+                         [](int64_t value, const Piece& piece) { return value < piece.start; });
+    return static_cast<size_t>(after - m_pieces.begin()) - 1;
+}
+
+// Makes a piece begin at a position and returns its index; the number of pieces for
+// the end of the content.
+size_t FileEdit::SplitAt(int64_t position)
+{
+    if (position >= m_size)
+        return m_pieces.size();
+    const size_t index = IndexAt(position);
+    const int64_t head = position - m_pieces[index].start;
+    if (head == 0)
+        return index;
+    Piece tail = m_pieces[index];
+    tail.start += head;
+    tail.length -= head;
+    tail.basePosition += head;
+    tail.bytesOffset += static_cast<size_t>(head);
+    m_pieces[index].length = head;
+    m_pieces.insert(m_pieces.begin() + static_cast<ptrdiff_t>(index) + 1, std::move(tail));
+    return index + 1;
+}
+
+size_t FileEdit::ReadAt(int64_t position, std::span<uint8_t> out) const
+{
+    if (position < 0 || position >= m_size)
+        return 0;
+    size_t done = 0;
+    for (size_t i = IndexAt(position); i < m_pieces.size() && done < out.size(); ++i) {
+        const Piece& piece = m_pieces[i];
+        const int64_t skip = std::max<int64_t>(position - piece.start, 0);
+        const auto rest = static_cast<uint64_t>(piece.length - skip);
+        const auto count = static_cast<size_t>(std::min<uint64_t>(rest, out.size() - done));
+        const std::span<uint8_t> part = out.subspan(done, count);
+        if (piece.source == Source::Bytes)
+            std::memcpy(part.data(),
+                        piece.bytes->data() + piece.bytesOffset + static_cast<size_t>(skip), count);
+        else if (m_base->ReadAt(piece.basePosition + skip, part) != count)
+            return done;
+        done += count;
+    }
+    return done;
+}
+
+// Takes the bytes off both ends of a small write that are there already: of a header
+// mostly all but its size.
+void FileEdit::DropUnchanged(int64_t& position, std::span<const uint8_t>& bytes) const
+{
+    std::array<uint8_t, kComparedWrite> buffer;
+    if (bytes.size() > buffer.size())
+        return;
+    std::span<const uint8_t> present(buffer.data(),
+                                     ReadAt(position, std::span(buffer).first(bytes.size())));
+    while (!bytes.empty() && present.size() == bytes.size() && present.back() == bytes.back()) {
+        bytes = bytes.first(bytes.size() - 1);
+        present = present.first(bytes.size());
+    }
+    while (!bytes.empty() && !present.empty() && present.front() == bytes.front()) {
+        bytes = bytes.subspan(1);
+        present = present.subspan(1);
+        ++position;
+    }
+}
+
+void FileEdit::Replace(int64_t position, int64_t end, Piece piece)
+{
+    const auto first = static_cast<ptrdiff_t>(SplitAt(position));
+    const auto last = static_cast<ptrdiff_t>(SplitAt(end));
+    m_size = std::max(m_size, end);
+    if (first < last) {
+        m_pieces[static_cast<size_t>(first)] = std::move(piece);
+        m_pieces.erase(m_pieces.begin() + first + 1, m_pieces.begin() + last);
+    } else {
+        m_pieces.insert(m_pieces.begin() + first, std::move(piece));
+    }
+}
+
+bool FileEdit::WriteAt(int64_t position, std::span<const uint8_t> bytes)
+{
+    if (position < 0 || (position > m_size && !AppendZeros(position)))
+        return false;
+    DropUnchanged(position, bytes);
+    if (bytes.empty())
+        return true;
+    const auto length = static_cast<int64_t>(bytes.size());
+    auto copy = std::make_shared<const std::vector<uint8_t>>(bytes.begin(), bytes.end());
+    Replace(position, position + length, {position, length, Source::Bytes, 0, std::move(copy), 0});
+    return true;
+}
+
+bool FileEdit::AppendZeros(int64_t size)
+{
+    const int64_t length = size - m_size;
+    auto zeros = std::make_shared<const std::vector<uint8_t>>(static_cast<size_t>(length), 0);
+    Replace(m_size, size, {m_size, length, Source::Bytes, 0, std::move(zeros), 0});
+    return true;
+}
+
+bool FileEdit::SetSize(int64_t size)
+{
+    if (size < 0)
+        return false;
+    if (size > m_size)
+        return AppendZeros(size);
+    m_pieces.resize(SplitAt(size));
+    m_size = size;
+    return true;
+}
+
+bool FileEdit::Move(int64_t from, int64_t delta)
+{
+    const int64_t target = AddSaturated(from, delta);
+    if (from < 0 || from > m_size || target < 0)
+        return false;
+    const size_t moved = SplitAt(from);
+    std::vector<Piece> tail(
+        std::make_move_iterator(m_pieces.begin() + static_cast<ptrdiff_t>(moved)),
+        std::make_move_iterator(m_pieces.end()));
+    m_pieces.resize(moved);
+    const int64_t size = m_size + delta;
+    m_size = from;
+    if (!SetSize(target)) // cuts off what is overwritten, or fills the gap
+        return false;
+    for (Piece& piece : tail) {
+        piece.start += delta;
+        m_pieces.push_back(std::move(piece));
+    }
+    m_size = size;
+    return true;
+}
+
+bool FileEdit::MovesBaseBytes() const
+{
+    return std::ranges::any_of(m_pieces, [](const Piece& piece) {
+        return piece.source == Source::Base && piece.start != piece.basePosition;
+    });
+}
+
+std::vector<FileEdit::Change> FileEdit::Changes() const
+{
+    std::vector<Change> changes;
+    for (const Piece& piece : m_pieces)
+        if (piece.source == Source::Bytes)
+            changes.push_back(
+                {piece.start, std::span(*piece.bytes)
+                                  .subspan(piece.bytesOffset, static_cast<size_t>(piece.length))});
+    return changes;
+}
