@@ -113,7 +113,7 @@ bool clWaveDecoder::ReadDataBlock()
     if (size == 0)
         return true;
     const auto count = static_cast<size_t>(size);
-    if (!m_decodeBuffer.Reserve(count)) {
+    if (!m_decodeBuffer.ReserveForRead(count, m_position)) {
         StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report,
                               DecodeSteps::kReadDataBlock);
         return false;

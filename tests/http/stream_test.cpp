@@ -184,8 +184,8 @@ TEST_F(StreamTest, WhatCannotBeOpenedSaysWhy)
         Instance instance(plugin, &report);
         EXPECT_EQ(instance.Open(row.url, kDecode), 0);
         EXPECT_EQ(report.Take(kInformation), Why(row.reason));
-        EXPECT_EQ(report.Take(kError), Lines("Error opening file '" + row.url +
-                                             "' check no other program has it open.  [Open]\n"));
+        EXPECT_EQ(report.Take(kError), "Error opening file '" + row.url +
+                                           "' check no other program has it open.  [Open]\r\n");
         EXPECT_EQ(instance.Close(), 1);
     }
     Instance instance(plugin, &report); // a local file has nothing to say
