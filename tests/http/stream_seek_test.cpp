@@ -81,6 +81,16 @@ TEST_F(SeekTest, AServerOfRangesIsAskedForTheRest)
         EXPECT_EQ(instance.block.nPositionMS, static_cast<int64_t>(row.lands * 4000 / 176400));
         EXPECT_EQ(instance.Data(), Heard(row.lands, std::min<size_t>(row.lands + 16384, 100002)));
     }
+    // A sound chunk without a size has no audio where the stream's size is known.
+    const Bytes empty = AiffBuilder().Comm(2, 16, 44100).Ssnd(kSamples, 0).Build();
+    ASSERT_EQ(instance.Open(server.Serve(Ranged(empty)), kDecode), 1);
+    EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, 0);
+    // The pad byte of an odd chunk before the sound counts.
+    const Bytes odd = Join({Big(2, 2), Big(0, 4), Big(16, 2), Extended(44100), Bytes(1)});
+    const Bytes file = AiffBuilder().Chunk("COMM", odd).Ssnd(kSamples).Build();
+    ASSERT_EQ(instance.Open(server.Serve(Ranged(file)), kDecode), 1);
+    ASSERT_EQ(instance.Seek(100000), 1);
+    EXPECT_EQ(instance.Rest(), Heard(100000));
 }
 
 TEST_F(SeekTest, AWrongAnswerLeavesDecodingWhereItWas)
@@ -151,6 +161,13 @@ TEST_F(SeekTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
                 EXPECT_EQ(instance.block.nLastBlock, 1);
             }
         }
+    const std::vector<std::string> requests = server.Requests();
+    EXPECT_EQ(std::count_if(requests.begin(), requests.end(),
+                            [](const std::string& text) {
+                                return text.find("Range: bytes=200046-") != std::string::npos;
+                            }),
+              2)
+        << "a long way to the range is sought where the server can";
     Instance instance(plugin, &report); // the stream ends before the range begins
     ASSERT_EQ(instance.Range(50000, -1), 1);
     EXPECT_EQ(instance.Open(server.Serve(Answer("", Front(kFile, 100000))), kDecode), 0);
