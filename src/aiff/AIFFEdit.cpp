@@ -18,9 +18,6 @@ constexpr const char* kRemove = "RemoveChunkFromFile";
 constexpr const char* kWriteHeaders = "WriteChunkHeaders";
 constexpr const char* kWriteData = "WriteChunkData";
 
-// One place for the words of each failure.
-constexpr const wchar_t* kDiskFull = L"Error writing to file, disk full?";
-constexpr const wchar_t* kNoPosition = L"Error Setting File Position.";
 constexpr const wchar_t* kNoPositionZero = L"Error Setting File Position to 0.";
 constexpr const wchar_t* kNoChunkPosition =
     L"Error Setting File Chunk Position, lack of disk space?";
@@ -54,9 +51,9 @@ void clAIFFHandler::AddChunk(const char* code, uint32_t size, const void* data, 
     if (data != nullptr && size != 0 &&
         !chunk.Data.Assign({static_cast<const uint8_t*>(data), size}))
         throw std::bad_alloc();
-    const auto at = index < 0 || index > Count() ? m_chunks.end() : m_chunks.begin() + index;
-    m_chunks.insert(at, std::move(chunk));
-    CalcAllChunks();
+    const int at = index < 0 || index > Count() ? Count() : index;
+    m_chunks.insert(m_chunks.begin() + at, std::move(chunk));
+    CalcAllChunks(at);
     operation.Succeed();
 }
 

@@ -62,15 +62,18 @@ void clAIFFHandler::Destroy()
     m_report = {};
 }
 
-void clAIFFHandler::CalcAllChunks()
+void clAIFFHandler::CalcAllChunks(int first)
 {
     StdReport::WriteDEBUG(L"clAIFFHandler::CalcAllChunks: ", m_report, nullptr, false);
-    int64_t position = kFormHeaderSize;
-    for (STRIFFChunk& chunk : m_chunks) {
-        chunk.ChunkPosition = position;
-        chunk.FileDataPosition = position + kChunkHeaderSize;
-        position += kChunkHeaderSize + PaddedSize(chunk.nSize);
+    const auto endOf = [](const STRIFFChunk& chunk) {
+        return chunk.ChunkPosition + kChunkHeaderSize + PaddedSize(chunk.nSize);
+    };
+    for (int i = first; i < Count(); ++i) {
+        STRIFFChunk& chunk = m_chunks[static_cast<size_t>(i)];
+        chunk.ChunkPosition = i == 0 ? kFormHeaderSize : endOf(*GetChunk(i - 1));
+        chunk.FileDataPosition = chunk.ChunkPosition + kChunkHeaderSize;
     }
-    m_formSize = position - kChunkHeaderSize;
+    const int64_t end = m_chunks.empty() ? kFormHeaderSize : endOf(m_chunks.back());
+    m_formSize = end - kChunkHeaderSize;
     StdReport::WriteDEBUG(L"Ok", m_report);
 }

@@ -8,6 +8,8 @@
 
 #include <vector>
 
+class clPassAIFFChunks;
+
 // One chunk. Positions are those of chunks that lie back to back from offset 12,
 // each padded to an even length.
 struct STRIFFChunk {
@@ -75,6 +77,35 @@ public:
     // Marks the chunks from an index on for the next WriteChunkHeaders.
     void SetChunksToWrite(int first);
 
+    // --- Writing a new file (AIFFWriter.cpp) ---
+    //
+    // InitializeNewAIFF; WriteSTSoundData; the samples, big-endian, with Write; then the
+    // size of the sound chunk is set in the entry that FindChunkForWrite returns, and
+    // WriteChunkHeaders(false), WriteChunksAfterData and WriteCOMMChunkData complete the
+    // file. A failure is reported and leaves what was written before it.
+
+    // Lays out a plain AIFF file in an empty one: the chunks to pass through, with a
+    // COMM for `format` and an empty SSND among them. Writes all headers up to the
+    // sound's and the data before it, and stands where the samples go.
+    [[nodiscard]] bool InitializeNewAIFF(XFileHandle file, const STQvWaveFormat& format,
+                                         const STNStdReport& report, const clPassAIFFChunks& pass);
+
+    // Appends the 8 bytes in front of the samples to the file; 8, or 0 on failure.
+    [[nodiscard]] int WriteSTSoundData();
+
+    // Writes the data of the chunks behind the sound.
+    [[nodiscard]] bool WriteChunksAfterData();
+
+    // Writes the COMM chunk for a format and a count of sample bytes.
+    [[nodiscard]] bool WriteCOMMChunkData(const STQvWaveFormat& format, int64_t soundBytes);
+
+    // Makes the 18 bytes of a COMM chunk the data of an entry; false for a null one.
+    [[nodiscard]] static bool UpdateCOMMChunkData(STRIFFChunk* chunk, const STQvWaveFormat& format,
+                                                  int64_t soundBytes);
+
+    // As FindChunkForRead; marks the headers of this chunk and of all behind it.
+    STRIFFChunk* FindChunkForWrite(const char* text, bool fold);
+
     // --- Whether an edit would lose anything (AIFFEditCheck.cpp) ---
 
     // Makes the index cover the whole file, so that an edit keeps all of it: repairs
@@ -129,9 +160,17 @@ public:
     static void ByteSwap(XMem& block, int bitsPerSample);
 
 private:
-    void CalcAllChunks();
+    // Texts of failures that several operations report.
+    static constexpr const wchar_t* kDiskFull = L"Error writing to file, disk full?";
+    static constexpr const wchar_t* kNoPosition = L"Error Setting File Position.";
+
+    // Places the chunks back to back; those before `first` are placed already.
+    void CalcAllChunks(int first = 0);
     int FindIndex(const char* text, bool fold) const;
     bool IndexChunks(int64_t fileSize);
+    STRIFFChunk* FindChunk(const char* text);
+    void LayOut(const clPassAIFFChunks& pass);
+    bool WriteChunksBeforeSound();
     bool WriteHeader(const STRIFFChunk& chunk);
     bool WriteFormHeader(int64_t formSize);
     bool IndexWholeFile();

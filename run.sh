@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Sets up, builds and shows the main job: AIFF files become WAV files.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+scripts/setup.sh build
+cmake --preset release -DAIFF_TESTS=OFF -DAIFF_BENCH=OFF >/dev/null
+cmake --build --preset release
+
+demo=build/demo
+aiffconv=build/release/bin/aiffconv
+rm -rf "$demo"
+mkdir -p "$demo"
+build/release/bin/make_aiff --demo "$demo/aiff"
+
+echo
+echo "The demonstration files, as the plug-in describes them:"
+"$aiffconv" info "$demo"/aiff/*.aif*
+echo
+echo "Converting them:"
+"$aiffconv" convert "$demo"/aiff/*.aif* -o "$demo/wav"
+echo
+echo "The result:"
+ls -l "$demo/wav"
+echo
+echo "Try it on your own files: $aiffconv convert FILE.aiff -o FILE.wav"

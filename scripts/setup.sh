@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that a purpose needs and that are missing.
+#
+#   scripts/setup.sh build         what the plug-in and the host are built with
+#   scripts/setup.sh build test    what the tests need as well
+#   scripts/setup.sh build test ci what the checks of .ci/run need on top
+#
+# Does nothing, and needs no network, when everything is there. Needs root or sudo
+# otherwise.
+set -euo pipefail
+
+packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
+    libtag1-dev)
+packages_test=(libgtest-dev libgmock-dev nginx-light curl ffmpeg sndfile-programs python3
+    python3-mutagen parallel)
+packages_ci=(clang clang-format libclang-rt-14-dev lintian)
+
+is_installed() {
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+missing=()
+for purpose in "$@"; do
+    declare -n packages="packages_$purpose"
+    for package in "${packages[@]}"; do
+        is_installed "$package" || missing+=("$package")
+    done
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+if ! command -v apt-get >/dev/null; then
+    echo "Please install the equivalents of these Debian packages: ${missing[*]}" >&2
+    exit 1
+fi
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "These packages are missing; install them as root: ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -1,0 +1,136 @@
+// Writing a new file.
+
+#include "aiff/AIFFHandler.h"
+#include "aiff/PassChunks.h"
+#include "support/XAudioWFX.h"
+
+#include <algorithm>
+#include <array>
+
+using StdReport::Operation;
+
+namespace
+{
+constexpr const char* kInitializeNew = "InitializeNewAIFF";
+constexpr const char* kWriteSound = "WriteSTSoundData";
+
+bool HoldsItsData(const STRIFFChunk& chunk)
+{
+    return !chunk.Data.Empty() && static_cast<int64_t>(chunk.Data.Used()) == chunk.nSize;
+}
+} // namespace
+
+bool clAIFFHandler::InitializeNewAIFF(XFileHandle file, const STQvWaveFormat& format,
+                                      const STNStdReport& report, const clPassAIFFChunks& pass)
+{
+    m_report = report;
+    const Operation operation(m_report, kInitializeNew);
+    m_chunks.clear();
+    DefaultCreate();
+    // A file that is not open fails at the first write.
+    (void)Open(std::move(file));
+    LayOut(pass);
+    if (!UpdateCOMMChunkData(FindChunk(kChunkCommon), format, 0) || !WriteChunkHeaders(true) ||
+        !WriteChunksBeforeSound())
+        return false;
+    return operation.Succeed();
+}
+
+// The list of chunks: those passed through, with the format and the sound, whose data
+// is not taken over, in the place they had or before and at the end.
+void clAIFFHandler::LayOut(const clPassAIFFChunks& pass)
+{
+    for (int i = 0; i < pass.Count(); ++i) {
+        const STPassAIFFChunks& chunk = pass[i];
+        char code[5] = {};
+        for (int c = 0; c < 4; ++c)
+            code[c] = static_cast<char>(chunk.code >> 8 * c);
+        if (CompareID(chunk.code, kChunkCommon, true))
+            AddChunk(code, kLeastCommonSize, nullptr, -1);
+        else if (CompareID(chunk.code, kChunkSound, true))
+            AddChunk(code, 0, nullptr, -1);
+        else
+            AddChunk(code, static_cast<uint32_t>(chunk.data.Used()), chunk.data.Data(), -1);
+    }
+    if (FindChunkForRead(kChunkCommon, false) == nullptr)
+        AddChunk(kChunkCommon, kLeastCommonSize, nullptr, IndexOfDataChunk());
+    if (FindChunkForRead(kChunkSound, false) == nullptr)
+        AddChunk(kChunkSound, 0, nullptr, -1);
+}
+
+// Leaves the file where the sample data goes.
+bool clAIFFHandler::WriteChunksBeforeSound()
+{
+    for (STRIFFChunk& chunk : m_chunks) {
+        if (CompareID(chunk.ID, kChunkSound, true)) {
+            chunk.FileDataPosition += kSoundPrefixSize;
+            if (SetPosition(chunk.FileDataPosition))
+                return true;
+            StdReport::WriteERROR({kNoPosition}, m_report, kInitializeNew);
+            return false;
+        }
+        if (HoldsItsData(chunk) && !WriteChunkData(chunk, chunk.Data.View()))
+            return false;
+    }
+    return true;
+}
+
+STRIFFChunk* clAIFFHandler::FindChunk(const char* text)
+{
+    const int index = FindIndex(text, false);
+    return index < 0 ? nullptr : &m_chunks[static_cast<size_t>(index)];
+}
+
+STRIFFChunk* clAIFFHandler::FindChunkForWrite(const char* text, bool fold)
+{
+    const int index = FindIndex(text, fold);
+    if (index < 0)
+        return nullptr;
+    SetChunksToWrite(index);
+    return &m_chunks[static_cast<size_t>(index)];
+}
+
+bool clAIFFHandler::UpdateCOMMChunkData(STRIFFChunk* chunk, const STQvWaveFormat& format,
+                                        int64_t soundBytes)
+{
+    if (chunk == nullptr)
+        return false;
+    std::array<uint8_t, kLeastCommonSize> body;
+    const int64_t blockAlign = std::max<int64_t>(format.nBlockAlign, 1);
+    IntToSize(static_cast<int16_t>(format.nChannels), &body[0]);
+    Int64ToSize(soundBytes / blockAlign, &body[2]);
+    IntToSize(static_cast<int16_t>(format.nBitsPerSample), &body[6]);
+    ConvertToIeeeExtended(format.nSamplesPerSec, &body[8]);
+    return chunk->Data.Assign(body);
+}
+
+bool clAIFFHandler::WriteCOMMChunkData(const STQvWaveFormat& format, int64_t soundBytes)
+{
+    STRIFFChunk* chunk = FindChunk(kChunkCommon);
+    return UpdateCOMMChunkData(chunk, format, soundBytes) &&
+           WriteChunkData(*chunk, chunk->Data.View());
+}
+
+int clAIFFHandler::WriteSTSoundData()
+{
+    StdReport::WriteDEBUG(L"Writing STSoundData ", m_report);
+    if (!SetPosition(Size())) {
+        StdReport::WriteERROR({kNoPosition}, m_report, kWriteSound);
+        return 0;
+    }
+    const std::array<uint8_t, kSoundPrefixSize> prefix = {};
+    if (!Write(prefix)) {
+        StdReport::WriteERROR({kDiskFull}, m_report, kWriteSound);
+        return 0;
+    }
+    return kSoundPrefixSize;
+}
+
+bool clAIFFHandler::WriteChunksAfterData()
+{
+    const int sound = IndexOfDataChunk();
+    return std::all_of(m_chunks.begin() + (sound < 0 ? Count() : sound + 1), m_chunks.end(),
+                       [this](const STRIFFChunk& chunk) {
+                           return !HoldsItsData(chunk) || WriteChunkData(chunk, chunk.Data.View());
+                       });
+}
