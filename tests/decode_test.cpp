@@ -152,7 +152,7 @@ TEST_F(DecodeTest, RangesAndSeeks)
         EXPECT_EQ(host.Rest(), slice(from, to));
         for (const int64_t frame : {int64_t{0}, int64_t{1}, int64_t{7}, to - from - 1, to - from,
                                     to - from + 1, int64_t{999}, kMax / 4, kMax, int64_t{-1}}) {
-            if (from + frame < 0)
+            if (frame < -from)
                 continue;
             const int64_t place = from + std::min(frame, to - from);
             ASSERT_EQ(host.Seek(frame), 1) << frame;
@@ -278,7 +278,8 @@ TEST_F(DecodeTest, FileCutWhileItIsDecodedResumesWhenItIsWhole)
     ASSERT_EQ(host.Next(), 1);
     EXPECT_EQ(host.Data(), Bytes(pcm.begin() + 400, pcm.begin() + 400 + 65536));
     EXPECT_EQ(host.Next(), 0);
-    dir.Write("a.aiff", file);
+    std::fstream(path, std::ios::in | std::ios::out)
+        .write(reinterpret_cast<const char*>(file.data()), std::streamsize(file.size()));
     EXPECT_EQ(host.Rest(), Bytes(pcm.begin() + 400 + 65536, pcm.end()));
 }
 
@@ -299,8 +300,7 @@ TEST_F(DecodeTest, RealFilesEqualLibsndfile)
     int bits = 0;
     for (const char* name :
          {"pluck-pcm8.aiff", "pluck-pcm16.aiff", "pluck-pcm24.aiff", "pluck-pcm32.aiff", "sowt.aif",
-          "M1F1-int8-AFsp.aif", "padded24b.aif", "kick32b.aiff", "aifc_tagged.aif", "with-id3.aif",
-          "noise_odd.aif", "Porder.aif", "Ptjunk.aif"}) {
+          "M1F1-int8-AFsp.aif", "padded24b.aif", "kick32b.aiff", "with-id3.aif", "noise_odd.aif"}) {
         const Bytes pcm = decode(name, bits);
         EXPECT_FALSE(pcm.empty());
         EXPECT_EQ(Widened(pcm, bits), ReadWithSndfile(corpus + "/" + name).samples) << name;
@@ -314,9 +314,11 @@ TEST_F(DecodeTest, RealFilesEqualLibsndfile)
         std::reverse(size.begin(), size.end());
         EXPECT_EQ(Bytes(sound - 8, sound), Join({Text("data"), size})) << name;
     }
-    Instance host(plugin);
-    EXPECT_EQ(host.Open(corpus + "/pluck-alaw.aifc", 4), 1);
-    EXPECT_EQ(host.Open(corpus + "/pluck-alaw.aifc", 1), 0);
+    for (const char* name : {"pluck-alaw.aifc", "Porder.aif", "Ptjunk.aif", "aifc_tagged.aif"}) {
+        Instance other(plugin);
+        EXPECT_EQ(other.Open(corpus + "/" + name, 4), 1) << name;
+        EXPECT_EQ(other.Open(corpus + "/" + name, 1), 0) << name;
+    }
     EXPECT_EQ(Instance(plugin).Open(corpus + "/segfault.aif", 1), 0);
 }
 

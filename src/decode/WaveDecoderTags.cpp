@@ -11,6 +11,7 @@ const XMem* clWaveDecoder::ReadIDTags(XStr&)
     m_tagBuffer.Clear();
     if (!PullOutCOMMnSSND())
         return nullptr;
+    Operation(m_report, "InternalReadTags").Succeed();
     StdReport::WriteDEBUG({int64_t{0}, L" ID Tags:"}, m_report);
     operation.Succeed();
     return nullptr;
