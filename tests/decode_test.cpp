@@ -1,5 +1,6 @@
 // Decoding: every format against libsndfile, blocks, ranges, seeking, ends.
 
+#include "support/ChunkWalker.h"
 #include "support/Faults.h"
 #include "support/PluginDriver.h"
 
@@ -281,6 +282,30 @@ TEST_F(DecodeTest, FileCutWhileItIsDecodedResumesWhenItIsWhole)
     std::fstream(path, std::ios::in | std::ios::out)
         .write(reinterpret_cast<const char*>(file.data()), std::streamsize(file.size()));
     EXPECT_EQ(host.Rest(), Bytes(pcm.begin() + 400 + 65536, pcm.end()));
+}
+
+TEST_F(DecodeTest, GeneratedFilesAreStrictAndEqualLibsndfile)
+{
+    ASSERT_EQ(std::system((MAKE_AIFF_PATH " --demo " + dir.Path("")).c_str()), 0);
+    const std::string odd = MAKE_AIFF_PATH " " + dir.Path("odd.aifc");
+    ASSERT_EQ(std::system(
+                  (odd + " --type aifc --bits 24 --channels 1 --rate 8001 --seconds 2.5").c_str()),
+              0);
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.Path(""))) {
+        const std::string path = entry.path().string();
+        const WalkedForm form = WalkStrictly(ReadFile(path));
+        EXPECT_EQ(form.type, entry.path().extension() == ".aifc" ? "AIFC" : "AIFF");
+        Instance host(plugin, &report);
+        ASSERT_EQ(host.Open(path, 1), 1) << path;
+        const int bits = host.open.AudioInfo.WaveFormat.nBitsPerSample;
+        const Bytes pcm = host.Rest();
+        EXPECT_EQ(pcm.size() + 8, form.Only("SSND").data.size());
+        EXPECT_EQ(Widened(pcm, bits), ReadWithSndfile(path).samples) << path;
+        ++files;
+    }
+    EXPECT_EQ(files, 17);
+    EXPECT_EQ(report.Take(kError) + report.Take(kInformation), "");
 }
 
 // --- Real files ---------------------------------------------------------------------
