@@ -114,7 +114,7 @@ inline std::string Parsed(const Bytes& bytes, id3parser::parseCallback&& callbac
     }
     result += std::to_string(tag.Revision()) + ":";
     for (const id3parser::t_frame& frame : tag.Frames())
-        result += " " + IdText(frame.id) + "=" + S(frame.data.view());
+        result.append(" ").append(IdText(frame.id)).append("=").append(S(frame.data.view()));
     return result;
 }
 

@@ -36,7 +36,7 @@ std::string TextOf(const TL::Tag& tag, const char* id)
 {
     std::string text;
     for (const TL::Frame* frame : tag.frameList(id))
-        text += "[" + frame->toString().to8Bit(true) + "]";
+        text.append("[").append(frame->toString().to8Bit(true)).append("]");
     return text;
 }
 

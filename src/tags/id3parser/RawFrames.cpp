@@ -145,9 +145,12 @@ RawTag WalkRawFrames(std::span<const uint8_t> bytes)
     content = content.last(frames.left());
 
     Walk walk = WalkContent(content, tag.revision, false);
-    if (!walk.clean && tag.revision == kRevision4)
-        if (Walk plain = WalkContent(content, tag.revision, true); plain.clean)
+    if (!walk.clean && tag.revision == kRevision4) {
+        Walk plain = WalkContent(content, tag.revision, true);
+        tag.plainSizes = plain.clean;
+        if (plain.clean)
             walk = std::move(plain);
+    }
     tag.frames = std::move(walk.frames);
     if (!tag.parses)
         CutAtImplausible(tag.frames);

@@ -20,7 +20,8 @@ struct RawFrame {
 struct RawTag {
     t_tagRevision revision = kRevisionNone; // none: not a tag
     uint8_t flags = 0;
-    bool parses = false; // the parser reads it without an error
+    bool parses = false;     // the parser reads it without an error
+    bool plainSizes = false; // the parser takes the frames' sizes for something else
     std::vector<RawFrame> frames;
     std::vector<uint8_t> resynchronised; // the content, of a tag unsynchronised as a whole
 };
