@@ -25,38 +25,46 @@ AIFF_AVX2 void Store(uint8_t* bytes, __m256i vector)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), vector);
 }
 
+// The vectors run from the end of the block to its start: a block that was just read
+// is larger than the first cache, which still holds its end.
+
 AIFF_AVX2 void FlipSign8(uint8_t* bytes, size_t count)
 {
     const __m256i sign = _mm256_set1_epi8(static_cast<char>(0x80));
-    size_t done = 0;
-    for (; done + kVector <= count; done += kVector)
-        Store(bytes + done, _mm256_xor_si256(Load(bytes + done), sign));
-    Portable().flipSign8(bytes + done, count - done);
+    size_t left = count / kVector * kVector;
+    Portable().flipSign8(bytes + left, count - left);
+    for (; left != 0; left -= kVector) {
+        uint8_t* vector = bytes + left - kVector;
+        Store(vector, _mm256_xor_si256(Load(vector), sign));
+    }
 }
 
-// Applies one shuffle to both halves of every vector and returns the bytes done.
-AIFF_AVX2 size_t Shuffle(uint8_t* bytes, size_t size, __m256i order)
+// Applies one shuffle to both halves of every vector in `size` bytes, a multiple of
+// the vector.
+AIFF_AVX2 void Shuffle(uint8_t* bytes, size_t size, __m256i order)
 {
-    size_t done = 0;
-    for (; done + kVector <= size; done += kVector)
-        Store(bytes + done, _mm256_shuffle_epi8(Load(bytes + done), order));
-    return done;
+    for (size_t left = size; left != 0; left -= kVector) {
+        uint8_t* vector = bytes + left - kVector;
+        Store(vector, _mm256_shuffle_epi8(Load(vector), order));
+    }
 }
 
 AIFF_AVX2 void Reverse16(uint8_t* bytes, size_t count)
 {
     const __m256i order = _mm256_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14, 1,
                                            0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
-    const size_t done = Shuffle(bytes, count * 2, order);
-    Portable().reverse16(bytes + done, count - done / 2);
+    const size_t whole = count * 2 / kVector * kVector;
+    Portable().reverse16(bytes + whole, count - whole / 2);
+    Shuffle(bytes, whole, order);
 }
 
 AIFF_AVX2 void Reverse32(uint8_t* bytes, size_t count)
 {
     const __m256i order = _mm256_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12, 3,
                                            2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
-    const size_t done = Shuffle(bytes, count * 4, order);
-    Portable().reverse32(bytes + done, count - done / 4);
+    const size_t whole = count * 4 / kVector * kVector;
+    Portable().reverse32(bytes + whole, count - whole / 4);
+    Shuffle(bytes, whole, order);
 }
 
 // Two 16-byte pieces, one per half of a vector.
@@ -92,10 +100,10 @@ AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
     const __m256i third = AIFF_HALVES(-1, 3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10, 15, 14, 13);
     const __m256i thirdFromSecond =
         AIFF_HALVES(14, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-    const size_t size = count * 3;
-    size_t done = 0;
-    for (; done + 2 * kGroup <= size; done += 2 * kGroup) {
-        uint8_t* low = bytes + done;
+    size_t left = count * 3 / (2 * kGroup) * (2 * kGroup);
+    Portable().reverse24(bytes + left, count - left / 3);
+    for (; left != 0; left -= 2 * kGroup) {
+        uint8_t* low = bytes + left - 2 * kGroup;
         uint8_t* high = low + kGroup;
         const __m256i a = LoadHalves(low, high);
         const __m256i b = LoadHalves(low + 16, high + 16);
@@ -111,7 +119,6 @@ AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
                     _mm256_or_si256(_mm256_shuffle_epi8(c, third),
                                     _mm256_shuffle_epi8(b, thirdFromSecond)));
     }
-    Portable().reverse24(bytes + done, count - done / 3);
 }
 
 } // namespace

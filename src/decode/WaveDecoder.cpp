@@ -126,7 +126,7 @@ bool clWaveDecoder::ReadDataBlock()
     if (size == 0)
         return true;
     const auto count = static_cast<size_t>(size);
-    if (!m_decodeBuffer.Reserve(count)) {
+    if (!m_decodeBuffer.ReserveForRead(count, m_position)) {
         StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report, kReadDataBlock);
         return false;
     }

@@ -7,19 +7,19 @@
 
 void TagOptions::SetOption(std::wstring_view key)
 {
-    if (key == L"ID3v2EncodeUni")
+    if (key == ID3v2Option::kEncodeUni)
         textEncoding = 1;
-    else if (key == L"ID3v2EncodeUTF8")
+    else if (key == ID3v2Option::kEncodeUTF8)
         textEncoding = 2;
-    else if (key == L"ID3v2WriteV22")
+    else if (key == ID3v2Option::kWriteV22)
         writeVersion = 0;
-    else if (key == L"ID3v2WriteV221")
+    else if (key == ID3v2Option::kWriteV221)
         writeVersion = 1;
-    else if (key == L"ID3v2WriteV24")
+    else if (key == ID3v2Option::kWriteV24)
         writeVersion = 3;
-    else if (key == L"WriteFullDateInYearTag")
+    else if (key == ID3v2Option::kFullDateInYear)
         fullDateInYear = true;
-    else if (key == L"WriteStrictYearDate")
+    else if (key == ID3v2Option::kStrictYearDate)
         strictYearDate = true;
 }
 

@@ -100,8 +100,8 @@ void TagUpdate::ApplyField(const STInternalTag& item, bool deleteMode)
     if (!deleteMode && EqualNoCase(item.name, kTagVersionName))
         return;
     const XStr name = PreTranslateField(item.name);
-    const std::string field = id3parser::CanonicalField(
-        name == item.name ? shown : id3parser::conv::TextToUtf8(name));
+    const std::string field =
+        id3parser::CanonicalField(name == item.name ? shown : id3parser::conv::TextToUtf8(name));
     if (!id3parser::metaCompare::Equal(shown, field) || deleteMode || item.value.empty())
         RemoveField(shown);
     if (deleteMode || item.value.empty())
@@ -112,10 +112,10 @@ void TagUpdate::ApplyField(const STInternalTag& item, bool deleteMode)
 
 void TagUpdate::SetField(const std::string& field, const XStr& name, const XStr& value)
 {
-    const bool yearOnly = EqualNoCase(name, L"year") && !m_options.fullDateInYear &&
-                          !m_options.strictYearDate;
-    const std::string text = yearOnly ? std::to_string(LeadingInteger(value))
-                                      : id3parser::conv::TextToUtf8(value);
+    const bool yearOnly =
+        EqualNoCase(name, L"year") && !m_options.fullDateInYear && !m_options.strictYearDate;
+    const std::string text =
+        yearOnly ? std::to_string(LeadingInteger(value)) : id3parser::conv::TextToUtf8(value);
     metaMap::Values& values = m_fields.findOrAdd(field);
     if (isMultiValField(name))
         values = id3parser::SplitValues(text, kItemValueSeparator);

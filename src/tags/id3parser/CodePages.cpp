@@ -93,7 +93,8 @@ size_t utf8_decode_char(std::span<const uint8_t> bytes, uint32_t& codePoint)
     }
     const size_t longest = std::min(bytes.size(), std::size(kUtf8Leads));
     size_t length = 2;
-    while (length <= longest && (lead & kUtf8Leads[length - 1].mask) != kUtf8Leads[length - 1].value)
+    while (length <= longest &&
+           (lead & kUtf8Leads[length - 1].mask) != kUtf8Leads[length - 1].value)
         ++length;
     if (length > longest || (length == 2 && (lead & 0x1E) == 0))
         return 0;
@@ -255,8 +256,7 @@ std::string wideToCodepage(CodePage codePage, std::u16string_view units)
 
 bool isValidUTF8(std::span<const uint8_t> bytes)
 {
-    const std::string back =
-        wideToCodepage(CodePage::Utf8, codepageToWide(CodePage::Utf8, bytes));
+    const std::string back = wideToCodepage(CodePage::Utf8, codepageToWide(CodePage::Utf8, bytes));
     return std::ranges::equal(BytesOf(back), bytes);
 }
 

@@ -1,7 +1,7 @@
 // t_frame: reading pictures. The body holds the encoding, the MIME type, the
 // picture type, the description and the picture's bytes.
-#include "tags/id3parser/Errors.h"
 #include "tags/id3parser/FramePicture.h"
+#include "tags/id3parser/Errors.h"
 #include "tags/id3parser/Tag.h"
 #include "tags/id3parser/TextEncodings.h"
 

@@ -87,9 +87,9 @@ constexpr auto SortedById()
 }
 
 constexpr auto kById = SortedById();
-static_assert(std::ranges::adjacent_find(kById, [](const FrameRule& a, const FrameRule& b) {
-                  return a.id == b.id;
-              }) == kById.end(),
+static_assert(std::ranges::adjacent_find(kById, [](const FrameRule& a,
+                                                   const FrameRule& b) { return a.id == b.id; }) ==
+                  kById.end(),
               "a frame has one row");
 
 } // namespace

@@ -14,9 +14,9 @@ char metaCompare::lower(char c)
 
 bool metaCompare::operator()(std::string_view a, std::string_view b) const
 {
-    return std::ranges::lexicographical_compare(a, b, {}, [](char c) {
-        return static_cast<unsigned char>(lower(c));
-    }, [](char c) { return static_cast<unsigned char>(lower(c)); });
+    return std::ranges::lexicographical_compare(
+        a, b, {}, [](char c) { return static_cast<unsigned char>(lower(c)); },
+        [](char c) { return static_cast<unsigned char>(lower(c)); });
 }
 
 bool metaCompare::Equal(std::string_view a, std::string_view b)

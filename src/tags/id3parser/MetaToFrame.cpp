@@ -88,13 +88,12 @@ void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
     case WriteRule::MultiValue:
         return meta_to_frame_multivalue(rule.id, values);
     case WriteRule::Comment:
-        return m_existing.TakeOrBuild(
-            rule.field, values, m_frames,
-            [&](const std::string& text) { meta_to_frame_comm(rule.id, {}, text); });
-    case WriteRule::Url:
-        return m_existing.TakeOrBuild(rule.field, values, m_frames, [&](const std::string& url) {
-            Add(rule.id).SetAsURL(url);
+        return m_existing.TakeOrBuild(rule.field, values, m_frames, [&](const std::string& text) {
+            meta_to_frame_comm(rule.id, {}, text);
         });
+    case WriteRule::Url:
+        return m_existing.TakeOrBuild(rule.field, values, m_frames,
+                                      [&](const std::string& url) { Add(rule.id).SetAsURL(url); });
     case WriteRule::Genre:
         return meta_to_frame_genre(rule.id, values);
     case WriteRule::OldDate:

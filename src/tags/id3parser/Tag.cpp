@@ -48,8 +48,7 @@ static bool OnRevisionChange_Sanitize(t_frame& frame, t_tagRevision revision)
 
 void t_tag::OnRevisionChange(t_tagRevision revision)
 {
-    m_frames.remove_if(
-        [=](t_frame& frame) { return !OnRevisionChange_Sanitize(frame, revision); });
+    m_frames.remove_if([=](t_frame& frame) { return !OnRevisionChange_Sanitize(frame, revision); });
 }
 
 size_t t_tag::RemoveFrames(const FIDFilter& filter)

@@ -232,7 +232,7 @@ TEST(RawFrames, AreFoundWhereTheParserGivesUp)
 TEST(Parser, ReadsATagUnsynchronisedByAnotherProgram)
 {
     const char* folder = std::getenv("AIFF_CORPUS");
-    std::ifstream file(std::string(folder ? folder : AIFF_DEFAULT_CORPUS) + "/id3v23_unsynch.id3",
+    std::ifstream file(std::string(folder ? folder : AIFF_CORPUS_PATH) + "/id3v23_unsynch.id3",
                        std::ios::binary);
     if (!file)
         GTEST_SKIP() << "the corpus of real files is not here";

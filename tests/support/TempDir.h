@@ -1,0 +1,49 @@
+// Files for one test, in a folder of their own that goes with the object.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+class TempDir
+{
+public:
+    TempDir()
+    {
+        m_path = (std::filesystem::temp_directory_path() / "aiff-test-XXXXXX").string();
+        if (mkdtemp(m_path.data()) == nullptr)
+            throw std::runtime_error("no temporary folder");
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    ~TempDir() { std::filesystem::remove_all(m_path); }
+
+    std::string Path(const std::string& name) const { return m_path + "/" + name; }
+
+    // Writes a file and returns its path.
+    std::string Write(const std::string& name, const std::vector<uint8_t>& bytes) const
+    {
+        std::ofstream file(Path(name), std::ios::binary);
+        file.write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+        if (!file.flush())
+            throw std::runtime_error("cannot write " + name);
+        return Path(name);
+    }
+
+private:
+    std::string m_path;
+};
+
+inline std::vector<uint8_t> ReadFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::runtime_error("cannot read " + path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
