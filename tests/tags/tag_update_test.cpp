@@ -135,6 +135,11 @@ TEST(TagUpdate, FramesOfADamagedTagAreRescued)
     EXPECT_EQ(ContentOf(rescued), NewText("TIT2", u"a") + NewText("TPE1", u"b") + F3("TALB", "\0\0\0\5zipzip"s, "\0\x80"s) +
                                       F3("PRIV", body) + F3("UFID", "u"));
 
+    // A frame that no reader gets past would hide the others: it is passed over.
+    EXPECT_EQ(ContentOf(Update({zipped}, ListOf({{L"Artist", L"b"}}), {false, {L"ID3v2WriteV24"}})),
+              F4("TIT2", Text("a")) + F4("TPE1", "\0b\0"s) + F4("TALB", "\0\0\0\5zipzip"s, "\x10\x09"s) + F4("PRIV", body) +
+                  F4("UFID", "\0\0\0\1u"s, "\0\1"s) + F4("TIT3", Text("r"), "\x10\0"s));
+
     // Plain sizes: the tag becomes one that can be read.
     const Bytes plain = Tag4(F3("PRIV", body) + F3("TIT2", Text("a")) + F3("GEOB", body));
     ASSERT_EQ(Read(plain), Items({{L"damaged", L""}}));

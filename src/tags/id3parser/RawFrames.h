@@ -33,6 +33,10 @@ struct RawTag {
 // wrote so. Empty frames are left out.
 RawTag WalkRawFrames(std::span<const uint8_t> bytes);
 
+// Makes the parser pass over a frame that it would stumble at, by the flag for frames
+// that must not be changed. False when the revision has no such flag that it minds.
+bool MakePassable(RawFrame& raw, t_tagRevision revision);
+
 // Whether the parser shows the frame, and its body then. False for one that it
 // passes over or cannot read.
 bool DecodeRawFrame(const RawFrame& raw, t_tagRevision revision, t_frame& frame);
