@@ -80,8 +80,9 @@ void CarriedFrames::Merge(RawTag old)
     const bool headerUnsync = old.flags & tagFlags::kUnsynchronised;
     metaMap fields;
     std::vector<Identity> added;
-    for (const RawFrame& raw : old.frames)
-        MergeFrame(raw, old.revision, headerUnsync, fields, added);
+    for (RawFrame& raw : old.frames)
+        if ((old.parses && !old.plainSizes) || MakePassable(raw, old.revision))
+            MergeFrame(raw, old.revision, headerUnsync, fields, added);
     m_identities.insert(added.begin(), added.end());
     for (const auto& [field, values] : fields)
         if (!m_fields.haveField(field))
