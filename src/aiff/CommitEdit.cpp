@@ -78,15 +78,17 @@ bool ChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& writer, 
 
 } // namespace
 
-bool CommitEdit(const FileEdit& edit, const EditTarget& target, int64_t tailStart)
+CommitResult CommitEdit(const FileEdit& edit, const EditTarget& target, int64_t tailStart)
 {
+    DiskFile& file = *target.File();
     if (edit.MovesBaseBytes())
-        return ReplaceFile(*target.File(), target.Path(), edit);
-    InPlaceWriter writer(*target.File());
-    if (ChangeInPlace(edit, *target.File(), writer, tailStart))
-        return true;
+        return ReplaceFile(file, target.Path(), edit) ? CommitResult::Done
+                                                      : CommitResult::Unchanged;
+    InPlaceWriter writer(file);
+    if (ChangeInPlace(edit, file, writer, tailStart))
+        return CommitResult::Done;
     const int reason = errno;
-    writer.Undo();
+    const bool undone = writer.Undo();
     errno = reason;
-    return false;
+    return undone ? CommitResult::Unchanged : CommitResult::Damaged;
 }

@@ -4,6 +4,12 @@
 #include "support/EditTarget.h"
 #include "support/FileEdit.h"
 
+enum class CommitResult {
+    Done,
+    Unchanged, // the file is as it was
+    Damaged    // and what was written could not be taken back
+};
+
 // Makes the file what the edit says. Where no byte of the file changes its place, the
 // file is changed as it lies, in an order in which the audio can be found after every
 // single write, and put back when a write fails. Otherwise a changed copy takes the
@@ -12,5 +18,6 @@
 // target     the file that the edit is based on
 // tailStart  position of the chunk at the end of the form that the edit adds or
 //            changes, or the end of the form when there is none
-// returns false, with errno set and the file as it was, when anything fails
-[[nodiscard]] bool CommitEdit(const FileEdit& edit, const EditTarget& target, int64_t tailStart);
+// When it fails, errno says why.
+[[nodiscard]] CommitResult CommitEdit(const FileEdit& edit, const EditTarget& target,
+                                      int64_t tailStart);

@@ -62,6 +62,7 @@ private:
     NTag CollectProps(const XStr& properties) const;
     XStr EncoderSettings() const;
     XStr ChunkList() const;
+    void TraceTags(const NTag& tags) const;
 
     XFile m_file;
     STNStdReport m_report = {};

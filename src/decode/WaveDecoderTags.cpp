@@ -1,19 +1,63 @@
 // Tags of a file, as the decoder instance sees them.
 
+#include "decode/TagWriter.h"
 #include "decode/WaveDecoder.h"
+
+#include <algorithm>
 
 using StdReport::Operation;
 
-// No tag chunk is read yet: a file has no tags to give.
-const XMem* clWaveDecoder::ReadIDTags(XStr&)
+namespace
+{
+
+// How the properties name the tag of an AIFF file.
+constexpr const wchar_t* kTagDescription = L"iTunes ID3";
+constexpr size_t kTracedBytes = 20;
+
+// What the trace shows of an item: its value, or the size and the first bytes of its
+// data.
+XStr ItemText(const STInternalTag& item)
+{
+    if (!item.value.empty())
+        return item.value;
+    XStr text = L"DATA Length: " + std::to_wstring(item.data.size()) + L"   ";
+    for (size_t i = 0; i < std::min(item.data.size(), kTracedBytes); ++i)
+        text +=
+            item.data[i] >= 32 && item.data[i] <= 126 ? static_cast<wchar_t>(item.data[i]) : L'.';
+    return text;
+}
+
+} // namespace
+
+const XMem* clWaveDecoder::ReadIDTags(XStr& properties)
 {
     const Operation operation(m_report, "ReadIDTags");
     m_tagBuffer.Clear();
     if (!PullOutCOMMnSSND())
         return nullptr;
-    StdReport::WriteDEBUG({int64_t{0}, L" ID Tags:"}, m_report);
+    NTag tags;
+    int index = -1;
+    InternalReadTags(m_aiff, &tags, index, m_report);
+    if (index >= 0) {
+        if (!properties.empty())
+            properties += L" & ";
+        properties += kTagDescription;
+    }
+    TraceTags(tags);
+    if (!tags.ToRawMemory(m_tagBuffer))
+        return nullptr;
     operation.Succeed();
-    return nullptr;
+    return &m_tagBuffer;
+}
+
+void clWaveDecoder::TraceTags(const NTag& tags) const
+{
+    StdReport::WriteDEBUG({int64_t{tags.Count()}, L" ID Tags:"}, m_report);
+    if (!StdReport::IsOn(m_report.hDebug))
+        return;
+    for (long i = 0; i < tags.Count(); ++i)
+        StdReport::WriteDEBUGWithPrefix({L"\t\t\t"}, {tags[i].name, L": ", ItemText(tags[i])},
+                                        m_report);
 }
 
 bool clWaveDecoder::WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_t size,
@@ -24,12 +68,18 @@ bool clWaveDecoder::WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_
         return false;
     NTag tags;
     tags.InitFromRawMemory(blob, size);
-    if (tags.Count() == 0)
-        return operation.Succeed();
-    return false;
+    const bool written =
+        tags.Count() == 0 || TagWriter(report).Run(path, tags, TagWriter::Task::Write);
+    operation.Succeed(); // left also when the writing failed
+    return written;
 }
 
-bool clWaveDecoder::DeleteTags(const wchar_t*, const std::vector<XStr>&, bool, const STNStdReport&)
+bool clWaveDecoder::DeleteTags(const wchar_t* path, const std::vector<XStr>& names, bool everything,
+                               const STNStdReport& report)
 {
-    return false;
+    NTag tags;
+    for (const XStr& name : names)
+        tags.AddTag(name, XStr());
+    return TagWriter(report).Run(
+        path, tags, everything ? TagWriter::Task::DeleteAll : TagWriter::Task::DeleteFields);
 }

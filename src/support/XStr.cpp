@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <system_error>
 
 namespace
 {
@@ -152,6 +153,11 @@ int LeadingInteger(std::wstring_view text)
     for (; !text.empty() && text[0] >= L'0' && text[0] <= L'9'; text.remove_prefix(1))
         value = std::min(value * 10 + (text[0] - L'0'), kMost);
     return static_cast<int>(negative ? -value : std::min(value, kMost - 1));
+}
+
+XStr SystemText(int errorNumber)
+{
+    return FromUtf8(std::generic_category().message(errorNumber));
 }
 
 XStr SizeText(int64_t bytes)

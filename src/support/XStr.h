@@ -42,5 +42,8 @@ std::wstring_view Trim(std::wstring_view text);
 // when there is none. Saturates at the limits of int.
 int LeadingInteger(std::wstring_view text);
 
+// What the system says of an error number, for people.
+XStr SystemText(int errorNumber);
+
 // A size for people: "1 byte", "512 bytes", "30.5 KB", scaled by 1024.
 XStr SizeText(int64_t bytes);

@@ -2,6 +2,21 @@
 
 #include <unordered_map>
 
+namespace
+{
+
+// An item of a list that may be emptied is moved, any other copied.
+template <class List, class Item>
+decltype(auto) Pass(Item& item)
+{
+    if constexpr (std::is_rvalue_reference_v<List&&>)
+        return std::move(item);
+    else
+        return static_cast<const Item&>(item);
+}
+
+} // namespace
+
 STInternalTag* NTag::pTag(long position)
 {
     return position >= 0 && position < Count() ? &(*this)[position] : nullptr;
@@ -70,20 +85,33 @@ void NTag::SetTagValue(const XStr& name, const XStr& value)
         AddTag(name, value);
 }
 
-void NTag::MergeFrom(const NTag& other, bool overwrite)
+template <class List>
+void NTag::Merge(List&& other, bool overwrite)
 {
+    if (&other == this)
+        return;
     // A list grows to many thousand items: one look-up each must not walk them all.
     std::unordered_map<XStr, long> firstOfName;
     for (long i = 0; i < Count(); ++i)
         firstOfName.emplace(FoldCase((*this)[i].name), i);
-    const long count = other.Count(); // `other` may be this list
-    for (long i = 0; i < count; ++i) {
-        const auto [entry, isNew] = firstOfName.emplace(FoldCase(other[i].name), Count());
+    for (auto& item : other.m_tags) {
+        const auto [entry, isNew] = firstOfName.emplace(FoldCase(item.name), Count());
+        // Copied or moved, as the list is handed over.
         if (isNew)
-            AddTag(STInternalTag(other[i]));
+            m_tags.push_back(Pass<List>(item));
         else if (overwrite)
-            (*this)[entry->second] = STInternalTag(other[i]);
+            (*this)[entry->second] = Pass<List>(item);
     }
+}
+
+void NTag::MergeFrom(const NTag& other, bool overwrite)
+{
+    Merge(other, overwrite);
+}
+
+void NTag::MergeFrom(NTag&& other, bool overwrite)
+{
+    Merge(std::move(other), overwrite);
 }
 
 void NTag::DuplicateFrom(const NTag& other)

@@ -58,6 +58,8 @@ public:
     // already is left out, or replaces the present one when `overwrite` is set; this
     // holds for the items of `other` among themselves, too.
     void MergeFrom(const NTag& other, bool overwrite);
+    // The same, with the items' memory taken over.
+    void MergeFrom(NTag&& other, bool overwrite);
     void DuplicateFrom(const NTag& other);
 
     // Bits for DropTagsBeginUnderScore.
@@ -110,6 +112,8 @@ public:
 
 private:
     const STInternalTag* Find(std::wstring_view name) const;
+    template <class List>
+    void Merge(List&& other, bool overwrite);
 
     std::vector<STInternalTag> m_tags;
 };

@@ -1,0 +1,63 @@
+#include "codecs/Codec.h"
+
+#include <dlfcn.h>
+#include <filesystem>
+
+namespace codecs
+{
+namespace
+{
+
+// Without a slash dlopen would search the system's library folders.
+std::string PathWithFolder(const std::string& path)
+{
+    return path.find('/') == std::string::npos ? "./" + path : path;
+}
+
+template <class Function>
+bool FindFunction(void* library, const char* name, Function& function, std::string& why)
+{
+    function = reinterpret_cast<Function>(dlsym(library, name));
+    if (function != nullptr)
+        return true;
+    why = std::string("the function ") + name + " is missing";
+    return false;
+}
+
+} // namespace
+
+std::shared_ptr<const Codec> Codec::Load(const std::string& path, std::string& why)
+{
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) {
+        why = "there is no such file";
+        return nullptr;
+    }
+    void* library = dlopen(PathWithFolder(path).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) {
+        const char* message = dlerror();
+        why = message != nullptr ? message : "the system cannot load it";
+        return nullptr;
+    }
+    std::shared_ptr<Codec> codec(new Codec(library));
+    if (!codec->FindFunctions(why))
+        return nullptr;
+    return codec;
+}
+
+Codec::~Codec()
+{
+    dlclose(m_library);
+}
+
+bool Codec::FindFunctions(std::string& why)
+{
+#define QV_FIND(name, type)                                                                        \
+    if (!FindFunction(m_library, #name, m_functions.name, why))                                    \
+        return false;
+    QV_DECODER_FUNCTIONS(QV_FIND)
+#undef QV_FIND
+    return true;
+}
+
+} // namespace codecs

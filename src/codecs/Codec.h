@@ -1,0 +1,43 @@
+#pragma once
+
+#include "qvcodec.h"
+
+#include <memory>
+#include <string>
+
+namespace codecs
+{
+
+// The exported functions of one decoder; none is null once loaded.
+struct DecoderFunctions {
+#define QV_MEMBER(name, type) type name = nullptr;
+    QV_DECODER_FUNCTIONS(QV_MEMBER)
+#undef QV_MEMBER
+};
+
+// A decoder plug-in that is loaded into this process. The library is unloaded
+// when the last owner of the object goes, and every DecoderInstance is an owner,
+// so no instance outlives its code.
+class Codec
+{
+public:
+    // Loads the library at `path` and looks up the nine functions.
+    //
+    // returns null when it cannot be used; `why` then says so in a few words
+    static std::shared_ptr<const Codec> Load(const std::string& path, std::string& why);
+
+    Codec(const Codec&) = delete;
+    Codec& operator=(const Codec&) = delete;
+    ~Codec();
+
+    const DecoderFunctions& Functions() const { return m_functions; }
+
+private:
+    explicit Codec(void* library) : m_library(library) {}
+    bool FindFunctions(std::string& why);
+
+    void* m_library;
+    DecoderFunctions m_functions;
+};
+
+} // namespace codecs

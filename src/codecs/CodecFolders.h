@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace codecs
+{
+
+// The environment variable that names the folder which holds Codecs/Bin.
+inline constexpr char kCodecPathVariable[] = "QVCODECPATH";
+
+// What a plug-in is for; each kind has a folder of its own below Codecs/Bin.
+enum class CodecKind { Decoder, Encoder, Dsp };
+
+// Name of the folder of a kind, which is also its name for people.
+const char* KindName(CodecKind kind);
+
+// Folders that may hold Codecs/Bin, best first: only the one the environment
+// names, or else those around the running program.
+std::vector<std::string> CandidateRoots();
+
+// The first candidate with a Codecs/Bin folder; empty when there is none.
+std::string FindRoot(const std::vector<std::string>& candidates);
+
+// Paths of the plug-in files of one kind below `root`, sorted by name.
+std::vector<std::string> PluginFiles(const std::string& root, CodecKind kind);
+
+} // namespace codecs

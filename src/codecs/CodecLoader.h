@@ -1,0 +1,79 @@
+#pragma once
+
+#include "codecs/Codec.h"
+#include "codecs/CodecFolders.h"
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace codecs
+{
+
+// One kind of file that a decoder reads.
+struct FileFormat {
+    std::wstring extension; // with its dot, as the decoder spells it
+    std::wstring name;
+};
+
+// A usable decoder and its own account of itself.
+struct Decoder {
+    std::string path;
+    std::shared_ptr<const Codec> codec;
+    std::wstring description;
+    std::vector<FileFormat> formats;
+    std::vector<std::wstring> mimeTypes;
+};
+
+// A plug-in file that was found.
+struct PluginFile {
+    std::string path;
+    CodecKind kind = CodecKind::Decoder;
+    const Decoder* decoder = nullptr; // null: not a decoder, or not usable
+    std::string problem;              // why a decoder is not usable
+};
+
+// Loads all decoders below one folder and knows which of them serves which
+// extension and MIME type. Encoders and DSPs are listed, not loaded.
+// Any number of threads may look things up once Load has returned.
+class CodecLoader
+{
+public:
+    CodecLoader() = default;
+    CodecLoader(CodecLoader&&) = default; // pointers to decoders stay valid
+    CodecLoader& operator=(CodecLoader&&) = default;
+
+    // Finds the folder (see CandidateRoots) and loads what it holds, replacing
+    // what was loaded before. Libraries stay loaded as long as anyone uses them.
+    void Load();
+    void LoadFrom(const std::string& root);
+
+    // The folder in use; empty when none of SearchedRoots() fits.
+    const std::string& Root() const { return m_root; }
+    const std::vector<std::string>& SearchedRoots() const { return m_searched; }
+
+    const std::vector<PluginFile>& Files() const { return m_files; }
+    const std::deque<Decoder>& Decoders() const { return m_decoders; }
+
+    // The decoder for an extension with its dot, or for a MIME type, upper and
+    // lower case alike; null when there is none. The first one found serves.
+    const Decoder* ForExtension(std::wstring_view extension) const;
+    const Decoder* ForMimeType(std::wstring_view mimeType) const;
+
+private:
+    using Index = std::map<std::wstring, const Decoder*>;
+
+    void AddDecoder(PluginFile& file);
+
+    std::string m_root;
+    std::vector<std::string> m_searched;
+    std::vector<PluginFile> m_files;
+    std::deque<Decoder> m_decoders; // addresses stay as it grows
+    Index m_byExtension;
+    Index m_byMimeType;
+};
+
+} // namespace codecs

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "codecs/Codec.h"
+
+namespace codecs
+{
+
+// Owns one decoder handle and keeps its library loaded. Used by one thread at a
+// time. Every call on an empty instance fails.
+class DecoderInstance
+{
+public:
+    DecoderInstance() = default;
+    // Creates a handle that reports to `report`, whose descriptors must stay
+    // open as long as the instance lives. Empty when the decoder refuses.
+    DecoderInstance(std::shared_ptr<const Codec> codec, const STNStdReport& report);
+    DecoderInstance(DecoderInstance&& other) noexcept;
+    DecoderInstance& operator=(DecoderInstance&& other) noexcept;
+    ~DecoderInstance();
+
+    bool IsEmpty() const { return m_handle == nullptr; }
+
+    // The functions of the plug-in under their own names; true when it said 1.
+    [[nodiscard]] bool Get(const wchar_t* key, STQvCodecGetSet& record);
+    [[nodiscard]] bool Set(const wchar_t* key, STQvCodecGetSet& record);
+    [[nodiscard]] bool Open(STQvOpenDecoder& record);
+    void Close();
+    [[nodiscard]] bool DecodeBlock(STQvAudioBlock& block);
+    [[nodiscard]] bool SetPosition(int64_t frame);
+    [[nodiscard]] bool DeleteATag(const wchar_t* fileName, const wchar_t* names);
+
+private:
+    std::shared_ptr<const Codec> m_codec;
+    void* m_handle = nullptr;
+    bool m_opened = false; // Close is due
+};
+
+} // namespace codecs

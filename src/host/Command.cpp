@@ -1,0 +1,36 @@
+#include "host/Command.h"
+
+#include "host/WideText.h"
+
+#include <cstdio>
+
+namespace host
+{
+
+void SayProblem(std::string_view line)
+{
+    std::fprintf(stderr, "aiffconv: %s\n", Printable(line).c_str());
+}
+
+bool LoadDecoders(codecs::CodecLoader& loader)
+{
+    loader.Load();
+    if (!loader.Decoders().empty())
+        return true;
+    if (loader.Root().empty()) {
+        std::string searched;
+        for (const std::string& root : loader.SearchedRoots())
+            searched += (searched.empty() ? "" : ", ") + root;
+        SayProblem("no folder Codecs/Bin with decoder plug-ins in: " + searched + " (set " +
+                   codecs::kCodecPathVariable + " to the folder that holds it)");
+        return false;
+    }
+    SayProblem("no usable decoder plug-in in " + loader.Root() + "/Codecs/Bin/decoder");
+    for (const codecs::PluginFile& file : loader.Files()) {
+        if (!file.problem.empty())
+            SayProblem(file.path + ": " + file.problem);
+    }
+    return false;
+}
+
+} // namespace host

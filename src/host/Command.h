@@ -1,0 +1,44 @@
+#pragma once
+
+#include "codecs/CodecLoader.h"
+#include "host/Trace.h"
+
+#include <CLI/App.hpp>
+#include <memory>
+#include <string_view>
+
+namespace host
+{
+
+// What the user asked of the program as a whole.
+struct GlobalOptions {
+    Trace trace;
+};
+
+// One subcommand of the program. A new one is a class of its own and a line in
+// main().
+class Command
+{
+public:
+    virtual ~Command() = default;
+
+    // Adds the subcommand, its options (stored in this object, which outlives the
+    // parsing) and its help.
+    virtual CLI::App* AddTo(CLI::App& program) = 0;
+    // Carries it out after parsing; returns the exit code.
+    virtual int Run(const GlobalOptions& global) = 0;
+};
+
+std::unique_ptr<Command> MakeConvertCommand();
+std::unique_ptr<Command> MakeInfoCommand();
+std::unique_ptr<Command> MakeCodecsCommand();
+
+// One line on standard error, with the program's name in front.
+void SayProblem(std::string_view line);
+
+// Loads the decoders.
+//
+// returns false, after telling the user why, when none is usable
+[[nodiscard]] bool LoadDecoders(codecs::CodecLoader& loader);
+
+} // namespace host

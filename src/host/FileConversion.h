@@ -1,0 +1,62 @@
+#pragma once
+
+#include "host/DecoderSession.h"
+#include "host/OutputFile.h"
+#include "host/OutputPlan.h"
+#include "host/TimePoint.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace host
+{
+
+struct ConvertOptions {
+    bool overwrite = false;
+    std::optional<TimePoint> start;
+    std::optional<TimePoint> end; // exclusive
+};
+
+enum class ConvertOutcome {
+    Converted,
+    Damaged, // the output holds what could be read
+    Failed   // there is no output
+};
+
+// Turns one input into one WAV file, bit for bit. One object per worker, used for
+// one file after the other.
+class FileConversion
+{
+public:
+    using ProgressFunction = std::function<void(double fraction)>; // 0 to 1
+
+    // All but the function must outlive the object.
+    FileConversion(const codecs::CodecLoader& loader, ReportCapture& report,
+                   const ConvertOptions& options, ProgressFunction progress);
+
+    ConvertOutcome Run(const OutputPlan::Item& item);
+
+    // After Damaged or Failed: what is wrong, for people, without the input's name.
+    const std::string& Problem() const { return m_problem; }
+
+private:
+    bool ResolveRange(const Input& input, FrameRange& range);
+    ConvertOutcome Write(DecoderSession& session, const std::string& path);
+    bool WriteAudio(DecoderSession& session, OutputFile& output, int64_t expected,
+                    int64_t& written);
+    bool CorrectHeader(DecoderSession& session, OutputFile& output, size_t headerSize,
+                       int64_t written);
+    bool Fail(const std::string& what);
+    bool FailOutput(const OutputFile& output);
+
+    const codecs::CodecLoader& m_loader;
+    ReportCapture& m_report;
+    const ConvertOptions& m_options;
+    ProgressFunction m_progress;
+    std::vector<uint8_t> m_buffer; // of the output
+    std::string m_outputName;
+    std::string m_problem;
+};
+
+} // namespace host

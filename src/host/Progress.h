@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host
+{
+
+// Tells the user on standard error how far a command is: a bar when that is a
+// terminal, plain lines otherwise. Threads may call everything at any time.
+class Progress
+{
+public:
+    enum class Style {
+        Quiet, // problems only
+        Lines,
+        Bar
+    };
+    // Quiet when asked for; a bar only on a terminal that shows no trace.
+    static Style ChooseStyle(bool quiet, bool traceOnTerminal);
+
+    Progress(Style style, size_t files, size_t workers);
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ~Progress();
+
+    // A worker is this far with its present file, 0 to 1.
+    void Update(size_t worker, double fraction);
+    // A worker is through with a file, well or not. `line` tells how it went and is
+    // shown in the style Lines, or when it is the only file.
+    void FileDone(size_t worker, std::string_view line);
+    // How it went as a whole; shown unless quiet.
+    void Summary(std::string_view line);
+    // Something the user must see in every style.
+    void Problem(std::string_view line);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void Draw();
+    void Erase();
+    void Write(std::string_view line);
+
+    const Style m_style;
+    const size_t m_files;
+    std::vector<std::atomic<float>> m_fractions; // of each worker's present file
+    std::atomic<Clock::rep> m_nextDraw{0};
+    std::mutex m_access; // of all below, and of standard error
+    size_t m_filesDone = 0;
+    bool m_drawn = false;
+};
+
+} // namespace host

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "qvcodec.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace host
+{
+
+// All bytes of a WAV file before its samples, for `pcmBytes` bytes of PCM (whole
+// sample frames): a classic RIFF header, or an RF64 one when the file passes 4 GiB. An odd number
+// of bytes is to be followed by one zero byte.
+//
+// returns nothing when the format fits no WAV file; `why` then says so in a few
+//         words
+std::vector<uint8_t> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes, std::string& why);
+
+} // namespace host

@@ -1,0 +1,84 @@
+#include "tags/TagFields.h"
+
+#include "tags/TagPictures.h"
+#include "tags/id3parser/CodePages.h"
+#include "tags/id3parser/Errors.h"
+#include "tags/id3parser/FrameReader.h"
+#include "tags/id3parser/FrameToMeta.h"
+
+#include <algorithm>
+
+using id3parser::metaMap;
+using id3parser::t_tag;
+
+int64_t TagSizeFromHeader(std::span<const uint8_t> bytes)
+{
+    constexpr uint8_t kUnknownFlags = 0x0F;
+    constexpr uint8_t kFooterFlag = 0x10;
+    id3parser::streamInMem in(bytes);
+    try {
+        const id3parser::TagHeader header = id3parser::ReadTagHeader(in);
+        if (header.flags & kUnknownFlags)
+            return 0;
+        const size_t ends = header.flags & kFooterFlag ? 2 : 1;
+        return static_cast<int64_t>(header.size + ends * id3parser::kTagHeaderSize);
+    } catch (const id3parser::parseError&) {
+        return 0;
+    }
+}
+
+bool ReadTagList(std::span<const uint8_t> bytes, NTag& list)
+{
+    list.Destroy();
+    t_tag tag;
+    try {
+        id3parser::parseCallback everything;
+        tag.Parse_MemBlock(bytes.data(), bytes.size(), everything);
+    } catch (const id3parser::parseError&) {
+        return false;
+    }
+    AppendTagToList(tag, list);
+    return true;
+}
+
+void AppendTagToList(t_tag& tag, NTag& list)
+{
+    list.AddTag(kTagVersionName, L"ID3v2." + std::to_wstring(tag.Revision()));
+    metaMap map;
+    tag_to_metaMap(tag, map);
+    for (const auto& [field, values] : map)
+        if (field.empty() || field[0] != '_')
+            list.AddTag(id3parser::conv::Utf8ToText(field), ItemValue(values));
+    AppendPicturesToList(tag, list);
+}
+
+XStr ItemValue(const metaMap::Values& values)
+{
+    return id3parser::conv::Utf8ToText(
+        id3parser::JoinValues(values, std::string_view(&kItemValueSeparator, 1)));
+}
+
+XStr AsInBlob(std::wstring_view text)
+{
+    XStr cut(text);
+    for (wchar_t& c : cut)
+        c = static_cast<wchar_t>(static_cast<uint32_t>(c) & 0xFFFF);
+    cut.resize(std::min(cut.find(L'\0'), cut.size()));
+    return cut;
+}
+
+XStr PreTranslateField(const XStr& name)
+{
+    if (EqualNoCase(name, L"content group description"))
+        return L"style";
+    if (EqualNoCase(name, L"ITUNNORM"))
+        return L"COMMENT ITUNNORM";
+    return name;
+}
+
+bool isMultiValField(const XStr& name)
+{
+    constexpr std::wstring_view kSingle[] = {L"LYRICS", L"UNSYNCED LYRICS", L"COMMENT"};
+    return std::ranges::none_of(
+        kSingle, [&](std::wstring_view single) { return EqualNoCase(name, single); });
+}

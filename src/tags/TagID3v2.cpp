@@ -1,0 +1,183 @@
+#include "tags/TagID3v2.h"
+
+#include "tags/TagFields.h"
+#include "tags/TagUpdate.h"
+#include "tags/id3parser/Errors.h"
+#include "tags/id3parser/FrameReader.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace
+{
+
+// Reads a region of a file ahead, so that small fields cost no system call each; what
+// is larger than the buffer goes straight to its place.
+class myStreamIn : public id3parser::streamIn
+{
+public:
+    myStreamIn(const XFile& file, int64_t position, int64_t size)
+        : m_file(file), m_position(position), m_end(position + size)
+    {
+    }
+
+    size_t read(void* buffer, size_t size) override
+    {
+        auto* out = static_cast<uint8_t*>(buffer);
+        size = std::min(size, left());
+        const size_t ahead = std::min(size, m_ahead.size());
+        std::copy_n(m_ahead.begin(), ahead, out);
+        m_ahead = m_ahead.subspan(ahead);
+        const std::span<uint8_t> rest(out + ahead, size - ahead);
+        if (rest.size() >= m_buffer.size()) {
+            const size_t count = m_file.ReadAt(m_position, rest);
+            m_position += static_cast<int64_t>(count);
+            return ahead + count;
+        }
+        if (!rest.empty()) {
+            FillBuffer();
+            const size_t count = std::min(rest.size(), m_ahead.size());
+            std::copy_n(m_ahead.begin(), count, rest.begin());
+            m_ahead = m_ahead.subspan(count);
+            return ahead + count;
+        }
+        return ahead;
+    }
+
+    size_t skip(size_t size) override
+    {
+        size = std::min(size, left());
+        const size_t ahead = std::min(size, m_ahead.size());
+        m_ahead = m_ahead.subspan(ahead);
+        m_position += static_cast<int64_t>(size - ahead);
+        return size;
+    }
+
+    size_t left() const override
+    {
+        return m_ahead.size() + static_cast<size_t>(m_end - m_position);
+    }
+
+private:
+    void FillBuffer()
+    {
+        const auto size = std::min<int64_t>(m_end - m_position, std::ssize(m_buffer));
+        const size_t count =
+            m_file.ReadAt(m_position, std::span(m_buffer).first(static_cast<size_t>(size)));
+        m_ahead = std::span(m_buffer).first(count);
+        m_position += static_cast<int64_t>(count);
+    }
+
+    const XFile& m_file;
+    int64_t m_position; // behind what is buffered
+    int64_t m_end;
+    std::array<uint8_t, 4096> m_buffer;
+    std::span<const uint8_t> m_ahead;
+};
+
+} // namespace
+
+TagID3v2::TagID3v2(XFileHandle file, int64_t position)
+{
+    (void)m_file.Open(std::move(file)); // a file that is not open holds no tag
+    m_region.position = position;
+    m_region.size = GetID3v2TagSize();
+}
+
+void TagID3v2::SetRegion(int64_t size, bool keepSize)
+{
+    m_region.size = size;
+    m_keepSize = keepSize;
+}
+
+int64_t TagID3v2::Aligned(int64_t size) const
+{
+    return (size + m_alignment - 1) / m_alignment * m_alignment;
+}
+
+int64_t TagID3v2::GetID3v2TagSize() const
+{
+    std::array<uint8_t, id3parser::kTagHeaderSize> header;
+    if (m_file.ReadAt(m_region.position, header) != header.size())
+        return 0;
+    return TagSizeFromHeader(header);
+}
+
+bool TagID3v2::Read(NTag& tags)
+{
+    tags.Destroy();
+    if (GetID3v2TagSize() > m_region.size)
+        return false;
+    id3parser::t_tag tag;
+    try {
+        myStreamIn stream(m_file, m_region.position, m_region.size);
+        id3parser::parseCallback everything;
+        tag.Parse(stream, everything);
+    } catch (const id3parser::parseError&) {
+        return false;
+    } catch (const std::overflow_error&) {
+        return false;
+    }
+    AppendTagToList(tag, tags);
+    return true;
+}
+
+// A tag that claims more than its region is none: nothing beyond the region is taken
+// for it.
+std::vector<uint8_t> TagID3v2::ReadBytes(const Region& region) const
+{
+    TagID3v2 tag(m_file.Handle(), region.position);
+    if (tag.GetID3v2TagSize() > region.size)
+        return {};
+    const int64_t present = m_file.Size() - region.position;
+    std::vector<uint8_t> bytes(
+        static_cast<size_t>(std::clamp<int64_t>(region.size, 0, std::max<int64_t>(present, 0))));
+    bytes.resize(m_file.ReadAt(region.position, bytes));
+    return bytes;
+}
+
+bool TagID3v2::Write(const NTag& tags, bool deleteMode)
+{
+    std::vector<std::vector<uint8_t>> old;
+    for (const Region& region : m_earlier)
+        old.push_back(ReadBytes(region));
+    old.push_back(ReadBytes(m_region));
+    const std::vector<std::span<const uint8_t>> views(old.begin(), old.end());
+    TagUpdate update(m_options, views);
+    update.Apply(tags, deleteMode);
+    if (!update.Build())
+        return false;
+    constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
+    const auto room = static_cast<uint64_t>(Aligned(m_region.size));
+    std::vector<uint8_t> tag;
+    if (!update.Finish(m_keepSize ? room : 0, m_keepSize ? kAnyPadding : 0, m_alignment, tag))
+        return false;
+    m_writtenSize = static_cast<int64_t>(tag.size());
+    // Writing back what is there would only put it at risk.
+    return std::ranges::equal(tag, old.back()) || PlaceTag(tag);
+}
+
+bool TagID3v2::PlaceTag(std::span<const uint8_t> tag)
+{
+    const int64_t regionEnd = m_region.position + Aligned(m_region.size);
+    const int64_t delta = m_region.position + m_writtenSize - regionEnd;
+    // The last region may lack its pad byte.
+    if (m_file.Size() < regionEnd && !m_file.SetSize(regionEnd))
+        return false;
+    return (delta == 0 || m_file.Shuffle(regionEnd, delta)) &&
+           m_file.SetPosition(m_region.position) && m_file.Write(tag);
+}
+
+bool TagID3v2::DeleteAllTags()
+{
+    const int64_t size = Aligned(GetID3v2TagSize());
+    return size == 0 || m_file.Shuffle(m_region.position + size, -size);
+}
+
+bool TagID3v2::DeleteATag(const wchar_t* name)
+{
+    NTag list;
+    list.AddTag(name, XStr());
+    return Write(list, true);
+}

@@ -1,0 +1,86 @@
+// An ID3v2 tag in a region of a file.
+#pragma once
+
+#include "support/XFile.h"
+#include "tags/NTag.h"
+#include "tags/TagOptions.h"
+
+// What all readers and writers of tags in files can do.
+class BaseTag
+{
+public:
+    virtual ~BaseTag() = default;
+
+    // Unknown options are ignored.
+    virtual void SetOption(const wchar_t* key) = 0;
+    virtual const wchar_t* GetTagName() const = 0;
+
+    // Replaces the list with what the tag says.
+    [[nodiscard]] virtual bool Read(NTag& tags) = 0;
+    virtual bool HasTag() const = 0;
+
+    // Sets the fields that the list names and keeps the others; in delete mode removes
+    // the fields that it names.
+    [[nodiscard]] virtual bool Write(const NTag& tags, bool deleteMode) = 0;
+    [[nodiscard]] virtual bool DeleteAllTags() = 0;
+    [[nodiscard]] virtual bool DeleteATag(const wchar_t* name) = 0;
+};
+
+class TagID3v2 : public BaseTag
+{
+public:
+    // `position` is where the tag starts, or is to start, in bytes.
+    TagID3v2(XFileHandle file, int64_t position);
+
+    void SetOption(const wchar_t* key) override { m_options.SetOption(key); }
+    const wchar_t* GetTagName() const override { return L"ID3v2"; }
+
+    // The written tag's size becomes a multiple of this, 1 or more.
+    void SetAlign(unsigned alignment) { m_alignment = alignment; }
+
+    // Bounds the tag by a region of `size` bytes at its position, which a written tag
+    // replaces as a whole: a tag that claims more is none. With `keepSize` a written tag
+    // fills the region when it fits, and gets some spare room when it does not.
+    void SetRegion(int64_t size, bool keepSize);
+
+    // A tag elsewhere in the file whose frames come before those of this one when it is
+    // written.
+    void AddEarlierTag(int64_t position, int64_t size) { m_earlier.push_back({position, size}); }
+
+    // Bytes that the tag says it takes, footer included, without looking at the region;
+    // 0 when there is none.
+    int64_t GetID3v2TagSize() const;
+
+    [[nodiscard]] bool Read(NTag& tags) override;
+    bool HasTag() const override { return GetID3v2TagSize() != 0; }
+
+    // Moves what lies behind the region to where the new tag ends. False, with nothing
+    // written, when the tag exceeds what its format can say.
+    [[nodiscard]] bool Write(const NTag& tags, bool deleteMode) override;
+
+    // Bytes that the last successful Write wrote, padding included.
+    int64_t WrittenSize() const { return m_writtenSize; }
+
+    // Removes the tag's bytes from the file.
+    [[nodiscard]] bool DeleteAllTags() override;
+    [[nodiscard]] bool DeleteATag(const wchar_t* name) override;
+
+private:
+    struct Region {
+        int64_t position = 0;
+        int64_t size = 0;
+    };
+
+    // What lies behind the tag starts at a multiple of the alignment.
+    int64_t Aligned(int64_t size) const;
+    std::vector<uint8_t> ReadBytes(const Region& region) const;
+    bool PlaceTag(std::span<const uint8_t> tag);
+
+    XFile m_file;
+    Region m_region;
+    bool m_keepSize = false;
+    std::vector<Region> m_earlier;
+    TagOptions m_options;
+    unsigned m_alignment = 1;
+    int64_t m_writtenSize = 0;
+};

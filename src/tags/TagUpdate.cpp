@@ -1,0 +1,174 @@
+#include "tags/TagUpdate.h"
+
+#include "tags/TagFields.h"
+#include "tags/TagPictures.h"
+#include "tags/id3parser/CodePages.h"
+#include "tags/id3parser/Errors.h"
+#include "tags/id3parser/FieldNames.h"
+#include "tags/id3parser/FrameReader.h"
+#include "tags/id3parser/FrameToMeta.h"
+#include "tags/id3parser/MetaToFrame.h"
+#include "tags/id3parser/Serialize.h"
+
+#include <stdexcept>
+
+using id3parser::metaMap;
+using id3parser::RawTag;
+using id3parser::t_frame;
+
+namespace
+{
+
+std::vector<RawTag> WalkTags(std::span<const std::span<const uint8_t>> oldTags)
+{
+    std::vector<RawTag> tags;
+    for (const std::span<const uint8_t> bytes : oldTags)
+        tags.push_back(id3parser::WalkRawFrames(bytes));
+    return tags;
+}
+
+// A tag keeps its revision when it can be read and written.
+id3parser::t_tagRevision RevisionFor(const TagOptions& options, const std::vector<RawTag>& tags)
+{
+    if (tags.empty() || !tags.back().parses)
+        return options.NewRevision();
+    const id3parser::t_tagRevision revision = tags.back().revision;
+    return revision == id3parser::kRevision4 ? revision : id3parser::kRevision3;
+}
+
+id3parser::CarriedFrames Merge(const TagOptions& options, std::vector<RawTag> tags)
+{
+    id3parser::CarriedFrames frames(RevisionFor(options, tags));
+    for (RawTag& tag : tags)
+        frames.Merge(std::move(tag));
+    return frames;
+}
+
+} // namespace
+
+TagUpdate::TagUpdate(const TagOptions& options, std::span<const std::span<const uint8_t>> oldTags)
+    : m_options(options), m_frames(Merge(options, WalkTags(oldTags))), m_fields(m_frames.Fields())
+{
+    for (const auto& [field, values] : m_fields) {
+        const XStr name = id3parser::conv::Utf8ToText(field);
+        if (const XStr cut = AsInBlob(name); cut != name)
+            m_cutNames.emplace(FoldCase(cut), field);
+    }
+}
+
+void TagUpdate::Apply(const NTag& list, bool deleteMode)
+{
+    std::vector<const STInternalTag*> pictures;
+    for (long i = 0; i < list.Count(); ++i) {
+        const STInternalTag& item = list[i];
+        if (IsAlbumArt(item))
+            pictures.push_back(&item);
+        else if (!item.name.empty() && item.name[0] != L'_')
+            ApplyField(item, deleteMode);
+    }
+    ApplyPictures(m_frames.Tag(), pictures, deleteMode);
+}
+
+// The field of the old tag that reading shows under this name.
+std::string TagUpdate::ShownField(const XStr& name) const
+{
+    std::string field = id3parser::conv::TextToUtf8(name);
+    if (m_cutNames.empty() || m_frames.Fields().haveField(field))
+        return field;
+    const auto cut = m_cutNames.find(FoldCase(name));
+    return cut == m_cutNames.end() ? field : cut->second;
+}
+
+bool TagUpdate::RestoreUnchanged(const std::string& field, const XStr& value)
+{
+    const metaMap::Values* before = m_frames.Fields().find(field);
+    if (before == nullptr)
+        return false;
+    const XStr shown = ItemValue(*before);
+    if (value != shown && value != AsInBlob(shown))
+        return false;
+    m_fields.findOrAdd(field) = *before;
+    return true;
+}
+
+void TagUpdate::ApplyField(const STInternalTag& item, bool deleteMode)
+{
+    const std::string shown = ShownField(item.name);
+    if (!deleteMode && RestoreUnchanged(shown, item.value))
+        return;
+    // Tells where the list came from and is no field, but for removing one so named.
+    if (!deleteMode && EqualNoCase(item.name, kTagVersionName))
+        return;
+    const XStr name = PreTranslateField(item.name);
+    const std::string field =
+        id3parser::CanonicalField(name == item.name ? shown : id3parser::conv::TextToUtf8(name));
+    if (!id3parser::metaCompare::Equal(shown, field) || deleteMode || item.value.empty())
+        RemoveField(shown);
+    if (deleteMode || item.value.empty())
+        RemoveField(field);
+    else
+        SetField(field, name, item.value);
+}
+
+void TagUpdate::SetField(const std::string& field, const XStr& name, const XStr& value)
+{
+    const bool yearOnly =
+        EqualNoCase(name, L"year") && !m_options.fullDateInYear && !m_options.strictYearDate;
+    const std::string text =
+        yearOnly ? std::to_string(LeadingInteger(value)) : id3parser::conv::TextToUtf8(value);
+    metaMap::Values& values = m_fields.findOrAdd(field);
+    if (isMultiValField(name))
+        values = id3parser::SplitValues(text, kItemValueSeparator);
+    else
+        values = {text};
+}
+
+void TagUpdate::RemoveField(const std::string& field)
+{
+    m_fields.removeField(field);
+    m_removed.insert(field);
+}
+
+bool TagUpdate::Build()
+{
+    id3parser::t_tag& tag = m_frames.Tag();
+    // Also the frames of a removed field that had no value to show.
+    tag.Frames().remove_if([this](const t_frame& frame) {
+        return !m_removed.empty() && m_removed.contains(FieldOfFrame(frame)) &&
+               !m_fields.haveField(FieldOfFrame(frame));
+    });
+    try {
+        metaMap_to_tag(tag, std::move(m_fields), m_options.CreateArgs());
+        tag.SanitizeAPICOrder();
+        id3parser::streamOutBuffer out;
+        out.bytes.reserve(id3parser::kTagHeaderSize + m_frames.ContentSize());
+        id3parser::WriteTagHeader(tag.Revision(), 0, out);
+        m_frames.WriteContent(out);
+        m_bytes = std::move(out.bytes);
+        return true;
+    } catch (const id3parser::writeError&) {
+        return false;
+    } catch (const std::overflow_error&) {
+        return false;
+    }
+}
+
+bool TagUpdate::Finish(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
+                       std::vector<uint8_t>& tag)
+{
+    const uint64_t padding =
+        id3parser::PaddingFor(m_bytes.size(), availableSize, maxPadding, alignment);
+    const uint64_t size = m_bytes.size() + padding;
+    try {
+        id3parser::streamOutBuffer header;
+        WriteTagHeader(m_frames.Tag().Revision(), size - id3parser::kTagHeaderSize, header);
+        tag = std::move(m_bytes);
+        std::ranges::copy(header.bytes, tag.begin());
+        tag.resize(static_cast<size_t>(size));
+        return true;
+    } catch (const id3parser::writeError&) {
+        return false;
+    } catch (const std::overflow_error&) {
+        return false;
+    }
+}

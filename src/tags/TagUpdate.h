@@ -1,0 +1,59 @@
+// An edit of an ID3v2 tag, in memory: from the bytes of the old tag, or of several,
+// and a tag list to the bytes of the new one.
+#pragma once
+
+#include "tags/NTag.h"
+#include "tags/TagOptions.h"
+#include "tags/id3parser/CarriedFrames.h"
+#include "tags/id3parser/MetaMap.h"
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <span>
+#include <string>
+#include <vector>
+
+// Order of calls: construct, Apply as often as wanted, Build once, then Size and
+// Finish. Nothing in a frame that an edit does not concern is changed: not its text
+// encoding, its flags, nor what no field can hold. Values and pictures that equal
+// what reading the old tag shows concern no frame.
+class TagUpdate
+{
+public:
+    // oldTags  each from its header on, in the order of the file; may be empty or
+    //          damaged, and end where their chunk does. They become one tag, and must
+    //          outlive the update.
+    TagUpdate(const TagOptions& options, std::span<const std::span<const uint8_t>> oldTags);
+
+    // Merges the items into the tag, or removes the fields and picture types that they
+    // name. An item with an empty value removes its field, too. Internal fields other
+    // than pictures and the tag's version are left out. The list is not needed any
+    // longer after the call.
+    void Apply(const NTag& list, bool deleteMode);
+
+    // Lays the new tag out. False when the format cannot hold it.
+    [[nodiscard]] bool Build();
+
+    // Bytes of the new tag without padding.
+    size_t Size() const { return m_bytes.size(); }
+
+    // Hands the new tag over, padded as id3parser::t_tag::Write tells. False when it
+    // becomes larger than the format allows.
+    [[nodiscard]] bool Finish(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
+                              std::vector<uint8_t>& tag);
+
+private:
+    std::string ShownField(const XStr& name) const;
+    bool RestoreUnchanged(const std::string& field, const XStr& value);
+    void ApplyField(const STInternalTag& item, bool deleteMode);
+    void SetField(const std::string& field, const XStr& name, const XStr& value);
+    void RemoveField(const std::string& field);
+
+    TagOptions m_options;
+    id3parser::CarriedFrames m_frames;
+    id3parser::metaMap m_fields;
+    std::set<std::string, id3parser::metaCompare> m_removed;
+    std::map<XStr, std::string> m_cutNames; // fields whose name the tag blob cuts
+    std::vector<uint8_t> m_bytes;
+};

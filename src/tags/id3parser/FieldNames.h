@@ -1,0 +1,55 @@
+// Names of fields that carry a meaning of their own, and the tests on them. Names
+// are compared without regard to the case of ASCII letters.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace id3parser
+{
+
+inline constexpr std::string_view kFieldComment = "Comment";
+inline constexpr std::string_view kFieldUserUrl = "User defined URL link";
+inline constexpr std::string_view kFieldRating = "Rating";
+inline constexpr std::string_view kFieldYear = "Year";
+
+inline constexpr std::string_view kReplayGainFields[] = {
+    "replaygain_track_gain", "replaygain_track_peak", "replaygain_album_gain",
+    "replaygain_album_peak"};
+
+bool IsRGMeta(std::string_view field);
+// A gain or peak holds at least one digit.
+bool IsSaneRGVal(std::string_view value);
+
+// Whether ID3v2.3 keeps the values of a user text field in one frame, joined
+// with "/".
+bool isFieldNameSlashTXXX(std::string_view field);
+
+// Removes a counter at the end: "Artist[2]" becomes "Artist".
+void multiTXXX_undecorate(std::string& field);
+
+// The prefix alone, or the prefix, a blank and the description.
+std::string FieldWithDescription(std::string_view prefix, std::string_view description);
+
+// Strip "Comment" or "User defined URL link" and the blanks behind it off the
+// front; false when the name does not begin so.
+bool skip_comment_prefix(std::string_view& field);
+bool skip_www_prefix(std::string_view& field);
+
+// The name under which a field that is written as `field` will be read.
+std::string CanonicalField(std::string_view field);
+
+// Comments of iTunes: the spelling it looks for, descriptions that are its own,
+// and texts made of hexadecimal numbers.
+std::string commNameSanity(std::string_view description);
+bool IsItunesCrap(std::string_view description);
+bool iTunIsNumeric(std::string_view text);
+
+// Rating 0 to 10 and the byte of a POPM frame. A byte stands for the smallest
+// rating whose byte is no less.
+int POPMToRating(uint8_t byte);
+uint8_t ratingToPOPM(int rating);
+inline constexpr std::string_view POPM_User = "Windows Media Player 9 Series";
+
+} // namespace id3parser

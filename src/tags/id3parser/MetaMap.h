@@ -1,0 +1,56 @@
+// The field map: values by field name, between frames and the tag list. Text is
+// UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace id3parser
+{
+
+// Orders names byte by byte, without regard to the case of ASCII letters.
+struct metaCompare {
+    using is_transparent = void;
+
+    static char lower(char c);
+    bool operator()(std::string_view a, std::string_view b) const;
+    static bool Equal(std::string_view a, std::string_view b);
+    static bool Begins(std::string_view text, std::string_view prefix);
+};
+
+class metaMap
+{
+public:
+    using Values = std::vector<std::string>;
+    using Fields = std::map<std::string, Values, metaCompare>;
+
+    // Appends a value, or replaces all values by one.
+    void add(std::string_view name, std::string_view value);
+    void set(std::string_view name, std::string_view value);
+
+    // The values of a field, created empty when absent. Valid until it is removed.
+    Values& findOrAdd(std::string_view name);
+    // Null when absent.
+    const Values* find(std::string_view name) const;
+
+    bool removeField(std::string_view name);
+    bool haveField(std::string_view name) const { return find(name) != nullptr; }
+    bool haveReplayGain() const;
+
+    bool empty() const { return m_fields.empty(); }
+    Fields::const_iterator begin() const { return m_fields.begin(); }
+    Fields::const_iterator end() const { return m_fields.end(); }
+
+private:
+    Fields m_fields;
+};
+
+// Values with a separator between them, and the pieces between separators: at
+// least one, empty ones kept.
+std::string JoinValues(const metaMap::Values& values, std::string_view separator);
+metaMap::Values SplitValues(std::string_view text, char separator);
+
+} // namespace id3parser

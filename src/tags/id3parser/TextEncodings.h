@@ -1,0 +1,85 @@
+// The text encodings of ID3v2 frame bodies. Text leaves and enters as UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace id3parser
+{
+
+struct t_frameWalk;
+
+// The first byte of a body that carries text.
+enum : uint8_t {
+    kEncodingISO = 0,     // ISO-8859-1, read and written as Windows-1252
+    kEncodingUTF16 = 1,   // with byte-order mark
+    kEncodingUTF16BE = 2, // without
+    kEncodingUTF8 = 3,
+};
+
+inline constexpr char16_t kByteOrderMark = 0xFEFF;
+
+// Bytes per code unit; throws parseError for an unknown encoding.
+size_t UnitSize(uint8_t encoding);
+
+// Bytes between the encoding byte and the text: the language of COMM and USLT.
+size_t get_byteskip(uint32_t id);
+
+bool areWeLittleEndian();
+char16_t byteSwap(char16_t unit);
+
+// The bytes of a body, which may stand unaligned, as 16-bit units in the machine's
+// order; a last odd byte is left out.
+class UnitView
+{
+public:
+    explicit UnitView(std::span<const uint8_t> bytes) : m_bytes(bytes) {}
+
+    size_t size() const { return m_bytes.size() / 2; }
+    char16_t operator[](size_t index) const
+    {
+        char16_t unit;
+        std::memcpy(&unit, m_bytes.data() + 2 * index, sizeof unit);
+        return unit;
+    }
+
+private:
+    std::span<const uint8_t> m_bytes;
+};
+
+// Units up to the first zero, or all of them.
+size_t myStrLen(std::span<const uint8_t> bytes);
+size_t myStrLen(UnitView units);
+
+// Every zero ends a string; more than 1024 throw parseError.
+size_t GetStringCount_Helper(std::span<const uint8_t> bytes);
+size_t GetStringCount_Helper(UnitView units);
+
+// Moves the walk to the string with that index and returns its position in units.
+// A run of zeros is one separator.
+size_t skipToIndex(std::span<const uint8_t> bytes, size_t index, t_frameWalk& walk);
+size_t skipToIndex(UnitView units, size_t index, t_frameWalk& walk);
+
+// Replaces `out` with the first string of the range. strict: ISO-8859-1 must be
+// ASCII, UTF-8 valid and UTF-16 marked, else parseError.
+void importString(std::string& out, uint8_t encoding, std::span<const uint8_t> bytes, bool strict);
+
+std::string importISO(std::span<const uint8_t> bytes);
+std::string importURL(std::span<const uint8_t> bytes);
+// Invalid UTF-8 is read as Windows-1252, or refused in strict mode.
+std::string importUTF8(bool strict, std::span<const uint8_t> bytes);
+std::string importWide(std::u16string_view units);
+std::string importWideSwapped(std::u16string_view units);
+
+// '?' stands for what the target cannot hold. Text ends at its first zero.
+std::string exportISO(std::string_view utf8);
+std::string exportURL(std::string_view utf8);
+std::u16string exportWide(std::string_view utf8);
+
+void strict_mode_validate_ascii(std::span<const uint8_t> bytes);
+
+} // namespace id3parser

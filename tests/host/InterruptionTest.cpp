@@ -1,0 +1,48 @@
+#include "HostHarness.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+
+// Starts aiffconv in the folder of `place`; its own messages are thrown away.
+pid_t Start(const Workplace& place, std::vector<const char*> arguments)
+{
+    arguments.insert(arguments.begin(), AIFFCONV);
+    arguments.push_back(nullptr);
+    const pid_t child = fork();
+    if (child != 0)
+        return child;
+    setenv("QVCODECPATH", place.Codecs().c_str(), 1);
+    const bool ready =
+        chdir(place.Path("").c_str()) == 0 && freopen("/dev/null", "w", stderr) != nullptr;
+    if (ready)
+        execv(AIFFCONV, const_cast<char* const*>(arguments.data()));
+    _exit(99);
+}
+
+TEST(Interruption, LeavesNoUnfinishedOutputAndNoNewFolder)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const Workplace place;
+        // Would take more than a minute each.
+        place.Write("a.fix", "FIXTURE blocks=1000 pause=100");
+        place.Write("b.fix", "FIXTURE blocks=1000 pause=100");
+        const std::vector<std::string> before = place.Names();
+        const pid_t child = Start(place, {"convert", "a.fix", "b.fix", "-o", "out", "-j", "2"});
+        for (int i = 0; i < 1000 && place.Names().size() < before.size() + 3; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_EQ(place.Names().size(), before.size() + 3); // the folder and two temporary files
+        kill(child, signal);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130) << signal;
+        EXPECT_EQ(place.Names(), before) << signal;
+    }
+}
+
+} // namespace
