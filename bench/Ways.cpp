@@ -76,7 +76,15 @@ public:
     }
 
     int64_t PcmBytes() const { return m_open.AudioInfo.nLengthBytes; }
-    bool Tagged() const { return m_open.pTagData != nullptr; }
+
+    // Items of the tag blob, whose first four bytes count them.
+    int32_t Tags() const
+    {
+        int32_t count = 0;
+        if (m_open.nTagDataSize >= sizeof(count))
+            std::memcpy(&count, m_open.pTagData, sizeof(count));
+        return count;
+    }
 
     // Returns the bytes of all blocks; adds them to the sum unless that is null.
     int64_t Decode(uint64_t* sum)
@@ -207,6 +215,6 @@ std::map<std::string, Way> AllWays(const std::string& pluginPath)
         {"open_1_16", [=](auto& file) { return session(file, QV_OPEN_PROPERTIES).PcmBytes(); }},
         {"open_1_8_16", [=](auto& file) { return session(file, kTexts).PcmBytes(); }},
         {"open_libsndfile", [](auto& file) { return Sound(file).PcmBytes(); }},
-        {"tags", [=](auto& file) { return session(file, kTexts).Tagged() ? 1 : 0; }},
+        {"tags", [=](auto& file) { return session(file, kTexts).Tags(); }},
     };
 }

@@ -15,7 +15,7 @@ using Way = std::function<int64_t(const std::string& file)>;
 //   read, plugin, libsndfile           reads all; bytes of the file or of the PCM
 //   sum_plugin, sum_libsndfile         reads all; checksum of the PCM
 //   open_1_16, open_1_8_16, open_libsndfile  opens and closes; bytes of PCM announced
-//   tags                               opens and closes; 1 when there was a tag
+//   tags                               opens and closes; count of tags
 std::map<std::string, Way> AllWays(const std::string& pluginPath);
 
 // Ends the program: a measurement of a failure is worth nothing.

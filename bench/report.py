@@ -25,6 +25,7 @@ LAYOUTS = [(bits, little, channels) for little in (False, True) for bits in (8, 
 OPEN_WAYS = ("open_1_16", "open_1_8_16", "open_libsndfile")
 SMALL_FILES = 2000
 SMALL_FRAMES = 11025  # a quarter of a second
+TAGS = 4  # that the plug-in tells of a tagged file: three texts and the version of the tag
 
 
 def run(command, **more):
@@ -140,7 +141,7 @@ def opening(bench):
         for number in range(count):
             (folder / f"{number:04}.aiff").write_bytes(small_file(number, kind == "tagged"))
         tags = bench.go(folder, "tags", measured=False)["tags"]["result"]
-        check(kind == "tagged" or tags == 0, "tags in plain files")
+        check(tags == (count * TAGS if kind == "tagged" else 0), f"tags of {kind} files")
         done = bench.go(folder, *OPEN_WAYS)
         each = {way: median(done[way]["seconds"]) / count * 1e6 for way in OPEN_WAYS}
         calls = {way: calls_per_open(bench, way, folder / "0000.aiff")
@@ -149,10 +150,10 @@ def opening(bench):
             check(done[way]["result"] == count * SMALL_FRAMES * 4, f"{way} of {kind} files")
             fine = each[way] <= each["open_libsndfile"] and (
                 not traced or calls[way] <= calls["open_libsndfile"])
-            rows.append([f"{kind}, {tags} tags", way, each[way],
+            rows.append([kind, way, each[way],
                          f"{calls[way]:.1f}" if traced else "-",
                          each["open_libsndfile"] / each[way], bench.verdict(fine)])
-        results.append({"name": kind, "microseconds": each, "calls": calls, "tags": tags, **done})
+        results.append({"name": kind, "microseconds": each, "calls": calls, **done})
     table(f"Opening and closing {count} small files, medians of {bench.repetitions}",
           ["files", "way", "us per file", "system calls", "times faster", "rival"], rows)
     return results

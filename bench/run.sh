@@ -10,4 +10,4 @@ if ! (cd "$root" && cmake --preset release && cmake --build build/release --targ
     cat "$log" >&2
     exit 1
 fi
-python3 "$root/bench/report.py" --build "$root/build/release" "$@"
+python3 -B "$root/bench/report.py" --build "$root/build/release" "$@"
