@@ -9,6 +9,7 @@ import array
 import json
 import os
 import pathlib
+import resource
 import shutil
 import struct
 import subprocess
@@ -184,44 +185,56 @@ def samples_of(source):
     return samples.tobytes()
 
 
+def processor_time():
+    """Seconds that finished child processes were busy."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
+def converters(bench, source, target):
+    """The commands that are there, by name."""
+    every = {"cp": ["cp", source, target],
+             "aiffconv": [bench.build / "bin/aiffconv", "convert", source, "-o", target, "--quiet"],
+             "sndfile-convert": ["sndfile-convert", source, target],
+             "sox": ["sox", source, target],
+             "ffmpeg": ["ffmpeg", "-nostdin", "-v", "error", "-i", source, target]}
+    found = {name: command for name, command in every.items() if shutil.which(command[0])}
+    for name in every.keys() - found.keys():
+        print(f"{name} is absent: skipped")
+    return found
+
+
 def convert(bench):
     """Converting a large file to WAV."""
     megabytes = 4 if bench.quick else 400
     source, target = bench.make(megabytes), bench.folder / "out.wav"
-    commands = {"cp": ["cp", source, target],
-                "aiffconv": [bench.build / "bin/aiffconv", "convert", source, "-o", target,
-                             "--quiet"],
-                "sndfile-convert": ["sndfile-convert", source, target],
-                "sox": ["sox", source, target],
-                "ffmpeg": ["ffmpeg", "-nostdin", "-v", "error", "-i", source, target]}
-    for name in [name for name, command in commands.items() if not shutil.which(command[0])]:
-        print(f"{name} is absent: skipped")
-        del commands[name]
-    environment = {**os.environ, "QVCODECPATH": str(bench.build)}
-    expected, names = samples_of(source), list(commands)
-    times = {name: [] for name in names}
+    commands, expected = converters(bench, source, target), samples_of(source)
+    environment, names = {**os.environ, "QVCODECPATH": str(bench.build)}, list(commands)
+    times, work = {name: [] for name in names}, {name: [] for name in names}
     for repetition in range(bench.repetitions):
         first = repetition % len(names)
         for name in names[first:] + names[:first]:
-            start = time.perf_counter()
+            start, busy = time.perf_counter(), processor_time()
             run(commands[name], env=environment)
             times[name].append(time.perf_counter() - start)
+            work[name].append(processor_time() - busy)
             if name == "cp":
                 check(target.stat().st_size == source.stat().st_size, "cp")
-            elif len(times[name]) == 1:
+            elif repetition == 0:
                 with wave.open(str(target)) as sound:
                     check(sound.readframes(sound.getnframes()) == expected, f"sound of {name}")
             target.unlink()
     medians = {name: median(seconds) for name, seconds in times.items()}
-    ours, rows = medians.get("aiffconv"), []
+    copy, ours, rows = medians["cp"], medians.get("aiffconv"), []
     for name, seconds in medians.items():
-        fine = (ours <= 1.5 * medians["cp"] if name == "aiffconv" else seconds >= 4 * ours) \
-            if ours and name != "cp" else None
-        rows.append([name, seconds * 1000, seconds / medians["cp"], seconds / ours if ours else "-",
-                     "" if fine is None else bench.verdict(fine)])
+        fine = ours <= 1.5 * copy if name == "aiffconv" else ours and seconds >= 4 * ours
+        rows.append([name, seconds * 1e3, median(work[name]) * 1e3, seconds / copy,
+                     seconds / ours if ours else "-",
+                     bench.verdict(fine) if ours and name != "cp" else "-"])
     table(f"Converting {megabytes} MB to WAV, medians of {bench.repetitions} in ms",
-          ["program", "ms", "of cp", "of aiffconv", "target"], rows)
-    return {"megabytes": megabytes, "medians": medians, "seconds": times}
+          ["program", "ms", "on processor", "of cp", "of aiffconv", "target"], rows)
+    return {"megabytes": megabytes, "medians": medians, "seconds": times,
+            "processor_seconds": work}
 
 
 PARTS = {part.__name__: part for part in (decode, opening, memory, convert)}
