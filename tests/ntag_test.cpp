@@ -3,7 +3,6 @@
 #include "support/AiffBuilder.h"
 #include "tags/NTag.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -119,7 +118,7 @@ Bytes Encoded(const NTag& tags, bool utf8 = false)
 NTag Decoded(const Bytes& blob, bool utf8 = false)
 {
     const auto exact = std::make_unique<uint8_t[]>(blob.size());
-    std::memcpy(exact.get(), blob.data(), blob.size());
+    std::copy(blob.begin(), blob.end(), exact.get());
     NTag tags = List({{L"gone", L""}});
     utf8 ? tags.InitFromRawMemoryUTF8(exact.get(), static_cast<long>(blob.size()))
          : tags.InitFromRawMemory(exact.get(), static_cast<long>(blob.size()));

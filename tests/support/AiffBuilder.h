@@ -95,7 +95,7 @@ public:
             m_type = "AIFC";
             Append(data, Join({Text(type), Big(name.size(), 1), Text(name)}));
         }
-        m_frameBytes = channels * bits / 8;
+        m_frameBytes = int64_t{channels} * bits / 8;
         return Chunk("COMM", data);
     }
     AiffBuilder& Comm(int channels, int bits, double rate, const std::string& type = "",
@@ -149,5 +149,5 @@ private:
     std::optional<uint32_t> m_formSize;
     std::vector<Entry> m_chunks;
     Bytes m_tail;
-    int m_frameBytes = 0;
+    int64_t m_frameBytes = 0;
 };

@@ -4,6 +4,8 @@
 // the blob, then the tag. Properties: the ways of reading agree; a list that was read
 // and is written back changes nothing that reading shows; an edit keeps every frame
 // that it does not concern.
+#include "Fuzz.h"
+#include "support/TempDir.h"
 #include "tags/NTag.h"
 #include "tags/TagFields.h"
 #include "tags/TagPictures.h"
@@ -14,33 +16,23 @@
 #include "tags/id3parser/RawFrames.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <span>
 #include <string>
 #include <vector>
 
-using Bytes = std::span<const uint8_t>;
+using View = std::span<const uint8_t>;
 using id3parser::t_frame;
 using id3parser::t_tag;
 
 namespace
 {
 
-void Require(bool held, const char* property)
-{
-    if (held)
-        return;
-    std::fprintf(stderr, "violated: %s\n", property);
-    std::abort();
-}
-
 // Hands the tag out in pieces and does not tell how long it is.
 class Trickle : public id3parser::streamIn
 {
 public:
-    explicit Trickle(Bytes bytes) : m_in(bytes) {}
+    explicit Trickle(View bytes) : m_in(bytes) {}
     size_t read(void* buffer, size_t size) override { return m_in.read(buffer, size); }
     size_t skip(size_t size) override { return m_in.skip(size); }
 
@@ -75,7 +67,7 @@ std::multimap<XStr, std::vector<uint8_t>> Meaning(const NTag& list)
 }
 
 struct Edit {
-    std::vector<Bytes> oldTags;
+    std::vector<View> oldTags;
     TagOptions options;
     bool remove = false;
 
@@ -96,7 +88,7 @@ NTag ThroughBlob(const NTag& list)
     return back;
 }
 
-void CheckParsing(Bytes bytes)
+void CheckParsing(View bytes)
 {
     t_tag fromMemory, fromStream;
     id3parser::streamInMem memory(bytes);
@@ -130,7 +122,7 @@ void CheckParsing(Bytes bytes)
 }
 
 // The frames that no field represents and that are no pictures, as bytes.
-std::string UnknownFrames(Bytes bytes)
+std::string UnknownFrames(View bytes)
 {
     std::string unknown;
     const id3parser::RawTag raw = id3parser::WalkRawFrames(bytes);
@@ -144,7 +136,7 @@ std::string UnknownFrames(Bytes bytes)
 }
 
 // For a tag that parses and keeps its revision.
-void CheckEditing(Bytes bytes, const TagOptions& options)
+void CheckEditing(View bytes, const TagOptions& options)
 {
     NTag before, after;
     Require(ReadTagList(bytes, before), "what parses is read");
@@ -184,16 +176,24 @@ TagOptions OptionsOf(uint8_t bits)
 
 } // namespace
 
+std::vector<Bytes> Seeds()
+{
+    std::vector<Bytes> seeds;
+    for (const auto& entry : std::filesystem::directory_iterator(FUZZ_CORPUS "/tag"))
+        seeds.push_back(ReadFile(entry.path()));
+    return seeds;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 2)
         return 0;
-    Bytes input(data, size);
+    View input(data, size);
     const TagOptions options = OptionsOf(input[0]);
     const bool remove = input[0] & 32;
     const size_t blobSize = std::min<size_t>(input[1] * size_t{4}, size - 2);
-    const Bytes blob = input.subspan(2, blobSize);
-    const Bytes tag = input.subspan(2 + blobSize);
+    const View blob = input.subspan(2, blobSize);
+    const View tag = input.subspan(2 + blobSize);
 
     CheckParsing(tag);
     const id3parser::RawTag raw = id3parser::WalkRawFrames(tag);
