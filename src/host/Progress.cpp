@@ -86,9 +86,10 @@ void Progress::Draw()
     const size_t filled = static_cast<size_t>(part * static_cast<double>(kBarWidth));
     std::string bar = "\r[" + std::string(filled, '#') + std::string(kBarWidth - filled, '-');
     char text[64];
-    std::snprintf(text, sizeof text, "] %3d%%  %zu of %zu", static_cast<int>(part * 100),
-                  m_filesDone, m_files);
+    std::snprintf(text, sizeof text, "] %3d%%", static_cast<int>(part * 100));
     bar += text;
+    if (m_files > 1)
+        bar += "  " + std::to_string(m_filesDone) + " of " + std::to_string(m_files);
     WriteAll(bar);
     m_drawn = true;
 }

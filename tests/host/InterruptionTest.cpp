@@ -17,6 +17,8 @@ pid_t Start(const Workplace& place, std::vector<const char*> arguments)
     const pid_t child = fork();
     if (child != 0)
         return child;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(signal, SIG_DFL); // a test run may ignore them (nohup)
     setenv("QVCODECPATH", place.Codecs().c_str(), 1);
     const bool ready =
         chdir(place.Path("").c_str()) == 0 && freopen("/dev/null", "w", stderr) != nullptr;

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Builds the packages and tries them: layout, lintian, and an installed aiffconv that
+# finds its plug-in.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+build=build/release
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+(cd "$build" && cpack -B "$work" >/dev/null)
+package=$(ls "$work"/*.deb)
+lintian --fail-on error "$package"
+dpkg-deb -x "$package" "$work/root"
+for file in bin/aiffconv include/qvcodec.h share/man/man1/aiffconv.1.gz; do
+    [ -e "$work/root/usr/$file" ] || { echo "$file is missing in the package" >&2; exit 1; }
+done
+"$build/bin/make_aiff" "$work/tone.aiff" --type aiff --bits 16 --channels 2 --rate 44100 --seconds 1
+env -u QVCODECPATH "$work/root/usr/bin/aiffconv" convert "$work/tone.aiff" -o "$work/tone.wav"
+[ -s "$work/tone.wav" ]
+echo "The package is complete and works."
