@@ -109,7 +109,7 @@ TEST_F(SeekTest, AWrongAnswerLeavesDecodingWhereItWas)
     };
     for (const auto& [name, answer] : answers) {
         SCOPED_TRACE(name);
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         const Handler handler = Ranged(kFile, [given = answer](size_t) { return given; });
         ASSERT_EQ(instance.Open(server.Serve(handler), kDecode), 1);
         ASSERT_EQ(instance.Next(), 1);
@@ -125,7 +125,7 @@ TEST_F(SeekTest, AServerWithoutRangesOrSizeCannotSeek)
     const Bytes answers[] = {Counted(kFile), Answer(ranges, kFile), Chunked(kFile, ranges),
                              Answer("Accept-Ranges: none\r\n" + Length(kFile.size()), kFile)};
     for (const Bytes& answer : answers) {
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         ASSERT_EQ(instance.Open(server.Serve(answer), kDecode), 1);
         EXPECT_EQ(instance.Seek(10), 0);
         EXPECT_EQ(report.Take(kError), "");
@@ -168,7 +168,7 @@ TEST_F(SeekTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
                             }),
               2)
         << "a long way to the range is sought where the server can";
-    Instance instance(plugin, &report); // the stream ends before the range begins
+    Instance instance(plugin, report); // the stream ends before the range begins
     ASSERT_EQ(instance.Range(50000, -1), 1);
     EXPECT_EQ(instance.Open(server.Serve(Answer("", Front(kFile, 100000))), kDecode), 0);
     EXPECT_EQ(report.Take(kError),
