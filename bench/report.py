@@ -69,7 +69,7 @@ class Bench:
 
     def make(self, megabytes, bits=16, channels=2, little=False):
         path = self.folder / "sound.aiff"
-        run([next(self.build.glob("**/make_aiff")), path, "--type", "aifc" if little else "aiff",
+        run([self.build / "bin/make_aiff", path, "--type", "aifc" if little else "aiff",
              "--bits", bits, "--channels", channels, "--rate", 44100, "--size-mb", megabytes,
              *["--little-endian"] * little])
         return path
