@@ -326,19 +326,19 @@ NTag ThroughBlob(const NTag& list)
 TEST(TagUpdate, AListWrittenBackHarmsNothing)
 {
     const std::string grin = "\xF0\x9F\x98\x80", cut = "\xF0\x90\x80\x80"; // U+10000 is cut to 0
-    const Bytes tags[] = {Tag4(F4("TIT2", "\3" + grin) + F4("TALB", "\3a" + cut + "b") +
-                               F4("TXXX", "\3" + grin + "k\0v\0w"s) +
-                               F4("APIC", "\3image/png\0\3" + grin + "\xC3\xA9\0data"s) +
-                               F4("APIC", "\0x\0\x11\0fish"s) + F4("TPE1", "\3a\0\0b"s) +
-                               F4("TDRC", "\0"s
-                                          "2004-03-15T12:00"s) +
-                               F4("TXXX", "\3Year[2]\0x"s) + F4("PRIV", "\xFF\xE0")),
-                          Tag3(F3("TYER", Text("c. 1970")) + F3("TCON", Text("(17)(8)")) +
-                               F3("TXXX", Text("content group description\0x"s)) +
-                               F3("TXXX", Text("TagVersion\0mine"s)) +
-                               F3("TXXX", Text("Comment\0x"s)) + F3("COMM", "\0eng\0x"s) + kFish +
-                               kBack + F3("TXXX", Text("[1]\0x"s)) +
-                               F3("TIT2", "\1"s + Utf16(u"\xD800")))};
+    const Bytes tags[] = {
+        Tag4(F4("TIT2", "\3" + grin) + F4("TALB", "\3a" + cut + "b") +
+             F4("TXXX", "\3" + grin + "k\0v\0w"s) +
+             F4("APIC", "\3image/png\0\3" + grin + "\xC3\xA9\0data"s) +
+             F4("APIC", "\0x\0\x11\0fish"s) + F4("TPE1", "\3a\0\0b"s) +
+             F4("TDRC", "\0"s
+                        "2004-03-15T12:00"s) +
+             F4("TXXX", "\3Year[2]\0x"s) + F4("PRIV", "\xFF\xE0")),
+        Tag3(F3("TYER", Text("c. 1970")) + F3("TCON", Text("(17)(8)")) +
+             F3("TXXX", Text("content group description\0x"s)) +
+             F3("TXXX", Text("TagVersion\0mine"s)) + F3("TXXX", Text("Comment\0x"s)) +
+             F3("COMM", "\0eng\0x"s) + kFish + kBack + F3("TXXX", Text("[1]\0x"s)) +
+             F3("APIC", "\0image/y\0\4\0back"s) + F3("TIT2", "\1"s + Utf16(u"\xD800")))};
     for (const Bytes& tag : tags) {
         NTag list;
         ASSERT_TRUE(ReadTagList(tag, list));
