@@ -2,6 +2,7 @@
 #include "host/DecoderSession.h"
 #include "host/ExitCode.h"
 #include "host/Reason.h"
+#include "host/TagText.h"
 #include "host/TimePoint.h"
 #include "host/WideText.h"
 
@@ -60,35 +61,7 @@ void PrintInfo(const DecoderSession& session, const std::string& warning)
     const std::vector<TagItem> tags = session.Tags();
     if (!tags.empty())
         std::printf("  Tags\n");
-    for (const TagItem& item : tags) {
-        const std::string size = std::to_string(item.data.size()) + " bytes";
-        std::string value = item.value;
-        if (item.IsPicture())
-            value = std::string(PictureType(item.data)) + " " + size;
-        else if (!item.data.empty())
-            value += "(" + size + ")";
-        const std::string name = item.IsPicture() ? "Picture: " + item.PictureRole() : item.name;
-        std::printf("    %-22s %s\n", Printable(name).c_str(), Printable(value).c_str());
-    }
-}
-
-Json TagsJson(const std::vector<TagItem>& tags)
-{
-    Json list = Json::array();
-    for (const TagItem& item : tags) {
-        Json entry = {{"name", item.name}};
-        if (item.IsPicture()) {
-            entry["picture"] = {{"role", item.PictureRole()},
-                                {"type", PictureType(item.data)},
-                                {"bytes", item.data.size()}};
-        } else {
-            entry["value"] = item.value;
-            if (!item.data.empty())
-                entry["bytes"] = item.data.size();
-        }
-        list.push_back(std::move(entry));
-    }
-    return list;
+    PrintTags(tags, 4);
 }
 
 Json InfoJson(const DecoderSession& session, const std::string& warning)

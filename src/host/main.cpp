@@ -25,6 +25,7 @@ constexpr char kHelp[] = R"(Examples:
   aiffconv convert *.aiff -o wav/              many files into a folder
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv info song.aiff                      format, length and tags
+  aiffconv tags set *.aiff "Album=The Album"   change tags (see tags --help)
   aiffconv codecs                              which decoders were found
   aiffconv convert --help                      all options of a command
 
@@ -83,7 +84,8 @@ int Run(int argc, char** argv)
 
     std::vector<std::pair<CLI::App*, std::unique_ptr<host::Command>>> commands;
     for (const auto make :
-         {host::MakeConvertCommand, host::MakeInfoCommand, host::MakeCodecsCommand}) {
+         {host::MakeConvertCommand, host::MakeInfoCommand, host::MakeTagsCommand,
+          host::MakeCodecsCommand}) {
         std::unique_ptr<host::Command> command = make();
         CLI::App* entry = command->AddTo(program);
         commands.emplace_back(entry, std::move(command));
