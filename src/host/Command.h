@@ -29,7 +29,9 @@ public:
     virtual int Run(const GlobalOptions& global) = 0;
 };
 
+std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeConvertCommand();
+std::unique_ptr<Command> MakeEncodeCommand();
 std::unique_ptr<Command> MakeInfoCommand();
 std::unique_ptr<Command> MakeCodecsCommand();
 std::unique_ptr<Command> MakeTagsCommand();

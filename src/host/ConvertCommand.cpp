@@ -1,18 +1,13 @@
+#include "host/Batch.h"
 #include "host/Command.h"
 #include "host/ExitCode.h"
 #include "host/FileConversion.h"
-#include "host/Interruption.h"
-#include "host/Jobs.h"
 #include "host/OutputPlan.h"
-#include "host/Progress.h"
 #include "host/ReportCapture.h"
 #include "host/WideText.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <sys/stat.h>
+#include <memory>
 #include <unistd.h>
 
 namespace host
@@ -21,7 +16,6 @@ namespace
 {
 
 constexpr char kOutputExtension[] = ".wav";
-constexpr size_t kMaxJobs = 256;
 
 constexpr char kExamples[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav
@@ -58,16 +52,11 @@ public:
 private:
     bool ReadRange();
     bool MakePlan(const codecs::CodecLoader& loader, OutputPlan& plan) const;
-    bool MakeFolder(const std::string& folder) const;
-    int ConvertAll(const codecs::CodecLoader& loader, const OutputPlan& plan,
-                   const Trace& trace) const;
 
     std::vector<std::string> m_inputs;
-    std::string m_output;
     std::string m_start;
     std::string m_end;
-    size_t m_jobs = 0;
-    bool m_quiet = false;
+    BatchOptions m_batch;
     ConvertOptions m_options;
 };
 
@@ -76,16 +65,12 @@ CLI::App* ConvertCommand::AddTo(CLI::App& program)
     CLI::App* command = program.add_subcommand("convert", "Convert to WAV, bit for bit");
     command->add_option("IN", m_inputs, "Files, or URLs that begin with http://")->required();
     command
-        ->add_option("-o,--output", m_output, "File or folder to write, or - for standard output")
+        ->add_option("-o,--output", m_batch.output,
+                     "File or folder to write, or - for standard output")
         ->required();
     command->add_option("--start", m_start, "Convert from here on");
     command->add_option("--end", m_end, "Convert up to here");
-    command
-        ->add_option("-j,--jobs", m_jobs, "Files converted at a time (default: one per processor)")
-        ->check(CLI::Range(size_t{1}, kMaxJobs));
-    command->add_flag("--overwrite", m_options.overwrite,
-                      "Replace existing files (else they are kept, which counts as a failure)");
-    command->add_flag("-q,--quiet", m_quiet, "Show problems only");
+    AddBatchOptions(*command, m_batch);
     command->footer(kExamples);
     return command;
 }
@@ -100,12 +85,12 @@ int ConvertCommand::Run(const GlobalOptions& global)
     OutputPlan plan;
     if (!MakePlan(loader, plan))
         return kExitUsage;
-    if (!plan.newFolder.empty() && !MakeFolder(plan.newFolder))
-        return kExitSomeFailed;
-    const int result = ConvertAll(loader, plan, global.trace);
-    if (!plan.newFolder.empty())
-        rmdir(plan.newFolder.c_str()); // succeeds when nothing was converted
-    return result;
+    m_options.overwrite = m_batch.overwrite;
+    return RunBatch(plan, m_batch, global.trace, "converted", [&](ProgressFunction progress) {
+        auto report = std::make_shared<ReportCapture>(global.trace);
+        auto conversion = std::make_shared<FileConversion>(loader, *report, m_options, progress);
+        return [report, conversion](const OutputPlan::Item& item) { return conversion->Run(item); };
+    });
 }
 
 bool ConvertCommand::ReadRange()
@@ -127,64 +112,18 @@ bool ConvertCommand::ReadRange()
 bool ConvertCommand::MakePlan(const codecs::CodecLoader& loader, OutputPlan& plan) const
 {
     std::string problem;
-    if (!PlanOutputs(m_inputs, m_output, kOutputExtension, loader, plan, problem)) {
+    const auto isKnown = [&loader](const std::string& extension) {
+        return loader.ForExtension(WideFileName(extension)) != nullptr;
+    };
+    if (!PlanOutputs(m_inputs, m_batch.output, kOutputExtension, isKnown, plan, problem)) {
         SayProblem(problem);
         return false;
     }
-    if (m_output == "-" && isatty(STDOUT_FILENO) != 0) {
+    if (m_batch.output == "-" && isatty(STDOUT_FILENO) != 0) {
         SayProblem("standard output is a terminal: send it to a file or another program");
         return false;
     }
     return true;
-}
-
-bool ConvertCommand::MakeFolder(const std::string& folder) const
-{
-    const bool made = Interruption::Undisturbed([&folder] {
-        Interruption::RegisterFolder(folder);
-        return mkdir(folder.c_str(), 0777) == 0;
-    });
-    if (!made)
-        SayProblem("cannot make the folder '" + folder + "': " + std::strerror(errno));
-    return made;
-}
-
-int ConvertCommand::ConvertAll(const codecs::CodecLoader& loader, const OutputPlan& plan,
-                               const Trace& trace) const
-{
-    const size_t files = plan.items.size();
-    // The lines of several files would mix in the trace.
-    const size_t workers = WorkerCount(files, trace.IsOn() ? 1 : m_jobs);
-    const bool traceOnTerminal = trace.descriptor == STDERR_FILENO;
-    Progress progress(Progress::ChooseStyle(m_quiet, traceOnTerminal), files, workers);
-    std::atomic<size_t> failed{0};
-    std::atomic<size_t> damaged{0};
-    std::deque<ReportCapture> reports;
-    std::deque<FileConversion> conversions;
-    for (size_t worker = 0; worker < workers; ++worker) {
-        reports.emplace_back(trace);
-        conversions.emplace_back(
-            loader, reports.back(), m_options,
-            [&progress, worker](double fraction) { progress.Update(worker, fraction); });
-    }
-    RunJobs(files, workers, [&](size_t index, size_t worker) {
-        const OutputPlan::Item& item = plan.items[index];
-        FileConversion& conversion = conversions[worker];
-        const ConvertOutcome outcome = conversion.Run(item);
-        failed += outcome == ConvertOutcome::Failed;
-        damaged += outcome == ConvertOutcome::Damaged;
-        if (outcome != ConvertOutcome::Converted)
-            progress.Problem(Printable(item.input.Name() + ": " + conversion.Problem()));
-        const bool written = outcome != ConvertOutcome::Failed;
-        progress.FileDone(worker,
-                          written ? Printable(item.input.Name() + " -> " + item.output) : "");
-    });
-    if (files > 1)
-        progress.Summary(std::to_string(files - failed) + " of " + std::to_string(files) +
-                         " files converted");
-    if (failed != 0)
-        return kExitSomeFailed;
-    return damaged != 0 ? kExitDamaged : kExitDone;
 }
 
 } // namespace

@@ -25,7 +25,19 @@ FileConversion::FileConversion(const codecs::CodecLoader& loader, ReportCapture&
 {
 }
 
-ConvertOutcome FileConversion::Run(const OutputPlan::Item& item)
+FileResult FileConversion::Run(const OutputPlan::Item& item)
+{
+    FileResult result;
+    result.outcome = Convert(item);
+    result.problem = m_problem;
+    if (result.outcome == ConvertOutcome::Failed)
+        return result;
+    result.frames = m_written / std::max<int64_t>(m_format.nBlockAlign, 1);
+    result.seconds = static_cast<double>(result.frames) / m_format.nSamplesPerSec;
+    return result;
+}
+
+ConvertOutcome FileConversion::Convert(const OutputPlan::Item& item)
 {
     m_problem = item.input.FileProblem();
     m_outputName = item.output == "-" ? "standard output" : "'" + item.output + "'";
@@ -88,6 +100,8 @@ ConvertOutcome FileConversion::Write(DecoderSession& session, const std::string&
         FailOutput(output);
         return ConvertOutcome::Failed;
     }
+    m_written = written;
+    m_format = format;
     m_problem = complete ? DamageWarning(session) : "ends before its sound data is complete";
     if (m_problem.empty())
         return ConvertOutcome::Converted;

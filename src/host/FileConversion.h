@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/DecoderSession.h"
+#include "host/FileResult.h"
 #include "host/OutputFile.h"
 #include "host/OutputPlan.h"
 #include "host/TimePoint.h"
@@ -18,12 +19,6 @@ struct ConvertOptions {
     std::optional<TimePoint> end; // exclusive
 };
 
-enum class ConvertOutcome {
-    Converted,
-    Damaged, // the output holds what could be read
-    Failed   // there is no output
-};
-
 // Turns one input into one WAV file, bit for bit. One object per worker, used for
 // one file after the other.
 class FileConversion
@@ -35,12 +30,10 @@ public:
     FileConversion(const codecs::CodecLoader& loader, ReportCapture& report,
                    const ConvertOptions& options, ProgressFunction progress);
 
-    ConvertOutcome Run(const OutputPlan::Item& item);
-
-    // After Damaged or Failed: what is wrong, for people, without the input's name.
-    const std::string& Problem() const { return m_problem; }
+    FileResult Run(const OutputPlan::Item& item);
 
 private:
+    ConvertOutcome Convert(const OutputPlan::Item& item);
     bool ResolveRange(const Input& input, FrameRange& range);
     ConvertOutcome Write(DecoderSession& session, const std::string& path);
     bool WriteAudio(DecoderSession& session, OutputFile& output, int64_t expected,
@@ -57,6 +50,8 @@ private:
     std::vector<uint8_t> m_buffer; // of the output
     std::string m_outputName;
     std::string m_problem;
+    int64_t m_written = 0; // bytes of PCM in the last output
+    STQvWaveFormat m_format{};
 };
 
 } // namespace host

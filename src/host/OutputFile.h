@@ -35,6 +35,9 @@ public:
     // Without `overwrite` a file that has appeared meanwhile is kept.
     [[nodiscard]] bool Commit();
 
+    // For who writes by position instead, after Open and before Commit; -1 otherwise.
+    int Descriptor() const { return m_descriptor; }
+
     bool IsDirect() const { return m_temporary.empty(); }
     const std::string& Problem() const { return m_problem; }
 
