@@ -121,7 +121,7 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("set", "Set fields");
-        command->add_option("FILE... NAME=VALUE...", m_arguments, "Files, then what to set in them")
+        command->add_option("FILE... NAME=VALUE", m_arguments, "Files, then what to set in them")
             ->required();
         command->add_option("-s,--set", m_assignments, "NAME=VALUE, whatever files there are")
             ->allow_extra_args(false);
@@ -181,7 +181,7 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("remove", "Remove fields");
-        command->add_option("FILE... NAME...", m_arguments, "Files, then fields to remove")
+        command->add_option("FILE... NAME", m_arguments, "Files, then fields to remove")
             ->required();
         command->add_option("-n,--name", m_names, "A field to remove, whatever files there are")
             ->allow_extra_args(false);
