@@ -80,8 +80,8 @@ bool AiffSource::ReadFormat(std::string& problem)
     const int channels = clAIFFHandler::SizeToInt(body.data());
     const int bits = clAIFFHandler::SizeToInt(&body[6]);
     if (common.wfx.FormatTag() != kTagPCM) {
-        problem = "holds compressed audio (" + CodeText(common.compressionType) +
-                  "), only integer PCM can be encoded";
+        problem = "holds audio coded as '" + CodeText(common.compressionType) +
+                  "', and of AIFF-C only 'NONE' and 'sowt' can be encoded";
         return false;
     }
     if (channels < 1 || bits < 1 || bits > kMostBits || channels * ((bits + 7) / 8) > UINT16_MAX) {
