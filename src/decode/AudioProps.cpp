@@ -69,3 +69,11 @@ XStr ChannelText(const XAudioWFX& wfx)
 {
     return wfx.Channels() < std::size(kLayouts) ? kLayouts[wfx.Channels()] : L"";
 }
+
+void AddTagProps(const XStr& properties, NTag& props)
+{
+    if (properties.empty())
+        return;
+    props.AddTag(PropertyName::kIDTag, properties);
+    props.AddTag(PropertyName::kContains, L"ID Tag [" + properties + L"]");
+}

@@ -2,12 +2,16 @@
 #pragma once
 
 #include "support/XAudioWFX.h"
+#include "tags/NTag.h"
 
 // Quality class, for instance "CD  (Lossless)".
 XStr AudioQualityText(const XAudioWFX& wfx);
 
 // Names of the channels, for instance "Left, Right"; empty for layouts without names.
 XStr ChannelText(const XAudioWFX& wfx);
+
+// Adds what the tag reader found, `properties`, unless it found nothing.
+void AddTagProps(const XStr& properties, NTag& props);
 
 // Names of the properties that Open hands out.
 namespace PropertyName

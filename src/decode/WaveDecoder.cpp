@@ -1,14 +1,9 @@
 #include "decode/WaveDecoder.h"
 
-using StdReport::Operation;
+#include "decode/DecodeSteps.h"
 
-namespace
-{
-constexpr const char* kPullOut = "PullOutCOMMnSSND";
-constexpr const char* kPrepare = "PrepareToDecodeAudio";
-constexpr const char* kReadDataBlock = "ReadDataBlock";
-constexpr const char* kSetPosition = "SetPosition";
-} // namespace
+using DecodeSteps::kPullOut;
+using StdReport::Operation;
 
 bool clWaveDecoder::Initialize(XFileHandle file, const STNStdReport& report, int64_t rangeStart,
                                int64_t rangeEnd)
@@ -92,23 +87,18 @@ bool clWaveDecoder::FillAudioInfo(STQvAudioInfo* info)
 
 bool clWaveDecoder::PrepareToDecodeAudio(STQvAudioInfo* info)
 {
-    const Operation operation(m_report, kPrepare);
+    const Operation operation(m_report, DecodeSteps::kPrepare);
     if (!PullOutCOMMnSSND())
         return false;
     const XAudioWFX& wfx = m_common.wfx;
-    StdReport::WriteDEBUG(L"WFX (on file): ", m_report, nullptr, false);
-    StdReport::WriteDEBUG({StdReport::IsOn(m_report.hDebug) ? wfx.WFXToString() : XStr()},
-                          m_report);
-    if (wfx.FormatTag() != kTagPCM) {
-        StdReport::WriteERROR({L"Error - file has compressed audio (not supported)."}, m_report,
-                              kPrepare);
+    if (!DecodeSteps::CheckFormat(wfx, m_report))
         return false;
-    }
     StdReport::WriteDEBUG(L"Setting Position in File", m_report);
     m_position = m_range.DecodeFrom(wfx);
     m_remaining = m_range.LengthBytes(wfx);
     if (!m_file.SetPosition(m_position)) {
-        StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report, kPrepare);
+        StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report,
+                              DecodeSteps::kPrepare);
         return false;
     }
     wfx.CopyBasicTo(&info->WaveFormat);
@@ -119,19 +109,18 @@ bool clWaveDecoder::PrepareToDecodeAudio(STQvAudioInfo* info)
 // dropped: the buffer then stays as it was.
 bool clWaveDecoder::ReadDataBlock()
 {
-    const XAudioWFX& wfx = m_common.wfx;
-    if (m_remaining < wfx.BlockAlign())
-        m_remaining = 0;
-    const int64_t size = std::min(wfx.BlockAlignBuffer(kBlockBytes), m_remaining);
+    const int64_t size = DecodeSteps::NextBlockSize(m_common.wfx, m_remaining);
     if (size == 0)
         return true;
     const auto count = static_cast<size_t>(size);
     if (!m_decodeBuffer.ReserveForRead(count, m_position)) {
-        StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report, kReadDataBlock);
+        StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report,
+                              DecodeSteps::kReadDataBlock);
         return false;
     }
     if (m_file.ReadAt(m_position, {m_decodeBuffer.Data(), count}) != count) {
-        StdReport::WriteERROR({L"Error reading data from file."}, m_report, kReadDataBlock);
+        StdReport::WriteERROR({L"Error reading data from file."}, m_report,
+                              DecodeSteps::kReadDataBlock);
         return false;
     }
     (void)m_decodeBuffer.SetUsed(count); // reserved above
@@ -150,13 +139,7 @@ bool clWaveDecoder::DecodeBlock(STQvAudioBlock* block)
     }
     if (!ReadDataBlock())
         return false;
-    if (!m_common.littleEndian)
-        clAIFFHandler::ByteSwap(m_decodeBuffer, wfx.BitsPerSample());
-    block->pData = m_decodeBuffer.Data();
-    block->nDataSize = static_cast<uint32_t>(m_decodeBuffer.Used());
-    wfx.CopyBasicTo(&block->WaveFormat);
-    block->nBitRate = wfx.BitRate();
-    block->nDurationMS = wfx.CalcmsTime(static_cast<int64_t>(m_decodeBuffer.Used()));
+    DecodeSteps::FillBlock(m_decodeBuffer, wfx, m_common.littleEndian, block);
     block->nLastBlock = m_remaining == 0 ? 1 : 0;
     return true;
 }
@@ -166,7 +149,8 @@ bool clWaveDecoder::SetPosition(int64_t frame)
     const XAudioWFX& wfx = m_common.wfx;
     const int64_t position = m_range.PositionOf(frame, wfx);
     if (!m_file.SetPosition(position)) {
-        StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report, kSetPosition);
+        StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report,
+                              DecodeSteps::kSetPosition);
         return false;
     }
     m_position = position;

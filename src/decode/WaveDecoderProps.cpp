@@ -1,6 +1,7 @@
 // The audio properties of a file.
 
 #include "decode/AudioProps.h"
+#include "decode/DecodeSteps.h"
 #include "decode/WaveDecoder.h"
 
 using StdReport::Operation;
@@ -9,12 +10,8 @@ const XMem* clWaveDecoder::FillAudioProps(const XStr& properties)
 {
     const Operation operation(m_report, "FillAudioProps");
     m_propertiesBuffer.Clear();
-    if (!PullOutCOMMnSSND())
-        return nullptr;
-    const NTag props = CollectProps(properties);
-    for (long i = 0; i < props.Count(); ++i)
-        StdReport::WriteDEBUGWithPrefix({L"\t", props[i].name, L": "}, {props[i].value}, m_report);
-    if (!props.ToRawMemory(m_propertiesBuffer))
+    if (!PullOutCOMMnSSND() ||
+        !DecodeSteps::EncodeProps(CollectProps(properties), m_report, m_propertiesBuffer))
         return nullptr;
     operation.Succeed();
     return &m_propertiesBuffer;
@@ -30,10 +27,7 @@ NTag clWaveDecoder::CollectProps(const XStr& properties) const
     props.AddTag(PropertyName::kChannelMapping, ChannelText(wfx));
     props.AddTag(PropertyName::kSampleCount, std::to_wstring(frames));
     props.AddTag(PropertyName::kRiffChunks, ChunkList());
-    if (!properties.empty()) {
-        props.AddTag(PropertyName::kIDTag, properties);
-        props.AddTag(PropertyName::kContains, L"ID Tag [" + properties + L"]");
-    }
+    AddTagProps(properties, props);
     props.AddTag(PropertyName::kGapless, XStr(L"Yes"));
     props.AddTag(PropertyName::kWaveHeader, clAIFFHandler::RIFFChnkID2CHR(m_aiff.GetFormType()));
     return props;

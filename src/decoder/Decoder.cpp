@@ -24,6 +24,13 @@ std::vector<XStr> UnpackNames(const wchar_t* names)
 
 } // namespace
 
+// Calls `body` with the decoder that fits the input, as the stream knows it now.
+template <class Body>
+bool clDecoder::WithDecoder(const Body& body)
+{
+    return m_stream.FromInterent() ? body(m_streamDecoder) : body(m_fileDecoder);
+}
+
 bool clDecoder::Open(STQvOpenDecoder* open)
 {
     const Operation operation(m_report, kOpen);
@@ -37,7 +44,11 @@ bool clDecoder::Open(STQvOpenDecoder* open)
     if (!InitializeDecoder())
         return false;
     StdReport::WriteDEBUG(L"Read Audio Information", m_report);
-    return FillRecord(open) && operation.Succeed();
+    return WithDecoder([this, open](auto& decoder) {
+               FillTexts(decoder, open);
+               return FillAudio(decoder, open);
+           }) &&
+           operation.Succeed();
 }
 
 bool clDecoder::OpenInput(const wchar_t* name)
@@ -46,6 +57,8 @@ bool clDecoder::OpenInput(const wchar_t* name)
     StdReport::WriteDEBUG(name != nullptr ? name : L"", m_report, nullptr, false);
     StdReport::WriteDEBUG(L"' for read access: ", m_report, nullptr, false);
     if (name == nullptr || !m_stream.Open(name)) {
+        if (name != nullptr && !m_stream.OpenFault().empty())
+            StdReport::WriteINFO({L"Cannot open stream: ", m_stream.OpenFault()}, m_report, kOpen);
         StdReport::WriteERROR(
             {L"Error opening file '", name, L"' check no other program has it open."}, m_report,
             kOpen);
@@ -57,29 +70,26 @@ bool clDecoder::OpenInput(const wchar_t* name)
 
 bool clDecoder::InitializeDecoder()
 {
+    if (m_stream.FromInterent())
+        return m_streamDecoder.Initialize(m_stream, m_report, m_rangeStart, m_rangeEnd);
     return m_fileDecoder.Initialize(m_stream.FileHandle(), m_report, m_rangeStart, m_rangeEnd);
 }
 
-bool clDecoder::FillRecord(STQvOpenDecoder* open)
-{
-    FillTexts(open);
-    return FillAudio(open);
-}
-
 // Tags and properties that cannot be had do not make Open fail.
-void clDecoder::FillTexts(STQvOpenDecoder* open)
+template <class D>
+void clDecoder::FillTexts(D& decoder, STQvOpenDecoder* open)
 {
     const uint32_t flags = open->nFlags;
     XStr tagDescription;
     if ((flags & (QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES)) != 0) {
-        const XMem* tags = m_fileDecoder.ReadIDTags(tagDescription);
+        const XMem* tags = decoder.ReadIDTags(tagDescription);
         if ((flags & QV_OPEN_READ_TAGS) != 0 && tags != nullptr) {
             open->pTagData = tags->Data();
             open->nTagDataSize = static_cast<uint32_t>(tags->Used());
         }
     }
     if ((flags & QV_OPEN_PROPERTIES) != 0) {
-        const XMem* properties = m_fileDecoder.FillAudioProps(tagDescription);
+        const XMem* properties = decoder.FillAudioProps(tagDescription);
         if (properties != nullptr) {
             open->pPropertiesData = properties->Data();
             open->nPropertiesDataSize = static_cast<uint32_t>(properties->Used());
@@ -87,18 +97,19 @@ void clDecoder::FillTexts(STQvOpenDecoder* open)
     }
 }
 
-bool clDecoder::FillAudio(STQvOpenDecoder* open)
+template <class D>
+bool clDecoder::FillAudio(D& decoder, STQvOpenDecoder* open)
 {
     const uint32_t flags = open->nFlags;
     if ((flags & (QV_OPEN_AUDIO_INFO | QV_OPEN_PREPARE_DECODE)) != 0) {
         StdReport::WriteDEBUG(L"Writing Audio Information", m_report);
-        if (!m_fileDecoder.FillAudioInfo(&open->AudioInfo))
+        if (!decoder.FillAudioInfo(&open->AudioInfo))
             return false;
         StdReport::WriteDEBUG(L"Written Audio Information", m_report);
     }
     if ((flags & QV_OPEN_PREPARE_DECODE) != 0) {
         StdReport::WriteDEBUG(L"Preparing to Decode", m_report);
-        if (!m_fileDecoder.PrepareToDecodeAudio(&open->AudioInfo))
+        if (!decoder.PrepareToDecodeAudio(&open->AudioInfo))
             return false;
         StdReport::WriteDEBUG(L"Prepared Decoding", m_report);
     }
@@ -108,20 +119,23 @@ bool clDecoder::FillAudio(STQvOpenDecoder* open)
 bool clDecoder::Close(const STQvEncoderFluid* fluid)
 {
     const Operation operation(m_report, "Close");
-    m_fileDecoder.Close(fluid != nullptr ? *fluid : STQvEncoderFluid{});
+    const STQvEncoderFluid used = fluid != nullptr ? *fluid : STQvEncoderFluid{};
+    m_fileDecoder.Close(used);
+    m_streamDecoder.Close(used);
     m_stream.Close();
     return operation.Succeed();
 }
 
 bool clDecoder::DecodeBlock(STQvAudioBlock* block)
 {
-    return m_fileDecoder.DecodeBlock(block);
+    return WithDecoder([block](auto& decoder) { return decoder.DecodeBlock(block); });
 }
 
 bool clDecoder::SetPosition(int64_t frame)
 {
     const Operation operation(m_report, "SetPosition");
-    return m_fileDecoder.SetPosition(frame) && operation.Succeed();
+    return WithDecoder([frame](auto& decoder) { return decoder.SetPosition(frame); }) &&
+           operation.Succeed();
 }
 
 bool clDecoder::DeleteATag(const wchar_t* path, const wchar_t* names)

@@ -1,6 +1,7 @@
 // The decoder instance behind a host's handle.
 #pragma once
 
+#include "decode/StreamingDecoder.h"
 #include "decode/WaveDecoder.h"
 #include "qvcodec.h"
 #include "support/XFileHTTPStream.h"
@@ -23,13 +24,17 @@ public:
 private:
     bool OpenInput(const wchar_t* name);
     bool InitializeDecoder();
-    bool FillRecord(STQvOpenDecoder* open);
-    void FillTexts(STQvOpenDecoder* open);
-    bool FillAudio(STQvOpenDecoder* open);
+    template <class D>
+    void FillTexts(D& decoder, STQvOpenDecoder* open);
+    template <class D>
+    bool FillAudio(D& decoder, STQvOpenDecoder* open);
+    template <class Body>
+    bool WithDecoder(const Body& body);
 
     XFileHTTPStream m_stream;
     STNStdReport m_report;
     clWaveDecoder m_fileDecoder;
+    clsStreamingwavedecoder m_streamDecoder;
     int64_t m_rangeStart = 0; // sample frames, for the next Open
     int64_t m_rangeEnd = QV_RANGE_TO_END;
     XStr m_answer1; // texts that Get handed out

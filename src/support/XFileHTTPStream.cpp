@@ -1,15 +1,149 @@
 #include "support/XFileHTTPStream.h"
 
+#include <algorithm>
+
+namespace
+{
+
+constexpr int kMostRedirects = 10;
+
+// Whether a partial answer holds everything from `first` to the end. `total` is the
+// size that the data must have, -1 when any will do.
+bool IsRestFrom(const STHttpHead& head, int64_t first, int64_t total)
+{
+    if (head.nStatus != 206 || !head.range.has_value())
+        return false;
+    const STContentRange& range = *head.range;
+    const int64_t end = range.nLast + 1;
+    const bool fitsTotal = total < 0 || end == total;
+    const bool fitsOwnTotal = range.nTotal < 0 || range.nTotal == end;
+    const bool fitsLength = head.nContentLength < 0 || head.nContentLength == end - range.nFirst;
+    return range.nFirst == first && fitsTotal && fitsOwnTotal && fitsLength;
+}
+
+} // namespace
+
 bool XFileHTTPStream::Open(const wchar_t* name)
 {
     Close();
-    if (BeginsNoCase(name, L"http://"))
+    m_openFault.clear();
+    if (!BeginsNoCase(name, L"http://")) {
+        if (!m_file.Open(name))
+            return false;
+        m_fromInternet = false;
+        return true;
+    }
+    int status = 0;
+    const StreamFault fault = OpenStream(name, status);
+    if (fault != StreamFault::None) {
+        Close();
+        m_openFault = TextOf(fault, status);
         return false;
-    m_fromInternet = false;
-    return m_file.Open(name);
+    }
+    m_fromInternet = true;
+    return true;
 }
 
 void XFileHTTPStream::Close() noexcept
 {
     m_file.Close();
+    m_transfer.reset();
+    m_entityTag.clear();
+    m_size = 0;
+    m_servesRanges = false;
+    m_position = 0;
+}
+
+StreamFault XFileHTTPStream::OpenStream(const wchar_t* name, int& status)
+{
+    std::string bytes;
+    if (!ToPathBytes(name, bytes) || !ParseUrl(bytes, m_url))
+        return StreamFault::BadName;
+    const StreamFault fault = FollowRedirects(status);
+    return fault != StreamFault::None ? fault : Accept(m_transfer->Head());
+}
+
+// Asks for the data, at the next address as long as the server names one.
+StreamFault XFileHTTPStream::FollowRedirects(int& status)
+{
+    for (int redirects = 0; redirects <= kMostRedirects; ++redirects) {
+        m_transfer = std::make_unique<HttpTransfer>(m_limits);
+        StreamFault fault = m_transfer->Ask(m_url, {});
+        if (fault != StreamFault::None)
+            return fault;
+        const STHttpHead& head = m_transfer->Head();
+        status = head.nStatus;
+        if (!head.IsRedirect())
+            return StreamFault::None;
+        if (!head.location.has_value())
+            return StreamFault::RedirectWithoutTarget;
+        STUrl target;
+        fault = ResolveUrl(m_url, *head.location, target);
+        if (fault != StreamFault::None)
+            return fault;
+        m_url = target;
+    }
+    return StreamFault::TooManyRedirects;
+}
+
+// Takes over what the header tells. A server may send everything as a part of itself.
+StreamFault XFileHTTPStream::Accept(const STHttpHead& head)
+{
+    if (head.nStatus != 200 && head.nStatus != 206)
+        return StreamFault::Status;
+    if (head.nStatus == 206 && !IsRestFrom(head, 0, -1))
+        return StreamFault::WrongRange;
+    m_size = std::max<int64_t>(head.nContentLength, 0);
+    m_servesRanges = head.servesRanges;
+    m_entityTag = head.entityTag;
+    return StreamFault::None;
+}
+
+int64_t XFileHTTPStream::Size() const
+{
+    return m_fromInternet ? m_size : std::max<int64_t>(m_file.Size(), 0);
+}
+
+bool XFileHTTPStream::IsSeekable() const noexcept
+{
+    return m_fromInternet ? m_servesRanges && m_size > 0 : m_file.IsOpen();
+}
+
+size_t XFileHTTPStream::Read(std::span<uint8_t> out)
+{
+    if (!m_fromInternet)
+        return m_file.Read(out);
+    if (m_transfer == nullptr)
+        return 0;
+    const size_t count = m_transfer->ReadBody(out);
+    m_position += static_cast<int64_t>(count);
+    return count;
+}
+
+StreamFault XFileHTTPStream::Fault() const noexcept
+{
+    return m_transfer != nullptr ? m_transfer->Fault() : StreamFault::None;
+}
+
+// The present connection serves on until the new one has proved to be what was asked
+// for.
+bool XFileHTTPStream::SetPosition(int64_t position)
+{
+    if (!m_fromInternet)
+        return m_file.SetPosition(position);
+    if (!IsSeekable() || position < 0 || position > m_size)
+        return false;
+    if (position == m_position && Fault() == StreamFault::None)
+        return true;
+    std::unique_ptr<HttpTransfer> transfer;
+    if (position != m_size) {
+        transfer = std::make_unique<HttpTransfer>(m_limits);
+        if (transfer->Ask(m_url, {position, m_entityTag}) != StreamFault::None)
+            return false;
+        if (!IsRestFrom(transfer->Head(), position, m_size))
+            return false;
+    }
+    m_transfer = std::move(transfer);
+    m_position = position;
+    return true;
 }

@@ -1,0 +1,108 @@
+// Answers of a server, as bytes: whatever they are and however they are cut into
+// pieces, reading them ends, stays inside its limits and gives the same result.
+
+#include "Fuzz.h"
+#include "support/HttpReader.h"
+#include "support/Url.h"
+
+#include <algorithm>
+
+namespace
+{
+
+// Delivers bytes in pieces of at most one size, then ends.
+class MemorySource : public ByteSource
+{
+public:
+    MemorySource(std::span<const uint8_t> bytes, size_t piece) : m_left(bytes), m_piece(piece) {}
+
+    STTaken ReadSome(std::span<uint8_t> out) override
+    {
+        const size_t size = std::min({out.size(), m_left.size(), m_piece});
+        std::copy_n(m_left.begin(), size, out.begin());
+        m_left = m_left.subspan(size);
+        return {size, StreamFault::None};
+    }
+
+private:
+    std::span<const uint8_t> m_left;
+    size_t m_piece;
+};
+
+struct Result {
+    StreamFault headFault = StreamFault::None;
+    StreamFault bodyFault = StreamFault::None;
+    STHttpHead head;
+    std::vector<uint8_t> body;
+};
+
+Result ReadAnswer(std::span<const uint8_t> bytes, size_t piece, size_t step)
+{
+    MemorySource source(bytes, piece);
+    HttpReader reader(source);
+    Result result;
+    result.headFault = reader.ReadHead(result.head);
+    if (result.headFault != StreamFault::None)
+        return result;
+    std::vector<uint8_t> part(step);
+    size_t count = 0;
+    do {
+        count = reader.ReadBody(part);
+        result.body.insert(result.body.end(), part.data(), part.data() + count);
+    } while (count == step);
+    result.bodyFault = reader.Fault();
+    return result;
+}
+
+void CheckTarget(const std::string& reference)
+{
+    const STUrl base = {"host", 8080, "/a/b?c"};
+    STUrl url;
+    if (ResolveUrl(base, reference, url) != StreamFault::None)
+        return;
+    const std::string all = url.HostField() + url.target;
+    Require(url.target.front() == '/' && url.nPort != 0 && !url.host.empty(), "a URL is whole");
+    Require(std::all_of(all.begin(), all.end(), [](char c) { return c > ' ' && c < 0x7F; }),
+            "nothing in a URL can break out of a request");
+    STUrl again;
+    Require(ParseUrl("http://" + url.HostField() + url.target, again) &&
+                again.target == url.target && again.host == url.host && again.nPort == url.nPort,
+            "a URL comes back as it was");
+}
+
+} // namespace
+
+std::vector<Bytes> Seeds()
+{
+    std::vector<Bytes> seeds;
+    for (const std::string_view answer : {
+             "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nAccept-Ranges: bytes\r\n\r\nhello",
+             "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 206 X\nContent-Range: bytes 2-9/10\n\n8 bytes!",
+             "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5;x=y\r\nhello\r\n0\r\nA: "
+             "b\r\n\r\n",
+             "HTTP/1.0 302 Found\r\nLocation: ../x%2e/./y?z#f\r\n\r\n",
+             "HTTP/1.0 302 Found\r\nLocation: http://[::1]:81/a b\r\n\r\n",
+         })
+        seeds.push_back(Join({{3, 1}, Bytes(answer.begin(), answer.end())}));
+    return seeds;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size < 2)
+        return 0;
+    const std::span<const uint8_t> answer(data + 2, size - 2);
+    const Result whole = ReadAnswer(answer, size, 65536);
+    const Result pieces = ReadAnswer(answer, size_t{data[0]} + 1, size_t{data[1]} * 50 + 1);
+    Require(whole.headFault == pieces.headFault && whole.bodyFault == pieces.bodyFault &&
+                whole.body == pieces.body,
+            "the pieces do not matter");
+    Require(whole.body.size() <= size, "a body is made of what arrived");
+    if (whole.headFault == StreamFault::None && whole.head.nContentLength >= 0)
+        Require(whole.bodyFault == (std::ssize(whole.body) == whole.head.nContentLength
+                                        ? StreamFault::None
+                                        : StreamFault::EndedEarly),
+                "a body that differs from its length is noticed");
+    CheckTarget(whole.head.location.value_or(std::string(answer.begin(), answer.end())));
+    return 0;
+}

@@ -1,0 +1,57 @@
+// The tags and properties of a stream.
+
+#include "decode/AudioProps.h"
+#include "decode/DecodeSteps.h"
+#include "decode/StreamingDecoder.h"
+
+using StdReport::Operation;
+
+// The header is read all the same, so that its faults are reported under whichever
+// operation comes first; without one there are no tags either.
+const XMem* clsStreamingwavedecoder::ReadIDTags(XStr&)
+{
+    const Operation operation(m_report, "ReadIDTags");
+    m_tagBuffer.Clear();
+    (void)PullOutCOMMnSSND();
+    const NTag none;
+    StdReport::WriteDEBUG({int64_t{none.Count()}, L" ID Tags:"}, m_report);
+    if (!none.ToRawMemory(m_tagBuffer))
+        return nullptr;
+    operation.Succeed();
+    return &m_tagBuffer;
+}
+
+const XMem* clsStreamingwavedecoder::FillAudioProps(const XStr& properties)
+{
+    const Operation operation(m_report, "FillAudioProps");
+    m_propertiesBuffer.Clear();
+    if (!PullOutCOMMnSSND() ||
+        !DecodeSteps::EncodeProps(CollectProps(properties), m_report, m_propertiesBuffer))
+        return nullptr;
+    operation.Succeed();
+    return &m_propertiesBuffer;
+}
+
+// What would need the chunk index of a file is left out.
+NTag clsStreamingwavedecoder::CollectProps(const XStr& properties) const
+{
+    const XAudioWFX& wfx = m_common.wfx;
+    NTag props;
+    props.AddTag(PropertyName::kAudioQuality, GetAudioQuality());
+    props.AddTag(PropertyName::kChannelMapping, GetChannelString());
+    props.AddTag(PropertyName::kSampleCount,
+                 std::to_wstring(m_range.LengthBytes(wfx) / wfx.BlockAlign()));
+    AddTagProps(properties, props);
+    props.AddTag(PropertyName::kGapless, XStr(L"Yes"));
+    return props;
+}
+
+XStr clsStreamingwavedecoder::GetAudioQuality() const
+{
+    return AudioQualityText(m_common.wfx);
+}
+
+XStr clsStreamingwavedecoder::GetChannelString() const
+{
+    return ChannelText(m_common.wfx);
+}

@@ -1,0 +1,191 @@
+#include "support/HttpHead.h"
+
+#include "support/Ascii.h"
+
+#include <limits>
+
+namespace
+{
+
+constexpr int kRedirects[] = {301, 302, 303, 307, 308};
+
+// A decimal number without sign that fits; the whole text.
+bool ReadNumber(std::string_view text, int64_t& number)
+{
+    if (text.empty())
+        return false;
+    number = 0;
+    for (const char c : text) {
+        const int64_t digit = c - '0';
+        if (!IsAsciiDigit(c) || number > (std::numeric_limits<int64_t>::max() - digit) / 10)
+            return false;
+        number = number * 10 + digit;
+    }
+    return true;
+}
+
+// "HTTP/1.1 200 OK": any minor version, the words behind the number are free.
+bool ReadStatusLine(std::string_view line, int& status)
+{
+    constexpr std::string_view kVersion = "HTTP/1.";
+    if (!line.starts_with(kVersion))
+        return false;
+    line.remove_prefix(kVersion.size());
+    const std::string_view minor = TakeUntil(line, ' ');
+    line = TrimAscii(line);
+    int64_t number = 0;
+    if (minor.size() != 1 || !IsAsciiDigit(minor[0]) ||
+        !ReadNumber(line.substr(0, line.find(' ')), number) || number < 100 || number > 999)
+        return false;
+    status = static_cast<int>(number);
+    return true;
+}
+
+// A field may repeat its number, in a list or on several lines, but not change it.
+StreamFault ReadContentLength(std::string_view value, STHttpHead& head)
+{
+    do {
+        int64_t length = 0;
+        if (!ReadNumber(TrimAscii(TakeUntil(value, ',')), length) ||
+            (head.nContentLength >= 0 && head.nContentLength != length))
+            return StreamFault::BadResponse;
+        head.nContentLength = length;
+    } while (!value.empty());
+    return StreamFault::None;
+}
+
+// Only "chunked", once, can be undone here.
+StreamFault ReadTransferEncoding(std::string_view value, STHttpHead& head)
+{
+    while (!value.empty()) {
+        const std::string_view coding = TrimAscii(TakeUntil(value, ','));
+        if (coding.empty() || EqualAsciiNoCase(coding, "identity"))
+            continue;
+        if (!EqualAsciiNoCase(coding, "chunked") || head.isChunked)
+            return StreamFault::UnknownCoding;
+        head.isChunked = true;
+    }
+    return StreamFault::None;
+}
+
+StreamFault ReadContentEncoding(std::string_view value, STHttpHead&)
+{
+    const bool isPlain = value.empty() || EqualAsciiNoCase(value, "identity");
+    return isPlain ? StreamFault::None : StreamFault::UnknownCoding;
+}
+
+StreamFault ReadAcceptRanges(std::string_view value, STHttpHead& head)
+{
+    while (!value.empty())
+        if (EqualAsciiNoCase(TrimAscii(TakeUntil(value, ',')), "bytes"))
+            head.servesRanges = true;
+    return StreamFault::None;
+}
+
+// "bytes 100-199/1000", the total possibly "*". Other forms say nothing about a body.
+StreamFault ReadContentRange(std::string_view value, STHttpHead& head)
+{
+    const std::string_view unit = TakeUntil(value, ' ');
+    const std::string_view first = TrimAscii(TakeUntil(value, '-'));
+    const std::string_view last = TrimAscii(TakeUntil(value, '/'));
+    const std::string_view total = TrimAscii(value);
+    STContentRange range;
+    if (!EqualAsciiNoCase(unit, "bytes") || !ReadNumber(first, range.nFirst) ||
+        !ReadNumber(last, range.nLast) || (total != "*" && !ReadNumber(total, range.nTotal)) ||
+        range.nLast < range.nFirst || (total != "*" && range.nTotal <= range.nLast))
+        return StreamFault::None;
+    if (head.range.has_value() && head.range != range)
+        return StreamFault::BadResponse;
+    head.range = range;
+    return StreamFault::None;
+}
+
+StreamFault ReadLocation(std::string_view value, STHttpHead& head)
+{
+    if (head.location.has_value() && *head.location != value)
+        return StreamFault::BadResponse;
+    head.location = value;
+    return StreamFault::None;
+}
+
+StreamFault ReadEntityTag(std::string_view value, STHttpHead& head)
+{
+    head.entityTag = value;
+    return StreamFault::None;
+}
+
+struct FieldRule {
+    std::string_view name;
+    StreamFault (*read)(std::string_view value, STHttpHead& head);
+};
+
+constexpr FieldRule kFields[] = {
+    {"Content-Length", ReadContentLength},
+    {"Transfer-Encoding", ReadTransferEncoding},
+    {"Content-Encoding", ReadContentEncoding},
+    {"Accept-Ranges", ReadAcceptRanges},
+    {"Content-Range", ReadContentRange},
+    {"Location", ReadLocation},
+    {"ETag", ReadEntityTag},
+};
+
+// A line without a colon is no field and says nothing.
+StreamFault ReadField(std::string_view line, STHttpHead& head)
+{
+    const size_t colon = line.find(':');
+    if (colon == std::string_view::npos)
+        return StreamFault::None;
+    const std::string_view name = TrimAscii(line.substr(0, colon));
+    for (const FieldRule& rule : kFields)
+        if (EqualAsciiNoCase(rule.name, name))
+            return rule.read(TrimAscii(line.substr(colon + 1)), head);
+    return StreamFault::None;
+}
+
+// The next line, together with those that continue it: they begin with a blank.
+std::string TakeLine(std::string_view& bytes)
+{
+    std::string line(TrimAscii(TakeUntil(bytes, '\n')));
+    while (!bytes.empty() && (bytes.front() == ' ' || bytes.front() == '\t'))
+        line.append(" ").append(TrimAscii(TakeUntil(bytes, '\n')));
+    return line;
+}
+
+} // namespace
+
+bool STHttpHead::IsRedirect() const
+{
+    return std::find(std::begin(kRedirects), std::end(kRedirects), nStatus) != std::end(kRedirects);
+}
+
+size_t HeadSize(std::string_view bytes, size_t from)
+{
+    // The end may have begun up to three bytes earlier.
+    for (size_t i = from < 3 ? 0 : from - 3; i < bytes.size(); ++i) {
+        if (bytes[i] != '\n')
+            continue;
+        const size_t next = i + 1 < bytes.size() && bytes[i + 1] == '\r' ? i + 2 : i + 1;
+        if (next < bytes.size() && bytes[next] == '\n')
+            return next + 1;
+    }
+    return 0;
+}
+
+StreamFault ParseHead(std::string_view bytes, STHttpHead& head)
+{
+    head = {};
+    if (bytes.find('\0') != std::string_view::npos ||
+        !ReadStatusLine(TakeLine(bytes), head.nStatus))
+        return StreamFault::BadResponse;
+    while (!bytes.empty()) {
+        const StreamFault fault = ReadField(TakeLine(bytes), head);
+        if (fault != StreamFault::None)
+            return fault;
+    }
+    // The chunks say where the body ends, whatever else is said about its length.
+    if (head.isChunked)
+        head.nContentLength = -1;
+    else if (head.nStatus == 206 && head.range.has_value() && head.nContentLength < 0)
+        head.nContentLength = head.range->nLast - head.range->nFirst + 1;
+    return StreamFault::None;
+}

@@ -1,0 +1,227 @@
+#include "support/TcpSocket.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <memory>
+#include <netdb.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <vector>
+
+namespace
+{
+
+using Clock = TcpSocket::Clock;
+using std::chrono::milliseconds;
+
+// How long one address is waited for before the next one is tried beside it.
+constexpr milliseconds kHeadStart{250};
+
+// Writing to a connection that the server has closed raises a signal unless told
+// otherwise: per call here, per socket on systems without that flag.
+#ifdef MSG_NOSIGNAL
+constexpr int kSendFlags = MSG_NOSIGNAL;
+#else
+constexpr int kSendFlags = 0;
+#endif
+
+void SilenceSignals([[maybe_unused]] int fd)
+{
+#ifndef MSG_NOSIGNAL
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof(on));
+#endif
+}
+
+// A socket that never blocks and that programs started by the host do not inherit.
+FileDescriptor NewSocket(int family)
+{
+#ifdef SOCK_CLOEXEC
+    FileDescriptor opened(socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+#else
+    FileDescriptor opened(socket(family, SOCK_STREAM, 0));
+    if (opened.Get() >= 0) {
+        fcntl(opened.Get(), F_SETFD, FD_CLOEXEC);
+        fcntl(opened.Get(), F_SETFL, O_NONBLOCK);
+    }
+#endif
+    if (opened.Get() >= 0)
+        SilenceSignals(opened.Get());
+    return opened;
+}
+
+StreamFault FaultOf(int error)
+{
+    switch (error) {
+    case ECONNREFUSED:
+        return StreamFault::Refused;
+    case ETIMEDOUT:
+        return StreamFault::ConnectTimeout;
+    case EMFILE:
+    case ENFILE:
+    case ENOBUFS:
+    case ENOMEM:
+        return StreamFault::NoSocket;
+    default:
+        return StreamFault::Unreachable;
+    }
+}
+
+// Waits until a moment, at least once. The count of poll(); 0 when time is up.
+int PollUntil(std::span<pollfd> polls, Clock::time_point end)
+{
+    for (;;) {
+        const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
+        const auto timeout = static_cast<int>(std::clamp<int64_t>(left.count(), 0, 1 << 30));
+        const int ready = poll(polls.data(), static_cast<nfds_t>(polls.size()), timeout);
+        if (ready >= 0 || errno != EINTR)
+            return ready;
+    }
+}
+
+struct FreeAddresses {
+    void operator()(addrinfo* list) const noexcept { freeaddrinfo(list); }
+};
+using Addresses = std::unique_ptr<addrinfo, FreeAddresses>;
+
+Addresses AddressesOf(const std::string& host, uint16_t port)
+{
+    addrinfo hints = {};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_NUMERICSERV;
+    addrinfo* list = nullptr;
+    if (getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &list) != 0)
+        return nullptr;
+    return Addresses(list);
+}
+
+// Connecting to several addresses at once; the first connection wins.
+class ConnectRace
+{
+public:
+    ConnectRace(const addrinfo* addresses, Clock::time_point end) : m_next(addresses), m_end(end) {}
+
+    StreamFault Run(FileDescriptor& winner)
+    {
+        m_nextStart = Clock::now();
+        while (m_winner.Get() < 0 && (m_next != nullptr || !m_sockets.empty())) {
+            if (Clock::now() >= m_end)
+                return StreamFault::ConnectTimeout;
+            if (m_next != nullptr && (m_sockets.empty() || Clock::now() >= m_nextStart))
+                StartNext();
+            else
+                WaitForOne();
+        }
+        winner = std::move(m_winner);
+        return winner.Get() >= 0 ? StreamFault::None : m_fault;
+    }
+
+private:
+    void StartNext()
+    {
+        const addrinfo& address = *std::exchange(m_next, m_next->ai_next);
+        FileDescriptor attempt = NewSocket(address.ai_family);
+        int error = attempt.Get() < 0 ? errno : 0;
+        if (error == 0 && connect(attempt.Get(), address.ai_addr, address.ai_addrlen) != 0)
+            error = errno;
+        // An interrupted attempt goes on by itself.
+        if (error != 0 && error != EINPROGRESS && error != EINTR) {
+            m_fault = FaultOf(error);
+            return;
+        }
+        m_nextStart = Clock::now() + kHeadStart;
+        m_polls.push_back({attempt.Get(), POLLOUT, 0});
+        m_sockets.push_back(std::move(attempt));
+    }
+
+    void WaitForOne()
+    {
+        if (PollUntil(m_polls, m_next != nullptr ? std::min(m_nextStart, m_end) : m_end) <= 0)
+            return;
+        for (size_t i = m_sockets.size(); i-- > 0 && m_winner.Get() < 0;)
+            if (m_polls[i].revents != 0)
+                Settle(i);
+    }
+
+    void Settle(size_t index)
+    {
+        int error = 0;
+        socklen_t size = sizeof(error);
+        if (getsockopt(m_sockets[index].Get(), SOL_SOCKET, SO_ERROR, &error, &size) != 0)
+            error = errno;
+        if (error == 0)
+            m_winner = std::move(m_sockets[index]);
+        else
+            m_fault = FaultOf(error);
+        m_sockets.erase(m_sockets.begin() + static_cast<std::ptrdiff_t>(index));
+        m_polls.erase(m_polls.begin() + static_cast<std::ptrdiff_t>(index));
+        m_nextStart = Clock::now(); // the next address need not wait for this one
+    }
+
+    const addrinfo* m_next;
+    Clock::time_point m_end;
+    Clock::time_point m_nextStart;
+    std::vector<FileDescriptor> m_sockets; // one for each entry of m_polls
+    std::vector<pollfd> m_polls;
+    FileDescriptor m_winner;
+    StreamFault m_fault = StreamFault::Unreachable;
+};
+
+bool WouldBlock(int error)
+{
+    return error == EAGAIN || error == EWOULDBLOCK;
+}
+
+} // namespace
+
+StreamFault TcpSocket::Connect(const std::string& host, uint16_t port)
+{
+    m_socket = FileDescriptor();
+    const Addresses addresses = AddressesOf(host, port);
+    if (addresses == nullptr)
+        return StreamFault::HostNotFound;
+    return ConnectRace(addresses.get(), Clock::now() + m_limits.connect).Run(m_socket);
+}
+
+// False when the time is up.
+bool TcpSocket::WaitFor(short events) const
+{
+    const auto idleEnd = Clock::now() + m_limits.idle;
+    pollfd one = {m_socket.Get(), events, 0};
+    return PollUntil({&one, 1}, std::min(idleEnd, m_deadline.value_or(idleEnd))) > 0;
+}
+
+StreamFault TcpSocket::Send(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t sent = send(m_socket.Get(), bytes.data(), bytes.size(), kSendFlags);
+        if (sent >= 0) {
+            bytes.remove_prefix(static_cast<size_t>(sent));
+            continue;
+        }
+        const int error = errno;
+        if (WouldBlock(error) && !WaitFor(POLLOUT))
+            return StreamFault::IdleTimeout;
+        if (!WouldBlock(error) && error != EINTR)
+            return StreamFault::ConnectionLost;
+    }
+    return StreamFault::None;
+}
+
+STTaken TcpSocket::ReadSome(std::span<uint8_t> out)
+{
+    for (;;) {
+        if (m_deadline.has_value() && Clock::now() >= *m_deadline)
+            return {0, StreamFault::IdleTimeout};
+        const ssize_t count = recv(m_socket.Get(), out.data(), out.size(), 0);
+        if (count >= 0)
+            return {static_cast<size_t>(count), StreamFault::None};
+        const int error = errno;
+        if (WouldBlock(error) && !WaitFor(POLLIN))
+            return {0, StreamFault::IdleTimeout};
+        if (!WouldBlock(error) && error != EINTR)
+            return {0, StreamFault::ConnectionLost};
+    }
+}
