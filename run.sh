@@ -4,13 +4,13 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 scripts/setup.sh build
-cmake --preset release -DAIFF_TESTS=OFF -DAIFF_BENCH=OFF >/dev/null
-cmake --build --preset release
+cmake --preset release -DAIFF_TESTS=OFF >/dev/null
+cmake --build --preset release --target AIFF aiffconv make_aiff
 
 demo=build/demo
 aiffconv=build/release/bin/aiffconv
 rm -rf "$demo"
-mkdir -p "$demo"
+mkdir -p "$demo/aiff"
 build/release/bin/make_aiff --demo "$demo/aiff"
 
 echo

@@ -6,6 +6,6 @@ cd "$(dirname "${BASH_SOURCE[0]}")"
 preset=${1:-release}
 
 scripts/setup.sh build test
-cmake --preset "$preset" >/dev/null
+cmake --preset "$preset" -DAIFF_TESTS=ON >/dev/null
 cmake --build --preset "$preset"
 ctest --preset "$preset" -j "$(nproc)"

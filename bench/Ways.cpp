@@ -1,5 +1,7 @@
 #include "Ways.h"
 
+#include "qvcodec.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,97 +15,181 @@
 namespace
 {
 
-constexpr size_t kBufferBytes = 65536; // for every way the same
+constexpr size_t kBufferBytes = 65536;
+constexpr size_t kPageBytes = 4096;
 
-// FNV-1a, over the bytes in the order in which they come.
-class Checksum
+// The buffer of read() and libsndfile. How fast the system copies depends on where
+// both ends lie within their pages; this is a fast place for what starts with the
+// file or a short header behind.
+uint8_t* Buffer()
 {
-public:
-    void Add(std::span<const uint8_t> bytes)
-    {
-        for (const uint8_t byte : bytes)
-            m_pcm.checksum = (m_pcm.checksum ^ byte) * 0x100000001B3u;
-        m_pcm.bytes += static_cast<int64_t>(bytes.size());
-    }
-    Pcm Result() const { return m_pcm; }
-
-private:
-    Pcm m_pcm{0, 0xCBF29CE484222325u};
-};
-
-// Runs the plug-in over a file and hands every block to `take`.
-template <class Take>
-void DecodeByPlugin(const Plugin& plugin, const FileName& file, Take&& take)
-{
-    void* decoder = plugin.Create(nullptr);
-    STQvOpenDecoder open = {};
-    open.pFileName = file.wide.c_str();
-    open.nFlags = QV_OPEN_PREPARE_DECODE;
-    if (decoder == nullptr || plugin.Open(decoder, &open) != 1)
-        Fail("the plug-in cannot open " + file.bytes);
-    STQvAudioBlock block = {};
-    while (block.nLastBlock == 0) {
-        block = {};
-        if (plugin.DecodeBlock(decoder, &block) != 1)
-            Fail("the plug-in cannot decode " + file.bytes);
-        take(std::span(block.pData, block.nDataSize));
-    }
-    STQvEncoderFluid fluid = {};
-    plugin.Close(decoder, &fluid);
-    plugin.Destroy(decoder);
+    alignas(kPageBytes) static uint8_t pages[kBufferBytes + kPageBytes];
+    return pages + kPageBytes - 100;
 }
 
-// An open file of libsndfile.
+// FNV-1a over little-endian PCM, 8-bit samples unsigned.
+void AddToSum(uint64_t& sum, std::span<const uint8_t> pcm)
+{
+    for (const uint8_t byte : pcm)
+        sum = (sum ^ byte) * 0x100000001B3u;
+}
+
+struct Plugin {
+    explicit Plugin(const std::string& path)
+    {
+        void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (library == nullptr)
+            Fail(dlerror());
+#define BENCH_LOOKUP(name, type)                                                                   \
+    name = reinterpret_cast<type>(dlsym(library, #name));                                          \
+    if (name == nullptr)                                                                           \
+        Fail("no function " #name " in " + path);
+        QV_DECODER_FUNCTIONS(BENCH_LOOKUP)
+    }
+
+#define BENCH_MEMBER(name, type) type name = nullptr;
+    QV_DECODER_FUNCTIONS(BENCH_MEMBER)
+};
+
+// An instance of the plug-in with a file open, without a report.
+class Session
+{
+public:
+    Session(const Plugin& plugin, const std::string& file, uint32_t flags)
+        : m_plugin(plugin), m_file(file), m_decoder(plugin.Create(nullptr))
+    {
+        const std::wstring name(file.begin(), file.end()); // ASCII
+        m_open.pFileName = name.c_str();
+        m_open.nFlags = flags | QV_OPEN_PREPARE_DECODE;
+        if (m_decoder == nullptr || m_plugin.Open(m_decoder, &m_open) != 1)
+            Fail("the plug-in cannot open " + file);
+        if ((flags & QV_OPEN_PROPERTIES) != 0 && m_open.nPropertiesDataSize == 0)
+            Fail("the plug-in tells no properties of " + file);
+    }
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    ~Session()
+    {
+        STQvEncoderFluid fluid = {};
+        m_plugin.Close(m_decoder, &fluid);
+        m_plugin.Destroy(m_decoder);
+    }
+
+    int64_t PcmBytes() const { return m_open.AudioInfo.nLengthBytes; }
+
+    // Items of the tag blob, whose first four bytes count them.
+    int32_t Tags() const
+    {
+        int32_t count = 0;
+        if (m_open.nTagDataSize >= sizeof(count))
+            std::memcpy(&count, m_open.pTagData, sizeof(count));
+        return count;
+    }
+
+    // Returns the bytes of all blocks; adds them to the sum unless that is null.
+    int64_t Decode(uint64_t* sum)
+    {
+        int64_t bytes = 0;
+        STQvAudioBlock block = {};
+        while (block.nLastBlock == 0) {
+            block = {};
+            if (m_plugin.DecodeBlock(m_decoder, &block) != 1)
+                Fail("the plug-in cannot decode " + m_file);
+            if (sum != nullptr)
+                AddToSum(*sum, std::span(block.pData, block.nDataSize));
+            bytes += block.nDataSize;
+        }
+        return bytes;
+    }
+
+private:
+    const Plugin& m_plugin;
+    const std::string& m_file;
+    void* m_decoder;
+    STQvOpenDecoder m_open = {};
+};
+
+// A file open in libsndfile.
 class Sound
 {
 public:
-    explicit Sound(const FileName& file) : m_file(sf_open(file.bytes.c_str(), SFM_READ, &m_info))
+    explicit Sound(const std::string& file) : m_file(sf_open(file.c_str(), SFM_READ, &m_info))
     {
         if (m_file == nullptr)
-            Fail("libsndfile cannot open " + file.bytes);
+            Fail("libsndfile cannot open " + file);
     }
     Sound(const Sound&) = delete;
     Sound& operator=(const Sound&) = delete;
     ~Sound() { sf_close(m_file); }
 
-    int SampleBytes() const
-    {
-        const int subtype = m_info.format & SF_FORMAT_SUBMASK;
-        if (subtype < SF_FORMAT_PCM_S8 || subtype > SF_FORMAT_PCM_32)
-            Fail("libsndfile sees no integer samples");
-        return subtype - SF_FORMAT_PCM_S8 + 1;
-    }
+    // The subtypes of integer samples are 1 to 4.
+    int SampleBytes() const { return m_info.format & SF_FORMAT_SUBMASK; }
     int64_t PcmBytes() const { return m_info.frames * m_info.channels * SampleBytes(); }
 
-    // Reads everything into the narrowest type that holds a sample: short for 8 and
-    // 16 bits, int for more. libsndfile aligns narrower samples to the top.
-    template <class Take>
-    void Read(Take&& take)
+    // Reads into the narrowest type that holds a sample: short for 8 and 16 bits, int
+    // for more.
+    int64_t Decode(uint64_t* sum)
     {
-        if (SampleBytes() <= 2)
-            ReadAs<short>(sf_readf_short, take);
-        else
-            ReadAs<int>(sf_readf_int, take);
+        return SampleBytes() <= 2 ? DecodeAs<short>(sf_readf_short, sum)
+                                  : DecodeAs<int>(sf_readf_int, sum);
     }
 
 private:
-    template <class Sample, class ReadFrames, class Take>
-    void ReadAs(ReadFrames readFrames, Take& take)
+    template <class Sample>
+    int64_t DecodeAs(sf_count_t (*readFrames)(SNDFILE*, Sample*, sf_count_t), uint64_t* sum)
     {
-        std::vector<Sample> buffer(kBufferBytes / sizeof(Sample));
+        auto* samples = reinterpret_cast<Sample*>(Buffer());
         const auto channels = static_cast<size_t>(m_info.channels);
-        const auto most = static_cast<sf_count_t>(buffer.size() / channels);
-        for (;;) {
-            const sf_count_t frames = readFrames(m_file, buffer.data(), most);
-            if (frames <= 0)
-                break;
-            take(std::span<const Sample>(buffer).first(static_cast<size_t>(frames) * channels));
+        const auto most = static_cast<sf_count_t>(kBufferBytes / sizeof(Sample) / channels);
+        size_t total = 0;
+        sf_count_t frames = 0;
+        while ((frames = readFrames(m_file, samples, most)) > 0) {
+            const size_t count = static_cast<size_t>(frames) * channels;
+            if (sum != nullptr)
+                AddSamples(*sum, samples, count);
+            total += count;
+        }
+        return static_cast<int64_t>(total) * SampleBytes();
+    }
+
+    // libsndfile hands narrow samples out in the top bytes of its types.
+    template <class Sample>
+    void AddSamples(uint64_t& sum, const Sample* samples, size_t count) const
+    {
+        const auto width = static_cast<size_t>(SampleBytes());
+        for (size_t i = 0; i < count; ++i) {
+            uint8_t bytes[sizeof(Sample)];
+            std::memcpy(bytes, &samples[i], sizeof(Sample));
+            if (width == 1)
+                bytes[1] ^= 0x80;
+            AddToSum(sum, std::span(bytes).last(width));
         }
     }
 
     SF_INFO m_info = {};
     SNDFILE* m_file;
 };
+
+int64_t ReadPlain(const std::string& file)
+{
+    const int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        Fail("cannot open " + file);
+    int64_t bytes = 0;
+    ssize_t count = 0;
+    while ((count = read(fd, Buffer(), kBufferBytes)) > 0)
+        bytes += count;
+    close(fd);
+    return bytes;
+}
+
+template <class Source>
+int64_t SumOf(Source&& source)
+{
+    uint64_t sum = 0xCBF29CE484222325u;
+    (void)source.Decode(&sum);
+    return static_cast<int64_t>(sum);
+}
 
 } // namespace
 
@@ -113,95 +199,22 @@ void Fail(const std::string& reason)
     std::exit(1);
 }
 
-Plugin::Plugin(const char* path)
+std::map<std::string, Way> AllWays(const std::string& pluginPath)
 {
-    void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr)
-        Fail(dlerror());
-#define BENCH_LOOKUP(name, type)                                                                   \
-    name = reinterpret_cast<type>(dlsym(library, #name));                                          \
-    if (name == nullptr)                                                                           \
-        Fail(std::string("no function " #name " in ") + path);
-    QV_DECODER_FUNCTIONS(BENCH_LOOKUP)
-#undef BENCH_LOOKUP
-}
-
-int64_t ReadPlain(const FileName& file)
-{
-    std::vector<uint8_t> buffer(kBufferBytes);
-    const int fd = open(file.bytes.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        Fail("cannot open " + file.bytes);
-    int64_t bytes = 0;
-    ssize_t count = 0;
-    while ((count = read(fd, buffer.data(), buffer.size())) > 0)
-        bytes += count;
-    close(fd);
-    return bytes;
-}
-
-int64_t ReadByPlugin(const Plugin& plugin, const FileName& file)
-{
-    int64_t bytes = 0;
-    DecodeByPlugin(plugin, file, [&](std::span<const uint8_t> pcm) {
-        bytes += static_cast<int64_t>(pcm.size());
-    });
-    return bytes;
-}
-
-int64_t ReadBySndfile(const FileName& file)
-{
-    Sound sound(file);
-    int64_t samples = 0;
-    sound.Read([&](auto pcm) { samples += static_cast<int64_t>(pcm.size()); });
-    return samples * sound.SampleBytes();
-}
-
-Pcm PcmOfPlugin(const Plugin& plugin, const FileName& file)
-{
-    Checksum sum;
-    DecodeByPlugin(plugin, file, [&](std::span<const uint8_t> pcm) { sum.Add(pcm); });
-    return sum.Result();
-}
-
-Pcm PcmOfSndfile(const FileName& file)
-{
-    Sound sound(file);
-    const auto width = static_cast<size_t>(sound.SampleBytes());
-    Checksum sum;
-    std::vector<uint8_t> bytes;
-    sound.Read([&](auto pcm) {
-        bytes.resize(pcm.size() * width);
-        for (size_t i = 0; i < pcm.size(); ++i) {
-            const auto* top = reinterpret_cast<const uint8_t*>(&pcm[i]) + sizeof(pcm[i]) - width;
-            std::memcpy(&bytes[i * width], top, width);
-            if (width == 1)
-                bytes[i] ^= 0x80;
-        }
-        sum.Add(bytes);
-    });
-    return sum.Result();
-}
-
-int64_t OpenByPlugin(const Plugin& plugin, const FileName& file, uint32_t flags, int& tagged)
-{
-    void* decoder = plugin.Create(nullptr);
-    STQvOpenDecoder open = {};
-    open.pFileName = file.wide.c_str();
-    open.nFlags = flags;
-    if (decoder == nullptr || plugin.Open(decoder, &open) != 1)
-        Fail("the plug-in cannot open " + file.bytes);
-    if ((flags & QV_OPEN_PROPERTIES) != 0 && open.nPropertiesDataSize == 0)
-        Fail("the plug-in tells no properties of " + file.bytes);
-    if (open.pTagData != nullptr)
-        ++tagged;
-    STQvEncoderFluid fluid = {};
-    plugin.Close(decoder, &fluid);
-    plugin.Destroy(decoder);
-    return open.AudioInfo.nLengthBytes;
-}
-
-int64_t OpenBySndfile(const FileName& file)
-{
-    return Sound(file).PcmBytes();
+    const auto session = [pluginPath](const std::string& file, uint32_t flags) {
+        static const Plugin plugin(pluginPath);
+        return Session(plugin, file, flags);
+    };
+    constexpr uint32_t kTexts = QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
+    return {
+        {"read", ReadPlain},
+        {"plugin", [=](auto& file) { return session(file, 0).Decode(nullptr); }},
+        {"libsndfile", [](auto& file) { return Sound(file).Decode(nullptr); }},
+        {"sum_plugin", [=](auto& file) { return SumOf(session(file, 0)); }},
+        {"sum_libsndfile", [](auto& file) { return SumOf(Sound(file)); }},
+        {"open_1_16", [=](auto& file) { return session(file, QV_OPEN_PROPERTIES).PcmBytes(); }},
+        {"open_1_8_16", [=](auto& file) { return session(file, kTexts).PcmBytes(); }},
+        {"open_libsndfile", [](auto& file) { return Sound(file).PcmBytes(); }},
+        {"tags", [=](auto& file) { return session(file, kTexts).Tags(); }},
+    };
 }

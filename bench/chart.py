@@ -1,30 +1,26 @@
 """Draws the results of report.py as horizontal bars in an SVG picture."""
-import statistics
 from xml.sax.saxutils import escape
 
-COLOURS = {"plug-in": "#1f77b4", "aiffconv": "#1f77b4", "limit": "#2ca02c"}
-RIVAL = "#c7c7c7"
+OURS, RIVAL, LIMIT = "#1f77b4", "#c7c7c7", "#2ca02c"
 LABEL, PLOT, ROW = 150, 520, 13  # pixels
 
 
-def groups_of(results):
-    """(title, limit or None, [(group, [(bar, value, kind), ...]), ...]) per diagram."""
+def diagrams(results):
+    """Per diagram: title, value of a limit or None, [(group, [(bar, value)])]."""
     if "decode" in results:
-        yield ("Decoding: time relative to plain read()", 1.0,
-               [(row["name"], [("plug-in", row["plugin_to_read"]),
-                               ("libsndfile", row["libsndfile_to_read"])])
-                for row in results["decode"]])
-    if "open" in results:
-        names = {"plugin_1_16": "plug-in", "plugin_1_8_16": "plug-in", "libsndfile": "libsndfile"}
-        yield ("Opening and closing a small file: microseconds (plug-in without and with tags)",
-               None, [(f"{row['name']} files", [(names[way], value) for way, value
-                                                in row["microseconds"].items()])
-                      for row in results["open"]])
+        yield "Decoding: time relative to plain read()", 1, [
+            (row["name"], [("plug-in", row["plugin_to_read"]),
+                           ("libsndfile", row["libsndfile_to_read"])])
+            for row in results["decode"]]
+    if "opening" in results:
+        names = ("plug-in", "plug-in, with tags", "libsndfile")
+        yield "Opening and closing a small file: microseconds", None, [
+            (f"{row['name']} files", list(zip(names, row["microseconds"].values())))
+            for row in results["opening"]]
     if "convert" in results:
-        medians = {name: statistics.median(times)
-                   for name, times in results["convert"]["seconds"].items()}
-        yield ("Converting to WAV: time relative to cp", 1.0,
-               [(name, [(name, value / medians["cp"])]) for name, value in medians.items()])
+        medians = results["convert"]["medians"]
+        yield "Converting to WAV: time relative to cp", 1, [
+            (name, [(name, seconds / medians["cp"])]) for name, seconds in medians.items()]
 
 
 def text(x, y, words, size=11, anchor="start"):
@@ -34,25 +30,22 @@ def text(x, y, words, size=11, anchor="start"):
 
 def draw(results):
     parts, y = [], 10
-    for title, limit, groups in groups_of(results):
-        y += 22
-        parts.append(text(10, y, title, 14))
-        y += 10
-        top = y
-        most = max(value for _, bars in groups for _, value in bars)
+    for title, limit, groups in diagrams(results):
+        parts.append(text(10, y + 22, title, 14))
+        y = top = y + 32
+        scale = PLOT / max(value for _, bars in groups for _, value in bars)
         for group, bars in groups:
             parts.append(text(LABEL - 6, y + ROW * len(bars) / 2 + 4, group, anchor="end"))
             for name, value in bars:
-                width = value / most * PLOT
-                parts.append(f'<rect x="{LABEL}" y="{y}" width="{width:.1f}" height="{ROW - 2}" '
-                             f'fill="{COLOURS.get(name, RIVAL)}"/>')
-                parts.append(text(LABEL + width + 4, y + ROW - 4, f"{value:.2f} {name}", 9))
+                colour = OURS if name.startswith(("plug-in", "aiffconv")) else RIVAL
+                parts.append(f'<rect x="{LABEL}" y="{y}" width="{value * scale:.1f}" '
+                             f'height="{ROW - 2}" fill="{colour}"/>')
+                parts.append(text(LABEL + value * scale + 4, y + ROW - 4, f"{value:.2f} {name}", 9))
                 y += ROW
             y += 4
         if limit is not None:
-            x = LABEL + limit / most * PLOT
-            parts.append(f'<line x1="{x:.1f}" y1="{top}" x2="{x:.1f}" y2="{y}" '
-                         f'stroke="{COLOURS["limit"]}" stroke-dasharray="3 2"/>')
-    return (f'<svg xmlns="http://www.w3.org/2000/svg" width="{LABEL + PLOT + 100}" '
+            x = LABEL + limit * scale
+            parts.append(f'<path d="M{x:.1f} {top}V{y}" stroke="{LIMIT}" stroke-dasharray="3 2"/>')
+    return (f'<svg xmlns="http://www.w3.org/2000/svg" width="{LABEL + PLOT + 120}" '
             f'height="{y + 10}" font-family="sans-serif">\n'
             '<rect width="100%" height="100%" fill="white"/>\n' + "\n".join(parts) + "\n</svg>\n")

@@ -1,16 +1,13 @@
 #!/bin/sh
-# Builds the plug-in, the host and the measuring programs in the release preset and
-# runs the comparison. Works from any folder; see `bench/run.sh --help`.
+# Builds what is compared in the release preset and runs the comparison. Works from
+# any folder; `bench/run.sh --help` tells the options.
 set -eu
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
-(
-    cd "$root"
-    cmake --preset release
-    cmake --build build/release --target bench
-) > "${TMPDIR:-/tmp}/aiff-bench-build.$$" 2>&1 || {
-    cat "${TMPDIR:-/tmp}/aiff-bench-build.$$" >&2
-    rm -f "${TMPDIR:-/tmp}/aiff-bench-build.$$"
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! (cd "$root" && cmake --preset release && cmake --build build/release --target bench) \
+    > "$log" 2>&1; then
+    cat "$log" >&2
     exit 1
-}
-rm -f "${TMPDIR:-/tmp}/aiff-bench-build.$$"
-exec python3 "$root/bench/report.py" --build "$root/build/release" "$@"
+fi
+python3 -B "$root/bench/report.py" --build "$root/build/release" "$@"

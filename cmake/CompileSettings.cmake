@@ -12,6 +12,9 @@ target_compile_options(aiff_settings INTERFACE
   $<$<BOOL:${AIFF_WERROR}>:-Werror>
   -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
 
+if(AIFF_FUZZ)
+  target_compile_options(aiff_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 if(AIFF_SANITIZE)
   target_compile_options(aiff_settings INTERFACE
     -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g -O1)

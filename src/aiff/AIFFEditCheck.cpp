@@ -51,7 +51,7 @@ bool clAIFFHandler::Refuse(const wchar_t* reason) const
 bool clAIFFHandler::IndexWholeFile()
 {
     const int64_t fileSize = m_findings.nFileSize;
-    HeaderReader reader(*this);
+    HeaderReader reader(*this, fileSize);
     std::vector<STRIFFChunk> chunks;
     int64_t position = kFormHeaderSize;
     while (position < fileSize) {

@@ -37,7 +37,7 @@ bool clAIFFHandler::ScanFile()
 
 bool clAIFFHandler::IndexChunks(int64_t fileSize)
 {
-    HeaderReader reader(*this);
+    HeaderReader reader(*this, fileSize);
     FormWalk walk(m_report, kScanFile);
     STFormHeader form;
     if (!walk.Begin(reader.At(0, kFormHeaderSize), fileSize, form))

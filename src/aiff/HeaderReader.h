@@ -10,8 +10,9 @@
 class HeaderReader
 {
 public:
-    // The file must outlive the reader.
-    explicit HeaderReader(const XFile& file) : m_file(file) {}
+    // The file must outlive the reader; nothing behind `fileSize` is asked for, which
+    // saves the call that would only find the end.
+    HeaderReader(const XFile& file, int64_t fileSize) : m_file(file), m_fileSize(fileSize) {}
 
     // Up to `size` bytes at a position; fewer at the end of the file. The view is
     // valid until the next call.
@@ -36,7 +37,9 @@ private:
     void Fill(int64_t position)
     {
         m_start = position;
-        if (!m_window.Reserve(m_windowSize) || !m_window.SetUsed(m_windowSize)) {
+        const int64_t left = std::max<int64_t>(m_fileSize - position, 0);
+        const size_t size = std::min(m_windowSize, static_cast<size_t>(left));
+        if (!m_window.Reserve(size) || !m_window.SetUsed(size)) {
             m_window.Clear();
             return;
         }
@@ -45,6 +48,7 @@ private:
     }
 
     const XFile& m_file;
+    int64_t m_fileSize;
     XMem m_window;
     size_t m_windowSize = kLeastWindow / 2; // the first request doubles it
     int64_t m_start = 0;

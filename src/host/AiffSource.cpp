@@ -26,6 +26,14 @@ std::string CodeText(uint32_t code)
     return text;
 }
 
+bool IsText(uint32_t code)
+{
+    for (int i = 0; i < 4; ++i, code >>= 8)
+        if ((code & 0xFF) < 0x20 || (code & 0xFF) > 0x7E)
+            return false;
+    return true;
+}
+
 bool IsCommonOrSound(uint32_t code)
 {
     return clAIFFHandler::CompareID(code, kChunkCommon, true) ||
@@ -72,8 +80,8 @@ bool AiffSource::ReadFormat(std::string& problem)
     const int channels = clAIFFHandler::SizeToInt(body.data());
     const int bits = clAIFFHandler::SizeToInt(&body[6]);
     if (common.wfx.FormatTag() != kTagPCM) {
-        problem = "holds compressed audio (" + CodeText(common.compressionType) +
-                  "), only integer PCM can be encoded";
+        problem = "holds audio coded as '" + CodeText(common.compressionType) +
+                  "', and of AIFF-C only 'NONE' and 'sowt' can be encoded";
         return false;
     }
     if (channels < 1 || bits < 1 || bits > kMostBits || channels * ((bits + 7) / 8) > UINT16_MAX) {
@@ -117,6 +125,10 @@ bool AiffSource::ListChunks(clPassAIFFChunks& chunks, std::string& problem)
             chunks.AddInternal(chunk.ID, nullptr, 0, false);
             continue;
         }
+        if (!IsText(chunk.ID)) {
+            m_lost = "has no chunk where one is due (a pad byte may be missing)";
+            return true;
+        }
         if (IsCommonOrSound(chunk.ID))
             continue;
         passed += chunk.nSize;
@@ -124,22 +136,27 @@ bool AiffSource::ListChunks(clPassAIFFChunks& chunks, std::string& problem)
             problem = "carries more than 256 MiB beside its sound";
             return false;
         }
-        if (!PassChunk(chunk, chunks, problem))
-            return false;
+        PassChunk(chunk, chunks);
     }
     return true;
 }
 
-bool AiffSource::PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks,
-                           std::string& problem) const
+// Half a chunk is of no use to anybody.
+void AiffSource::PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks)
 {
     std::vector<uint8_t> data(static_cast<size_t>(chunk.nSize));
-    if (m_file->ReadAt(chunk.FileDataPosition, data) != data.size()) {
-        problem = "is cut off within its chunk '" + CodeText(chunk.ID) + "'";
-        return false;
-    }
-    chunks.AddInternal(chunk.ID, data.data(), static_cast<uint32_t>(data.size()), false);
-    return true;
+    if (IsCut(chunk) || m_file->ReadAt(chunk.FileDataPosition, data) != data.size())
+        m_lost = "is cut off within its chunk '" + CodeText(chunk.ID) + "'";
+    else
+        chunks.AddInternal(chunk.ID, data.data(), static_cast<uint32_t>(data.size()), false);
+}
+
+// The index cuts a chunk that claims more than there is; the claim stands in the file.
+bool AiffSource::IsCut(const STRIFFChunk& chunk) const
+{
+    std::array<uint8_t, 4> claim;
+    return m_file->ReadAt(chunk.ChunkPosition + 4, claim) != claim.size() ||
+           clAIFFHandler::SizeToInt64(claim.data()) > chunk.nSize;
 }
 
 bool AiffSource::Read(XMem& block)
@@ -156,15 +173,9 @@ bool AiffSource::Read(XMem& block)
     return true;
 }
 
-// The index cuts a chunk that claims more than there is; the claim stands in the file.
 std::string AiffSource::Damage() const
 {
-    std::array<uint8_t, 4> claim;
-    const bool read = m_file->ReadAt(m_sound->ChunkPosition + 4, claim) == claim.size();
-    if (read && clAIFFHandler::SizeToInt64(claim.data()) <=
-                    m_end - m_sound->FileDataPosition + m_format.nBlockAlign - 1)
-        return {};
-    return "is cut off: its sound data is shorter than the file says";
+    return IsCut(*m_sound) ? "is cut off: its sound data is shorter than the file says" : m_lost;
 }
 
 } // namespace host

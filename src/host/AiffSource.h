@@ -23,11 +23,13 @@ public:
 private:
     bool ReadFormat(std::string& problem);
     bool FindSound(std::string& problem);
-    bool PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks, std::string& problem) const;
+    void PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks);
+    bool IsCut(const STRIFFChunk& chunk) const;
 
     XFileHandle m_file;
     clAIFFHandler m_aiff;
     const STRIFFChunk* m_sound = nullptr;
+    std::string m_lost; // why a chunk could not be passed on; empty when all were
     bool m_littleEndian = false;
     int64_t m_position = 0;
     int64_t m_end = 0;

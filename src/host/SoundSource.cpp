@@ -11,7 +11,7 @@ namespace
 {
 
 // What the second cache holds: a block is read, swapped and written out of it.
-constexpr size_t kBlockBytes = 256 * 1024;
+constexpr size_t kBlockBytes = 128 * 1024;
 
 } // namespace
 

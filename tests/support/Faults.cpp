@@ -12,8 +12,8 @@
 
 namespace Faults
 {
-bool shortReads = false;
-long reads = 0;
+thread_local bool shortReads = false;
+thread_local long reads = 0;
 thread_local long failAllocation = 0;
 #ifdef AIFF_OWN_MALLOC
 const bool canFailAllocations = true;

@@ -19,15 +19,14 @@ public:
         if (mkdtemp(m_path.data()) == nullptr)
             throw std::runtime_error("no temporary folder");
     }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
     ~TempDir() { std::filesystem::remove_all(m_path); }
 
     std::string Path(const std::string& name) const { return m_path + "/" + name; }
 
-    // Writes a file and returns its path.
+    // Writes a new file, in place of any of that name, and returns its path.
     std::string Write(const std::string& name, const std::vector<uint8_t>& bytes) const
     {
+        std::filesystem::remove(Path(name));
         std::ofstream file(Path(name), std::ios::binary);
         file.write(reinterpret_cast<const char*>(bytes.data()),
                    static_cast<std::streamsize>(bytes.size()));

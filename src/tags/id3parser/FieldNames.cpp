@@ -63,7 +63,7 @@ void multiTXXX_undecorate(std::string& field)
     while (open > 0 && IsDigit(field[open - 1]))
         --open;
     const bool anyDigit = open < field.size() - 1;
-    if (anyDigit && open > 0 && field[open - 1] == '[')
+    if (anyDigit && open > 1 && field[open - 1] == '[')
         field.resize(open - 1);
 }
 

@@ -26,7 +26,8 @@ bool IsSaneRGVal(std::string_view value);
 // with "/".
 bool isFieldNameSlashTXXX(std::string_view field);
 
-// Removes a counter at the end: "Artist[2]" becomes "Artist".
+// Removes a counter at the end: "Artist[2]" becomes "Artist". A name that is nothing
+// but a counter stays.
 void multiTXXX_undecorate(std::string& field);
 
 // The prefix alone, or the prefix, a blank and the description.

@@ -176,9 +176,8 @@ bool IsRead_v3(const FrameHeader& header)
 
 bool IsRead_v4(const FrameHeader& header)
 {
-    // Tag-alter and file-alter preservation and read-only.
-    constexpr uint8_t kKeepStatus = 0x70;
-    return header.size != 0 && !(header.statusFlags & kKeepStatus) &&
+    constexpr uint8_t kPreservation = 0x40 | 0x20; // when the tag or the file is altered
+    return header.size != 0 && !(header.statusFlags & (kPreservation | kReadOnly_v4)) &&
            !(header.formatFlags & (format4::kGrouped | format4::kEncrypted));
 }
 

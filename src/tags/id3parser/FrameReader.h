@@ -30,6 +30,9 @@ inline constexpr uint8_t kUnsynchronised = 0x02;
 inline constexpr uint8_t kDataLength = 0x01;
 } // namespace format4
 
+// The status flag of ID3v2.4 for frames that must not be changed.
+inline constexpr uint8_t kReadOnly_v4 = 0x10;
+
 // Header flags of a tag.
 namespace tagFlags
 {

@@ -81,7 +81,8 @@ Walk WalkContent(Bytes content, t_tagRevision revision, bool plainSizes)
                 walk.clean = std::ranges::all_of(rest, [](uint8_t byte) { return byte == 0; });
                 break;
             }
-            frame.body = in.take(BodySize(frame.header, revision, in.left()));
+            frame.body = in.take(plainSizes ? frame.header.size
+                                            : BodySize(frame.header, revision, in.left()));
             if (frame.header.size != 0)
                 walk.frames.push_back(frame);
         }
@@ -145,13 +146,27 @@ RawTag WalkRawFrames(std::span<const uint8_t> bytes)
     content = content.last(frames.left());
 
     Walk walk = WalkContent(content, tag.revision, false);
-    if (!walk.clean && tag.revision == kRevision4)
-        if (Walk plain = WalkContent(content, tag.revision, true); plain.clean)
+    if (!walk.clean && tag.revision == kRevision4) {
+        Walk plain = WalkContent(content, tag.revision, true);
+        tag.plainSizes = plain.clean;
+        if (plain.clean)
             walk = std::move(plain);
+    }
     tag.frames = std::move(walk.frames);
     if (!tag.parses)
         CutAtImplausible(tag.frames);
     return tag;
+}
+
+bool MakePassable(RawFrame& raw, t_tagRevision revision)
+{
+    t_frame frame;
+    if (revision == kRevision3)
+        return !IsRead_v3(raw.header) || !(raw.header.formatFlags & format3::kCompressed) ||
+               raw.body.size() >= kDataLengthSize;
+    if (revision == kRevision4 && IsRead_v4(raw.header) && !DecodeRawFrame(raw, revision, frame))
+        raw.header.statusFlags |= kReadOnly_v4;
+    return true;
 }
 
 bool DecodeRawFrame(const RawFrame& raw, t_tagRevision revision, t_frame& frame)

@@ -20,7 +20,8 @@ struct RawFrame {
 struct RawTag {
     t_tagRevision revision = kRevisionNone; // none: not a tag
     uint8_t flags = 0;
-    bool parses = false; // the parser reads it without an error
+    bool parses = false;     // the parser reads it without an error
+    bool plainSizes = false; // the parser takes the frames' sizes for something else
     std::vector<RawFrame> frames;
     std::vector<uint8_t> resynchronised; // the content, of a tag unsynchronised as a whole
 };
@@ -31,6 +32,10 @@ struct RawTag {
 // leads from frame to frame to the end of the tag, as in tags of a program that
 // wrote so. Empty frames are left out.
 RawTag WalkRawFrames(std::span<const uint8_t> bytes);
+
+// Makes the parser pass over a frame that it would stumble at, by the flag for frames
+// that must not be changed. False when the revision has no such flag that it minds.
+bool MakePassable(RawFrame& raw, t_tagRevision revision);
 
 // Whether the parser shows the frame, and its body then. False for one that it
 // passes over or cannot read.
