@@ -64,7 +64,31 @@ constexpr FieldName kNames[] = {
     {"Year", "TDRC", "DATE", "ICRD"},
 };
 
+// Names that other programs use for the same.
+struct OtherName {
+    std::string_view other;
+    std::string_view vorbis;
+};
+
+constexpr OtherName kOtherNames[] = {
+    {"CONTENTGROUP", "GROUPING"},   {"DESCRIPTION", "COMMENT"},
+    {"ENCODER", "ENCODERSETTINGS"}, {"ENCODING", "ENCODERSETTINGS"},
+    {"ORGANIZATION", "LABEL"},
+};
+
 } // namespace
+
+const FieldName* FindVorbisName(std::string_view comment)
+{
+    for (const OtherName& row : kOtherNames) {
+        if (SameName(row.other, comment))
+            comment = row.vorbis;
+    }
+    const auto found = std::find_if(std::begin(kNames), std::end(kNames), [comment](const auto& row) {
+        return SameName(row.vorbis, comment);
+    });
+    return found == std::end(kNames) ? nullptr : &*found;
+}
 
 const FieldName* FindFieldName(std::string_view field)
 {

@@ -22,6 +22,9 @@ inline constexpr std::string_view kUserUrlField = "User defined URL link";
 // Null for a field without names of its own; it keeps the one it has.
 const FieldName* FindFieldName(std::string_view field);
 
+// The field that a Vorbis comment stands for, also under a name less usual; null for none.
+const FieldName* FindVorbisName(std::string_view comment);
+
 // The Vorbis comment of any field: in capitals, "_" for what such a name cannot hold.
 std::string VorbisName(std::string_view field);
 
