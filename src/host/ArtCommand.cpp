@@ -190,7 +190,9 @@ std::unique_ptr<Command> MakeTagsArtCommand()
     const auto makeExport = []() -> std::unique_ptr<Command> {
         return std::make_unique<ExportCommand>();
     };
-    const auto makeSet = []() -> std::unique_ptr<Command> { return std::make_unique<SetCommand>(); };
+    const auto makeSet = []() -> std::unique_ptr<Command> {
+        return std::make_unique<SetCommand>();
+    };
     return std::make_unique<CommandGroup>("art", "Take pictures out or put them in", "",
                                           CommandGroup::Makers{makeExport, makeSet});
 }

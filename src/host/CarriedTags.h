@@ -22,8 +22,7 @@ namespace host
 // pictures.
 //
 // comment  data of the encoder's own Vorbis comment, whose vendor is kept
-[[nodiscard]] bool FlacTagBlocks(const std::vector<TagItem>& tags,
-                                 std::span<const uint8_t> comment, std::vector<uint8_t>& blocks,
-                                 std::string& why);
+[[nodiscard]] bool FlacTagBlocks(const std::vector<TagItem>& tags, std::span<const uint8_t> comment,
+                                 std::vector<uint8_t>& blocks, std::string& why);
 
 } // namespace host

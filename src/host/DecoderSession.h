@@ -39,7 +39,8 @@ public:
     // audio ends where Next() fails.
     bool HasUnknownLength() const;
 
-    // The next block of PCM as a WAV file holds it, valid until the next call. After QV_OPEN_PREPARE_DECODE.
+    // The next block of PCM as a WAV file holds it, valid until the next call. After
+    // QV_OPEN_PREPARE_DECODE.
     [[nodiscard]] Step Next(std::span<const uint8_t>& pcm);
 
     // After a successful Open; what the flags did not ask for is empty.

@@ -71,9 +71,8 @@ struct OtherName {
 };
 
 constexpr OtherName kOtherNames[] = {
-    {"CONTENTGROUP", "GROUPING"},   {"DESCRIPTION", "COMMENT"},
-    {"ENCODER", "ENCODERSETTINGS"}, {"ENCODING", "ENCODERSETTINGS"},
-    {"ORGANIZATION", "LABEL"},
+    {"CONTENTGROUP", "GROUPING"},    {"DESCRIPTION", "COMMENT"}, {"ENCODER", "ENCODERSETTINGS"},
+    {"ENCODING", "ENCODERSETTINGS"}, {"ORGANIZATION", "LABEL"},
 };
 
 } // namespace
@@ -84,9 +83,9 @@ const FieldName* FindVorbisName(std::string_view comment)
         if (SameName(row.other, comment))
             comment = row.vorbis;
     }
-    const auto found = std::find_if(std::begin(kNames), std::end(kNames), [comment](const auto& row) {
-        return SameName(row.vorbis, comment);
-    });
+    const auto found =
+        std::find_if(std::begin(kNames), std::end(kNames),
+                     [comment](const auto& row) { return SameName(row.vorbis, comment); });
     return found == std::end(kNames) ? nullptr : &*found;
 }
 

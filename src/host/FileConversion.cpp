@@ -143,13 +143,13 @@ void FileConversion::SumUp(const DecoderSession& session, int64_t expected)
     m_problem.clear();
     if (expected == kUnknownLength)
         return;
-    m_problem = m_written == expected ? DamageWarning(session)
-                                      : "ends before its sound data is complete";
+    m_problem =
+        m_written == expected ? DamageWarning(session) : "ends before its sound data is complete";
     if (m_problem.empty())
         return;
     const int64_t bytesPerSecond = std::max<int64_t>(m_format.nAvgBytesPerSec, 1);
-    m_problem += "; converted what is there (" +
-                 FormatDuration(m_written * 1000 / bytesPerSecond) + ")";
+    m_problem +=
+        "; converted what is there (" + FormatDuration(m_written * 1000 / bytesPerSecond) + ")";
 }
 
 bool FileConversion::Fail(const std::string& what)

@@ -147,8 +147,8 @@ bool FlacWriter::TakeMetadata(std::span<const uint8_t> bytes)
     size_t commentEnd = 0;
     for (size_t start = kMarkSize; start + kBlockHeader <= m_metadata.size();) {
         const uint8_t* header = &m_metadata[start];
-        const size_t end = start + kBlockHeader +
-                           (size_t{header[1]} << 16 | size_t{header[2]} << 8 | header[3]);
+        const size_t end =
+            start + kBlockHeader + (size_t{header[1]} << 16 | size_t{header[2]} << 8 | header[3]);
         if (end > m_metadata.size())
             return true; // more is to come
         if ((header[0] & ~kLastBlock) == kCommentBlock) {

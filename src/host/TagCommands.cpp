@@ -27,12 +27,14 @@ constexpr char kExamples[] = R"(Examples:
   aiffconv tags art export song.aiff -o pictures/
   aiffconv tags copy from.aiff to.aiff)";
 
-constexpr char kSetRule[] = R"(Files come first. An argument is an assignment when it holds a "=" and no
+constexpr char kSetRule[] =
+    R"(Files come first. An argument is an assignment when it holds a "=" and no
 file of that name exists, or when it stands behind --set. A name given several
 times gets several values; an empty value removes the field. Fields that are
 not named, pictures, and what the tag holds besides stay as they are.)";
 
-constexpr char kRemoveRule[] = R"(Files come first: arguments that exist, or that end as audio files do, are
+constexpr char kRemoveRule[] =
+    R"(Files come first: arguments that exist, or that end as audio files do, are
 files, the others are names; behind --name stands a name in any case.)";
 
 const TagItem* Find(const std::vector<TagItem>& items, const std::string& name)
@@ -208,9 +210,8 @@ public:
         if (names.empty() || std::find(names.begin(), names.end(), "") != names.end())
             return UsageProblem("there is no field to remove, or one without a name");
         ReportCapture report(global.trace);
-        return ForEachTagFile(split.files, loader, report, [&](TagFile& file, std::string&) {
-            return Remove(file, names);
-        });
+        return ForEachTagFile(split.files, loader, report,
+                              [&](TagFile& file, std::string&) { return Remove(file, names); });
     }
 
 private:

@@ -64,7 +64,8 @@ bool TagFile::RemoveAll()
     });
 }
 
-template <class Call> bool TagFile::Change(Call call)
+template <class Call>
+bool TagFile::Change(Call call)
 {
     if (m_input.IsUrl())
         return Fail("is a URL; only the tags of files can be changed");

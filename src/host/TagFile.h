@@ -30,7 +30,8 @@ public:
     const std::string& Problem() const { return m_problem; }
 
 private:
-    template <class Call> bool Change(Call call);
+    template <class Call>
+    bool Change(Call call);
     bool Fail(const std::string& what);
 
     ReportCapture& m_report;

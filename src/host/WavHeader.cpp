@@ -156,8 +156,7 @@ bool NeedsRf64(int64_t pcmBytes, int64_t chunksBehind)
 int64_t RiffSize(size_t headerSize, int64_t pcmBytes, int64_t chunksBehind)
 {
     constexpr int64_t kChunkHeader = 8;
-    return static_cast<int64_t>(headerSize) - kChunkHeader + pcmBytes + pcmBytes % 2 +
-           chunksBehind;
+    return static_cast<int64_t>(headerSize) - kChunkHeader + pcmBytes + pcmBytes % 2 + chunksBehind;
 }
 
 // Makes a classic header of an RF64 one: what was its own becomes a chunk that every

@@ -112,7 +112,8 @@ bool Utf16Units(std::string_view utf8, std::u16string& units, std::string& why)
         if (character > 0xFFFF) {
             std::string text;
             AppendUtf8(text, character);
-            why = "holds the character '" + text + "', which lies beyond U+FFFF and cannot be stored";
+            why =
+                "holds the character '" + text + "', which lies beyond U+FFFF and cannot be stored";
             return false;
         }
         units.push_back(static_cast<char16_t>(character));
