@@ -22,6 +22,7 @@ namespace
 
 constexpr char kHelp[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav       one file
+  aiffconv convert song.aiff -o song.flac      FLAC, told by the name
   aiffconv convert *.aiff -o wav/              many files into a folder
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv encode song.flac -o song.aiff       WAV, FLAC and others to AIFF
@@ -75,7 +76,8 @@ int WithOutputWritten(int exitCode)
 int Run(int argc, char** argv)
 {
     CLI::App program(
-        "Converts AIFF and AIFF-C files to WAV through decoder plug-ins, and others to AIFF.",
+        "Converts AIFF and AIFF-C files to WAV and FLAC through decoder plug-ins, and others to "
+        "AIFF; shows and changes tags.",
         "aiffconv");
     program.set_version_flag("--version", "aiffconv " AIFFCONV_VERSION);
     program.footer(kHelp);
