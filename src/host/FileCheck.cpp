@@ -55,7 +55,7 @@ class FormCheck
 {
 public:
     FormCheck(XFile& file, FileFindings& findings)
-        : m_file(file), m_headers(file), m_findings(findings), m_fileSize(file.Size())
+        : m_file(file), m_headers(file, file.Size()), m_findings(findings), m_fileSize(file.Size())
     {
     }
 
