@@ -118,39 +118,36 @@ constexpr const char* kUsage =
 
 Tone ReadOptions(int count, char** words)
 {
+    std::map<std::string, double> numbers = {{"--bits", 16},   {"--channels", 2}, {"--rate", 44100},
+                                             {"--seconds", 1}, {"--size-mb", 0},  {"--tone", 440}};
     Tone tone;
-    double megabytes = 0;
     for (int i = 2; i < count; ++i) {
-        const std::string option = words[i];
+        const std::string option = words[i], value = i + 1 < count ? words[i + 1] : "";
         if (option == "--little-endian") {
             tone.littleEndian = tone.isAifc = true;
             continue;
         }
-        if (++i == count)
-            throw std::invalid_argument(option + " needs a value");
-        const std::string value = words[i];
         if (option == "--type" && (value == "aiff" || value == "aifc"))
             tone.isAifc = value == "aifc" || tone.littleEndian;
-        else if (option == "--bits")
-            tone.bits = std::stoi(value);
-        else if (option == "--channels")
-            tone.channels = std::stoi(value);
-        else if (option == "--rate")
-            tone.rate = std::stoi(value);
-        else if (option == "--seconds")
-            tone.seconds = std::stod(value);
-        else if (option == "--tone")
-            tone.hertz = std::stod(value);
-        else if (option == "--size-mb")
-            megabytes = std::stod(value);
+        else if (numbers.count(option) != 0)
+            numbers[option] = std::stod(value);
         else
             throw std::invalid_argument("unknown: " + option + " " + value);
+        ++i;
     }
+    tone.bits = static_cast<int>(numbers["--bits"]);
+    tone.channels = static_cast<int>(numbers["--channels"]);
+    tone.rate = static_cast<int>(numbers["--rate"]);
+    tone.hertz = numbers["--tone"];
     if (tone.bits < 8 || tone.bits > 32 || tone.bits % 8 != 0 || tone.channels < 1 ||
-        tone.channels > 1000 || tone.rate < 1 || tone.seconds < 0)
+        tone.channels > 1000 || tone.rate < 1)
         throw std::invalid_argument("no such format");
-    if (megabytes > 0)
-        tone.seconds = megabytes * 1e6 / static_cast<double>(tone.FrameBytes()) / tone.rate;
+    tone.seconds = numbers["--seconds"];
+    if (numbers["--size-mb"] > 0)
+        tone.seconds =
+            numbers["--size-mb"] * 1e6 / static_cast<double>(tone.FrameBytes()) / tone.rate;
+    if (!(tone.seconds >= 0 && tone.seconds < 1e9))
+        throw std::invalid_argument("no such length");
     return tone;
 }
 

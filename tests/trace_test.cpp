@@ -2,20 +2,17 @@
 
 #include "support/PluginDriver.h"
 
+#include <utility>
+
 namespace
 {
 
 using TraceTest = PluginTest;
 
-constexpr uint32_t kPrepareInfoTagsProperties = 1 + 4 + 8 + 16;
+const AiffBuilder kSmall = AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(400));
 
-Bytes SmallFile()
-{
-    return AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(400)).Build();
-}
-
-// The lines up to the end of a sound scan; the indentation is that of a first Open.
-std::string OpeningLines(const std::string& path)
+// The lines up to the look at the header; the indentation is that of a first Open.
+std::string HeaderLines(const std::string& path)
 {
     return "->->  [Open]\n"
            "  Opening file '" +
@@ -31,33 +28,32 @@ std::string OpeningLines(const std::string& path)
 )";
 }
 
-const char* const kScannedLines =
-    R"(      AIFF Header 'FORM'   Length: 446  FormType 'AIFF'  [ScanFile]
+// The whole trace of a first Open that succeeds.
+std::string OpenLines(const std::string& path, uint32_t flags)
+{
+    std::string format = R"(    ->->  [PullOutCOMMnSSND]
+      Finding 'COMM' chunk.
+      Finding 'SSND' chunk.
+      Assigning 'COMM' chunk to WFX
+    <-<-  [PullOutCOMMnSSND]
+)";
+    std::string lines = HeaderLines(path) +
+                        R"(      AIFF Header 'FORM'   Length: 446  FormType 'AIFF'  [ScanFile]
       Got Chunk 'COMM'  Length: 18  RiffSizeLeft: 434  ChunkPosition: 12
       Got Chunk 'SSND'  Length: 408  RiffSizeLeft: 408  ChunkPosition: 38
     clAIFFHandler::CalcAllChunks: Ok
   <-<-  [ScanFile]
   Read Audio Information
 )";
-
-const char* const kFormatLines = R"(    ->->  [PullOutCOMMnSSND]
-      Finding 'COMM' chunk.
-      Finding 'SSND' chunk.
-      Assigning 'COMM' chunk to WFX
-    <-<-  [PullOutCOMMnSSND]
-)";
-
-const char* const kPreparingLines = R"(  Preparing to Decode
-  ->->  [PrepareToDecodeAudio]
-    WFX (on file): Format Tag: 1  Channels: 2  Bits per Sample: 16  Samples Per Second: 44100  Bytes Per Second: 176400  Block Align: 4  CB Size: 0
-    Setting Position in File
-  <-<-  [PrepareToDecodeAudio]
-  Prepared Decoding
-)";
-
-const char* const kTextLines = R"(    0 ID Tags:
+    if ((flags & (8 + 16)) != 0) // the first to need the format reads it
+        lines +=
+            "  ->->  [ReadIDTags]\n" + std::exchange(format, "") + R"(    ->->  [InternalReadTags]
+    <-<-  [InternalReadTags]
+    0 ID Tags:
   <-<-  [ReadIDTags]
-  ->->  [FillAudioProps]
+)";
+    if ((flags & 16) != 0)
+        lines += R"(  ->->  [FillAudioProps]
 	Audio Quality: CD  (Lossless)
 	Encoder Settings: NONE (no compression)
 	Channel Mapping: Left, Right
@@ -67,17 +63,37 @@ const char* const kTextLines = R"(    0 ID Tags:
 	Wave Header: AIFF
   <-<-  [FillAudioProps]
 )";
+    if ((flags & (1 + 4)) != 0)
+        lines += "  Writing Audio Information\n  ->->  [FillAudioInfo]\n" + format +
+                 "  <-<-  [FillAudioInfo]\n  Written Audio Information\n";
+    if ((flags & 1) != 0)
+        lines += "  Preparing to Decode\n  ->->  [PrepareToDecodeAudio]\n"
+                 "    WFX (on file): Format Tag: 1  Channels: 2  Bits per Sample: 16  "
+                 "Samples Per Second: 44100  Bytes Per Second: 176400  Block Align: 4  CB Size: 0\n"
+                 "    Setting Position in File\n"
+                 "  <-<-  [PrepareToDecodeAudio]\n  Prepared Decoding\n";
+    return Lines(lines + " <-<-  [Open]\n");
+}
 
-TEST_F(TraceTest, OpenDecodeSeekCloseAndQuestions)
+TEST(OpenTrace, EverySumOfFlags)
 {
-    Instance host(plugin, &report);
-    const std::string path = dir.Write("a.aiff", SmallFile());
-    ASSERT_EQ(host.Open(path, 1), 1);
-    EXPECT_EQ(report.Take(kDebug),
-              Lines(OpeningLines(path) + kScannedLines +
-                    "  Writing Audio Information\n  ->->  [FillAudioInfo]\n" + kFormatLines +
-                    "  <-<-  [FillAudioInfo]\n  Written Audio Information\n" + kPreparingLines +
-                    " <-<-  [Open]\n"));
+    const TempDir dir;
+    const std::string path = dir.Write("a.aiff", kSmall.Build());
+    for (uint32_t flags = 0; flags < 32; ++flags) {
+        const Plugin plugin; // loaded anew, without indentation
+        Report report;
+        if ((flags & 2) == 0) {
+            EXPECT_EQ(Instance(plugin, report).Open(path, flags), 1);
+            EXPECT_EQ(report.Take(kDebug), OpenLines(path, flags)) << flags;
+        }
+    }
+}
+
+TEST_F(TraceTest, DecodingSeekingQuestionsAndClosing)
+{
+    Instance host(plugin, report);
+    ASSERT_EQ(host.Open(File(kSmall), 1), 1);
+    report.Take(kDebug);
     EXPECT_EQ(host.Next(), 1);
     EXPECT_EQ(report.Take(kDebug), "");
     EXPECT_EQ(host.Seek(5), 1);
@@ -92,35 +108,22 @@ TEST_F(TraceTest, OpenDecodeSeekCloseAndQuestions)
     EXPECT_EQ(report.Take(kError) + report.Take(kInformation), "");
 }
 
-TEST_F(TraceTest, OpenWithTagsAndProperties)
-{
-    Instance host(plugin, &report);
-    const std::string path = dir.Write("a.aiff", SmallFile());
-    ASSERT_EQ(host.Open(path, kPrepareInfoTagsProperties), 1);
-    EXPECT_EQ(report.Take(kDebug),
-              Lines(OpeningLines(path) + kScannedLines + "  ->->  [ReadIDTags]\n" + kFormatLines +
-                    "    ->->  [InternalReadTags]\n    <-<-  [InternalReadTags]\n" + kTextLines +
-                    "  Writing Audio Information\n  ->->  [FillAudioInfo]\n"
-                    "  <-<-  [FillAudioInfo]\n  Written Audio Information\n" +
-                    kPreparingLines + " <-<-  [Open]\n"));
-}
-
 // A failing operation leaves its two spaces behind, in all instances of the process.
 TEST_F(TraceTest, FailuresDeepenTheIndentation)
 {
-    const std::string noForm = dir.Write("riff.aiff", AiffBuilder().FormCode("RIFF").Build());
+    const std::string noForm = File(AiffBuilder().FormCode("RIFF"));
     {
-        Instance first(plugin, &report);
+        Instance first(plugin, report);
         EXPECT_EQ(first.Open(noForm, 1), 0);
         EXPECT_EQ(report.Take(kDebug),
-                  Lines(OpeningLines(noForm) +
+                  Lines(HeaderLines(noForm) +
                         "*** Error: Error first chunk unknown: RIFF  [ScanFile]\n"));
         first.Close();
         EXPECT_EQ(report.Take(kDebug), Lines("    ->->  [Close]\n      ->->  [Close]\n"
                                              "      <-<-  [Close]\n    <-<-  [Close]\n"));
     }
     EXPECT_EQ(report.Take(kError), Lines("Error first chunk unknown: RIFF  [ScanFile]\n"));
-    Instance second(plugin, &report);
+    Instance second(plugin, report);
     EXPECT_EQ(second.Open(nullptr, 1), 0);
     EXPECT_EQ(second.Open(L"x", 1 + 2), 0);
     EXPECT_EQ(second.Seek(-1), 0);
@@ -138,7 +141,7 @@ TEST_F(TraceTest, FailuresDeepenTheIndentation)
 
 TEST_F(TraceTest, FirstOperationLeavesOneSpace)
 {
-    Instance host(plugin, &report);
+    Instance host(plugin, report);
     STQvCodecGetSet record = {};
     plugin.Get(host.handle, L"a", &record);
     host.Close();
@@ -154,16 +157,13 @@ TEST_F(TraceTest, FirstOperationLeavesOneSpace)
 
 TEST_F(TraceTest, SilentInstanceMovesTheIndentationOfOthers)
 {
-    const std::string path = dir.Write("a.aiff", SmallFile());
-    STNStdReport invalid = {QV_INVALID_HANDLE, QV_INVALID_HANDLE, QV_INVALID_HANDLE};
-    void* silent = plugin.Create(&invalid);
-    STQvOpenDecoder open = {};
-    EXPECT_EQ(plugin.Open(silent, &open), 0);
-    EXPECT_EQ(plugin.Destroy(silent), 1);
+    const std::string path = File(kSmall);
+    void* const off = QV_INVALID_HANDLE;
+    EXPECT_EQ(Instance(plugin, STNStdReport{off, off, off}).Open(nullptr, 1), 0);
     Instance mute(plugin);
     EXPECT_EQ(mute.Open(path, 1), 1);
     EXPECT_EQ(mute.Rest(), HostOrder(Noise(400), 16));
-    Instance host(plugin, &report);
+    Instance host(plugin, report);
     host.Close();
     EXPECT_EQ(report.Take(kDebug), Lines("  ->->  [Close]\n  <-<-  [Close]\n"));
 }
@@ -171,53 +171,54 @@ TEST_F(TraceTest, SilentInstanceMovesTheIndentationOfOthers)
 TEST_F(TraceTest, EveryReasonForAFailedOpen)
 {
     const Bytes sound = Noise(16);
-    const auto comm = [](size_t size) { return AiffBuilder().Chunk("COMM", Bytes(size)); };
+    using B = AiffBuilder;
+    const auto comm = [](size_t size) { return B().Chunk("COMM", Bytes(size)); };
     struct Row {
         const char* name;
-        Bytes file;
+        AiffBuilder file;
         uint32_t flags;
         int32_t result;
         const char* error;
     };
     const Row rows[] = {
-        {"control", SmallFile(), 1, 1, ""},
-        {"no COMM", AiffBuilder().Ssnd(sound).Build(), 4, 0,
-         "Error cannot find 'COMM' chunk.  [PullOutCOMMnSSND]\n"},
-        {"no COMM, flags 0", AiffBuilder().Ssnd(sound).Build(), 0, 1, ""},
-        {"no COMM, each step tries again", AiffBuilder().Build(), 16 + 4, 0,
+        {"control", kSmall, 1, 1, ""},
+        {"no COMM", B().Ssnd(sound), 4, 0, "Error cannot find 'COMM' chunk.  [PullOutCOMMnSSND]\n"},
+        {"no COMM, flags 0", B().Ssnd(sound), 0, 1, ""},
+        {"no COMM, each step tries again", B(), 16 + 4, 0,
          "Error cannot find 'COMM' chunk.  [PullOutCOMMnSSND]\n"
          "Error cannot find 'COMM' chunk.  [PullOutCOMMnSSND]\n"
          "Error cannot find 'COMM' chunk.  [PullOutCOMMnSSND]\n"},
-        {"no SSND", comm(18).Build(), 1, 0,
+        {"no SSND", comm(18), 1, 0, "Error cannot find 'SSND' chunk.  [PullOutCOMMnSSND]\n"},
+        {"chunks are found in upper case only", comm(18).Chunk("ssnd", Bytes(8)), 1, 0,
          "Error cannot find 'SSND' chunk.  [PullOutCOMMnSSND]\n"},
-        {"chunks are found in upper case only", comm(18).Chunk("ssnd", Bytes(8)).Build(), 1, 0,
-         "Error cannot find 'SSND' chunk.  [PullOutCOMMnSSND]\n"},
-        {"COMM of 17", comm(17).Ssnd(sound).Build(), 1, 0,
+        {"COMM of 17", comm(17).Ssnd(sound), 1, 0,
          "Error 'COMM' chunk is a bad size.  [PullOutCOMMnSSND]\n"},
-        {"COMM of 18", comm(18).Ssnd(sound).Build(), 1, 1, ""},
-        {"COMM of 128000", comm(128000).Ssnd(sound).Build(), 1, 1, ""},
-        {"COMM of 128001", comm(128001).Ssnd(sound).Build(), 1, 0,
+        {"COMM of 18", comm(18).Ssnd(sound), 1, 1, ""},
+        {"COMM of 128000", comm(128000).Ssnd(sound), 1, 1, ""},
+        {"COMM of 128001", comm(128001).Ssnd(sound), 1, 0,
          "Error 'COMM' chunk is a bad size.  [PullOutCOMMnSSND]\n"},
         {"COMM cut by the end of the file",
-         AiffBuilder().Ssnd(sound).Chunk("COMM", Bytes(17), 18, false).FormSize(62).Build(), 1, 0,
+         B().Ssnd(sound).Chunk("COMM", Bytes(17), 18, false).FormSize(62), 1, 0,
          "Error Chunk is out of file.  [ScanFile]\n"
          "Error 'COMM' chunk is a bad size.  [PullOutCOMMnSSND]\n"},
         {"COMM cut by the file, believed for the form",
-         AiffBuilder().Ssnd(sound).Chunk("COMM", Bytes(17), 60, false).FormSize(64).Build(), 1, 0,
+         B().Ssnd(sound).Chunk("COMM", Bytes(17), 60, false).FormSize(64), 16 + 4, 0,
+         "Error cannot read 'COMM' chunk from file.  [PullOutCOMMnSSND]\n"
+         "Error cannot read 'COMM' chunk from file.  [PullOutCOMMnSSND]\n"
          "Error cannot read 'COMM' chunk from file.  [PullOutCOMMnSSND]\n"},
-        {"compressed", AiffBuilder().Comm(1, 16, 8000, "ulaw").Ssnd(sound).Build(), 1, 0,
+        {"compressed", B().Comm(1, 16, 8000, "ulaw").Ssnd(sound), 1, 0,
          "Error - file has compressed audio (not supported).  [PrepareToDecodeAudio]\n"},
-        {"tags of a file without sound", AiffBuilder().Comm(1, 16, 8000, "ulaw").Build(), 8, 1,
+        {"tags of a file without sound", B().Comm(1, 16, 8000, "ulaw"), 8, 1,
          "Error cannot find 'SSND' chunk.  [PullOutCOMMnSSND]\n"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        Instance host(plugin, &report);
-        EXPECT_EQ(host.Open(dir.Write("row.aiff", row.file), row.flags), row.result);
+        Instance host(plugin, report);
+        EXPECT_EQ(host.Open(File(row.file), row.flags), row.result);
         EXPECT_EQ(report.Take(kError), Lines(row.error));
         EXPECT_EQ(host.Close(), 1);
     }
-    Instance host(plugin, &report);
+    Instance host(plugin, report);
     const std::wstring folder = Wide(dir.Path(""));
     for (const wchar_t* name :
          {L"", L"/nonexistent/a.aiff", folder.c_str(), L"HTTP://127.0.0.1:1/a"}) {

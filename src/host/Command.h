@@ -29,9 +29,12 @@ public:
     virtual int Run(const GlobalOptions& global) = 0;
 };
 
+std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeConvertCommand();
+std::unique_ptr<Command> MakeEncodeCommand();
 std::unique_ptr<Command> MakeInfoCommand();
 std::unique_ptr<Command> MakeCodecsCommand();
+std::unique_ptr<Command> MakeTagsCommand();
 
 // One line on standard error, with the program's name in front.
 void SayProblem(std::string_view line);

@@ -1,17 +1,13 @@
+#include "host/Batch.h"
 #include "host/Command.h"
 #include "host/ExitCode.h"
 #include "host/FileConversion.h"
-#include "host/Interruption.h"
-#include "host/Jobs.h"
 #include "host/OutputPlan.h"
-#include "host/Progress.h"
 #include "host/ReportCapture.h"
 #include "host/WideText.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,18 +16,21 @@ namespace host
 namespace
 {
 
-constexpr char kOutputExtension[] = ".wav";
-constexpr size_t kMaxJobs = 256;
+constexpr char kWav[] = "wav";
+constexpr char kFlac[] = "flac";
 
 constexpr char kExamples[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav
+  aiffconv convert song.aiff -o song.flac      FLAC, told by the name
   aiffconv convert *.aiff -o wav/              several files into a folder
+  aiffconv convert *.aiff -o flac/ --format flac
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv convert song.aiff -o part.wav --start 1:30 --end 2:00.5
   aiffconv convert song.aiff -o part.wav --start 44100f --end 88200f
 
 --start and --end take seconds ("90", "90.5s"), minutes and hours before them
-("1:30.5", "1:00:00"), or sample frames ("44100f"). The end is not included.)";
+("1:30.5", "1:00:00"), or sample frames ("44100f"). The end is not included.
+Tags and pictures go along, unless --no-tags is given.)";
 
 bool ParsePoint(const std::string& option, const std::string& text, std::optional<TimePoint>& point)
 {
@@ -49,6 +48,12 @@ bool ParsePoint(const std::string& option, const std::string& text, std::optiona
     return true;
 }
 
+bool IsFolder(const std::string& path)
+{
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 class ConvertCommand : public Command
 {
 public:
@@ -57,35 +62,34 @@ public:
 
 private:
     bool ReadRange();
+    AudioFormat ChosenFormat() const;
     bool MakePlan(const codecs::CodecLoader& loader, OutputPlan& plan) const;
-    bool MakeFolder(const std::string& folder) const;
-    int ConvertAll(const codecs::CodecLoader& loader, const OutputPlan& plan,
-                   const Trace& trace) const;
 
     std::vector<std::string> m_inputs;
-    std::string m_output;
     std::string m_start;
     std::string m_end;
-    size_t m_jobs = 0;
-    bool m_quiet = false;
+    std::string m_format;
+    bool m_noTags = false;
+    BatchOptions m_batch;
     ConvertOptions m_options;
 };
 
 CLI::App* ConvertCommand::AddTo(CLI::App& program)
 {
-    CLI::App* command = program.add_subcommand("convert", "Convert to WAV, bit for bit");
+    CLI::App* command = program.add_subcommand("convert", "Convert to WAV or FLAC, bit for bit");
     command->add_option("IN", m_inputs, "Files, or URLs that begin with http://")->required();
     command
-        ->add_option("-o,--output", m_output, "File or folder to write, or - for standard output")
+        ->add_option("-o,--output", m_batch.output,
+                     "File or folder to write, or - for standard output")
         ->required();
     command->add_option("--start", m_start, "Convert from here on");
     command->add_option("--end", m_end, "Convert up to here");
     command
-        ->add_option("-j,--jobs", m_jobs, "Files converted at a time (default: one per processor)")
-        ->check(CLI::Range(size_t{1}, kMaxJobs));
-    command->add_flag("--overwrite", m_options.overwrite,
-                      "Replace existing files (else they are kept, which counts as a failure)");
-    command->add_flag("-q,--quiet", m_quiet, "Show problems only");
+        ->add_option("--format", m_format,
+                     "wav or flac (default: by the end of the output's name, else wav)")
+        ->check(CLI::IsMember({kWav, kFlac}));
+    command->add_flag("--no-tags", m_noTags, "Leave tags and pictures out");
+    AddBatchOptions(*command, m_batch);
     command->footer(kExamples);
     return command;
 }
@@ -97,15 +101,17 @@ int ConvertCommand::Run(const GlobalOptions& global)
     codecs::CodecLoader loader;
     if (!LoadDecoders(loader))
         return kExitNoDecoder;
+    m_options.overwrite = m_batch.overwrite;
+    m_options.tags = !m_noTags;
+    m_options.format = ChosenFormat();
     OutputPlan plan;
     if (!MakePlan(loader, plan))
         return kExitUsage;
-    if (!plan.newFolder.empty() && !MakeFolder(plan.newFolder))
-        return kExitSomeFailed;
-    const int result = ConvertAll(loader, plan, global.trace);
-    if (!plan.newFolder.empty())
-        rmdir(plan.newFolder.c_str()); // succeeds when nothing was converted
-    return result;
+    return RunBatch(plan, m_batch, global.trace, "converted", [&](ProgressFunction progress) {
+        auto report = std::make_shared<ReportCapture>(global.trace);
+        auto conversion = std::make_shared<FileConversion>(loader, *report, m_options, progress);
+        return [report, conversion](const OutputPlan::Item& item) { return conversion->Run(item); };
+    });
 }
 
 bool ConvertCommand::ReadRange()
@@ -124,67 +130,31 @@ bool ConvertCommand::ReadRange()
     return true;
 }
 
+AudioFormat ConvertCommand::ChosenFormat() const
+{
+    if (!m_format.empty())
+        return m_format == kFlac ? AudioFormat::Flac : AudioFormat::Wav;
+    const bool named = SameName(Input(m_batch.output).Extension(), std::string(".") + kFlac);
+    return named && !IsFolder(m_batch.output) ? AudioFormat::Flac : AudioFormat::Wav;
+}
+
 bool ConvertCommand::MakePlan(const codecs::CodecLoader& loader, OutputPlan& plan) const
 {
     std::string problem;
-    if (!PlanOutputs(m_inputs, m_output, kOutputExtension, loader, plan, problem)) {
+    const auto isKnown = [&loader](const std::string& extension) {
+        return loader.ForExtension(WideFileName(extension)) != nullptr;
+    };
+    const bool isFlac = m_options.format == AudioFormat::Flac;
+    const std::string extension = std::string(".") + (isFlac ? kFlac : kWav);
+    if (!PlanOutputs(m_inputs, m_batch.output, extension, isKnown, plan, problem)) {
         SayProblem(problem);
         return false;
     }
-    if (m_output == "-" && isatty(STDOUT_FILENO) != 0) {
+    if (m_batch.output == "-" && isatty(STDOUT_FILENO) != 0) {
         SayProblem("standard output is a terminal: send it to a file or another program");
         return false;
     }
     return true;
-}
-
-bool ConvertCommand::MakeFolder(const std::string& folder) const
-{
-    const bool made = Interruption::Undisturbed([&folder] {
-        Interruption::RegisterFolder(folder);
-        return mkdir(folder.c_str(), 0777) == 0;
-    });
-    if (!made)
-        SayProblem("cannot make the folder '" + folder + "': " + std::strerror(errno));
-    return made;
-}
-
-int ConvertCommand::ConvertAll(const codecs::CodecLoader& loader, const OutputPlan& plan,
-                               const Trace& trace) const
-{
-    const size_t files = plan.items.size();
-    // The lines of several files would mix in the trace.
-    const size_t workers = WorkerCount(files, trace.IsOn() ? 1 : m_jobs);
-    const bool traceOnTerminal = trace.descriptor == STDERR_FILENO;
-    Progress progress(Progress::ChooseStyle(m_quiet, traceOnTerminal), files, workers);
-    std::atomic<size_t> failed{0};
-    std::atomic<size_t> damaged{0};
-    std::deque<ReportCapture> reports;
-    std::deque<FileConversion> conversions;
-    for (size_t worker = 0; worker < workers; ++worker) {
-        reports.emplace_back(trace);
-        conversions.emplace_back(
-            loader, reports.back(), m_options,
-            [&progress, worker](double fraction) { progress.Update(worker, fraction); });
-    }
-    RunJobs(files, workers, [&](size_t index, size_t worker) {
-        const OutputPlan::Item& item = plan.items[index];
-        FileConversion& conversion = conversions[worker];
-        const ConvertOutcome outcome = conversion.Run(item);
-        failed += outcome == ConvertOutcome::Failed;
-        damaged += outcome == ConvertOutcome::Damaged;
-        if (outcome != ConvertOutcome::Converted)
-            progress.Problem(Printable(item.input.Name() + ": " + conversion.Problem()));
-        const bool written = outcome != ConvertOutcome::Failed;
-        progress.FileDone(worker,
-                          written ? Printable(item.input.Name() + " -> " + item.output) : "");
-    });
-    if (files > 1)
-        progress.Summary(std::to_string(files - failed) + " of " + std::to_string(files) +
-                         " files converted");
-    if (failed != 0)
-        return kExitSomeFailed;
-    return damaged != 0 ? kExitDamaged : kExitDone;
 }
 
 } // namespace

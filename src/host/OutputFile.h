@@ -30,10 +30,13 @@ public:
     // for it at once; false when there is not enough.
     [[nodiscard]] bool Reserve(int64_t size);
     [[nodiscard]] bool Write(std::span<const uint8_t> bytes);
-    // Writes over the first bytes; a direct output cannot go back.
-    [[nodiscard]] bool WriteAtStart(std::span<const uint8_t> bytes);
+    // Writes over bytes already written; a direct output cannot go back.
+    [[nodiscard]] bool WriteAt(int64_t position, std::span<const uint8_t> bytes);
     // Without `overwrite` a file that has appeared meanwhile is kept.
     [[nodiscard]] bool Commit();
+
+    // For who writes by position instead, after Open and before Commit; -1 otherwise.
+    int Descriptor() const { return m_descriptor; }
 
     bool IsDirect() const { return m_temporary.empty(); }
     const std::string& Problem() const { return m_problem; }

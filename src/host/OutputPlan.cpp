@@ -1,7 +1,5 @@
 #include "host/OutputPlan.h"
 
-#include "host/WideText.h"
-
 #include <map>
 #include <set>
 #include <sys/stat.h>
@@ -13,14 +11,16 @@ namespace host
 namespace
 {
 
-// "song.aiff" becomes "song.wav". Only an extension that some decoder knows is
-// replaced: in "Opus 1. Allegro" nothing is.
+using ExtensionTest = std::function<bool(const std::string&)>;
+
+// "song.aiff" becomes "song.wav". Only a known extension is replaced: in "Opus 1.
+// Allegro" nothing is.
 std::string OutputName(const Input& input, const std::string& extension,
-                       const codecs::CodecLoader& loader)
+                       const ExtensionTest& isKnownExtension)
 {
     std::string name = input.BaseName();
     const std::string old = input.Extension();
-    if (!old.empty() && loader.ForExtension(WideFileName(old)) != nullptr)
+    if (!old.empty() && isKnownExtension(old))
         name.resize(name.size() - old.size());
     return name + extension;
 }
@@ -63,8 +63,8 @@ bool NoInputWrittenOver(const OutputPlan& plan, std::string& problem)
 } // namespace
 
 bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
-                 const std::string& extension, const codecs::CodecLoader& loader, OutputPlan& plan,
-                 std::string& problem)
+                 const std::string& extension, const ExtensionTest& isKnownExtension,
+                 OutputPlan& plan, std::string& problem)
 {
     if (target.empty()) {
         problem = "the name of the output is empty";
@@ -86,7 +86,7 @@ bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& targ
         std::string output = target;
         if (intoFolder) {
             output += target.ends_with('/') ? "" : "/";
-            output += OutputName(input, extension, loader);
+            output += OutputName(input, extension, isKnownExtension);
         }
         plan.items.push_back({std::move(input), std::move(output)});
     }

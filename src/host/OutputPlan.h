@@ -1,8 +1,8 @@
 #pragma once
 
-#include "codecs/CodecLoader.h"
 #include "host/Input.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,12 +22,14 @@ struct OutputPlan {
 // Works out the outputs for `-o target`: standard output ("-"), a folder (it
 // exists, ends with "/", or there are several inputs), or a file.
 //
-// extension  of the new files, with its dot
+// extension         of the new files, with its dot
+// isKnownExtension  tells which old extensions, with their dots, the new one replaces
 // returns false with a line in `problem` when two inputs would write the same
 //         output, several would go to standard output or into one file, or an
 //         input would be written over
 [[nodiscard]] bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
-                               const std::string& extension, const codecs::CodecLoader& loader,
+                               const std::string& extension,
+                               const std::function<bool(const std::string&)>& isKnownExtension,
                                OutputPlan& plan, std::string& problem);
 
 } // namespace host

@@ -2,12 +2,10 @@
 
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
-#include "tags/id3parser/Errors.h"
 #include "tags/id3parser/FrameReader.h"
 
 #include <algorithm>
 #include <limits>
-#include <stdexcept>
 
 namespace
 {
@@ -109,18 +107,8 @@ bool TagID3v2::Read(NTag& tags)
     tags.Destroy();
     if (GetID3v2TagSize() > m_region.size)
         return false;
-    id3parser::t_tag tag;
-    try {
-        myStreamIn stream(m_file, m_region.position, m_region.size);
-        id3parser::parseCallback everything;
-        tag.Parse(stream, everything);
-    } catch (const id3parser::parseError&) {
-        return false;
-    } catch (const std::overflow_error&) {
-        return false;
-    }
-    AppendTagToList(tag, tags);
-    return true;
+    myStreamIn stream(m_file, m_region.position, m_region.size);
+    return ReadTagList(stream, tags);
 }
 
 // A tag that claims more than its region is none: nothing beyond the region is taken

@@ -10,6 +10,7 @@
 #include "tags/id3parser/MetaToFrame.h"
 #include "tags/id3parser/Serialize.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 using id3parser::metaMap;
@@ -36,6 +37,12 @@ id3parser::t_tagRevision RevisionFor(const TagOptions& options, const std::vecto
     return revision == id3parser::kRevision4 ? revision : id3parser::kRevision3;
 }
 
+// The first byte of a character above U+FFFF.
+bool IsBeyond16Bits(char utf8)
+{
+    return static_cast<uint8_t>(utf8) >= 0xF0;
+}
+
 id3parser::CarriedFrames Merge(const TagOptions& options, std::vector<RawTag> tags)
 {
     id3parser::CarriedFrames frames(RevisionFor(options, tags));
@@ -50,6 +57,8 @@ TagUpdate::TagUpdate(const TagOptions& options, std::span<const std::span<const 
     : m_options(options), m_frames(Merge(options, WalkTags(oldTags))), m_fields(m_frames.Fields())
 {
     for (const auto& [field, values] : m_fields) {
+        if (std::ranges::none_of(field, IsBeyond16Bits))
+            continue;
         const XStr name = id3parser::conv::Utf8ToText(field);
         if (const XStr cut = AsInBlob(name); cut != name)
             m_cutNames.emplace(FoldCase(cut), field);

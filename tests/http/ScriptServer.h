@@ -3,38 +3,117 @@
 
 #include "support/AiffBuilder.h"
 
+#include <arpa/inet.h>
 #include <atomic>
+#include <csignal>
 #include <functional>
 #include <mutex>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
+#include <utility>
 
-// One accepted connection whose request has been read.
+// Where an IPv4 socket of this program listens on loopback; the port is found by bind.
+struct Loopback {
+    sockaddr_in address = {};
+    socklen_t size = sizeof address;
+    sockaddr* Any() { return reinterpret_cast<sockaddr*>(&address); }
+    uint16_t Port() const { return ntohs(address.sin_port); }
+
+    int Listen(int queue)
+    {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (bind(fd, Any(), size) != 0 || listen(fd, queue) != 0 ||
+            getsockname(fd, Any(), &size) != 0)
+            throw std::runtime_error("cannot listen on loopback");
+        return fd;
+    }
+};
+
+// One accepted connection and its request.
 class Peer
 {
 public:
     Peer(int fd, const std::atomic<bool>& stop) : m_fd(fd), m_stop(stop) {}
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
-    ~Peer();
+    ~Peer()
+    {
+        if (m_fd < 0)
+            return;
+        shutdown(m_fd, SHUT_WR); // closing with unread input would reset the connection
+        Stall();
+        close(m_fd);
+    }
 
-    bool ReadRequest();
+    bool ReadRequest()
+    {
+        while (m_request.find("\r\n\r\n") == std::string::npos)
+            if (!Receive())
+                return false;
+        return true;
+    }
     const std::string& Request() const { return m_request; }
-    std::string Target() const;
-    // The value of a request field; empty when it is not there.
-    std::string Field(const std::string& name) const;
+    std::string Target() const
+    {
+        const size_t begin = m_request.find(' ') + 1;
+        return m_request.substr(begin, m_request.find(' ', begin) - begin);
+    }
+    // The byte that a request for a range begins at; -1 when it is for everything.
+    long FirstByte() const
+    {
+        const std::string field = "\r\nRange: bytes=";
+        const size_t at = m_request.find(field);
+        return at == std::string::npos ? -1 : std::stol(m_request.substr(at + field.size()));
+    }
 
-    // Sends until the client has gone; in pieces that arrive one by one when `piece` is
-    // given.
-    Peer& Send(const Bytes& bytes, size_t piece = 0);
-    Peer& Send(const std::string& text) { return Send(Text(text)); }
+    // Sends until the client has gone; with `piece` given, in pieces of that size.
+    Peer& Send(const Bytes& bytes, size_t piece = 0)
+    {
+        const int on = piece != 0;
+        setsockopt(m_fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        for (size_t sent = 0; sent < bytes.size() && !m_stop;) {
+            const size_t size = std::min(piece != 0 ? piece : bytes.size(), bytes.size() - sent);
+            const ssize_t count = send(m_fd, &bytes[sent], size, MSG_NOSIGNAL);
+            if (count < 0)
+                break;
+            sent += static_cast<size_t>(count);
+        }
+        return *this;
+    }
 
     // Says nothing until the client has gone or the server stops.
-    void Stall();
+    void Stall()
+    {
+        while (Receive())
+            ;
+    }
 
     // Ends the connection by a reset instead of an orderly close.
-    void Reset();
+    void Reset()
+    {
+        const linger abort = {1, 0};
+        setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+        close(std::exchange(m_fd, -1));
+    }
 
 private:
+    bool Receive()
+    {
+        char part[4096];
+        pollfd one = {m_fd, POLLIN, 0};
+        while (!m_stop && poll(&one, 1, 10) <= 0)
+            ;
+        const ssize_t count = m_stop ? 0 : recv(m_fd, part, sizeof part, 0);
+        m_request.append(part, static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        return count > 0;
+    }
+
     int m_fd;
     const std::atomic<bool>& m_stop;
     std::string m_request;
@@ -46,66 +125,138 @@ using Handler = std::function<void(Peer&)>;
 class ScriptServer
 {
 public:
-    explicit ScriptServer(bool ipv6 = false);
+    ScriptServer() : m_acceptor([this] { Accept(); }) {}
     ScriptServer(const ScriptServer&) = delete;
     ScriptServer& operator=(const ScriptServer&) = delete;
-    ~ScriptServer();
+    ~ScriptServer()
+    {
+        m_stop = true;
+        m_acceptor.join();
+        for (std::thread& thread : m_threads)
+            thread.join();
+        close(m_listener);
+    }
 
-    // The address at which the handler answers from now on, for every path and query
-    // below it.
-    std::string Serve(Handler handler, const std::string& host = "");
-    std::string Serve(const Bytes& answer, const std::string& host = "")
+    // The address below which the handler answers from now on.
+    std::string Serve(Handler handler, const std::string& host = "127.0.0.1")
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_handlers.push_back(std::move(handler));
+        return "http://" + host + ":" + std::to_string(Port()) + "/" +
+               std::to_string(m_handlers.size() - 1) + "/";
+    }
+    std::string Serve(const Bytes& answer, const std::string& host = "127.0.0.1")
     {
         return Serve([answer](Peer& peer) { peer.Send(answer); }, host);
     }
 
-    uint16_t Port() const { return m_port; }
-
-    // All requests so far.
-    std::vector<std::string> Requests() const;
+    uint16_t Port() const { return m_place.Port(); }
+    std::vector<std::string> Requests() const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return m_requests;
+    }
 
 private:
-    void Accept();
-    void Talk(int fd);
+    void Accept()
+    {
+        pollfd one = {m_listener, POLLIN, 0};
+        while (!m_stop) {
+            if (poll(&one, 1, 10) <= 0)
+                continue;
+            const int fd = accept(m_listener, nullptr, nullptr);
+            if (fd >= 0)
+                m_threads.emplace_back([this, fd] { Talk(fd); });
+        }
+    }
 
-    bool m_ipv6;
-    int m_listener;
-    uint16_t m_port = 0;
+    void Talk(int fd)
+    {
+        sigset_t all; // signals are for the threads that decode
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, nullptr);
+        Peer peer(fd, m_stop);
+        if (!peer.ReadRequest())
+            return;
+        std::unique_lock lock(m_mutex);
+        m_requests.push_back(peer.Request());
+        const Handler handler = m_handlers.at(std::stoul(peer.Target().substr(1)));
+        lock.unlock();
+        handler(peer);
+    }
+
+    Loopback m_place;
+    int m_listener = m_place.Listen(64);
     std::atomic<bool> m_stop = false;
-    mutable std::mutex m_mutex; // guards what follows
+    mutable std::mutex m_mutex; // guards the next two
     std::vector<Handler> m_handlers;
     std::vector<std::string> m_requests;
     std::vector<std::thread> m_threads;
     std::thread m_acceptor;
 };
 
-// An answer with this status line and these fields, each with its line end.
+// The bytes of a whole from one place on, or up to one.
+inline Bytes From(const Bytes& bytes, size_t first)
+{
+    return Bytes(bytes.begin() + static_cast<ptrdiff_t>(first), bytes.end());
+}
+inline Bytes Front(const Bytes& bytes, size_t size)
+{
+    return Bytes(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(size));
+}
+
+// An answer with these fields, each with its line end.
 inline Bytes Answer(const std::string& fields, const Bytes& body,
                     const std::string& status = "HTTP/1.1 200 OK")
 {
     return Join({Text(status + "\r\n" + fields + "\r\n"), body});
 }
-
 inline std::string Length(size_t size)
 {
     return "Content-Length: " + std::to_string(size) + "\r\n";
 }
-
 inline Bytes Counted(const Bytes& body)
 {
     return Answer(Length(body.size()), body);
 }
 
-inline std::string RangeField(size_t first, size_t last, size_t total)
+// A part of something that has `total` bytes.
+inline Bytes Partial(size_t first, size_t last, size_t total, const Bytes& body,
+                     const std::string& fields = "")
 {
-    return "Content-Range: bytes " + std::to_string(first) + "-" + std::to_string(last) + "/" +
-           std::to_string(total) + "\r\n";
+    return Answer("Content-Range: bytes " + std::to_string(first) + "-" + std::to_string(last) +
+                      "/" + std::to_string(total) + "\r\n" + fields,
+                  body, "HTTP/1.1 206 Partial Content");
 }
 
-// Answers with everything and, when asked for a range from a byte to the end, with what
-// `partial` makes of that byte.
-Handler Ranged(const Bytes& body, std::function<Bytes(size_t first)> partial);
-Handler Ranged(const Bytes& body);
+// Answers with everything and, when asked for a range, with what `partial` makes of
+// its first byte.
+inline Handler Ranged(const Bytes& body, std::function<Bytes(size_t first)> partial)
+{
+    return [body, partial](Peer& peer) {
+        const long first = peer.FirstByte();
+        peer.Send(first < 0 ? Answer("Accept-Ranges: bytes\r\n" + Length(body.size()), body)
+                            : partial(static_cast<size_t>(first)));
+    };
+}
+inline Handler Ranged(const Bytes& body)
+{
+    const size_t size = body.size();
+    return Ranged(body, [body, size](size_t first) {
+        return Partial(first, size - 1, size, From(body, first), Length(size - first));
+    });
+}
 
-// The bytes in chunks of growing size, each with an extension, ended by a trailer.
-Bytes InChunks(const Bytes& body, const std::string& lineEnd = "\r\n");
+// The bytes as a chunked answer: growing sizes, extensions, a trailer.
+inline Bytes Chunked(const Bytes& body, const std::string& fields = "")
+{
+    Bytes out = Answer(fields + "Transfer-Encoding: chunked\r\n", {});
+    size_t size = 1;
+    for (size_t at = 0; at < body.size(); at += size, size = size * 3 % 30011) {
+        char line[32];
+        size = std::min(size, body.size() - at);
+        std::snprintf(line, sizeof line, size % 2 != 0 ? "%zX;q=\"v\"\r\n" : "000%zx \n", size);
+        Append(out, Join({Text(line), Front(From(body, at), size), Text("\r\n")}));
+    }
+    return Append(out, Text("0\r\nTrailer: x\r\n\r\n"));
+}

@@ -1,12 +1,9 @@
 // Streams from nginx, started for the test on a free port in a folder of its own.
 
+#include "ScriptServer.h"
 #include "support/PluginDriver.h"
 
-#include <csignal>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace
 {
@@ -16,21 +13,6 @@ constexpr uint32_t kDecode = QV_OPEN_PREPARE_DECODE | QV_OPEN_AUDIO_INFO;
 #ifndef NGINX_PROGRAM
 #define NGINX_PROGRAM ""
 #endif
-
-// A port that was free a moment ago.
-uint16_t FreePort()
-{
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto* const any = reinterpret_cast<sockaddr*>(&address);
-    (void)bind(fd, any, size);
-    (void)getsockname(fd, any, &size);
-    close(fd);
-    return ntohs(address.sin_port);
-}
 
 // Serves the folder below /ranges/, without ranges below /plain/, gzipped (and so
 // chunked) below /zipped/ for clients that allow it, and redirects from /moved/.
@@ -73,7 +55,7 @@ public:
     }
 
 private:
-    uint16_t m_port = FreePort();
+    uint16_t m_port = ScriptServer().Port(); // free a moment ago
     pid_t m_process;
 };
 
@@ -99,13 +81,13 @@ TEST_F(NginxTest, StreamsEqualFilesWithAndWithoutRanges)
     const Bytes expected = local.Rest();
     // The prefix is no whole frame: the last one is cut.
     const Bytes whole = HostOrder(Join({Bytes(8), pcm}), 24);
-    const Bytes heard(whole.begin(), whole.begin() + 3000008 / 6 * 6);
+    const Bytes heard = Front(whole, whole.size() / 6 * 6);
     ASSERT_EQ(expected, HostOrder(pcm, 24));
 
     const Nginx nginx(dir);
     for (const char* folder : {"/ranges/", "/plain/", "/zipped/", "/moved/"}) {
         SCOPED_TRACE(folder);
-        Instance stream(plugin, &report);
+        Instance stream(plugin, report);
         int opened = 0;
         for (int i = 0; i < 200 && opened == 0; ++i) { // nginx takes a moment to start
             if (i != 0)
@@ -117,10 +99,10 @@ TEST_F(NginxTest, StreamsEqualFilesWithAndWithoutRanges)
         const bool seeks = std::string(folder) != "/plain/";
         ASSERT_EQ(stream.Seek(400000), seeks ? 1 : 0);
         if (seeks) {
-            EXPECT_EQ(stream.Rest(), Bytes(heard.begin() + 2400000, heard.end()));
+            EXPECT_EQ(stream.Rest(), From(heard, 2400000));
         }
     }
-    Instance missing(plugin, &report);
+    Instance missing(plugin, report);
     report.Take(kInformation);
     EXPECT_EQ(missing.Open(nginx.Url("/ranges/none.aif"), kDecode), 0);
     EXPECT_EQ(report.Take(kInformation), Lines("Cannot open stream: status 404  [Open]\n"));

@@ -95,7 +95,7 @@ public:
             m_type = "AIFC";
             Append(data, Join({Text(type), Big(name.size(), 1), Text(name)}));
         }
-        m_frameBytes = int64_t{channels} * bits / 8;
+        m_frameBytes = static_cast<uint32_t>(channels) * static_cast<uint32_t>(bits) / 8;
         return Chunk("COMM", data);
     }
     AiffBuilder& Comm(int channels, int bits, double rate, const std::string& type = "",
@@ -104,31 +104,31 @@ public:
         return Comm(channels, bits, Extended(rate), type, name);
     }
 
+    // Also writes the number of frames, for readers that trust it, into COMM.
     AiffBuilder& Ssnd(const Bytes& samples, std::optional<uint32_t> size = {})
     {
-        return Chunk("SSND", Join({Bytes(8), samples}), size);
+        Chunk("SSND", Join({Bytes(8), samples}), size);
+        for (Entry& chunk : m_chunks)
+            if (chunk.code == "COMM" && m_frameBytes > 0) {
+                const Bytes frames = Big((m_chunks.back().size - 8) / m_frameBytes, 4);
+                std::copy(frames.begin(), frames.end(), chunk.data.begin() + 2);
+            }
+        return *this;
     }
 
     AiffBuilder& FormCode(const std::string& code) { return m_code = code, *this; }
     AiffBuilder& FormSize(uint32_t size) { return m_formSize = size, *this; }
     AiffBuilder& Tail(const Bytes& bytes) { return m_tail = bytes, *this; }
 
-    // Frame count, used by readers that trust it, follows from the claimed sound size.
     Bytes Build() const
     {
         Bytes body = Text(m_type);
-        for (const Entry& chunk : m_chunks) {
-            Append(body, Join({Text(chunk.code), Big(chunk.size, 4)}));
-            Bytes data = chunk.data;
-            if (chunk.code == "COMM" && data.size() >= 18 && m_frameBytes > 0) {
-                const Bytes frames = Big((SoundSize() - 8) / static_cast<size_t>(m_frameBytes), 4);
-                std::copy(frames.begin(), frames.end(), data.begin() + 2);
-            }
-            Append(body, data);
-        }
+        for (const Entry& chunk : m_chunks)
+            Append(body, Join({Text(chunk.code), Big(chunk.size, 4), chunk.data}));
         const uint32_t size = m_formSize.value_or(static_cast<uint32_t>(body.size()));
         return Join({Text(m_code), Big(size, 4), body, m_tail});
     }
+    operator Bytes() const { return Build(); }
 
 private:
     struct Entry {
@@ -136,18 +136,11 @@ private:
         Bytes data;
         uint32_t size;
     };
-    size_t SoundSize() const
-    {
-        for (const Entry& chunk : m_chunks)
-            if (chunk.code == "SSND")
-                return chunk.size;
-        return 8;
-    }
 
     std::string m_code = "FORM";
     std::string m_type;
     std::optional<uint32_t> m_formSize;
     std::vector<Entry> m_chunks;
     Bytes m_tail;
-    int64_t m_frameBytes = 0;
+    uint32_t m_frameBytes = 0;
 };

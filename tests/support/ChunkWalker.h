@@ -18,15 +18,10 @@ struct WalkedForm {
     // The only chunk of that code; throws when there is none or another one.
     const WalkedChunk& Only(const std::string& code) const
     {
-        const WalkedChunk* found = nullptr;
-        for (const WalkedChunk& chunk : chunks) {
-            if (chunk.code != code)
-                continue;
-            if (found != nullptr)
-                throw std::runtime_error("two chunks " + code);
-            found = &chunk;
-        }
-        return found != nullptr ? *found : throw std::runtime_error("no chunk " + code);
+        const auto is = [&](const WalkedChunk& chunk) { return chunk.code == code; };
+        if (std::count_if(chunks.begin(), chunks.end(), is) != 1)
+            throw std::runtime_error("not one chunk " + code);
+        return *std::find_if(chunks.begin(), chunks.end(), is);
     }
 };
 
@@ -38,10 +33,7 @@ inline WalkedForm WalkStrictly(const Bytes& file)
         if (!holds)
             throw std::runtime_error(what + " at " + std::to_string(position));
     };
-    const auto text = [&](size_t at) {
-        return std::string(file.begin() + static_cast<ptrdiff_t>(at),
-                           file.begin() + static_cast<ptrdiff_t>(at) + 4);
-    };
+    const auto text = [&](size_t at) { return std::string(&file[at], &file[at] + 4); };
     const auto number = [&](size_t at) {
         return size_t{file[at]} << 24 | size_t{file[at + 1]} << 16 | size_t{file[at + 2]} << 8 |
                file[at + 3];
@@ -53,9 +45,9 @@ inline WalkedForm WalkStrictly(const Bytes& file)
         require(file.size() - at >= 8, "torn chunk header", at);
         const size_t size = number(at + 4);
         require(size + size % 2 <= file.size() - at - 8, "chunk leaves the form", at);
-        const auto data = file.begin() + static_cast<ptrdiff_t>(at + 8);
-        form.chunks.push_back({text(at), at, Bytes(data, data + static_cast<ptrdiff_t>(size))});
-        require(size % 2 == 0 || data[static_cast<ptrdiff_t>(size)] == 0, "pad byte not zero", at);
+        const uint8_t* const data = file.data() + at + 8;
+        require(size % 2 == 0 || data[size] == 0, "pad byte not zero", at);
+        form.chunks.push_back({text(at), at, Bytes(data, data + size)});
         at += 8 + size + size % 2;
     }
     return form;

@@ -10,24 +10,23 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <unistd.h>
 
 // The plug-in, loaded afresh: its trace starts without indentation.
 class Plugin
 {
 public:
-    Plugin() : m_library(dlopen(AIFF_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL))
+    Plugin()
     {
         if (m_library == nullptr)
             throw std::runtime_error(dlerror());
-#define AIFF_LOAD(name, type) name = reinterpret_cast<type>(dlsym(m_library, #name));
+#define AIFF_LOAD(name, type) name = reinterpret_cast<type>(dlsym(m_library.get(), #name));
         QV_DECODER_FUNCTIONS(AIFF_LOAD)
     }
-    Plugin(const Plugin&) = delete;
-    Plugin& operator=(const Plugin&) = delete;
     ~Plugin()
     {
-        dlclose(m_library);
+        m_library.reset();
         EXPECT_EQ(dlopen(AIFF_PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr) << "still loaded";
     }
 
@@ -35,7 +34,8 @@ public:
     QV_DECODER_FUNCTIONS(AIFF_MEMBER)
 
 private:
-    void* m_library;
+    std::unique_ptr<void, int (*)(void*)> m_library{dlopen(AIFF_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL),
+                                                    dlclose};
 };
 
 enum Output { kError, kInformation, kDebug };
@@ -44,38 +44,27 @@ enum Output { kError, kInformation, kDebug };
 class Report
 {
 public:
-    Report()
-    {
-        for (FILE*& file : m_files)
-            file = std::tmpfile();
-    }
-    Report(const Report&) = delete;
-    Report& operator=(const Report&) = delete;
-    ~Report()
-    {
-        for (FILE* file : m_files)
-            std::fclose(file);
-    }
-
     STNStdReport Record() const { return {Handle(kError), Handle(kInformation), Handle(kDebug)}; }
 
     // What was written since the last call for this output.
     std::string Take(Output output)
     {
-        std::string text;
-        std::array<char, 4096> part;
-        off_t& from = m_taken[static_cast<size_t>(output)];
-        for (ssize_t n; (n = pread(Fd(output), part.data(), part.size(), from)) > 0; from += n)
-            text.append(part.data(), static_cast<size_t>(n));
+        const int fd = fileno(m_files[output].get());
+        std::string text(static_cast<size_t>(lseek(fd, 0, SEEK_END)), '\0');
+        EXPECT_EQ(pread(fd, text.data(), text.size(), 0), std::ssize(text));
+        EXPECT_EQ(ftruncate(fd, 0) + lseek(fd, 0, SEEK_SET), 0);
         return text;
     }
 
 private:
-    int Fd(Output output) const { return fileno(m_files[static_cast<size_t>(output)]); }
-    void* Handle(Output output) const { return reinterpret_cast<void*>(intptr_t{Fd(output)}); }
+    using File = std::unique_ptr<FILE, int (*)(FILE*)>;
+    static File NewFile() { return {std::tmpfile(), std::fclose}; }
+    void* Handle(Output output) const
+    {
+        return reinterpret_cast<void*>(intptr_t{fileno(m_files[output].get())});
+    }
 
-    std::array<FILE*, 3> m_files;
-    std::array<off_t, 3> m_taken = {};
+    File m_files[3] = {NewFile(), NewFile(), NewFile()};
 };
 
 inline std::wstring Wide(const std::string& ascii)
@@ -98,13 +87,12 @@ class Instance
 public:
     static constexpr uint8_t kPattern = 0xA5;
 
-    explicit Instance(const Plugin& plugin, const Report* report = nullptr) : m_plugin(plugin)
+    explicit Instance(const Plugin& plugin, const STNStdReport& record = {})
+        : handle(plugin.Create(&record)), m_plugin(plugin)
     {
-        const STNStdReport record = report != nullptr ? report->Record() : STNStdReport{};
-        handle = plugin.Create(&record);
     }
-    Instance(const Instance&) = delete;
-    Instance& operator=(const Instance&) = delete;
+    Instance(const Plugin& plugin, const Report& report) : Instance(plugin, report.Record()) {}
+    Instance(Instance&&) = delete;
     ~Instance() { EXPECT_EQ(m_plugin.Destroy(handle), 1); }
 
     int32_t Range(int64_t start, int64_t end)
@@ -127,11 +115,7 @@ public:
         return Open(m_name.c_str(), flags, pattern);
     }
     int32_t Seek(int64_t frame) { return m_plugin.SetPosition(handle, frame); }
-    int32_t Close()
-    {
-        STQvEncoderFluid fluid = {};
-        return m_plugin.Close(handle, &fluid);
-    }
+    int32_t Close() { return m_plugin.Close(handle, nullptr); }
 
     // Decodes a block into a record that held the pattern.
     int32_t Next(uint8_t pattern = kPattern)
@@ -139,10 +123,11 @@ public:
         std::memset(&block, pattern, sizeof block);
         return m_plugin.DecodeBlock(handle, &block);
     }
-    bool HasData() const { return block.pData != reinterpret_cast<const uint8_t*>(kUntouched); }
+    // Empty when the block came without data.
     Bytes Data() const
     {
-        return HasData() ? Bytes(block.pData, block.pData + block.nDataSize) : Bytes();
+        const bool hasData = block.nDataSize != kPattern * 0x01010101u;
+        return hasData ? Bytes(block.pData, block.pData + block.nDataSize) : Bytes();
     }
 
     // Everything up to the last block. A failing call fails the test, and so does an
@@ -150,62 +135,55 @@ public:
     Bytes Rest()
     {
         Bytes all;
-        bool isLast = false;
-        while (!isLast) {
+        for (bool isLast = false; !isLast;) {
             const bool isDecoded = Next() == 1;
             const Bytes data = isDecoded ? Data() : Bytes();
-            isLast = block.nLastBlock != 0;
-            if (!isDecoded || (data.empty() && !isLast)) {
-                ADD_FAILURE() << "no block behind " << all.size() << " bytes";
-                break;
-            }
+            isLast = !isDecoded || block.nLastBlock != 0;
+            if (!isDecoded || (data.empty() && !isLast))
+                return ADD_FAILURE() << "no block behind " << all.size() << " bytes", all;
             Append(all, data);
         }
         return all;
     }
 
-    void* handle = nullptr;
+    void* handle;
     STQvOpenDecoder open;
     STQvAudioBlock block;
 
 private:
-    static constexpr uint64_t kUntouched = 0xA5A5A5A5A5A5A5A5;
     const Plugin& m_plugin;
     std::wstring m_name;
 };
 
-using Fields = std::vector<std::pair<std::string, std::string>>;
-
-// Names and values of a blob of ASCII texts.
-inline Fields ReadBlob(const uint8_t* at, uint32_t size)
+// Names and values of the properties, as "name: value" lines.
+inline std::string Properties(const Instance& host)
 {
-    const uint8_t* const end = at + size;
-    const auto number = [&] {
-        uint32_t value = 0;
-        std::memcpy(&value, at, 4);
-        return at += 4, value;
-    };
-    const auto text = [&] {
-        std::string out;
+    const uint8_t* at = host.open.pPropertiesData;
+    const uint8_t* const end = at + host.open.nPropertiesDataSize;
+    const auto number = [&] { return at += 4, at[-4] | at[-3] << 8 | at[-2] << 16; };
+    std::string lines;
+    const auto text = [&](const char* ending) {
         for (; at[0] != 0 || at[1] != 0; at += 2)
-            out += static_cast<char>(at[1] == 0 ? at[0] : '?');
-        return at += 2, out;
+            lines += static_cast<char>(at[1] == 0 ? at[0] : '?');
+        at += 2, lines += ending;
     };
-    Fields fields;
-    for (uint32_t count = number(); count > 0; --count) {
-        const uint8_t* next = at;
-        next += number();
-        std::string name = text();
-        fields.emplace_back(std::move(name), text());
+    for (int count = number(); count > 0; --count) {
+        const uint8_t* const start = at;
+        const uint8_t* const next = start + number();
+        text(": ");
+        text("\n");
         EXPECT_EQ(at, next) << "an item's size disagrees with its texts";
     }
     EXPECT_EQ(at, end);
-    return fields;
+    return lines;
 }
 
 class PluginTest : public testing::Test
 {
 protected:
+    // The path of a new file.
+    std::string File(const Bytes& bytes) { return dir.Write("a.aiff", bytes); }
+
     TempDir dir;
     Plugin plugin;
     Report report;

@@ -19,8 +19,6 @@ public:
         if (mkdtemp(m_path.data()) == nullptr)
             throw std::runtime_error("no temporary folder");
     }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
     ~TempDir() { std::filesystem::remove_all(m_path); }
 
     std::string Path(const std::string& name) const { return m_path + "/" + name; }

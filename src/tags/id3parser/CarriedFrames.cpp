@@ -78,19 +78,24 @@ void CarriedFrames::Merge(RawTag old)
     if (!old.resynchronised.empty())
         Own(std::move(old.resynchronised)); // moving keeps the bytes where they are
     const bool headerUnsync = old.flags & tagFlags::kUnsynchronised;
+    m_identities.insert(m_added.begin(), m_added.end());
+    m_added.clear();
+    const bool sound = old.parses && !old.plainSizes;
+    const bool changesForm = old.revision != m_tag.Revision();
     metaMap fields;
-    std::vector<Identity> added;
     for (RawFrame& raw : old.frames)
-        if ((old.parses && !old.plainSizes) || MakePassable(raw, old.revision))
-            MergeFrame(raw, old.revision, headerUnsync, fields, added);
-    m_identities.insert(added.begin(), added.end());
-    for (const auto& [field, values] : fields)
-        if (!m_fields.haveField(field))
-            m_fields.findOrAdd(field) = values;
+        if (sound || changesForm || MakePassable(raw, old.revision))
+            MergeFrame(raw, old.revision, headerUnsync, fields);
+    if (m_fields.empty())
+        m_fields = std::move(fields);
+    else
+        for (const auto& [field, values] : fields)
+            if (!m_fields.haveField(field))
+                m_fields.findOrAdd(field) = values;
 }
 
 void CarriedFrames::MergeFrame(const RawFrame& raw, t_tagRevision from, bool headerUnsync,
-                               metaMap& fields, std::vector<Identity>& added)
+                               metaMap& fields)
 {
     t_tag::FrameList one;
     t_frame& frame = one.emplace_back(raw.header.id);
@@ -108,7 +113,7 @@ void CarriedFrames::MergeFrame(const RawFrame& raw, t_tagRevision from, bool hea
         Keep(frame, wire);
     else if (!Port(frame, wire, from))
         return;
-    added.push_back(identity);
+    m_added.push_back(identity);
     m_tag.Frames().splice(m_tag.Frames().end(), one);
 }
 

@@ -54,8 +54,7 @@ public:
 private:
     using Identity = std::pair<uint32_t, std::string_view>;
 
-    void MergeFrame(const RawFrame& raw, t_tagRevision from, bool headerUnsync, metaMap& fields,
-                    std::vector<Identity>& added);
+    void MergeFrame(const RawFrame& raw, t_tagRevision from, bool headerUnsync, metaMap& fields);
     bool Port(t_frame& frame, const WireFrame& wire, t_tagRevision from);
     bool PortWire(t_frame& frame, WireFrame wire, t_tagRevision from);
     void Keep(t_frame& frame, const WireFrame& wire);
@@ -64,8 +63,9 @@ private:
 
     t_tag m_tag;
     metaMap m_fields;
-    std::vector<WireFrame> m_wire; // by the frames' origin - 1
-    std::set<Identity> m_identities;
+    std::vector<WireFrame> m_wire;            // by the frames' origin - 1
+    std::set<Identity> m_identities;          // of all tags but the last
+    std::vector<Identity> m_added;            // of the last
     std::deque<std::vector<uint8_t>> m_owned; // what wire forms and identities point into
 };
 

@@ -126,6 +126,11 @@ size_t utf16_decode_char(std::u16string_view units, uint32_t& codePoint)
 
 size_t utf8_encode_char(uint32_t codePoint, char* out)
 {
+    if (codePoint < 0x80) {
+        if (out != nullptr)
+            *out = static_cast<char>(codePoint);
+        return 1;
+    }
     constexpr uint32_t kLimits[] = {0x80, 0x800, 0x10000, 0x200000, 0x4000000, 0x80000000};
     const auto* limit = std::upper_bound(std::begin(kLimits), std::end(kLimits), codePoint);
     if (limit == std::end(kLimits))

@@ -7,16 +7,18 @@
 namespace id3parser
 {
 
-char metaCompare::lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool metaCompare::operator()(std::string_view a, std::string_view b) const
 {
-    return std::ranges::lexicographical_compare(
-        a, b, {}, [](char c) { return static_cast<unsigned char>(lower(c)); },
-        [](char c) { return static_cast<unsigned char>(lower(c)); });
+    const size_t shorter = std::min(a.size(), b.size());
+    for (size_t i = 0; i < shorter; ++i) {
+        if (a[i] == b[i])
+            continue;
+        const auto left = static_cast<unsigned char>(lower(a[i]));
+        const auto right = static_cast<unsigned char>(lower(b[i]));
+        if (left != right)
+            return left < right;
+    }
+    return a.size() < b.size();
 }
 
 bool metaCompare::Equal(std::string_view a, std::string_view b)
@@ -43,8 +45,10 @@ void metaMap::set(std::string_view name, std::string_view value)
 
 metaMap::Values& metaMap::findOrAdd(std::string_view name)
 {
-    const auto found = m_fields.find(name);
-    return found != m_fields.end() ? found->second : m_fields[std::string(name)];
+    const auto place = m_fields.lower_bound(name);
+    if (place != m_fields.end() && !metaCompare()(name, place->first))
+        return place->second;
+    return m_fields.emplace_hint(place, name, Values())->second;
 }
 
 const metaMap::Values* metaMap::find(std::string_view name) const

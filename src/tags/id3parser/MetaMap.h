@@ -15,7 +15,10 @@ namespace id3parser
 struct metaCompare {
     using is_transparent = void;
 
-    static char lower(char c);
+    static constexpr char lower(char c)
+    {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
     bool operator()(std::string_view a, std::string_view b) const;
     static bool Equal(std::string_view a, std::string_view b);
     static bool Begins(std::string_view text, std::string_view prefix);

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "support/XFile.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace host
+{
+
+// Compares what the chunks of a form say about its audio.
+class SoundCheck
+{
+public:
+    using Say = std::function<void(const std::string&)>;
+
+    // Takes a chunk that is in the file from `position` on with `size` bytes.
+    void Take(uint32_t code, const XFile& file, int64_t position, int64_t size, const Say& say);
+
+    // After the last chunk.
+    //
+    // isAifc  whether the form may be compressed
+    void Finish(bool isAifc, const Say& say) const;
+
+private:
+    void TakeCommon(const XFile& file, int64_t position, int64_t size, const Say& say);
+    void TakeSound(const XFile& file, int64_t position, int64_t size, const Say& say);
+    void CheckFormat(bool isAifc, const Say& say) const;
+    void CompareFrames(const Say& say) const;
+
+    int m_commons = 0;
+    int m_sounds = 0;
+    bool m_hasVersion = false;
+    // Of the first COMM chunk.
+    bool m_formatKnown = false;
+    int m_channels = 0;
+    int m_bits = 0;
+    int64_t m_frames = 0;
+    int64_t m_rate = 0;
+    bool m_namesCompression = false;
+    uint32_t m_compression = 0;
+    // Of the first SSND chunk.
+    bool m_soundKnown = false;
+    int64_t m_soundBytes = 0; // behind prefix and offset
+};
+
+} // namespace host
