@@ -174,6 +174,11 @@ TEST(TagUpdate, NewerTagsKeepTheirFramesAndFlags)
     EXPECT_EQ(ContentOf(Update({Tag4(all, 0)}, ListOf({{L"Title", L"b"}}), latin)),
               title + readOnly + grouped + lengthy + unsynced +
                   F4("MCDI", "\0\0\0\2\xFF\0\0"s, "\0\3"s));
+    // A size that would reach beyond the tag if it were plain is not taken for plain.
+    const std::string open = F4("PRIV", "\0\0\0\1"s + std::string(124, 'a'), "\0\3"s);
+    const Bytes tag = Update({Tag4(open + "\0garbage"s)}, ListOf({{L"Title", L"b"}}), latin);
+    EXPECT_EQ(ContentOf(tag), title + open);
+    EXPECT_EQ(Read(tag), Items({{L"Title", L"b"}}));
 }
 
 TEST(TagUpdate, AnOlderTagBecomesID3v23)
