@@ -75,7 +75,6 @@ private:
     STQvOpenDecoder m_record{};
     std::vector<std::string> m_firstErrors;
     std::vector<std::string> m_firstInformation;
-    bool m_triedOne = false;
     bool m_failed = false; // to open
     bool m_ended = false;
     int m_emptyBlocks = 0;

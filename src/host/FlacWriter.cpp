@@ -17,6 +17,7 @@ constexpr size_t kStreamInfoEnd = kMarkSize + kBlockHeader + 34;
 constexpr uint8_t kLastBlock = 0x80;
 constexpr uint8_t kCommentBlock = 4;
 constexpr int kFullBits = 32;
+constexpr uint16_t kMaxChannels = 8;
 
 int SampleFormat(int bits)
 {
@@ -85,6 +86,11 @@ bool FlacWriter::Begin(const STQvWaveFormat& format, int64_t)
                     " bits (FLAC takes 8, 16 and 24; --format wav takes all)";
         return false;
     }
+    if (format.nChannels > kMaxChannels) {
+        m_problem = "has " + std::to_string(format.nChannels) +
+                    " channels (FLAC takes 8; --format wav takes all)";
+        return false;
+    }
     SF_INFO info{};
     info.samplerate = static_cast<int>(
         std::min<uint32_t>(format.nSamplesPerSec, std::numeric_limits<int>::max()));
@@ -113,12 +119,13 @@ bool FlacWriter::Write(std::span<const uint8_t> pcm)
 
 bool FlacWriter::End()
 {
+    if (m_inMetadata) // without samples nothing has made the encoder begin
+        sf_command(m_encoder, SFC_UPDATE_HEADER_NOW, nullptr, 0);
     const int result = sf_close(std::exchange(m_encoder, nullptr));
-    if (result != 0 && !m_failed)
+    const bool done = result == 0 && !m_inMetadata && !m_failed;
+    if (!done && !m_failed)
         m_problem = std::string("cannot be written as FLAC: ") + sf_error_number(result);
-    else if (m_inMetadata && !m_failed)
-        m_problem = "holds no audio, which FLAC cannot say";
-    return result == 0 && !m_failed && m_problem.empty();
+    return done;
 }
 
 // What goes back corrects the stream information, which keeps its place. A direct output

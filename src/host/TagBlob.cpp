@@ -184,6 +184,14 @@ bool SameName(std::string_view a, std::string_view b)
     return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
 }
 
+const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name)
+{
+    const auto found = std::find_if(items.begin(), items.end(), [name](const TagItem& item) {
+        return SameName(item.name, name);
+    });
+    return found == items.end() ? nullptr : &*found;
+}
+
 std::string FindValue(const std::vector<TagItem>& items, std::string_view name)
 {
     const auto found = std::find_if(items.begin(), items.end(),

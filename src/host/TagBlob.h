@@ -42,6 +42,9 @@ std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob);
 // Whether two field names are the same, which they are in upper and lower case.
 bool SameName(std::string_view a, std::string_view b);
 
+// The first item of that name in any case; null when there is none.
+const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name);
+
 // Value of the first item of that name; empty when there is none.
 std::string FindValue(const std::vector<TagItem>& items, std::string_view name);
 

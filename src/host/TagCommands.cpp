@@ -37,14 +37,6 @@ constexpr char kRemoveRule[] =
     R"(Files come first: arguments that exist, or that end as audio files do, are
 files, the others are names; behind --name stands a name in any case.)";
 
-const TagItem* Find(const std::vector<TagItem>& items, const std::string& name)
-{
-    const auto found = std::find_if(items.begin(), items.end(), [&name](const TagItem& item) {
-        return SameName(item.name, name);
-    });
-    return found == items.end() ? nullptr : &*found;
-}
-
 std::string Joined(const std::vector<std::string>& words)
 {
     std::string text;
@@ -220,7 +212,7 @@ private:
         std::vector<std::string> present;
         std::vector<std::string> missing;
         for (const std::string& name : names)
-            (Find(file.Items(), name) != nullptr ? present : missing).push_back(name);
+            (FindItem(file.Items(), name) != nullptr ? present : missing).push_back(name);
         if (!present.empty() && !file.Remove(present))
             return false;
         std::string what = present.empty() ? "" : "removed " + Joined(present);
@@ -319,47 +311,6 @@ private:
 };
 
 } // namespace
-
-int ForEachTagFile(const std::vector<std::string>& names, const codecs::CodecLoader& loader,
-                   ReportCapture& report,
-                   const std::function<bool(TagFile& file, std::string& problem)>& work)
-{
-    bool failed = false;
-    for (const std::string& name : names) {
-        const Input input(name);
-        TagFile file(loader, report, input);
-        std::string problem;
-        if (file.Read() && work(file, problem))
-            continue;
-        failed = true;
-        SayProblem(name + ": " + (problem.empty() ? file.Problem() : problem));
-    }
-    return failed ? kExitSomeFailed : kExitDone;
-}
-
-void SayDone(const TagFile& file, const std::string& what)
-{
-    std::printf("%s: %s\n", Printable(file.Source().Name()).c_str(), Printable(what).c_str());
-}
-
-void SayWhatDiffers(const TagFile& file, const std::vector<TagItem>& items,
-                    const codecs::CodecLoader& loader)
-{
-    ReportCapture silent{Trace{}};
-    TagFile changed(loader, silent, file.Source());
-    if (!changed.Read())
-        return;
-    for (const TagItem& item : items) {
-        if (item.IsPicture())
-            continue;
-        const TagItem* found = Find(changed.Items(), item.name);
-        const std::string name = file.Source().Name() + ": \"" + item.name + "\"";
-        if (found == nullptr && !item.value.empty())
-            SayProblem(name + " does not read back under this name");
-        else if (found != nullptr && found->value != item.value)
-            SayProblem(name + " reads back as \"" + found->value + "\"");
-    }
-}
 
 std::unique_ptr<Command> MakeTagsShowCommand()
 {
