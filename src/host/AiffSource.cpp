@@ -30,15 +30,19 @@ bool IsCommonOrSound(uint32_t code)
 bool AiffSource::IsAiff(const std::string& path)
 {
     m_file = DiskFile::Open(path, XFile::Access::Read);
-    std::array<uint8_t, 4> code;
-    return m_file != nullptr && m_file->ReadAt(0, code) == code.size() &&
-           clAIFFHandler::CompareID(CodeAt(code.data()), kChunkForm, true);
+    std::array<uint8_t, kFormHeaderSize> header;
+    if (m_file == nullptr || m_file->ReadAt(0, header) != header.size() ||
+        !clAIFFHandler::CompareID(CodeAt(&header[0]), kChunkForm, true))
+        return false;
+    const uint32_t type = CodeAt(&header[8]); // there are other forms, too
+    return clAIFFHandler::CompareID(type, kFormTypeAIFF, true) ||
+           clAIFFHandler::CompareID(type, kFormTypeAIFC, true);
 }
 
 bool AiffSource::Open(std::string& problem)
 {
     if (!m_aiff.Initialize(m_file, {})) {
-        problem = "is too short to be an AIFF file";
+        problem = "cannot be read";
         return false;
     }
     return ReadFormat(problem) && FindSound(problem);
