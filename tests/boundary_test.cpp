@@ -169,7 +169,7 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
         {1, 8, 15937, "alaw", 6, "Low  (Lossy)", "Center"},
         {1, 8, 15938, "ALAW", 6, "Medium  (Lossy)", "Center"},
         {0, 8, 127500, "ulaw", 7, "Medium  (Lossy)", ""},
-        {1, 8, 127500, "ULAW", 7, "Medium  (Lossy)", "Center"},
+        {2, 4, 31875, "ULAW", 7, "Medium  (Lossy)", "Left, Right"}, // at the limit
         {2, 8, 15938, "Sowt", 65535, "Medium  (Lossy)", "Left, Right"},
         // Bits per second are counted in 32 bits, signed.
         {1, 8, 300e6, "ima4", 65535, "Low  (Lossy)", "Center"},
@@ -292,8 +292,8 @@ TEST_F(BoundaryTest, ReportWithoutReaderRaisesNoSignal)
         EXPECT_EQ(sigismember(&mask, SIGPIPE), waiting);
         EXPECT_EQ(sigismember(&pending, SIGPIPE), waiting);
     }
-    int taken = 0;
-    sigwait(&pipeSignal, &taken);
+    if (int taken = 0; sigismember(&pending, SIGPIPE) == 1)
+        sigwait(&pipeSignal, &taken);
     close(ends[1]);
 }
 

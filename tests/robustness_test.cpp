@@ -42,12 +42,12 @@ TEST_F(RobustnessTest, HostileCommonChunks)
                            Extended(4294967296),
                            Extended(9e18),
                            Extended(1e300),
-                           Big(0, 10),
+                           Bytes(10),
                            Bytes(10, 0xFF),
-                           Big(1, 10),
+                           Join({Bytes(2), Big(1, 8)}),
                            Bytes(10, 0x7F),
                            Join({{0x7F, 0xFF}, Big(0, 8)}),
-                           Join({{0xC0, 0x0E, 0xAC}, Big(0, 7)})};
+                           Join({{0xC0, 0x0E, 0xAC}, Bytes(7)})};
     for (const int channels : {0, 1, 2, 255, 4096, 0x3FFF, 0x7FFF, 0x8000, 0xFFFF})
         for (const int bits : {0, 1, 7, 8, 12, 16, 20, 24, 32, 33, 64, 0x7FFF, 0x8000, 0xFFFF})
             for (const Bytes& rate : rates) {

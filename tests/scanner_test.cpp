@@ -117,6 +117,8 @@ TEST_F(ScannerTest, RepairsAndReports)
         EXPECT_EQ(report.Take(kError), Lines(row.error));
         EXPECT_EQ(report.Take(kInformation), Lines(row.information));
         const std::string trace = report.Take(kDebug);
+        const bool isLeft = trace.find("<-<-  [ScanFile]") != std::string::npos;
+        EXPECT_EQ(isLeft, row.result == 1 && !row.file.empty());
         if (!row.chunks.empty() || row.file.empty())
             EXPECT_EQ(ChunkLines(trace), row.chunks);
         host.Close();

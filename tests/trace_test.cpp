@@ -202,7 +202,9 @@ TEST_F(TraceTest, EveryReasonForAFailedOpen)
          "Error Chunk is out of file.  [ScanFile]\n"
          "Error 'COMM' chunk is a bad size.  [PullOutCOMMnSSND]\n"},
         {"COMM cut by the file, believed for the form",
-         B().Ssnd(sound).Chunk("COMM", Bytes(17), 60, false).FormSize(64), 1, 0,
+         B().Ssnd(sound).Chunk("COMM", Bytes(17), 60, false).FormSize(64), 16 + 4, 0,
+         "Error cannot read 'COMM' chunk from file.  [PullOutCOMMnSSND]\n"
+         "Error cannot read 'COMM' chunk from file.  [PullOutCOMMnSSND]\n"
          "Error cannot read 'COMM' chunk from file.  [PullOutCOMMnSSND]\n"},
         {"compressed", B().Comm(1, 16, 8000, "ulaw").Ssnd(sound), 1, 0,
          "Error - file has compressed audio (not supported).  [PrepareToDecodeAudio]\n"},

@@ -2,6 +2,7 @@
 
 #include "aiff/AIFFHandler.h"
 
+#include <algorithm>
 #include <array>
 #include <new>
 
@@ -15,6 +16,7 @@ constexpr const char* kAddChunk = "AddChunk";
 constexpr const char* kAddNewChunk = "AddNewChunkToFile";
 constexpr const char* kResize = "ResizeExistingChunkOnFile";
 constexpr const char* kRemove = "RemoveChunkFromFile";
+constexpr const char* kRemoveSeveral = "RemoveChunksFromFile";
 constexpr const char* kWriteHeaders = "WriteChunkHeaders";
 constexpr const char* kWriteData = "WriteChunkData";
 
@@ -189,6 +191,29 @@ bool clAIFFHandler::RemoveChunkFromFile(int index)
         return false;
     SetChunksToWrite(index);
     m_chunks.erase(m_chunks.begin() + index);
+    operation.Succeed();
+    return WriteChunkHeaders(false);
+}
+
+bool clAIFFHandler::RemoveChunksFromFile(std::span<const int> indexes)
+{
+    const Operation operation(m_report, kRemoveSeveral);
+    std::vector<FileContent::Range> ranges;
+    std::vector<STRIFFChunk> kept;
+    for (int i = 0; i < Count(); ++i) {
+        STRIFFChunk& chunk = m_chunks[static_cast<size_t>(i)];
+        if (indexes.empty() || i != indexes.front()) {
+            kept.push_back(std::move(chunk));
+            continue;
+        }
+        indexes = indexes.subspan(1);
+        const int64_t end = chunk.FileDataPosition + PaddedSize(chunk.nSize);
+        ranges.push_back({chunk.ChunkPosition, std::min(end, Size())});
+    }
+    m_chunks.swap(kept);
+    if (!indexes.empty() || !Remove(ranges))
+        return false;
+    SetChunksToWrite(0);
     operation.Succeed();
     return WriteChunkHeaders(false);
 }

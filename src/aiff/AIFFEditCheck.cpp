@@ -5,14 +5,12 @@
 #include "aiff/AIFFHandler.h"
 #include "aiff/HeaderReader.h"
 
+#include <algorithm>
+
 namespace
 {
 
 constexpr const char* kPrepareForEdit = "PrepareForEdit";
-
-// Bytes behind the last chunk that are no more than rubbish, even where no sound was
-// found: a tag of another kind or the rest of a block.
-constexpr int64_t kMostStrayWithoutSound = 512;
 
 bool IsPrintable(uint32_t code)
 {
@@ -24,9 +22,9 @@ bool IsPrintable(uint32_t code)
 
 // Reads the header of the next chunk of a file that is nothing but whole chunks with
 // printable codes. The last chunk may lack its pad byte.
-bool ReadWholeChunk(HeaderReader& reader, int64_t position, int64_t fileSize, STRIFFChunk& chunk)
+bool ReadWholeChunk(std::span<const uint8_t> header, int64_t position, int64_t fileSize,
+                    STRIFFChunk& chunk)
 {
-    const auto header = reader.At(position, kChunkHeaderSize);
     if (std::ssize(header) < kChunkHeaderSize)
         return false;
     chunk.ID = uint32_t{header[0]} | uint32_t{header[1]} << 8 | uint32_t{header[2]} << 16 |
@@ -47,7 +45,8 @@ bool clAIFFHandler::Refuse(const wchar_t* reason) const
 }
 
 // Replaces the index by that of a file whose chunks fill it from the form's header to
-// the very end; false, with the index unchanged, for any other file.
+// the very end; false, with the index unchanged, for any other file and for one that
+// could not be read so far, which the findings tell.
 bool clAIFFHandler::IndexWholeFile()
 {
     const int64_t fileSize = m_findings.nFileSize;
@@ -56,12 +55,38 @@ bool clAIFFHandler::IndexWholeFile()
     int64_t position = kFormHeaderSize;
     while (position < fileSize) {
         STRIFFChunk& chunk = chunks.emplace_back();
-        if (!ReadWholeChunk(reader, position, fileSize, chunk))
+        const auto header = reader.At(position, kChunkHeaderSize);
+        m_findings.endedEarly =
+            std::ssize(header) < std::min(kChunkHeaderSize, fileSize - position);
+        if (!ReadWholeChunk(header, position, fileSize, chunk))
             return false;
         position = chunk.FileDataPosition + PaddedSize(chunk.nSize);
     }
     m_chunks.swap(chunks);
+    m_findings.cutToForm = false;
+    m_findings.cutToFile = false;
+    CalcAllChunks();
     return true;
+}
+
+bool clAIFFHandler::HasSoundData() const
+{
+    return std::ranges::any_of(m_chunks, [](const STRIFFChunk& chunk) {
+        return CompareID(chunk.ID, kChunkSound, true) && chunk.nSize > kSoundPrefixSize;
+    });
+}
+
+// Without sound data in the index the sound may lie behind it (a recording that was
+// not finished) or in a chunk of a wrong size.
+bool clAIFFHandler::MayHideSound() const
+{
+    if (HasSoundData())
+        return false;
+    const STRIFFChunk* common = FindChunkForRead(kChunkCommon, true);
+    const bool wasCut = m_findings.cutToForm || m_findings.cutToFile;
+    const int64_t covered = wasCut ? m_chunks.back().FileDataPosition : GetFormEnd();
+    return m_findings.nFileSize - covered > kMostWithoutSound ||
+           (common != nullptr && common->nSize > kMostWithoutSound);
 }
 
 // A last chunk that claims more than the file holds gets the size of what is there.
@@ -86,23 +111,18 @@ bool clAIFFHandler::CorrectLastChunk()
 
 bool clAIFFHandler::PrepareForEdit()
 {
+    const bool holdsMore = m_findings.nFileSize > GetFormEnd();
+    const bool wasCut = m_findings.cutToForm || m_findings.cutToFile;
+    const bool isWhole = !m_findings.endedEarly && (holdsMore || wasCut) && IndexWholeFile();
     if (m_findings.endedEarly)
         return Refuse(L"not all of its chunks could be read.");
-    const int64_t fileSize = m_findings.nFileSize;
-    const int64_t indexEnd = m_formSize + kChunkHeaderSize;
-    const bool hasSound = IndexOfDataChunk() >= 0;
-    const bool holdsMore = fileSize > indexEnd;
-    const bool wasCut = m_findings.cutToForm || m_findings.cutToFile;
-    if ((holdsMore || wasCut) && IndexWholeFile()) {
-        CalcAllChunks();
+    if (isWhole)
         StdReport::WriteINFO(
             {L"The size of the form is corrected from ", m_findings.nFormSize, L" to ", m_formSize},
             m_report, kPrepareForEdit);
-        return true;
-    }
-    if (m_findings.cutToForm && holdsMore)
+    else if (m_findings.cutToForm && holdsMore)
         return Refuse(L"it holds more than its header says, it may be unfinished.");
-    if (!hasSound && fileSize - indexEnd > kMostStrayWithoutSound)
+    if (MayHideSound())
         return Refuse(L"no sound data was found in it, although it holds more data.");
     return CorrectLastChunk();
 }

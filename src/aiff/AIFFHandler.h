@@ -63,6 +63,10 @@ public:
     // Removes a chunk, but not the pad byte of an odd one.
     [[nodiscard]] bool RemoveChunkFromFile(int index);
 
+    // Removes several chunks, named by ascending indexes, with their pad bytes. Takes one
+    // pass, where removing them one by one takes one each.
+    [[nodiscard]] bool RemoveChunksFromFile(std::span<const int> indexes);
+
     // Writes the headers of the chunks that are marked for it, the form's header, and
     // ends the file behind the last chunk. With `onlyToSound` it stops behind the
     // header of the sound chunk.
@@ -113,6 +117,9 @@ public:
     // otherwise (reported as an error).
     [[nodiscard]] bool PrepareForEdit();
 
+    // Whether a sound chunk holds more than the fields in front of the samples.
+    bool HasSoundData() const;
+
     const STScanFindings& Findings() const { return m_findings; }
 
     // Empties the index, lets the file go and forgets the report.
@@ -125,6 +132,8 @@ public:
 
     uint32_t GetFormType() const { return m_formType; }
     int64_t GetFormSize() const { return m_formSize; }
+    // File offset behind the last chunk and its pad byte.
+    int64_t GetFormEnd() const { return m_formSize + kChunkHeaderSize; }
 
     // First chunk with a code of four characters; -1 or null when there is none.
     // With `fold` the code may be spelled all in upper or all in lower case.
@@ -174,6 +183,7 @@ private:
     bool WriteHeader(const STRIFFChunk& chunk);
     bool WriteFormHeader(int64_t formSize);
     bool IndexWholeFile();
+    bool MayHideSound() const;
     bool CorrectLastChunk();
     bool Refuse(const wchar_t* reason) const;
 

@@ -26,13 +26,15 @@ AIFF_AVX2 void Store(uint8_t* bytes, __m256i vector)
 }
 
 // The vectors run from the end of the block to its start: a block that was just read
-// is larger than the first cache, which still holds its end.
+// is larger than the first cache, which still holds its end. The loops are unrolled since a
+// short one runs at half the speed when its code happens to lie across a cache line.
 
 AIFF_AVX2 void FlipSign8(uint8_t* bytes, size_t count)
 {
     const __m256i sign = _mm256_set1_epi8(static_cast<char>(0x80));
     size_t left = count / kVector * kVector;
     Portable().flipSign8(bytes + left, count - left);
+#pragma GCC unroll 4
     for (; left != 0; left -= kVector) {
         uint8_t* vector = bytes + left - kVector;
         Store(vector, _mm256_xor_si256(Load(vector), sign));
@@ -43,6 +45,7 @@ AIFF_AVX2 void FlipSign8(uint8_t* bytes, size_t count)
 // the vector.
 AIFF_AVX2 void Shuffle(uint8_t* bytes, size_t size, __m256i order)
 {
+#pragma GCC unroll 4
     for (size_t left = size; left != 0; left -= kVector) {
         uint8_t* vector = bytes + left - kVector;
         Store(vector, _mm256_shuffle_epi8(Load(vector), order));

@@ -30,6 +30,9 @@ inline constexpr int64_t kChunkHeaderSize = 8; // code, size
 inline constexpr int64_t kSoundPrefixSize = 8; // offset and block size before the frames
 inline constexpr int64_t kLeastCommonSize = 18;
 inline constexpr int64_t kMostCommonSize = 128000;
+// Bytes of a common chunk, or behind the last chunk, beyond which a file without sound
+// data is thought to hold sound that its headers do not tell of.
+inline constexpr int64_t kMostWithoutSound = 512;
 inline constexpr int64_t kCommonSizeWithType = 22; // least that holds a compression type
 
 // Bytes that a chunk's data takes in the file: an odd size is followed by a pad

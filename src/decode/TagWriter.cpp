@@ -25,8 +25,7 @@ void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index, const S
 {
     const Operation operation(report, "InternalReadTags");
     index = -1;
-    if (tags != nullptr)
-        tags->Destroy();
+    NTag all;
     for (int i = 0; i < aiff.Count(); ++i) {
         const STRIFFChunk& chunk = *aiff.GetChunk(i);
         if (!IsTagChunk(chunk) || chunk.nSize == 0)
@@ -37,13 +36,19 @@ void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index, const S
         TagID3v2 tag(aiff.Handle(), chunk.FileDataPosition);
         tag.SetRegion(chunk.nSize, false);
         NTag fresh;
-        if (tag.Read(fresh)) // a damaged tag shows nothing
-            tags->MergeFrom(std::move(fresh), false);
+        if (!tag.Read(fresh)) // a damaged tag shows nothing
+            continue;
+        for (long k = 0; k < fresh.Count(); ++k)
+            all.AddTag(std::move(fresh[k]));
+    }
+    if (tags != nullptr) {
+        tags->Destroy();
+        tags->MergeFrom(std::move(all), false);
     }
     operation.Succeed();
 }
 
-bool TagWriter::Run(const wchar_t* path, const NTag& tags, Task task)
+bool TagWriter::Run(const wchar_t* path, NTag&& tags, Task task)
 {
     const Operation operation(m_report, kTagWriter);
     StdReport::WriteDEBUG({L"Opening file '", path, L"' for write access: "}, m_report, nullptr,
@@ -58,9 +63,10 @@ bool TagWriter::Run(const wchar_t* path, const NTag& tags, Task task)
     StdReport::WriteDEBUG(L"Opened", m_report);
     const auto edit = std::make_shared<FileEdit>(target.File());
     if (!m_aiff.Initialize(edit, m_report) || edit->BaseSize() == 0)
-        return operation.Succeed(); // no AIFF file, or an empty one: left alone
+        // No AIFF file, or an empty one, is left alone.
+        return edit->BaseSize() >= 0 && operation.Succeed();
     bool changes = false;
-    if (!WorkOut(tags, task, changes))
+    if (!WorkOut(std::move(tags), task, changes))
         return false;
     if (changes && !CarryOut(*edit, target, path))
         return false;
@@ -68,19 +74,40 @@ bool TagWriter::Run(const wchar_t* path, const NTag& tags, Task task)
 }
 
 // Makes the edit in memory. `changes` stays false when there is nothing to do.
-bool TagWriter::WorkOut(const NTag& tags, Task task, bool& changes)
+bool TagWriter::WorkOut(NTag&& tags, Task task, bool& changes)
 {
     int index = -1;
     InternalReadTags(m_aiff, nullptr, index, m_report);
     if (index < 0 && task != Task::Write)
         return true;
     changes = true;
-    if (!m_aiff.PrepareForEdit())
+    if (!m_aiff.PrepareForEdit() || MayReplaceSound())
         return false;
     if (task == Task::DeleteAll)
         return RemoveTagChunks(-1);
     index = LastTagChunk();
-    return index < 0 ? AddTagChunk(tags) : UpdateTagChunk(index, tags, task);
+    return index < 0 ? AddTagChunk(std::move(tags)) : UpdateTagChunk(index, std::move(tags), task);
+}
+
+// A tag chunk with much behind its tag, in a file without sound data: its size may be
+// wrong, and the sound in it.
+bool TagWriter::MayReplaceSound() const
+{
+    if (m_aiff.HasSoundData())
+        return false;
+    for (int i = 0; i < m_aiff.Count(); ++i) {
+        const STRIFFChunk& chunk = *m_aiff.GetChunk(i);
+        if (!IsTagChunk(chunk) || chunk.nSize <= kMostWithoutSound)
+            continue;
+        const TagID3v2 tag(m_aiff.Handle(), chunk.FileDataPosition);
+        if (chunk.nSize - tag.GetID3v2TagSize() <= kMostWithoutSound)
+            continue;
+        StdReport::WriteERROR({L"Error the file is left as it is: no sound data was found in it, "
+                               L"although its tag chunk holds more than a tag."},
+                              m_report, kTagWriter);
+        return true;
+    }
+    return false;
 }
 
 // The chunk that the tag goes into: the last one that is not empty, else the last.
@@ -96,23 +123,23 @@ int TagWriter::LastTagChunk() const
 
 // A new chunk stands behind the last one and its pad byte, whether the file has that
 // byte or not, and on stray bytes.
-bool TagWriter::AddTagChunk(const NTag& tags)
+bool TagWriter::AddTagChunk(NTag&& tags)
 {
-    if (!m_aiff.SetPosition(m_aiff.GetFormSize() + kChunkHeaderSize) ||
+    if (!m_aiff.SetPosition(m_aiff.GetFormEnd()) ||
         !m_aiff.AddNewChunkToFile(kChunkID3, kNewChunkSize))
         return false;
     int index = -1;
     InternalReadTags(m_aiff, nullptr, index, m_report);
-    return WriteTag(index, tags, Task::Write);
+    return WriteTag(index, std::move(tags), Task::Write);
 }
 
-bool TagWriter::UpdateTagChunk(int index, const NTag& tags, Task task)
+bool TagWriter::UpdateTagChunk(int index, NTag&& tags, Task task)
 {
-    return WriteTag(index, tags, task) && RemoveTagChunks(index);
+    return WriteTag(index, std::move(tags), task) && RemoveTagChunks(index);
 }
 
 // Writes the tag of one chunk; tags of other chunks are merged into it.
-bool TagWriter::WriteTag(int index, const NTag& tags, Task task)
+bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
 {
     StdReport::WriteDEBUG({L"chunk index: ", int64_t{index}}, m_report);
     const STRIFFChunk& chunk = *m_aiff.GetChunk(index);
@@ -127,9 +154,10 @@ bool TagWriter::WriteTag(int index, const NTag& tags, Task task)
         isLast = isLast && (i <= index || IsTagChunk(other));
     }
     tag.SetRegion(chunk.nSize, !isLast);
-    if (!tag.Write(tags, task == Task::DeleteFields)) {
-        StdReport::WriteERROR({L"Error the tag cannot be written, it would be too large."},
-                              m_report, kTagWriter);
+    if (!tag.Write(std::move(tags), task == Task::DeleteFields)) {
+        StdReport::WriteERROR(
+            {L"Error the old tag cannot be read whole, or the new one would be too large."},
+            m_report, kTagWriter);
         return false;
     }
     return FitChunk(index, tag.WrittenSize());
@@ -143,21 +171,25 @@ bool TagWriter::FitChunk(int index, int64_t size)
     return m_aiff.ResizeExistingChunkOnFile(index, static_cast<uint32_t>(size));
 }
 
-// Removes all tag chunks but one (-1: all). An odd one is made even first, so that its
-// pad byte goes with it.
+// Removes all tag chunks but one (-1: all).
 bool TagWriter::RemoveTagChunks(int keep)
 {
-    for (int i = m_aiff.Count() - 1; i >= 0; --i) {
-        const STRIFFChunk& chunk = *m_aiff.GetChunk(i);
-        if (i == keep || !IsTagChunk(chunk))
-            continue;
-        if (chunk.nSize % 2 != 0 &&
-            !m_aiff.ResizeExistingChunkOnFile(i, static_cast<uint32_t>(chunk.nSize)))
-            return false;
-        if (!m_aiff.RemoveChunkFromFile(i))
-            return false;
-    }
-    return true;
+    std::vector<int> indexes;
+    for (int i = 0; i < m_aiff.Count(); ++i)
+        if (i != keep && IsTagChunk(*m_aiff.GetChunk(i)))
+            indexes.push_back(i);
+    if (indexes.size() > 1)
+        return m_aiff.RemoveChunksFromFile(indexes);
+    return indexes.empty() || RemoveTagChunk(indexes.front());
+}
+
+// An odd chunk is made even first, so that its pad byte goes with it.
+bool TagWriter::RemoveTagChunk(int index)
+{
+    const int64_t size = m_aiff.GetChunk(index)->nSize;
+    return (size % 2 == 0 ||
+            m_aiff.ResizeExistingChunkOnFile(index, static_cast<uint32_t>(size))) &&
+           m_aiff.RemoveChunkFromFile(index);
 }
 
 bool TagWriter::CarryOut(const FileEdit& edit, const EditTarget& target, const wchar_t* path)
@@ -165,9 +197,8 @@ bool TagWriter::CarryOut(const FileEdit& edit, const EditTarget& target, const w
     if (m_aiff.GetFormSize() > int64_t{std::numeric_limits<uint32_t>::max()})
         return Fail(path, L"it would exceed 4 GiB, the file is left as it was");
     const STRIFFChunk* last = m_aiff.GetChunk(m_aiff.Count() - 1);
-    const int64_t tailStart = last != nullptr && IsTagChunk(*last)
-                                  ? last->ChunkPosition
-                                  : m_aiff.GetFormSize() + kChunkHeaderSize;
+    const int64_t tailStart =
+        last != nullptr && IsTagChunk(*last) ? last->ChunkPosition : m_aiff.GetFormEnd();
     switch (CommitEdit(edit, target, tailStart)) {
     case CommitResult::Done:
         return true;

@@ -29,18 +29,20 @@ public:
 
     // True on success, also for a file that is no AIFF file: such a file is left alone.
     // False, with the reason in the report, when the file cannot be opened, is held by
-    // another writer, would lose something, or cannot be written.
-    [[nodiscard]] bool Run(const wchar_t* path, const NTag& tags, Task task);
+    // another writer, would lose something, or cannot be written. The list is used up.
+    [[nodiscard]] bool Run(const wchar_t* path, NTag&& tags, Task task);
 
 private:
-    bool WorkOut(const NTag& tags, Task task, bool& changes);
+    bool WorkOut(NTag&& tags, Task task, bool& changes);
     bool CarryOut(const FileEdit& edit, const EditTarget& target, const wchar_t* path);
+    bool MayReplaceSound() const;
     int LastTagChunk() const;
-    bool AddTagChunk(const NTag& tags);
-    bool UpdateTagChunk(int index, const NTag& tags, Task task);
-    bool WriteTag(int index, const NTag& tags, Task task);
+    bool AddTagChunk(NTag&& tags);
+    bool UpdateTagChunk(int index, NTag&& tags, Task task);
+    bool WriteTag(int index, NTag&& tags, Task task);
     bool FitChunk(int index, int64_t size);
     bool RemoveTagChunks(int keep);
+    bool RemoveTagChunk(int index);
     bool Fail(const wchar_t* path, const XStr& reason) const;
 
     STNStdReport m_report;

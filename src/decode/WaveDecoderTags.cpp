@@ -69,7 +69,7 @@ bool clWaveDecoder::WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_
     NTag tags;
     tags.InitFromRawMemory(blob, size);
     const bool written =
-        tags.Count() == 0 || TagWriter(report).Run(path, tags, TagWriter::Task::Write);
+        tags.Count() == 0 || TagWriter(report).Run(path, std::move(tags), TagWriter::Task::Write);
     operation.Succeed(); // left also when the writing failed
     return written;
 }
@@ -80,6 +80,7 @@ bool clWaveDecoder::DeleteTags(const wchar_t* path, const std::vector<XStr>& nam
     NTag tags;
     for (const XStr& name : names)
         tags.AddTag(name, XStr());
-    return TagWriter(report).Run(
-        path, tags, everything ? TagWriter::Task::DeleteAll : TagWriter::Task::DeleteFields);
+    return TagWriter(report).Run(path, std::move(tags),
+                                 everything ? TagWriter::Task::DeleteAll
+                                            : TagWriter::Task::DeleteFields);
 }

@@ -141,7 +141,7 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
     std::vector<FileWork> works;
     for (size_t worker = 0; worker < workers; ++worker)
         works.push_back(
-            makeWork([&progress, worker](double fraction) { progress.Update(worker, fraction); }));
+            makeWork([&progress, worker](Advance advance) { progress.Update(worker, advance); }));
     RunJobs(files, workers, [&](size_t index, size_t worker) {
         const OutputPlan::Item& item = plan.items[index];
         const Clock::time_point start = Clock::now();

@@ -2,6 +2,7 @@
 
 #include "host/FileResult.h"
 #include "host/OutputPlan.h"
+#include "host/Progress.h"
 #include "host/Trace.h"
 
 #include <CLI/App.hpp>
@@ -26,7 +27,6 @@ struct BatchOptions {
 // parsing.
 void AddBatchOptions(CLI::App& command, BatchOptions& options);
 
-using ProgressFunction = std::function<void(double fraction)>; // 0 to 1
 using FileWork = std::function<FileResult(const OutputPlan::Item&)>;
 // Makes the work of one worker, which does one file after the other.
 using WorkMaker = std::function<FileWork(ProgressFunction)>;

@@ -34,6 +34,7 @@ std::unique_ptr<Command> MakeConvertCommand();
 std::unique_ptr<Command> MakeEncodeCommand();
 std::unique_ptr<Command> MakeInfoCommand();
 std::unique_ptr<Command> MakeCodecsCommand();
+std::unique_ptr<Command> MakeTagsCommand();
 
 // One line on standard error, with the program's name in front.
 void SayProblem(std::string_view line);

@@ -35,7 +35,12 @@ public:
     // that accepts it. `flags` is a sum of QV_OPEN_...; call it once.
     [[nodiscard]] bool Open(const Input& input, uint32_t flags, FrameRange range = {});
 
-    // The next block of PCM, valid until the next call. After QV_OPEN_PREPARE_DECODE.
+    // Whether the audio has no known end: AudioInfo() then tells no length, and the
+    // audio ends where Next() fails.
+    bool HasUnknownLength() const;
+
+    // The next block of PCM as a WAV file holds it, valid until the next call. After
+    // QV_OPEN_PREPARE_DECODE.
     [[nodiscard]] Step Next(std::span<const uint8_t>& pcm);
 
     // After a successful Open; what the flags did not ask for is empty.
@@ -52,10 +57,14 @@ public:
     {
         return m_failed ? m_firstErrors : m_report.Errors();
     }
-    const std::vector<std::string>& Information() const { return m_report.Information(); }
+    const std::vector<std::string>& Information() const
+    {
+        return m_failed ? m_firstInformation : m_report.Information();
+    }
 
 private:
     bool Try(const codecs::Decoder& decoder, uint32_t flags, FrameRange range);
+    bool HasSignedBytes() const;
     bool OpenWith(const codecs::Decoder& decoder, uint32_t flags, FrameRange range);
 
     const codecs::CodecLoader& m_loader;
@@ -65,9 +74,12 @@ private:
     codecs::DecoderInstance m_instance;
     STQvOpenDecoder m_record{};
     std::vector<std::string> m_firstErrors;
+    std::vector<std::string> m_firstInformation;
     bool m_failed = false; // to open
     bool m_ended = false;
     int m_emptyBlocks = 0;
+    bool m_signedBytes = false;
+    std::vector<uint8_t> m_unsignedBytes;
 };
 
 } // namespace host

@@ -1,7 +1,6 @@
 #include "host/FileConversion.h"
 
 #include "host/Reason.h"
-#include "host/WavHeader.h"
 
 #include <algorithm>
 
@@ -10,7 +9,6 @@ namespace host
 namespace
 {
 
-constexpr uint8_t kPadByte[] = {0};
 // Larger writes gain nothing any more.
 constexpr size_t kOutputBuffer = 256 * 1024;
 // Below this size reserving space costs more than it saves.
@@ -39,13 +37,15 @@ FileResult FileConversion::Run(const OutputPlan::Item& item)
 
 ConvertOutcome FileConversion::Convert(const OutputPlan::Item& item)
 {
+    m_written = 0;
     m_problem = item.input.FileProblem();
     m_outputName = item.output == "-" ? "standard output" : "'" + item.output + "'";
     FrameRange range;
     if (!m_problem.empty() || !ResolveRange(item.input, range))
         return ConvertOutcome::Failed;
     DecoderSession session(m_loader, m_report);
-    if (!session.Open(item.input, QV_OPEN_PREPARE_DECODE, range)) {
+    const uint32_t tags = m_options.tags ? QV_OPEN_READ_TAGS : 0;
+    if (!session.Open(item.input, QV_OPEN_PREPARE_DECODE | tags, range)) {
         m_problem = FailureReason(session);
         return ConvertOutcome::Failed;
     }
@@ -60,7 +60,8 @@ ConvertOutcome FileConversion::Convert(const OutputPlan::Item& item)
 // instance opens one input once.
 bool FileConversion::ResolveRange(const Input& input, FrameRange& range)
 {
-    const auto& [overwrite, start, end] = m_options;
+    const auto& start = m_options.start;
+    const auto& end = m_options.end;
     uint32_t rate = 0;
     if ((start && start->NeedsRate()) || (end && end->NeedsRate())) {
         DecoderSession session(m_loader, m_report);
@@ -77,74 +78,89 @@ bool FileConversion::ResolveRange(const Input& input, FrameRange& range)
 
 ConvertOutcome FileConversion::Write(DecoderSession& session, const std::string& path)
 {
-    const STQvWaveFormat format = session.AudioInfo().WaveFormat;
+    m_format = session.AudioInfo().WaveFormat;
     const int64_t length = std::max<int64_t>(session.AudioInfo().nLengthBytes, 0);
-    const int64_t expected = length - length % std::max<int64_t>(format.nBlockAlign, 1);
-    const std::vector<uint8_t> header = WavHeader(format, expected, m_problem);
-    if (header.empty())
-        return ConvertOutcome::Failed;
+    const int64_t frame = std::max<int64_t>(m_format.nBlockAlign, 1);
+    const int64_t expected = session.HasUnknownLength() ? kUnknownLength : length - length % frame;
     OutputFile output(m_buffer);
-    int64_t written = 0;
-    const bool reserve = expected >= kReserveFrom && !session.Source().IsUrl();
-    if (!output.Open(path, m_options.overwrite) || (reserve && !output.Reserve(expected)) ||
-        !output.Write(header)) {
+    if (!output.Open(path, m_options.overwrite)) {
         FailOutput(output);
         return ConvertOutcome::Failed;
     }
-    if (!WriteAudio(session, output, expected, written))
+    if (!WriteFile(session, output, expected))
         return ConvertOutcome::Failed;
-    const bool complete = written == expected;
-    if (!complete && !CorrectHeader(session, output, header.size(), written))
-        return ConvertOutcome::Failed;
-    if (!output.Commit()) {
-        FailOutput(output);
-        return ConvertOutcome::Failed;
-    }
-    m_written = written;
-    m_format = format;
-    m_problem = complete ? DamageWarning(session) : "ends before its sound data is complete";
-    if (m_problem.empty())
-        return ConvertOutcome::Converted;
-    m_problem += "; converted what is there (" +
-                 FormatDuration(written * 1000 / std::max<int64_t>(format.nAvgBytesPerSec, 1)) +
-                 ")";
-    return ConvertOutcome::Damaged;
+    SumUp(session, expected);
+    return m_problem.empty() ? ConvertOutcome::Converted : ConvertOutcome::Damaged;
+}
+
+bool FileConversion::WriteFile(DecoderSession& session, OutputFile& output, int64_t expected)
+{
+    const bool reserve = m_options.format == AudioFormat::Wav && expected >= kReserveFrom &&
+                         !session.Source().IsUrl();
+    if (reserve && !output.Reserve(expected))
+        return FailOutput(output);
+    const std::vector<TagItem> tags = session.Tags();
+    const std::unique_ptr<AudioWriter> writer = AudioWriter::Make(m_options.format, output, tags);
+    if (!writer->Begin(m_format, expected))
+        return FailWriting(*writer, output);
+    if (!WriteAudio(session, output, *writer, expected))
+        return false;
+    if (!writer->End())
+        return FailWriting(*writer, output);
+    return output.Commit() || FailOutput(output);
 }
 
 // Never writes more than `expected` bytes, which the header has promised.
-bool FileConversion::WriteAudio(DecoderSession& session, OutputFile& output, int64_t expected,
-                                int64_t& written)
+bool FileConversion::WriteAudio(DecoderSession& session, const OutputFile& output,
+                                AudioWriter& writer, int64_t expected)
 {
     std::span<const uint8_t> pcm;
     DecoderSession::Step step = session.Next(pcm);
     for (; step == DecoderSession::Step::Block; step = session.Next(pcm)) {
-        const int64_t size = std::min(static_cast<int64_t>(pcm.size()), expected - written);
-        if (!output.Write(pcm.first(static_cast<size_t>(size))))
-            return FailOutput(output);
-        written += size;
-        m_progress(static_cast<double>(written) /
-                   static_cast<double>(std::max<int64_t>(expected, 1)));
+        if (expected != kUnknownLength)
+            pcm = pcm.first(static_cast<size_t>(std::min(std::ssize(pcm), expected - m_written)));
+        if (!writer.Write(pcm))
+            return FailWriting(writer, output);
+        m_written += std::ssize(pcm);
+        m_progress(expected == kUnknownLength
+                       ? Advance::Received(m_written)
+                       : Advance(static_cast<double>(m_written) /
+                                 static_cast<double>(std::max<int64_t>(expected, 1))));
     }
-    if (step == DecoderSession::Step::Failed)
-        return Fail(FailureReason(session));
-    return written % 2 == 0 || output.Write(kPadByte) || FailOutput(output);
+    return HasEnded(session, step, expected);
 }
 
-// For an input that held less than it said.
-bool FileConversion::CorrectHeader(DecoderSession& session, OutputFile& output, size_t headerSize,
-                                   int64_t written)
+// For a decoder a stream of unknown length ends with a failure to read on.
+bool FileConversion::HasEnded(DecoderSession& session, DecoderSession::Step step, int64_t expected)
 {
-    const std::vector<uint8_t> header =
-        WavHeader(session.AudioInfo().WaveFormat, written, m_problem);
-    if (header.size() != headerSize)
-        return Fail("ends before its sound data is complete");
-    return output.WriteAtStart(header) || FailOutput(output);
+    const bool runOut = expected == kUnknownLength && m_written > 0;
+    return step == DecoderSession::Step::End || runOut || Fail(FailureReason(session));
+}
+
+// What is wrong with the input although it could be converted.
+void FileConversion::SumUp(const DecoderSession& session, int64_t expected)
+{
+    m_problem.clear();
+    if (expected == kUnknownLength)
+        return;
+    m_problem =
+        m_written == expected ? DamageWarning(session) : "ends before its sound data is complete";
+    if (m_problem.empty())
+        return;
+    const int64_t bytesPerSecond = std::max<int64_t>(m_format.nAvgBytesPerSec, 1);
+    m_problem +=
+        "; converted what is there (" + FormatDuration(m_written * 1000 / bytesPerSecond) + ")";
 }
 
 bool FileConversion::Fail(const std::string& what)
 {
     m_problem = what;
     return false;
+}
+
+bool FileConversion::FailWriting(const AudioWriter& writer, const OutputFile& output)
+{
+    return writer.Problem().empty() ? FailOutput(output) : Fail(writer.Problem());
 }
 
 bool FileConversion::FailOutput(const OutputFile& output)

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "host/AudioWriter.h"
 #include "host/DecoderSession.h"
 #include "host/FileResult.h"
 #include "host/OutputFile.h"
 #include "host/OutputPlan.h"
+#include "host/Progress.h"
 #include "host/TimePoint.h"
 
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -15,17 +16,17 @@ namespace host
 
 struct ConvertOptions {
     bool overwrite = false;
+    bool tags = true; // go into the output, with the pictures
+    AudioFormat format = AudioFormat::Wav;
     std::optional<TimePoint> start;
     std::optional<TimePoint> end; // exclusive
 };
 
-// Turns one input into one WAV file, bit for bit. One object per worker, used for
+// Turns one input into one WAV or FLAC file, bit for bit. One object per worker, used for
 // one file after the other.
 class FileConversion
 {
 public:
-    using ProgressFunction = std::function<void(double fraction)>; // 0 to 1
-
     // All but the function must outlive the object.
     FileConversion(const codecs::CodecLoader& loader, ReportCapture& report,
                    const ConvertOptions& options, ProgressFunction progress);
@@ -36,11 +37,13 @@ private:
     ConvertOutcome Convert(const OutputPlan::Item& item);
     bool ResolveRange(const Input& input, FrameRange& range);
     ConvertOutcome Write(DecoderSession& session, const std::string& path);
-    bool WriteAudio(DecoderSession& session, OutputFile& output, int64_t expected,
-                    int64_t& written);
-    bool CorrectHeader(DecoderSession& session, OutputFile& output, size_t headerSize,
-                       int64_t written);
+    bool WriteFile(DecoderSession& session, OutputFile& output, int64_t expected);
+    bool WriteAudio(DecoderSession& session, const OutputFile& output, AudioWriter& writer,
+                    int64_t expected);
+    bool HasEnded(DecoderSession& session, DecoderSession::Step step, int64_t expected);
+    void SumUp(const DecoderSession& session, int64_t expected);
     bool Fail(const std::string& what);
+    bool FailWriting(const AudioWriter& writer, const OutputFile& output);
     bool FailOutput(const OutputFile& output);
 
     const codecs::CodecLoader& m_loader;

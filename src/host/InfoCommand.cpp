@@ -2,6 +2,7 @@
 #include "host/DecoderSession.h"
 #include "host/ExitCode.h"
 #include "host/Reason.h"
+#include "host/TagText.h"
 #include "host/TimePoint.h"
 #include "host/WideText.h"
 
@@ -42,15 +43,34 @@ std::string FormatText(const STQvAudioInfo& info)
     return format.nFormatTag == QV_FORMAT_PCM ? text : text + ", not plain PCM";
 }
 
+std::string LengthText(const DecoderSession& session)
+{
+    if (session.HasUnknownLength())
+        return "unknown";
+    const STQvAudioInfo& info = session.AudioInfo();
+    const int64_t length = info.nLengthMS;
+    const int64_t bytes = info.nLengthBytes;
+    return FormatDuration(length) + " (" + std::to_string(Frames(info)) + " frames, " +
+           std::to_string(bytes) + " bytes)";
+}
+
+// Null where it is unknown.
+Json LengthJson(const DecoderSession& session)
+{
+    if (session.HasUnknownLength())
+        return nullptr;
+    const STQvAudioInfo& info = session.AudioInfo();
+    return {{"milliseconds", int64_t{info.nLengthMS}},
+            {"frames", Frames(info)},
+            {"bytes", int64_t{info.nLengthBytes}}};
+}
+
 void PrintInfo(const DecoderSession& session, const std::string& warning)
 {
     const STQvAudioInfo& info = session.AudioInfo();
     std::printf("%s\n", Printable(session.Source().Name()).c_str());
     PrintLine("Format", FormatText(info));
-    const int64_t length = info.nLengthMS;
-    const int64_t bytes = info.nLengthBytes;
-    PrintLine("Length", FormatDuration(length) + " (" + std::to_string(Frames(info)) + " frames, " +
-                            std::to_string(bytes) + " bytes)");
+    PrintLine("Length", LengthText(session));
     PrintLine("Bit rate", std::to_string(info.nBitRate / 1000) + " kbit/s");
     PrintLine("Decoder", Utf8(session.UsedDecoder().description));
     if (!warning.empty())
@@ -60,35 +80,7 @@ void PrintInfo(const DecoderSession& session, const std::string& warning)
     const std::vector<TagItem> tags = session.Tags();
     if (!tags.empty())
         std::printf("  Tags\n");
-    for (const TagItem& item : tags) {
-        const std::string size = std::to_string(item.data.size()) + " bytes";
-        std::string value = item.value;
-        if (item.IsPicture())
-            value = std::string(PictureType(item.data)) + " " + size;
-        else if (!item.data.empty())
-            value += "(" + size + ")";
-        const std::string name = item.IsPicture() ? "Picture: " + item.PictureRole() : item.name;
-        std::printf("    %-22s %s\n", Printable(name).c_str(), Printable(value).c_str());
-    }
-}
-
-Json TagsJson(const std::vector<TagItem>& tags)
-{
-    Json list = Json::array();
-    for (const TagItem& item : tags) {
-        Json entry = {{"name", item.name}};
-        if (item.IsPicture()) {
-            entry["picture"] = {{"role", item.PictureRole()},
-                                {"type", PictureType(item.data)},
-                                {"bytes", item.data.size()}};
-        } else {
-            entry["value"] = item.value;
-            if (!item.data.empty())
-                entry["bytes"] = item.data.size();
-        }
-        list.push_back(std::move(entry));
-    }
-    return list;
+    PrintTags(tags, 4);
 }
 
 Json InfoJson(const DecoderSession& session, const std::string& warning)
@@ -106,10 +98,7 @@ Json InfoJson(const DecoderSession& session, const std::string& warning)
                     {"channels", int{format.nChannels}},
                     {"bitsPerSample", int{format.nBitsPerSample}},
                     {"bitRate", uint32_t{info.nBitRate}}}},
-                  {"length",
-                   {{"milliseconds", int64_t{info.nLengthMS}},
-                    {"frames", Frames(info)},
-                    {"bytes", int64_t{info.nLengthBytes}}}},
+                  {"length", LengthJson(session)},
                   {"properties", std::move(properties)},
                   {"tags", TagsJson(session.Tags())}};
     if (!warning.empty())

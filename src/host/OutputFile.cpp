@@ -148,13 +148,13 @@ bool OutputFile::Flush()
     return true;
 }
 
-bool OutputFile::WriteAtStart(std::span<const uint8_t> bytes)
+bool OutputFile::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
     if (IsDirect())
-        return Fail("the beginning cannot be written a second time");
+        return Fail("what was written cannot be corrected");
     if (!Flush())
         return false;
-    const ssize_t written = pwrite(m_descriptor, bytes.data(), bytes.size(), 0);
+    const ssize_t written = pwrite(m_descriptor, bytes.data(), bytes.size(), position);
     return written == static_cast<ssize_t>(bytes.size()) || Fail(std::strerror(errno));
 }
 

@@ -30,8 +30,8 @@ public:
     // for it at once; false when there is not enough.
     [[nodiscard]] bool Reserve(int64_t size);
     [[nodiscard]] bool Write(std::span<const uint8_t> bytes);
-    // Writes over the first bytes; a direct output cannot go back.
-    [[nodiscard]] bool WriteAtStart(std::span<const uint8_t> bytes);
+    // Writes over bytes already written; a direct output cannot go back.
+    [[nodiscard]] bool WriteAt(int64_t position, std::span<const uint8_t> bytes);
     // Without `overwrite` a file that has appeared meanwhile is kept.
     [[nodiscard]] bool Commit();
 

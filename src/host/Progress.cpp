@@ -27,7 +27,7 @@ Progress::Style Progress::ChooseStyle(bool quiet, bool traceOnTerminal)
 }
 
 Progress::Progress(Style style, size_t files, size_t workers)
-    : m_style(style), m_files(files), m_fractions(workers)
+    : m_style(style), m_files(files), m_fractions(workers), m_received(workers)
 {
 }
 
@@ -37,11 +37,12 @@ Progress::~Progress()
     Erase();
 }
 
-void Progress::Update(size_t worker, double fraction)
+void Progress::Update(size_t worker, Advance advance)
 {
     if (m_style != Style::Bar)
         return;
-    m_fractions[worker].store(static_cast<float>(fraction), std::memory_order_relaxed);
+    m_fractions[worker].store(static_cast<float>(advance.fraction), std::memory_order_relaxed);
+    m_received[worker].store(advance.received, std::memory_order_relaxed);
     const Clock::rep now = Clock::now().time_since_epoch().count();
     Clock::rep due = m_nextDraw.load(std::memory_order_relaxed);
     if (now < due)
@@ -59,6 +60,7 @@ void Progress::FileDone(size_t worker, std::string_view line)
     const std::lock_guard lock(m_access);
     ++m_filesDone;
     m_fractions[worker].store(0, std::memory_order_relaxed);
+    m_received[worker].store(0, std::memory_order_relaxed);
     const bool shown = m_style == Style::Lines || (m_style == Style::Bar && m_files == 1);
     if (shown && !line.empty())
         Write(line);
@@ -90,6 +92,13 @@ void Progress::Draw()
     bar += text;
     if (m_files > 1)
         bar += "  " + std::to_string(m_filesDone) + " of " + std::to_string(m_files);
+    int64_t received = 0;
+    for (const auto& bytes : m_received)
+        received += bytes.load(std::memory_order_relaxed);
+    if (received > 0) {
+        std::snprintf(text, sizeof text, "  %.1f MB received", static_cast<double>(received) / 1e6);
+        bar += text;
+    }
     WriteAll(bar);
     m_drawn = true;
 }

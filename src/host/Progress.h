@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -10,6 +11,23 @@
 
 namespace host
 {
+
+// How far something is: a part of the whole, 0 to 1, or, where the whole is unknown,
+// the bytes that have come so far.
+struct Advance {
+    Advance(double part) : fraction(part) {}
+    static Advance Received(int64_t bytes)
+    {
+        Advance advance(0);
+        advance.received = bytes;
+        return advance;
+    }
+
+    double fraction;
+    int64_t received = 0;
+};
+
+using ProgressFunction = std::function<void(Advance)>;
 
 // Tells the user on standard error how far a command is: a bar when that is a
 // terminal, plain lines otherwise. Threads may call everything at any time.
@@ -29,8 +47,8 @@ public:
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    // A worker is this far with its present file, 0 to 1.
-    void Update(size_t worker, double fraction);
+    // A worker is this far with its present file.
+    void Update(size_t worker, Advance advance);
     // A worker is through with a file, well or not. `line` tells how it went and is
     // shown in the style Lines, or when it is the only file.
     void FileDone(size_t worker, std::string_view line);
@@ -48,7 +66,9 @@ private:
 
     const Style m_style;
     const size_t m_files;
-    std::vector<std::atomic<float>> m_fractions; // of each worker's present file
+    // Of each worker's present file.
+    std::vector<std::atomic<float>> m_fractions;
+    std::vector<std::atomic<int64_t>> m_received;
     std::atomic<Clock::rep> m_nextDraw{0};
     std::mutex m_access; // of all below, and of standard error
     size_t m_filesDone = 0;

@@ -1,7 +1,10 @@
 #include "host/Reason.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <string_view>
+#include <unistd.h>
 
 namespace host
 {
@@ -18,6 +21,10 @@ struct Phrase {
 constexpr std::string_view kChunkOutOfFile = "Error Chunk is out of file.";
 constexpr std::string_view kChunkOutOfForm = "Warning Chunk is out of AIFF area";
 
+constexpr std::string_view kErrorOpening = "Error opening file '";
+constexpr std::string_view kErrorWriting = "Error writing file '";
+constexpr std::string_view kStreamFault = "Cannot open stream: ";
+
 constexpr Phrase kPhrases[] = {
     {"Error first chunk unknown: ", "is not an AIFF file (it begins with \"%\")"},
     {"Error: File too small for AIFF.", "is too short to be an AIFF file"},
@@ -31,12 +38,21 @@ constexpr Phrase kPhrases[] = {
     {"Error - file has compressed audio (not supported).",
      "holds compressed audio@, which is not supported"},
     {"Error reading data from file.", "cannot be read to the end of its sound data"},
-    {"Error opening file '", "cannot be opened"},
+    {kErrorOpening, "cannot be opened"},
     {"Error unknown Chunk too large for streaming.",
      "has a chunk before its sound that a stream cannot skip (download the file first)"},
     {"Error wave file has no COMM format chunk.",
      "has its audio format behind the sound, which a stream cannot use (download the file "
      "first)"},
+};
+
+// The same for a change of tags.
+constexpr Phrase kEditPhrases[] = {
+    {"Error the file is left as it is: ", "is left as it is: %"},
+    {"Error the tag cannot be written, it would be too large.",
+     "is left as it is: its tag would be too large"},
+    {"Error writing to file, disk full?", "cannot be written (is the disk full?)"},
+    {"Error Setting File", "cannot be written (is the disk full?)"},
 };
 
 bool AnyStartsWith(const std::vector<std::string>& lines, std::string_view start)
@@ -81,18 +97,52 @@ std::string Compression(const DecoderSession& session)
     return " (" + code + (name.empty() ? "" : ", " + name) + ")";
 }
 
+// The text of a phrase for a line that begins as it does.
+std::string Filled(const Phrase& phrase, const std::string& line)
+{
+    std::string text(phrase.text);
+    if (const size_t mark = text.find('%'); mark != std::string::npos)
+        text.replace(mark, 1, line.substr(phrase.start.size()));
+    return text;
+}
+
 // The text of a known error line; empty for an unknown one.
 std::string Translate(const DecoderSession& session, const std::string& line)
 {
     for (const Phrase& phrase : kPhrases) {
         if (!line.starts_with(phrase.start))
             continue;
-        std::string text(phrase.text);
-        if (const size_t mark = text.find('%'); mark != std::string::npos)
-            text.replace(mark, 1, line.substr(phrase.start.size()));
+        std::string text = Filled(phrase, line);
         if (const size_t mark = text.find('@'); mark != std::string::npos)
             text.replace(mark, 1, Compression(session));
         return text;
+    }
+    return {};
+}
+
+// The same for a change of tags.
+std::string TranslateEdit(const Input& input, const std::string& line)
+{
+    for (const Phrase& phrase : kEditPhrases) {
+        if (line.starts_with(phrase.start))
+            return Filled(phrase, line);
+    }
+    const std::string writing = std::string(kErrorWriting) + input.Name() + "': ";
+    if (line.starts_with(writing))
+        return "cannot be written: " + line.substr(writing.size());
+    if (!line.starts_with(kErrorOpening))
+        return {};
+    if (access(input.Name().c_str(), W_OK) != 0)
+        return std::string("cannot be changed: ") + std::strerror(errno);
+    return "cannot be opened for writing: another program may be changing it";
+}
+
+// Why a stream could not be opened; empty when that was not it.
+std::string StreamFault(const std::vector<std::string>& information)
+{
+    for (const std::string& line : information) {
+        if (line.starts_with(kStreamFault))
+            return "cannot be opened: " + line.substr(kStreamFault.size());
     }
     return {};
 }
@@ -114,6 +164,8 @@ std::string FailureReason(const DecoderSession& session)
 {
     if (const std::string problem = session.Source().AccessProblem(); !problem.empty())
         return problem;
+    if (const std::string fault = StreamFault(session.Information()); !fault.empty())
+        return fault;
     const auto& errors = session.Errors();
     for (auto line = errors.rbegin(); line != errors.rend(); ++line) {
         const std::string text = Translate(session, *line);
@@ -123,6 +175,20 @@ std::string FailureReason(const DecoderSession& session)
     if (errors.empty())
         return "cannot be decoded (the decoder gives no reason)";
     return "cannot be decoded: " + errors.back();
+}
+
+std::string EditFailureReason(const Input& input, const std::vector<std::string>& errors)
+{
+    for (auto line = errors.rbegin(); line != errors.rend(); ++line) {
+        std::string text = TranslateEdit(input, *line);
+        if (text.ends_with('.'))
+            text.pop_back();
+        if (!text.empty())
+            return text;
+    }
+    if (errors.empty())
+        return "cannot be changed (the decoder gives no reason)";
+    return "cannot be changed: " + errors.back();
 }
 
 std::string DamageWarning(const DecoderSession& session)

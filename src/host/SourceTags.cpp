@@ -1,5 +1,6 @@
 #include "host/SourceTags.h"
 
+#include "host/FieldNames.h"
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
 #include "tags/id3parser/CodePages.h"
@@ -18,52 +19,6 @@ namespace host
 namespace
 {
 
-struct NameRow {
-    const char* property; // as TagLib names it
-    const wchar_t* field;
-};
-
-// What has a frame of its own in ID3v2. Other properties keep their name.
-constexpr NameRow kNames[] = {
-    {"TITLE", L"Title"},
-    {"SUBTITLE", L"Subtitle"},
-    {"ALBUM", L"Album"},
-    {"ARTIST", L"Artist"},
-    {"ALBUMARTIST", L"Album Artist"},
-    {"COMPOSER", L"Composer"},
-    {"CONDUCTOR", L"Conductor"},
-    {"LYRICIST", L"Lyricist/Text writer"},
-    {"REMIXER", L"Interpreted, remixed, or otherwise modified by"},
-    {"GENRE", L"Genre"},
-    {"GROUPING", L"Style"},
-    {"CONTENTGROUP", L"Style"},
-    {"DATE", L"Year"},
-    {"ORIGINALDATE", L"Original release year"},
-    {"RELEASEDATE", L"Release date"},
-    {"TRACKNUMBER", L"Track"},
-    {"DISCNUMBER", L"Disc"},
-    {"DISCSUBTITLE", L"Set subtitle"},
-    {"COMMENT", L"Comment"},
-    {"DESCRIPTION", L"Comment"},
-    {"LYRICS", L"Lyrics"},
-    {"COPYRIGHT", L"Copyright"},
-    {"LABEL", L"Label"},
-    {"ORGANIZATION", L"Label"},
-    {"ENCODEDBY", L"Encoded by"},
-    {"ENCODER", L"Encoder Settings"},
-    {"ENCODING", L"Encoder Settings"},
-    {"BPM", L"Tempo"},
-    {"MEDIA", L"Source"},
-    {"INITIALKEY", L"Initial key"},
-    {"LANGUAGE", L"Language(s)"},
-    {"COMPILATION", L"Compilation"},
-    {"TITLESORT", L"Title Sort"},
-    {"ARTISTSORT", L"Artist Sort"},
-    {"ALBUMSORT", L"Album Sort"},
-    {"ALBUMARTISTSORT", L"Album Artist Sort"},
-    {"COMPOSERSORT", L"ComposerSort"},
-};
-
 // Totals that other formats keep in a field of their own, and ID3v2 behind the number.
 constexpr std::array<const char*, 2> kTrackTotals = {"TRACKTOTAL", "TOTALTRACKS"};
 constexpr std::array<const char*, 2> kDiscTotals = {"DISCTOTAL", "TOTALDISCS"};
@@ -73,13 +28,11 @@ XStr Wide(const TagLib::String& text)
     return id3parser::conv::Utf8ToText(text.to8Bit(true));
 }
 
-XStr FieldName(const TagLib::String& property)
+// The field of a property as TagLib names it; one without a field keeps its name.
+XStr FieldOf(const TagLib::String& property)
 {
-    for (const NameRow& row : kNames) {
-        if (property == row.property)
-            return row.field;
-    }
-    return Wide(property);
+    const FieldName* name = FindVorbisName(property.to8Bit(true));
+    return name != nullptr ? XStr(name->field.begin(), name->field.end()) : Wide(property);
 }
 
 // "3" and a total of "12" become "3/12".
@@ -105,7 +58,7 @@ void AddProperties(TagLib::PropertyMap properties, NTag& list)
         XStr text;
         for (const TagLib::String& value : values)
             text += (text.empty() ? L"" : L"\r") + Wide(value);
-        const XStr field = FieldName(property);
+        const XStr field = FieldOf(property);
         const bool taken = list.FindElement(field) != nullptr;
         if (!text.empty())
             list.AddTag(taken ? Wide(property) : field, text);

@@ -3,15 +3,15 @@
 #include "host/WideText.h"
 
 #include <algorithm>
-#include <string_view>
+#include <limits>
+#include <strings.h>
 
 namespace host
 {
 namespace
 {
 
-constexpr std::string_view kPicturePrefix = "_albumart_";
-constexpr std::string_view kSubDescription = "<subdesc>";
+constexpr std::string_view kTagVersion = "TagVersion";
 
 // Little-endian fields at the front of a block; each read takes its bytes off.
 class BlobReader
@@ -72,11 +72,53 @@ private:
     std::span<const uint8_t> m_left;
 };
 
+void AppendInt32(std::vector<uint8_t>& bytes, size_t value)
+{
+    for (int shift = 0; shift < 32; shift += 8)
+        bytes.push_back(static_cast<uint8_t>(value >> shift));
+}
+
+bool AppendText(std::vector<uint8_t>& bytes, const std::string& text, std::string& problem)
+{
+    std::u16string units;
+    if (!Utf16Units(text, units, problem))
+        return false;
+    units.push_back(0);
+    for (const char16_t unit : units) {
+        bytes.push_back(static_cast<uint8_t>(unit));
+        bytes.push_back(static_cast<uint8_t>(unit >> 8));
+    }
+    return true;
+}
+
 } // namespace
 
 bool TagItem::IsPicture() const
 {
     return name.starts_with(kPicturePrefix);
+}
+
+bool TagItem::IsInformation() const
+{
+    return SameName(name, kTagVersion);
+}
+
+std::vector<std::string> TagItem::Values() const
+{
+    std::vector<std::string> values;
+    std::string_view left = value;
+    for (size_t end = left.find('\r'); end != std::string_view::npos; end = left.find('\r')) {
+        values.emplace_back(left.substr(0, end));
+        left.remove_prefix(end + 1);
+    }
+    values.emplace_back(left);
+    return values;
+}
+
+std::string TagItem::PictureDescription() const
+{
+    const size_t separator = name.find(kSubDescription);
+    return separator == std::string::npos ? "" : name.substr(separator + kSubDescription.size());
 }
 
 std::string TagItem::PictureRole() const
@@ -110,6 +152,44 @@ std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob)
         items.push_back(std::move(item));
     }
     return items;
+}
+
+bool MakeTagBlob(const std::vector<TagItem>& items, std::vector<uint8_t>& blob,
+                 std::string& problem)
+{
+    blob.clear();
+    AppendInt32(blob, items.size());
+    for (const TagItem& item : items) {
+        std::vector<uint8_t> texts;
+        std::string why;
+        if (!AppendText(texts, item.name, why) || !AppendText(texts, item.value, why)) {
+            problem = "\"" + item.name + "\" " + why;
+            return false;
+        }
+        constexpr size_t kLimit = std::numeric_limits<int32_t>::max();
+        const size_t size = sizeof(int32_t) + texts.size() + item.data.size();
+        if (size > kLimit - blob.size()) {
+            problem = "\"" + item.name + "\" is too large for a tag";
+            return false;
+        }
+        AppendInt32(blob, size);
+        blob.insert(blob.end(), texts.begin(), texts.end());
+        blob.insert(blob.end(), item.data.begin(), item.data.end());
+    }
+    return true;
+}
+
+bool SameName(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name)
+{
+    const auto found = std::find_if(items.begin(), items.end(), [name](const TagItem& item) {
+        return SameName(item.name, name);
+    });
+    return found == items.end() ? nullptr : &*found;
 }
 
 std::string FindValue(const std::vector<TagItem>& items, std::string_view name)

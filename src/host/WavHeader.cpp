@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <sndfile.h>
+#include <string_view>
 
 namespace host
 {
@@ -103,13 +104,29 @@ bool WriteLastFrame(SNDFILE* file, const STQvWaveFormat& format, int64_t pcmByte
            sf_write_raw(file, frame.data(), size) == size;
 }
 
-} // namespace
+constexpr int64_t kMaxClassic = std::numeric_limits<uint32_t>::max();
+// Places in the headers, in bytes from the start or, where told, from the end.
+constexpr size_t kRiffSize = 4;
+constexpr size_t kRf64Chunk = 12; // "ds64", its size and these
+constexpr size_t kRf64RiffSize = 20;
+constexpr size_t kRf64ChunkSize = 28;
+constexpr size_t kDataSizeFromEnd = 4;
 
-std::vector<uint8_t> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes, std::string& why)
+void PutText(std::vector<uint8_t>& header, size_t place, std::string_view text)
 {
-    if (!FitsWav(format, why))
-        return {};
-    const bool large = pcmBytes > std::numeric_limits<uint32_t>::max() - kMaxHeaderSize;
+    std::copy(text.begin(), text.end(), header.begin() + static_cast<ptrdiff_t>(place));
+}
+
+void PutNumber(std::vector<uint8_t>& header, size_t place, int64_t value, size_t bytes)
+{
+    for (size_t i = 0; i < bytes; ++i)
+        header[place + i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+// As libsndfile writes it for a file that ends with the samples.
+std::vector<uint8_t> BareHeader(const STQvWaveFormat& format, int64_t pcmBytes, bool large,
+                                std::string& why)
+{
     SF_INFO info{};
     info.samplerate = static_cast<int>(
         std::min<uint32_t>(format.nSamplesPerSec, std::numeric_limits<int>::max()));
@@ -129,6 +146,61 @@ std::vector<uint8_t> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes, s
         return sink.bytes;
     why = "cannot be written as WAV";
     return {};
+}
+
+bool NeedsRf64(int64_t pcmBytes, int64_t chunksBehind)
+{
+    return pcmBytes > kMaxClassic - kMaxHeaderSize - chunksBehind;
+}
+
+int64_t RiffSize(size_t headerSize, int64_t pcmBytes, int64_t chunksBehind)
+{
+    constexpr int64_t kChunkHeader = 8;
+    return static_cast<int64_t>(headerSize) - kChunkHeader + pcmBytes + pcmBytes % 2 + chunksBehind;
+}
+
+// Makes a classic header of an RF64 one: what was its own becomes a chunk that every
+// reader passes over.
+void MakeClassic(std::vector<uint8_t>& header, int64_t riffSize, int64_t pcmBytes)
+{
+    PutText(header, 0, "RIFF");
+    PutNumber(header, kRiffSize, riffSize, 4);
+    PutText(header, kRf64Chunk, "JUNK");
+    PutNumber(header, kRf64Chunk + 4, kRf64ChunkSize, 4);
+    std::fill_n(header.begin() + kRf64RiffSize, kRf64ChunkSize, uint8_t{0});
+    PutNumber(header, header.size() - kDataSizeFromEnd, pcmBytes, 4);
+}
+
+} // namespace
+
+std::vector<uint8_t> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes, std::string& why,
+                               int64_t chunksBehind)
+{
+    if (!FitsWav(format, why))
+        return {};
+    const bool large = NeedsRf64(pcmBytes, chunksBehind);
+    std::vector<uint8_t> header = BareHeader(format, pcmBytes, large, why);
+    if (header.empty())
+        return header;
+    const int64_t riffSize = RiffSize(header.size(), pcmBytes, chunksBehind);
+    PutNumber(header, large ? kRf64RiffSize : kRiffSize, riffSize, large ? 8 : 4);
+    return header;
+}
+
+std::vector<uint8_t> RoomyWavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
+                                    std::string& why, int64_t chunksBehind)
+{
+    if (NeedsRf64(pcmBytes, chunksBehind))
+        return WavHeader(format, pcmBytes, why, chunksBehind);
+    if (!FitsWav(format, why))
+        return {};
+    std::vector<uint8_t> header = BareHeader(format, 0, true, why);
+    if (header.empty())
+        return header;
+    const bool known = pcmBytes != kUnknownLength;
+    const int64_t riffSize = RiffSize(header.size(), pcmBytes, chunksBehind);
+    MakeClassic(header, known ? riffSize : kMaxClassic, known ? pcmBytes : kMaxClassic);
+    return header;
 }
 
 } // namespace host

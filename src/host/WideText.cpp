@@ -100,6 +100,27 @@ std::string Utf8(std::wstring_view text)
     return bytes;
 }
 
+bool Utf16Units(std::string_view utf8, std::u16string& units, std::string& why)
+{
+    units.clear();
+    while (!utf8.empty()) {
+        uint32_t character = 0;
+        if (!TakeCharacter(utf8, character)) {
+            why = "is not UTF-8";
+            return false;
+        }
+        if (character > 0xFFFF) {
+            std::string text;
+            AppendUtf8(text, character);
+            why =
+                "holds the character '" + text + "', which lies beyond U+FFFF and cannot be stored";
+            return false;
+        }
+        units.push_back(static_cast<char16_t>(character));
+    }
+    return true;
+}
+
 std::string Printable(std::string_view utf8)
 {
     std::string line;

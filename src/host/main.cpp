@@ -22,11 +22,13 @@ namespace
 
 constexpr char kHelp[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav       one file
+  aiffconv convert song.aiff -o song.flac      FLAC, told by the name
   aiffconv convert *.aiff -o wav/              many files into a folder
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv encode song.flac -o song.aiff       WAV, FLAC and others to AIFF
   aiffconv check *.aiff                        what is irregular about files
   aiffconv info song.aiff                      format, length and tags
+  aiffconv tags set *.aiff "Album=The Album"   change tags (see tags --help)
   aiffconv codecs                              which decoders were found
   aiffconv convert --help                      all options of a command
 
@@ -74,7 +76,8 @@ int WithOutputWritten(int exitCode)
 int Run(int argc, char** argv)
 {
     CLI::App program(
-        "Converts AIFF and AIFF-C files to WAV through decoder plug-ins, and others to AIFF.",
+        "Converts AIFF and AIFF-C files to WAV and FLAC through decoder plug-ins, and others to "
+        "AIFF; shows and changes tags.",
         "aiffconv");
     program.set_version_flag("--version", "aiffconv " AIFFCONV_VERSION);
     program.footer(kHelp);
@@ -88,7 +91,7 @@ int Run(int argc, char** argv)
     std::vector<std::pair<CLI::App*, std::unique_ptr<host::Command>>> commands;
     for (const auto make :
          {host::MakeConvertCommand, host::MakeEncodeCommand, host::MakeInfoCommand,
-          host::MakeCheckCommand, host::MakeCodecsCommand}) {
+          host::MakeTagsCommand, host::MakeCheckCommand, host::MakeCodecsCommand}) {
         std::unique_ptr<host::Command> command = make();
         CLI::App* entry = command->AddTo(program);
         commands.emplace_back(entry, std::move(command));

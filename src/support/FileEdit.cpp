@@ -14,10 +14,20 @@ constexpr size_t kComparedWrite = 64;
 } // namespace
 
 FileEdit::FileEdit(XFileHandle base)
-    : m_base(std::move(base)), m_baseSize(std::max<int64_t>(m_base->Size(), 0)), m_size(m_baseSize)
+    : m_base(std::move(base)), m_baseSize(m_base->Size()), m_size(std::max<int64_t>(m_baseSize, 0))
 {
     if (m_size > 0)
         m_pieces.push_back({0, m_size, Source::Base, 0, nullptr, 0});
+}
+
+FileEdit::Piece FileEdit::Piece::Part(int64_t from, int64_t to) const
+{
+    Piece part = *this;
+    part.start = from;
+    part.length = to - from;
+    part.basePosition += from - start;
+    part.bytesOffset += static_cast<size_t>(from - start);
+    return part;
 }
 
 // Index of the piece that holds a position below the size.
@@ -39,11 +49,7 @@ size_t FileEdit::SplitAt(int64_t position)
     const int64_t head = position - m_pieces[index].start;
     if (head == 0)
         return index;
-    Piece tail = m_pieces[index];
-    tail.start += head;
-    tail.length -= head;
-    tail.basePosition += head;
-    tail.bytesOffset += static_cast<size_t>(head);
+    Piece tail = m_pieces[index].Part(position, m_pieces[index].End());
     m_pieces[index].length = head;
     m_pieces.insert(m_pieces.begin() + static_cast<ptrdiff_t>(index) + 1, std::move(tail));
     return index + 1;
@@ -60,7 +66,7 @@ size_t FileEdit::ReadAt(int64_t position, std::span<uint8_t> out) const
         const auto rest = static_cast<uint64_t>(piece.length - skip);
         const auto count = static_cast<size_t>(std::min<uint64_t>(rest, out.size() - done));
         const std::span<uint8_t> part = out.subspan(done, count);
-        if (piece.source == Source::Bytes)
+        if (piece.source == Source::New)
             std::memcpy(part.data(),
                         piece.bytes->data() + piece.bytesOffset + static_cast<size_t>(skip), count);
         else if (m_base->ReadAt(piece.basePosition + skip, part) != count)
@@ -105,14 +111,23 @@ void FileEdit::Replace(int64_t position, int64_t end, Piece piece)
 
 bool FileEdit::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
-    if (position < 0 || (position > m_size && !AppendZeros(position)))
+    if (position < 0 || bytes.empty())
+        return position >= 0;
+    if (position > m_size && !AppendZeros(position))
         return false;
     DropUnchanged(position, bytes);
-    if (bytes.empty())
-        return true;
+    return bytes.empty() || GiveAt(position, {bytes.begin(), bytes.end()});
+}
+
+bool FileEdit::GiveAt(int64_t position, std::vector<uint8_t> bytes)
+{
+    if (position < 0 || bytes.empty())
+        return position >= 0;
+    if (position > m_size && !AppendZeros(position))
+        return false;
     const auto length = static_cast<int64_t>(bytes.size());
-    auto copy = std::make_shared<const std::vector<uint8_t>>(bytes.begin(), bytes.end());
-    Replace(position, position + length, {position, length, Source::Bytes, 0, std::move(copy), 0});
+    auto shared = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+    Replace(position, position + length, {position, length, Source::New, 0, std::move(shared), 0});
     return true;
 }
 
@@ -120,7 +135,7 @@ bool FileEdit::AppendZeros(int64_t size)
 {
     const int64_t length = size - m_size;
     auto zeros = std::make_shared<const std::vector<uint8_t>>(static_cast<size_t>(length), 0);
-    Replace(m_size, size, {m_size, length, Source::Bytes, 0, std::move(zeros), 0});
+    Replace(m_size, size, {m_size, length, Source::New, 0, std::move(zeros), 0});
     return true;
 }
 
@@ -157,6 +172,31 @@ bool FileEdit::Move(int64_t from, int64_t delta)
     return true;
 }
 
+bool FileEdit::Remove(std::span<const Range> ranges)
+{
+    std::vector<Piece> kept;
+    int64_t removed = 0;
+    for (const Piece& piece : m_pieces) {
+        for (int64_t at = piece.start; at < piece.End();) {
+            while (!ranges.empty() && ranges.front().end <= at)
+                ranges = ranges.subspan(1);
+            const bool isKept = ranges.empty() || at < ranges.front().start;
+            const int64_t border = ranges.empty() ? piece.End()
+                                   : isKept       ? ranges.front().start
+                                                  : ranges.front().end;
+            const int64_t next = std::min(piece.End(), border);
+            if (isKept)
+                kept.emplace_back(piece.Part(at, next)).start -= removed;
+            else
+                removed += next - at;
+            at = next;
+        }
+    }
+    m_pieces.swap(kept);
+    m_size -= removed;
+    return true;
+}
+
 bool FileEdit::MovesBaseBytes() const
 {
     return std::ranges::any_of(m_pieces, [](const Piece& piece) {
@@ -168,7 +208,7 @@ std::vector<FileEdit::Change> FileEdit::Changes() const
 {
     std::vector<Change> changes;
     for (const Piece& piece : m_pieces)
-        if (piece.source == Source::Bytes)
+        if (piece.source == Source::New)
             changes.push_back(
                 {piece.start, std::span(*piece.bytes)
                                   .subspan(piece.bytesOffset, static_cast<size_t>(piece.length))});

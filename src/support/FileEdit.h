@@ -15,13 +15,17 @@ public:
     // The content starts as that of `base`, which must not change meanwhile.
     explicit FileEdit(XFileHandle base);
 
-    int64_t Size() const override { return m_size; }
+    // -1 when the size of the base could not be learned.
+    int64_t Size() const override { return m_baseSize < 0 ? m_baseSize : m_size; }
     [[nodiscard]] size_t ReadAt(int64_t position, std::span<uint8_t> out) const override;
     // Costs memory for the bytes; small writes of what is there already cost nothing.
     [[nodiscard]] bool WriteAt(int64_t position, std::span<const uint8_t> bytes) override;
+    [[nodiscard]] bool GiveAt(int64_t position, std::vector<uint8_t> bytes) override;
     [[nodiscard]] bool SetSize(int64_t size) override;
     // Moves no bytes, only pieces.
     [[nodiscard]] bool Move(int64_t from, int64_t delta) override;
+    // One pass over the pieces, however many parts there are.
+    [[nodiscard]] bool Remove(std::span<const Range> ranges) override;
 
     const XFileHandle& Base() const { return m_base; }
     int64_t BaseSize() const { return m_baseSize; }
@@ -40,17 +44,19 @@ public:
     std::vector<Change> Changes() const;
 
 private:
-    enum class Source { Base, Bytes };
+    enum class Source { Base, New };
 
     struct Piece {
         int64_t start = 0;  // position in the content
         int64_t length = 0; // bytes
         Source source = Source::Base;
         int64_t basePosition = 0;                          // Source::Base
-        std::shared_ptr<const std::vector<uint8_t>> bytes; // Source::Bytes
+        std::shared_ptr<const std::vector<uint8_t>> bytes; // Source::New
         size_t bytesOffset = 0;
 
         int64_t End() const { return start + length; }
+        // The part of it from a position to before another one, both inside.
+        Piece Part(int64_t from, int64_t to) const;
     };
 
     size_t IndexAt(int64_t position) const;

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <vector>
 
 namespace
 {
@@ -29,6 +28,13 @@ bool FileContent::Move(int64_t from, int64_t delta)
         left -= count;
     }
     return SetSize(size + delta);
+}
+
+bool FileContent::Remove(std::span<const Range> ranges)
+{
+    return std::all_of(ranges.rbegin(), ranges.rend(), [this](const Range& range) {
+        return Move(range.end, range.start - range.end);
+    });
 }
 
 bool XFile::Open(const wchar_t* name, Access access)
@@ -88,6 +94,15 @@ bool XFile::Write(std::span<const uint8_t> bytes)
     return true;
 }
 
+bool XFile::Give(std::vector<uint8_t> bytes)
+{
+    const auto size = static_cast<int64_t>(bytes.size());
+    if (!IsOpen() || !m_handle->GiveAt(m_position, std::move(bytes)))
+        return false;
+    m_position += size;
+    return true;
+}
+
 bool XFile::SetSize(int64_t size)
 {
     return IsOpen() && m_handle->SetSize(size);
@@ -96,4 +111,9 @@ bool XFile::SetSize(int64_t size)
 bool XFile::Shuffle(int64_t from, int64_t delta)
 {
     return IsOpen() && m_handle->Move(from, delta);
+}
+
+bool XFile::Remove(std::span<const FileContent::Range> ranges)
+{
+    return IsOpen() && m_handle->Remove(ranges);
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 // The bytes behind an XFile: a file on disk, or an edit of one that is not carried out
 // yet. Counts of bytes are complete unless the end was reached or something failed.
@@ -24,12 +25,27 @@ public:
     // Writes at a position, which may lie behind the end: the gap is zeros.
     [[nodiscard]] virtual bool WriteAt(int64_t position, std::span<const uint8_t> bytes) = 0;
 
+    // The same with memory that the content may keep instead of copying it.
+    [[nodiscard]] virtual bool GiveAt(int64_t position, std::vector<uint8_t> bytes)
+    {
+        return WriteAt(position, bytes);
+    }
+
     // Cuts the content off or extends it with zeros.
     [[nodiscard]] virtual bool SetSize(int64_t size) = 0;
 
     // Moves everything from a position to the end by `delta` bytes (negative: toward
     // the start, over what stood there) and changes the size by as much.
     [[nodiscard]] virtual bool Move(int64_t from, int64_t delta);
+
+    // A part of the content, from a position to before another one.
+    struct Range {
+        int64_t start = 0;
+        int64_t end = 0;
+    };
+
+    // Takes parts out, given in order and apart from each other.
+    [[nodiscard]] virtual bool Remove(std::span<const Range> ranges);
 };
 
 // An open file that several XFile objects look at; the last of them closes it.
@@ -77,12 +93,18 @@ public:
     // Writes at the position and moves it behind what was written.
     [[nodiscard]] bool Write(std::span<const uint8_t> bytes);
 
+    // The same with memory that the file may keep instead of copying it.
+    [[nodiscard]] bool Give(std::vector<uint8_t> bytes);
+
     // Cuts the file off or extends it with zeros; the position stays.
     [[nodiscard]] bool SetSize(int64_t size);
 
     // Moves everything from a position to the end of the file by `delta` bytes
     // (negative: toward the start) and changes the file's size by as much.
     [[nodiscard]] bool Shuffle(int64_t from, int64_t delta);
+
+    // Takes parts out of the file, given in order and apart from each other.
+    [[nodiscard]] bool Remove(std::span<const FileContent::Range> ranges);
 
 private:
     XFileHandle m_handle;

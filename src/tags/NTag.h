@@ -38,6 +38,7 @@ public:
     void AddTag(const XStr& name, const XMem& data);
     void AddTag(const XStr& name, const void* bytes, size_t size);
     void AddTag(const STInternalTag& tag) { m_tags.push_back(tag); }
+    void AddTag(STInternalTag&& tag) { m_tags.push_back(std::move(tag)); }
     void AddTag(const STInternalTag* tag) { m_tags.push_back(*tag); }
 
     // A position outside the list removes nothing.

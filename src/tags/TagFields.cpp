@@ -7,6 +7,7 @@
 #include "tags/id3parser/FrameToMeta.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 using id3parser::metaMap;
 using id3parser::t_tag;
@@ -29,12 +30,20 @@ int64_t TagSizeFromHeader(std::span<const uint8_t> bytes)
 
 bool ReadTagList(std::span<const uint8_t> bytes, NTag& list)
 {
+    id3parser::streamInMem in(bytes);
+    return ReadTagList(in, list);
+}
+
+bool ReadTagList(id3parser::streamIn& in, NTag& list)
+{
     list.Destroy();
     t_tag tag;
     try {
         id3parser::parseCallback everything;
-        tag.Parse_MemBlock(bytes.data(), bytes.size(), everything);
+        tag.Parse(in, everything);
     } catch (const id3parser::parseError&) {
+        return false;
+    } catch (const std::overflow_error&) {
         return false;
     }
     AppendTagToList(tag, list);

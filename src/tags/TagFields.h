@@ -21,9 +21,10 @@ inline constexpr char kItemValueSeparator = '\r';
 // footer; 0 when it is none.
 int64_t TagSizeFromHeader(std::span<const uint8_t> bytes);
 
-// Replaces the list with what the tag at the front of `bytes` says: its version,
-// fields and pictures. Bytes behind the tag do not matter. False, with an empty list,
-// when there is no tag or it is damaged.
+// Replaces the list with what the tag at the front of the stream says: its version,
+// fields and pictures. What stands behind the tag does not matter. False, with an
+// empty list, when there is no tag or it is damaged.
+[[nodiscard]] bool ReadTagList(id3parser::streamIn& in, NTag& list);
 [[nodiscard]] bool ReadTagList(std::span<const uint8_t> bytes, NTag& list);
 
 // Appends version, fields and pictures of a tag. Takes the frames' memory with it.

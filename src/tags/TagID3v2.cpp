@@ -2,12 +2,10 @@
 
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
-#include "tags/id3parser/Errors.h"
 #include "tags/id3parser/FrameReader.h"
 
 #include <algorithm>
 #include <limits>
-#include <stdexcept>
 
 namespace
 {
@@ -109,56 +107,72 @@ bool TagID3v2::Read(NTag& tags)
     tags.Destroy();
     if (GetID3v2TagSize() > m_region.size)
         return false;
-    id3parser::t_tag tag;
-    try {
-        myStreamIn stream(m_file, m_region.position, m_region.size);
-        id3parser::parseCallback everything;
-        tag.Parse(stream, everything);
-    } catch (const id3parser::parseError&) {
-        return false;
-    } catch (const std::overflow_error&) {
-        return false;
-    }
-    AppendTagToList(tag, tags);
-    return true;
+    myStreamIn stream(m_file, m_region.position, m_region.size);
+    return ReadTagList(stream, tags);
 }
 
 // A tag that claims more than its region is none: nothing beyond the region is taken
-// for it.
-std::vector<uint8_t> TagID3v2::ReadBytes(const Region& region) const
+// for it. A tag that is there but cannot be read would be lost when it is written.
+bool TagID3v2::ReadBytes(const Region& region, std::vector<uint8_t>& bytes) const
 {
-    TagID3v2 tag(m_file.Handle(), region.position);
-    if (tag.GetID3v2TagSize() > region.size)
-        return {};
-    const int64_t present = m_file.Size() - region.position;
-    std::vector<uint8_t> bytes(
-        static_cast<size_t>(std::clamp<int64_t>(region.size, 0, std::max<int64_t>(present, 0))));
-    bytes.resize(m_file.ReadAt(region.position, bytes));
-    return bytes;
+    const int64_t present = std::max<int64_t>(m_file.Size() - region.position, 0);
+    bytes.resize(static_cast<size_t>(std::clamp<int64_t>(region.size, 0, present)));
+    if (m_file.ReadAt(region.position, bytes) != bytes.size())
+        return false;
+    if (TagSizeFromHeader(bytes) > region.size)
+        bytes.clear();
+    return true;
+}
+
+bool TagID3v2::ReadOldTags(std::vector<std::vector<uint8_t>>& old) const
+{
+    return std::ranges::all_of(
+               m_earlier,
+               [&](const Region& region) { return ReadBytes(region, old.emplace_back()); }) &&
+           ReadBytes(m_region, old.emplace_back());
 }
 
 bool TagID3v2::Write(const NTag& tags, bool deleteMode)
 {
-    std::vector<std::vector<uint8_t>> old;
-    for (const Region& region : m_earlier)
-        old.push_back(ReadBytes(region));
-    old.push_back(ReadBytes(m_region));
-    const std::vector<std::span<const uint8_t>> views(old.begin(), old.end());
-    TagUpdate update(m_options, views);
-    update.Apply(tags, deleteMode);
-    if (!update.Build())
-        return false;
-    constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
-    const auto room = static_cast<uint64_t>(Aligned(m_region.size));
-    std::vector<uint8_t> tag;
-    if (!update.Finish(m_keepSize ? room : 0, m_keepSize ? kAnyPadding : 0, m_alignment, tag))
-        return false;
-    m_writtenSize = static_cast<int64_t>(tag.size());
-    // Writing back what is there would only put it at risk.
-    return std::ranges::equal(tag, old.back()) || PlaceTag(tag);
+    return Update([&](TagUpdate& update) { update.Apply(tags, deleteMode); });
 }
 
-bool TagID3v2::PlaceTag(std::span<const uint8_t> tag)
+bool TagID3v2::Write(NTag&& tags, bool deleteMode)
+{
+    return Update([&, list = std::move(tags)](TagUpdate& update) mutable {
+        update.Apply(list, deleteMode);
+        list.Destroy();
+    });
+}
+
+// At most three times the tag's size is held at once: the old bytes, what is to become
+// of them, and either the list or the new bytes.
+template <class ApplyList>
+bool TagID3v2::Update(ApplyList&& apply)
+{
+    std::vector<uint8_t> tag;
+    {
+        std::vector<std::vector<uint8_t>> old;
+        if (!ReadOldTags(old))
+            return false;
+        const std::vector<std::span<const uint8_t>> views(old.begin(), old.end());
+        TagUpdate update(m_options, views);
+        apply(update);
+        if (!update.Build())
+            return false;
+        constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
+        const auto room = static_cast<uint64_t>(Aligned(m_region.size));
+        if (!update.Finish(m_keepSize ? room : 0, m_keepSize ? kAnyPadding : 0, m_alignment, tag))
+            return false;
+        m_writtenSize = static_cast<int64_t>(tag.size());
+        // Writing back what is there would only put it at risk.
+        if (std::ranges::equal(tag, old.back()))
+            return true;
+    }
+    return PlaceTag(std::move(tag));
+}
+
+bool TagID3v2::PlaceTag(std::vector<uint8_t> tag)
 {
     const int64_t regionEnd = m_region.position + Aligned(m_region.size);
     const int64_t delta = m_region.position + m_writtenSize - regionEnd;
@@ -166,7 +180,7 @@ bool TagID3v2::PlaceTag(std::span<const uint8_t> tag)
     if (m_file.Size() < regionEnd && !m_file.SetSize(regionEnd))
         return false;
     return (delta == 0 || m_file.Shuffle(regionEnd, delta)) &&
-           m_file.SetPosition(m_region.position) && m_file.Write(tag);
+           m_file.SetPosition(m_region.position) && m_file.Give(std::move(tag));
 }
 
 bool TagID3v2::DeleteAllTags()

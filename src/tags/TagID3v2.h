@@ -55,8 +55,11 @@ public:
     bool HasTag() const override { return GetID3v2TagSize() != 0; }
 
     // Moves what lies behind the region to where the new tag ends. False, with nothing
-    // written, when the tag exceeds what its format can say.
+    // written, when the old tag cannot be read or the new one exceeds what its format
+    // can say.
     [[nodiscard]] bool Write(const NTag& tags, bool deleteMode) override;
+    // The same; frees the list as soon as it is not needed any longer.
+    [[nodiscard]] bool Write(NTag&& tags, bool deleteMode);
 
     // Bytes that the last successful Write wrote, padding included.
     int64_t WrittenSize() const { return m_writtenSize; }
@@ -73,8 +76,11 @@ private:
 
     // What lies behind the tag starts at a multiple of the alignment.
     int64_t Aligned(int64_t size) const;
-    std::vector<uint8_t> ReadBytes(const Region& region) const;
-    bool PlaceTag(std::span<const uint8_t> tag);
+    [[nodiscard]] bool ReadBytes(const Region& region, std::vector<uint8_t>& bytes) const;
+    [[nodiscard]] bool ReadOldTags(std::vector<std::vector<uint8_t>>& old) const;
+    template <class ApplyList>
+    [[nodiscard]] bool Update(ApplyList&& apply);
+    [[nodiscard]] bool PlaceTag(std::vector<uint8_t> tag);
 
     XFile m_file;
     Region m_region;

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <set>
-#include <unordered_map>
 
 using id3parser::t_frame;
 using id3parser::t_tag;
@@ -151,7 +151,7 @@ public:
 
 private:
     t_tag::FrameList& m_frames;
-    std::unordered_multimap<size_t, t_tag::FrameList::iterator> m_byHash;
+    std::multimap<size_t, t_tag::FrameList::iterator> m_byHash; // equal ones in their order
 };
 
 } // namespace

@@ -20,6 +20,9 @@ using id3parser::t_frame;
 namespace
 {
 
+// Room set aside for padding (bytes), so that most tags are padded where they are.
+constexpr size_t kUsualPadding = 4096;
+
 std::vector<RawTag> WalkTags(std::span<const std::span<const uint8_t>> oldTags)
 {
     std::vector<RawTag> tags;
@@ -150,10 +153,11 @@ bool TagUpdate::Build()
         metaMap_to_tag(tag, std::move(m_fields), m_options.CreateArgs());
         tag.SanitizeAPICOrder();
         id3parser::streamOutBuffer out;
-        out.bytes.reserve(id3parser::kTagHeaderSize + m_frames.ContentSize());
+        out.bytes.reserve(id3parser::kTagHeaderSize + m_frames.ContentSize() + kUsualPadding);
         id3parser::WriteTagHeader(tag.Revision(), 0, out);
         m_frames.WriteContent(out);
         m_bytes = std::move(out.bytes);
+        tag.Frames().clear(); // their memory is needed for what follows
         return true;
     } catch (const id3parser::writeError&) {
         return false;
@@ -173,6 +177,7 @@ bool TagUpdate::Finish(uint64_t availableSize, uint64_t maxPadding, size_t align
         WriteTagHeader(m_frames.Tag().Revision(), size - id3parser::kTagHeaderSize, header);
         tag = std::move(m_bytes);
         std::ranges::copy(header.bytes, tag.begin());
+        tag.reserve(static_cast<size_t>(size)); // a vector that grows by itself doubles
         tag.resize(static_cast<size_t>(size));
         return true;
     } catch (const id3parser::writeError&) {

@@ -148,6 +148,22 @@ TEST(WavHeader, SaysTheSizesAlsoBeyondFourGigabytes)
     }
 }
 
+TEST(WavHeader, HasOneSizeWhateverTheLengthWhereItIsUnknownAtFirst)
+{
+    const STQvWaveFormat format{QV_FORMAT_PCM, 2, 44100, 176400, 4, 16, 0, 0, 0, {}};
+    std::string why;
+    const size_t size = host::RoomyWavHeader(format, host::kUnknownLength, why).size();
+    for (const int64_t bytes : {INT64_C(0), INT64_C(4000), INT64_C(1) << 33}) {
+        const std::vector<uint8_t> header = host::RoomyWavHeader(format, bytes, why, 100);
+        ASSERT_EQ(header.size(), size) << why;
+        const bool large = bytes > UINT32_MAX;
+        EXPECT_EQ(TextOf(header, 0, 4), large ? "RF64" : "RIFF");
+        EXPECT_EQ(TextOf(header, 12, 4), large ? "ds64" : "JUNK");
+        const uint64_t riffSize = large ? LittleEndian(header, 20, 8) : LittleEndian(header, 4, 4);
+        EXPECT_EQ(riffSize, size - 8 + static_cast<uint64_t>(bytes) + 100);
+    }
+}
+
 TEST(WavHeader, RefusesWhatNoWavFileHolds)
 {
     struct Case {

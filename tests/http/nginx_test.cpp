@@ -87,7 +87,7 @@ TEST_F(NginxTest, StreamsEqualFilesWithAndWithoutRanges)
     const Nginx nginx(dir);
     for (const char* folder : {"/ranges/", "/plain/", "/zipped/", "/moved/"}) {
         SCOPED_TRACE(folder);
-        Instance stream(plugin, &report);
+        Instance stream(plugin, report);
         int opened = 0;
         for (int i = 0; i < 200 && opened == 0; ++i) { // nginx takes a moment to start
             if (i != 0)
@@ -102,7 +102,7 @@ TEST_F(NginxTest, StreamsEqualFilesWithAndWithoutRanges)
             EXPECT_EQ(stream.Rest(), From(heard, 2400000));
         }
     }
-    Instance missing(plugin, &report);
+    Instance missing(plugin, report);
     report.Take(kInformation);
     EXPECT_EQ(missing.Open(nginx.Url("/ranges/none.aif"), kDecode), 0);
     EXPECT_EQ(report.Take(kInformation), Lines("Cannot open stream: status 404  [Open]\n"));

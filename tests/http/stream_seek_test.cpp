@@ -81,6 +81,16 @@ TEST_F(SeekTest, AServerOfRangesIsAskedForTheRest)
         EXPECT_EQ(instance.block.nPositionMS, static_cast<int64_t>(row.lands * 4000 / 176400));
         EXPECT_EQ(instance.Data(), Heard(row.lands, std::min<size_t>(row.lands + 16384, 100002)));
     }
+    // A sound chunk without a size has no audio where the stream's size is known.
+    const Bytes empty = AiffBuilder().Comm(2, 16, 44100).Ssnd(kSamples, 0).Build();
+    ASSERT_EQ(instance.Open(server.Serve(Ranged(empty)), kDecode), 1);
+    EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, 0);
+    // The pad byte of an odd chunk before the sound counts.
+    const Bytes odd = Join({Big(2, 2), Big(0, 4), Big(16, 2), Extended(44100), Bytes(1)});
+    const Bytes file = AiffBuilder().Chunk("COMM", odd).Ssnd(kSamples).Build();
+    ASSERT_EQ(instance.Open(server.Serve(Ranged(file)), kDecode), 1);
+    ASSERT_EQ(instance.Seek(100000), 1);
+    EXPECT_EQ(instance.Rest(), Heard(100000));
 }
 
 TEST_F(SeekTest, AWrongAnswerLeavesDecodingWhereItWas)
@@ -99,7 +109,7 @@ TEST_F(SeekTest, AWrongAnswerLeavesDecodingWhereItWas)
     };
     for (const auto& [name, answer] : answers) {
         SCOPED_TRACE(name);
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         const Handler handler = Ranged(kFile, [given = answer](size_t) { return given; });
         ASSERT_EQ(instance.Open(server.Serve(handler), kDecode), 1);
         ASSERT_EQ(instance.Next(), 1);
@@ -115,7 +125,7 @@ TEST_F(SeekTest, AServerWithoutRangesOrSizeCannotSeek)
     const Bytes answers[] = {Counted(kFile), Answer(ranges, kFile), Chunked(kFile, ranges),
                              Answer("Accept-Ranges: none\r\n" + Length(kFile.size()), kFile)};
     for (const Bytes& answer : answers) {
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         ASSERT_EQ(instance.Open(server.Serve(answer), kDecode), 1);
         EXPECT_EQ(instance.Seek(10), 0);
         EXPECT_EQ(report.Take(kError), "");
@@ -151,7 +161,14 @@ TEST_F(SeekTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
                 EXPECT_EQ(instance.block.nLastBlock, 1);
             }
         }
-    Instance instance(plugin, &report); // the stream ends before the range begins
+    const std::vector<std::string> requests = server.Requests();
+    EXPECT_EQ(std::count_if(requests.begin(), requests.end(),
+                            [](const std::string& text) {
+                                return text.find("Range: bytes=200046-") != std::string::npos;
+                            }),
+              2)
+        << "a long way to the range is sought where the server can";
+    Instance instance(plugin, report); // the stream ends before the range begins
     ASSERT_EQ(instance.Range(50000, -1), 1);
     EXPECT_EQ(instance.Open(server.Serve(Answer("", Front(kFile, 100000))), kDecode), 0);
     EXPECT_EQ(report.Take(kError),

@@ -21,6 +21,11 @@ Bytes Heard(const Bytes& samples, int bits = 16)
     return HostOrder(Join({Bytes(8), samples}), bits);
 }
 
+Bytes TagBlob(const Instance& instance)
+{
+    return Bytes(instance.open.pTagData, instance.open.pTagData + instance.open.nTagDataSize);
+}
+
 Handler Sends(const Bytes& answer, size_t piece = 0)
 {
     return [answer, piece](Peer& peer) { peer.Send(answer, piece); };
@@ -61,7 +66,7 @@ TEST_F(StreamTest, EveryProperAnswerGivesAllAudio)
     };
     for (const auto& [name, handler] : cases) {
         SCOPED_TRACE(name);
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         ASSERT_EQ(instance.Open(server.Serve(handler), kDecode), 1);
         EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, 150008);
         EXPECT_EQ(instance.Rest(), Heard(kSamples));
@@ -91,7 +96,7 @@ TEST_F(StreamTest, ATornStreamGivesWholeBlocksBeforeTheError)
     const std::string error = Lines("Error reading data from file.  [ReadDataBlock]\n");
     for (const Case& row : cases) {
         SCOPED_TRACE(row.name);
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         const bool isOpen = instance.Open(server.Serve(row.handler), kDecode) == 1;
         ASSERT_TRUE(isOpen || !row.exact);
         Bytes heard;
@@ -146,14 +151,14 @@ TEST_F(StreamTest, WhatCannotBeOpenedSaysWhy)
     };
     for (const auto& [url, reason] : cases) {
         SCOPED_TRACE(url);
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         EXPECT_EQ(instance.Open(url, kDecode), 0);
         EXPECT_EQ(report.Take(kInformation), "Cannot open stream: " + reason + "  [Open]\r\n");
         EXPECT_EQ(report.Take(kError), "Error opening file '" + url +
                                            "' check no other program has it open.  [Open]\r\n");
         EXPECT_EQ(instance.Close(), 1);
     }
-    Instance instance(plugin, &report); // a local file has nothing to say
+    Instance instance(plugin, report); // a local file has nothing to say
     EXPECT_EQ(instance.Open(dir.Path("none.aif"), kDecode), 0);
     EXPECT_EQ(report.Take(kInformation), "");
 }
@@ -172,7 +177,7 @@ TEST_F(StreamTest, ARequestCarriesTheEncodedNameAndNothingElse)
 
 TEST_F(StreamTest, TheTraceShowsEveryStep)
 {
-    Instance instance(plugin, &report);
+    Instance instance(plugin, report);
     const std::string url = server.Serve(Counted(kFile));
     ASSERT_EQ(instance.Open(url, 29), 1);
     EXPECT_EQ(report.Take(kDebug),
@@ -208,12 +213,9 @@ Audio Length: 850 mili-seconds  150008 bytes  1411 kbps
   Prepared Decoding
  <-<-  [Open]
 )"));
-    EXPECT_EQ(ReadBlob(instance.open.pTagData, instance.open.nTagDataSize), Fields());
-    EXPECT_EQ(ReadBlob(instance.open.pPropertiesData, instance.open.nPropertiesDataSize),
-              (Fields{{"Audio Quality", "CD  (Lossless)"},
-                      {"Channel Mapping", "Left, Right"},
-                      {"Sample Count", "37502"},
-                      {"Gapless", "Yes"}}));
+    EXPECT_EQ(TagBlob(instance), Bytes(4)) << "an empty list";
+    EXPECT_EQ(Properties(instance), "Audio Quality: CD  (Lossless)\nChannel Mapping: Left, Right\n"
+                                    "Sample Count: 37502\nGapless: Yes\n");
     EXPECT_EQ(instance.open.AudioInfo.WaveFormat.nValidBits, 0xA5A5) << "18 bytes are written";
 }
 
@@ -292,7 +294,7 @@ TEST_F(StreamTest, HeadersAreJudgedOnTheFly)
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(row.name);
-        Instance instance(plugin, &report);
+        Instance instance(plugin, report);
         const Bytes whole = row.file.Build();
         const Bytes file = row.cut != 0 ? Front(whole, row.cut) : whole;
         const std::string url = server.Serve(row.told ? Counted(file) : Answer("", file));
@@ -303,8 +305,8 @@ TEST_F(StreamTest, HeadersAreJudgedOnTheFly)
         if (!row.heard.empty()) {
             EXPECT_EQ(instance.Rest(), row.heard);
         }
-        EXPECT_EQ(instance.Open(url, QV_OPEN_READ_TAGS), 1) << "an empty list is no failure";
-        EXPECT_EQ(ReadBlob(instance.open.pTagData, instance.open.nTagDataSize), Fields());
+        EXPECT_EQ(instance.Open(url, QV_OPEN_READ_TAGS), 1);
+        EXPECT_EQ(TagBlob(instance), Bytes(4)) << "an empty list";
         report.Take(kError);
         report.Take(kInformation);
     }
@@ -313,7 +315,7 @@ TEST_F(StreamTest, HeadersAreJudgedOnTheFly)
 // A live stream: the sound chunk has no size, the server tells none.
 TEST_F(StreamTest, SoundOfUnknownLengthRunsUntilTheStreamEnds)
 {
-    Instance instance(plugin, &report);
+    Instance instance(plugin, report);
     const AiffBuilder file =
         AiffBuilder().Comm(2, 16, 44100).Ssnd(kSamples, 0).FormSize(0x80000000u);
     ASSERT_EQ(instance.Open(server.Serve(Answer("", file.Build())), kDecode), 1);
@@ -330,14 +332,14 @@ TEST_F(StreamTest, SoundOfUnknownLengthRunsUntilTheStreamEnds)
 
 TEST_F(StreamTest, EveryOpenStartsAfresh)
 {
-    Instance instance(plugin, &report);
+    Instance instance(plugin, report);
     const std::string little =
         server.Serve(Counted(AiffBuilder().Comm(1, 8, 8000, "sowt").Ssnd(Noise(100)).Build()));
     const std::string big = server.Serve(Counted(kFile));
     ASSERT_EQ(instance.Open(little, kDecode), 1);
     ASSERT_EQ(instance.Open(server.Serve(Counted(Noise(100))), kDecode), 0);
     EXPECT_EQ(instance.Next(), 1) << "nothing is left of the first stream";
-    EXPECT_FALSE(instance.HasData());
+    EXPECT_TRUE(instance.Data().empty());
     ASSERT_EQ(instance.Open(big, kDecode), 1);
     EXPECT_EQ(instance.Rest(), Heard(kSamples));
     ASSERT_EQ(instance.Open(dir.Write("a.aif", kFile), kDecode), 1);
@@ -408,7 +410,7 @@ TEST_F(StreamTest, ThreadsDecodeSideBySide)
     std::atomic<int> good = 0;
     for (size_t i = 0; i < 16; ++i)
         threads.emplace_back([&, i] {
-            Instance instance(plugin, &report);
+            Instance instance(plugin, report);
             good += instance.Open(urls[i % 2], 29) == 1 && instance.Rest() == Heard(kSamples);
         });
     for (std::thread& thread : threads)

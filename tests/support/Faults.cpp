@@ -1,3 +1,4 @@
+#undef _FORTIFY_SOURCE // its headers would define pread here
 #include "Faults.h"
 
 #include <algorithm>

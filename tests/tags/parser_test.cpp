@@ -88,24 +88,26 @@ const ParseCase kCases[] = {
      "4: " + kA},
     {"2.4 encrypted", TagBuilder(4).Frame("TIT1", "x", WithFlags(0, 0x04)).Raw(kTitle4).Done(),
      "4: " + kA},
-    {"2.4 compressed", TagBuilder(4).Raw(kTitle4).Frame("TIT1", "0123456789", WithFlags(0, 8)).Done(),
+    {"2.4 compressed",
+     TagBuilder(4).Raw(kTitle4).Frame("TIT1", "0123456789", WithFlags(0, 8)).Done(),
      "throws 0: " + kA},
-    {"2.4 data length", TagBuilder(4).Frame("TIT2", "\0\0\0\2"s + Text("a"), WithFlags(0, 1)).Done(),
-     "4: " + kA},
+    {"2.4 data length",
+     TagBuilder(4).Frame("TIT2", "\0\0\0\2"s + Text("a"), WithFlags(0, 1)).Done(), "4: " + kA},
     {"2.4 data length, too short", TagBuilder(4).Frame("TIT2", "\0\0\0"s, WithFlags(0, 1)).Done(),
      "throws 0:"},
     {"2.4 unsynchronised",
-     TagBuilder(4).Frame("PRIV", "\0\0\0\2\xFF\0\xE1"s, WithFlags(0, 3)).Done(), "4: PRIV=\xFF\xE1"},
-    {"2.4 unsynchronised, lone FF",
-     TagBuilder(4).Frame("PRIV", "a\xFF", WithFlags(0, 2)).Done(), "throws 0:"},
-    {"2.4 unsynchronised, cut", TagBuilder(4).Frame("PRIV", "abcd", WithFlags(0, 2)).WithSize(12).Done(),
-     "4: PRIV=ab"},
+     TagBuilder(4).Frame("PRIV", "\0\0\0\2\xFF\0\xE1"s, WithFlags(0, 3)).Done(),
+     "4: PRIV=\xFF\xE1"},
+    {"2.4 unsynchronised, lone FF", TagBuilder(4).Frame("PRIV", "a\xFF", WithFlags(0, 2)).Done(),
+     "throws 0:"},
+    {"2.4 unsynchronised, cut",
+     TagBuilder(4).Frame("PRIV", "abcd", WithFlags(0, 2)).WithSize(12).Done(), "4: PRIV=ab"},
     {"2.3 unsynchronised", TagBuilder(3, 0x80).Raw("PRIV\0\0\0\3\0\0\xFF\0\xE1z"s).Done(),
      "3: PRIV=\xFF\xE1z"},
     {"2.3 unsynchronised, FF and false sync",
      TagBuilder(3, 0x80).Raw("PRIV\0\0\0\2\0\0\xFF\xE1"s).Done(), "throws 0:"},
-    {"2.2 unsynchronised", TagBuilder(2, 0x80).Raw("TT2\0\0\2\0\xFF\0"s).Done(), "2: TIT2=\0\xFF"s},
-};
+    {"2.2 unsynchronised", TagBuilder(2, 0x80).Raw("TT2\0\0\2\0\xFF\0"s).Done(),
+     "2: TIT2=\0\xFF"s}};
 
 TEST(Parser, ReadsFramesAndRefusesDamage)
 {
@@ -185,10 +187,13 @@ TEST(Parser, ALyingSizeTakesNoMemory)
 
 TEST(Parser, FalseSynchronisationIsFound)
 {
-    const std::pair<std::string, bool> cases[] = {
-        {"", false},        {"\xFF\xDF", false}, {"\xFF\xE0", true},
-        {"a\xFF", true},    {"\xFF\0\xE0"s, false}, {std::string(4096, '\xFF') + "a", true},
-        {std::string(4095, 'a') + "\xFF\xF0", true}};
+    const std::pair<std::string, bool> cases[] = {{"", false},
+                                                  {"\xFF\xDF", false},
+                                                  {"\xFF\xE0", true},
+                                                  {"a\xFF", true},
+                                                  {"\xFF\0\xE0"s, false},
+                                                  {std::string(4096, '\xFF') + "a", true},
+                                                  {std::string(4095, 'a') + "\xFF\xF0", true}};
     for (const auto& [data, expected] : cases)
         EXPECT_EQ(id3parser::test_for_false_sync(data.data(), data.size()), expected) << data;
 }
@@ -208,17 +213,18 @@ TEST(RawFrames, AreFoundWhereTheParserGivesUp)
     const Case cases[] = {
         {"sound", TagBuilder(4).Raw(kTitle4).Frame("PRIV", longBody).Raw("\0\0\0"s).Done(),
          "TIT2 PRIV ", true},
-        {"compressed", TagBuilder(4).Raw(kTitle4).Frame("COMM", longBody, WithFlags(0, 9)).Raw(kTitle4).Done(),
+        {"compressed",
+         TagBuilder(4).Raw(kTitle4).Frame("COMM", longBody, WithFlags(0, 9)).Raw(kTitle4).Done(),
          "TIT2 COMM TIT2 ", false},
-        {"plain sizes", TagBuilder(4).Raw(plain("PRIV", longBody) + plain("TIT2", Text("a"))).Done(),
-         "PRIV TIT2 ", false},
-        {"body cut", TagBuilder(3).Raw(kTitle3 + plain("PRIV", longBody)).WithSize(200).Done(), "TIT2 ",
+        {"plain sizes",
+         TagBuilder(4).Raw(plain("PRIV", longBody) + plain("TIT2", Text("a"))).Done(), "PRIV TIT2 ",
          false},
+        {"body cut", TagBuilder(3).Raw(kTitle3 + plain("PRIV", longBody)).WithSize(200).Done(),
+         "TIT2 ", false},
         {"unknown header flag", TagBuilder(3, 0x10).Raw(kTitle3).Done(), "TIT2 ", false},
-        {"garbage behind the frames", TagBuilder(3).Raw(kTitle3 + "????\0\0\0\0\0\0?!"s).Done(), "TIT2 ",
-         true},
-        {"no tag", B("RIFF0123456789"), "", false},
-    };
+        {"garbage behind the frames", TagBuilder(3).Raw(kTitle3 + "????\0\0\0\0\0\0?!"s).Done(),
+         "TIT2 ", true},
+        {"no tag", B("RIFF0123456789"), "", false}};
     for (const Case& c : cases) {
         const id3parser::RawTag raw = id3parser::WalkRawFrames(c.tag);
         std::string ids;

@@ -58,11 +58,14 @@ TEST(Serializer, PaddingFillsTheRoomOrStaysSmall)
         uint64_t available, maxPadding;
         size_t alignment, written;
     };
-    const Case cases[] = {
-        {4096, 8192, 1, 4096},      {50, 8192, 1, 110 + 2048}, {4096, 1000, 1, 110 + 1000},
-        {8192, 4000, 1, 110 + 2048}, {110, 8192, 1, 110},      {0, 0, 512, 512},
-        {111, 1, 2, 112},            {0, 0, 2, 110},
-    };
+    const Case cases[] = {{4096, 8192, 1, 4096},
+                          {50, 8192, 1, 110 + 2048},
+                          {4096, 1000, 1, 110 + 1000},
+                          {8192, 4000, 1, 110 + 2048},
+                          {110, 8192, 1, 110},
+                          {0, 0, 512, 512},
+                          {111, 1, 2, 112},
+                          {0, 0, 2, 110}};
     const t_tag tag = TagOf(id3parser::kRevision3, {{kPriv, std::string(90, 'x')}});
     for (const Case& c : cases) {
         const std::string bytes = Written(tag, c.available, c.maxPadding, c.alignment);
@@ -114,13 +117,11 @@ struct SetterCase {
 TEST(Setters, BuildBodies)
 {
     const std::string text = "a\xC3\xA9";
-    const SetterCase cases[] = {
-        {"TIT2", 0, "\0a\xE9\0"s},
-        {"TIT2", 1, "\1"s + Utf16(u"a\u00E9")},
-        {"TIT2", 3, "\3" + text + "\0"s},
-        {"COMM", 0, "\0enga\xE9\0"s},
-        {"USLT", 1, "\1eng"s + Utf16(u"a\u00E9")},
-    };
+    const SetterCase cases[] = {{"TIT2", 0, "\0a\xE9\0"s},
+                                {"TIT2", 1, "\1"s + Utf16(u"a\u00E9")},
+                                {"TIT2", 3, "\3" + text + "\0"s},
+                                {"COMM", 0, "\0enga\xE9\0"s},
+                                {"USLT", 1, "\1eng"s + Utf16(u"a\u00E9")}};
     id3parser::tagCreateContext context;
     for (const SetterCase& c : cases) {
         t_frame frame(FrameId(c.id));
@@ -137,7 +138,8 @@ TEST(Setters, BuildBodies)
     EXPECT_THROW(frame.SetAsString("a", context), writeError);
     EXPECT_THROW(frame.AddString("a"), id3parser::parseError);
     frame.SetAsNumeric("2004");
-    EXPECT_EQ(S(frame.data.view()), "\0"s "2004\0"s);
+    EXPECT_EQ(S(frame.data.view()), "\0"s
+                                    "2004\0"s);
     frame.SetAsURL("http://\xC3\xA9\xE2\x82\xAC");
     EXPECT_EQ(S(frame.data.view()), "http://\xE9?");
     context.encoding = 0;
@@ -162,8 +164,8 @@ TEST(Revision, AChangeKeepsPicturesCommentsAndLyrics)
     };
     t_tag older = tag();
     older.SetRevision(id3parser::kRevision3);
-    EXPECT_EQ(FramesOf(older), "COMM=\1deu"s + Utf16(u"d") + Utf16(u"t") + " APIC=" + picture +
-                                   " USLT=\0engl\0t "s);
+    EXPECT_EQ(FramesOf(older),
+              "COMM=\1deu"s + Utf16(u"d") + Utf16(u"t") + " APIC=" + picture + " USLT=\0engl\0t "s);
     t_tag same = tag();
     same.SetRevision(id3parser::kRevision4);
     EXPECT_EQ(same.Frames().size(), 6u);

@@ -26,7 +26,8 @@ class LibTag : public TL::Tag
 public:
     explicit LibTag(const Bytes& bytes)
     {
-        const TagLib::ByteVector data(reinterpret_cast<const char*>(bytes.data()), static_cast<unsigned>(bytes.size()));
+        const TagLib::ByteVector data(reinterpret_cast<const char*>(bytes.data()),
+                                      static_cast<unsigned>(bytes.size()));
         header()->setData(data.mid(0, 10));
         parse(data.mid(10, header()->tagSize()));
     }
@@ -80,12 +81,14 @@ TEST_P(WrittenTags, AreReadByTagLib)
     const auto* rating = dynamic_cast<const TL::PopularimeterFrame*>(tag.frameList("POPM").front());
     ASSERT_NE(rating, nullptr);
     EXPECT_EQ(rating->rating(), 255);
-    const auto* cover = dynamic_cast<const TL::AttachedPictureFrame*>(tag.frameList("APIC").front());
+    const auto* cover =
+        dynamic_cast<const TL::AttachedPictureFrame*>(tag.frameList("APIC").front());
     ASSERT_NE(cover, nullptr);
     EXPECT_EQ(cover->type(), TL::AttachedPictureFrame::FrontCover);
     EXPECT_EQ(cover->mimeType(), "image/jpeg");
     EXPECT_EQ(cover->description().to8Bit(true), "\xC3\xA9");
-    EXPECT_EQ(cover->picture(), TagLib::ByteVector(picture.data(), static_cast<unsigned>(picture.size())));
+    EXPECT_EQ(cover->picture(),
+              TagLib::ByteVector(picture.data(), static_cast<unsigned>(picture.size())));
 }
 
 TEST_P(WrittenTags, OfTagLibKeepTheirFrames)

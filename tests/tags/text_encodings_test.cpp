@@ -66,10 +66,16 @@ const TextCase kTexts[] = {
     {"two zeros", Frame("TXXX", "\0\0\0"s), 0, "2", "", ""},
     {"1024 strings", Frame("TXXX", std::string(1025, '\0')), 0, "1024", "", ""},
     {"1025 strings", Frame("TXXX", std::string(1026, '\0')), 0, "throws", "", ""},
-    {"UTF-16 little-endian", Frame("TIT2", "\1\xFF\xFE" "A\0"s), 0, "1", "A", "A"},
+    {"UTF-16 little-endian",
+     Frame("TIT2", "\1\xFF\xFE"
+                   "A\0"s),
+     0, "1", "A", "A"},
     {"UTF-16 big-endian", Frame("TIT2", "\1\xFE\xFF\0A"s), 0, "1", "A", "A"},
     {"UTF-16 without mark", Frame("TIT2", "\1A\0"s), 0, "1", "A", "throws"},
-    {"UTF-16 odd byte", Frame("TIT2", "\1\xFF\xFE" "A\0B"s), 0, "1", "A", "A"},
+    {"UTF-16 odd byte",
+     Frame("TIT2", "\1\xFF\xFE"
+                   "A\0B"s),
+     0, "1", "A", "A"},
     {"UTF-16 second string", Frame("TXXX", "\1"s + Utf16(u"a") + Utf16(u"b")), 1, "2", "b", "b"},
     {"UTF-16 pair", Frame("TIT2", "\1"s + Utf16(u"\U0001F600")), 0, "1", kGrin, kGrin},
     {"UTF-16 lone surrogate", Frame("TIT2", "\1\xFF\xFE\0\xD8"s), 0, "1", "\xED\xA0\x80",
@@ -78,12 +84,11 @@ const TextCase kTexts[] = {
     {"UTF-8", Frame("TIT2", "\3" + kEuro), 0, "1", kEuro, kEuro},
     {"UTF-8 beyond the first plane", Frame("TIT2", "\3" + kGrin), 0, "1", kGrin, kGrin},
     {"UTF-8 invalid", Frame("TIT2", "\3\xC3("), 0, "1", "\xC3\x83(", "throws"},
-    {"UTF-8 plane 16", Frame("TIT2", "\3\xF4\x8F\xBF\xBF"), 0, "1",
-     "\xC3\xB4?\xC2\xBF\xC2\xBF", "throws"},
+    {"UTF-8 plane 16", Frame("TIT2", "\3\xF4\x8F\xBF\xBF"), 0, "1", "\xC3\xB4?\xC2\xBF\xC2\xBF",
+     "throws"},
     {"COMM without language", Frame("COMM", "\0en"s), 0, "throws", "throws", "throws"},
     {"COMM descriptor", Frame("COMM", "\0engd\0t"s), 0, "2", "d", "d"},
-    {"COMM text", Frame("COMM", "\0eng\0t"s), 1, "2", "t", "t"},
-};
+    {"COMM text", Frame("COMM", "\0eng\0t"s), 1, "2", "t", "t"}};
 
 TEST(TextEncodings, StringsOfABody)
 {
@@ -128,7 +133,9 @@ TEST(TextEncodings, Urls)
     EXPECT_EQ(user("\0d\0u\x80"s), "u?");
     EXPECT_EQ(user("\3\0u"s), "u");
     EXPECT_EQ(user("\1"s + Utf16(u"d") + "u"), "u");
-    EXPECT_EQ(user("\1\xFF\xFE" "d\0\0"s), "throws"); // half a terminator
+    EXPECT_EQ(user("\1\xFF\xFE"
+                   "d\0\0"s),
+              "throws"); // half a terminator
     EXPECT_EQ(user("\0d"s), "throws");
     EXPECT_EQ(user("\4\0u"s), "throws");
     EXPECT_EQ(user(""), "throws");
@@ -144,14 +151,16 @@ TEST(TextEncodings, Pictures)
     const PictureCase cases[] = {
         {"plain", "\0image/png\0\3d\0xyz"s, "3", "xyz", "d"},
         {"type out of range", "\0\0\x19\0x"s, "0", "x", ""},
-        {"UTF-16", "\1\0\4\xFF\xFE" "d\0\0\0xy"s, "4", "xy", "d"},
+        {"UTF-16",
+         "\1\0\4\xFF\xFE"
+         "d\0\0\0xy"s,
+         "4", "xy", "d"},
         {"no data", "\0image/png\0\3d\0"s, "0", "throws", "d"},
         {"no description", "\0image/png\0\3"s, "0", "throws", ""},
         {"no type", "\0image/png\0"s, "0", "throws", "throws"},
         {"no end of the MIME type", "\0image/png"s, "0", "throws", "throws"},
         {"unknown encoding", "\4\0\3\0x"s, "0", "throws", "throws"},
-        {"empty", "", "0", "throws", "throws"},
-    };
+        {"empty", "", "0", "throws", "throws"}};
     for (const PictureCase& c : cases) {
         const t_frame frame = Frame("APIC", c.body);
         EXPECT_EQ(std::to_string(frame.getPictureType()), c.type) << c.name;
@@ -176,25 +185,23 @@ TEST(CodePages, Utf8SequencesAreDecodedOrRefused)
         size_t taken;
         uint32_t codePoint;
     };
-    const Case cases[] = {
-        {"", 0, 0},
-        {"\0"s, 0, 0},
-        {"a", 1, 'a'},
-        {"\xC3\xA9", 2, 0xE9},
-        {"\xC3", 0, 0},
-        {"\xC1\xBF", 0, 0},
-        {"\xE0\x9F\xBF", 0, 0},
-        {"\xE0\xA0\x80", 3, 0x800},
-        {"\xF0\x8F\xBF\xBF", 0, 0},
-        {"\xF0\x90\x80\x80", 4, 0x10000},
-        {"\xF7\xBF\xBF\xBF", 4, 0x1FFFFF},
-        {"\xF8\x87\xBF\xBF\xBF", 0, 0},
-        {"\xF8\x88\x80\x80\x80", 5, 0x200000},
-        {"\xFD\xBF\xBF\xBF\xBF\xBF", 6, 0x7FFFFFFF},
-        {"\xFE\xBF\xBF\xBF\xBF\xBF", 0, 0},
-        {"\x80", 0, 0},
-        {"\xE2\x82(", 0, 0},
-    };
+    const Case cases[] = {{"", 0, 0},
+                          {"\0"s, 0, 0},
+                          {"a", 1, 'a'},
+                          {"\xC3\xA9", 2, 0xE9},
+                          {"\xC3", 0, 0},
+                          {"\xC1\xBF", 0, 0},
+                          {"\xE0\x9F\xBF", 0, 0},
+                          {"\xE0\xA0\x80", 3, 0x800},
+                          {"\xF0\x8F\xBF\xBF", 0, 0},
+                          {"\xF0\x90\x80\x80", 4, 0x10000},
+                          {"\xF7\xBF\xBF\xBF", 4, 0x1FFFFF},
+                          {"\xF8\x87\xBF\xBF\xBF", 0, 0},
+                          {"\xF8\x88\x80\x80\x80", 5, 0x200000},
+                          {"\xFD\xBF\xBF\xBF\xBF\xBF", 6, 0x7FFFFFFF},
+                          {"\xFE\xBF\xBF\xBF\xBF\xBF", 0, 0},
+                          {"\x80", 0, 0},
+                          {"\xE2\x82(", 0, 0}};
     for (const Case& c : cases) {
         uint32_t codePoint = 99;
         const Bytes bytes = B(c.bytes);
@@ -246,8 +253,7 @@ TEST(Gapless, NumbersOfITunes)
         {"0 1 2", false, 7, 7},
         {"", false, 7, 7},
         {"0 1 0 FFFFFFFFFFFFFFFF", false, 7, 7},
-        {"0 0 0 FFFFFFFFFFFFFFFF", true, 0, UINT64_MAX},
-    };
+        {"0 0 0 FFFFFFFFFFFFFFFF", true, 0, UINT64_MAX}};
     for (const Case& c : cases) {
         uint64_t delay = 7, length = 7;
         EXPECT_EQ(id3parser::parse_apple_gapless(c.text, delay, length), c.found) << c.text;

@@ -80,9 +80,11 @@ void CarriedFrames::Merge(RawTag old)
     const bool headerUnsync = old.flags & tagFlags::kUnsynchronised;
     m_identities.insert(m_added.begin(), m_added.end());
     m_added.clear();
+    const bool sound = old.parses && !old.plainSizes;
+    const bool changesForm = old.revision != m_tag.Revision();
     metaMap fields;
     for (RawFrame& raw : old.frames)
-        if ((old.parses && !old.plainSizes) || MakePassable(raw, old.revision))
+        if (sound || changesForm || MakePassable(raw, old.revision))
             MergeFrame(raw, old.revision, headerUnsync, fields);
     if (m_fields.empty())
         m_fields = std::move(fields);

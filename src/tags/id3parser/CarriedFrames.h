@@ -63,9 +63,9 @@ private:
 
     t_tag m_tag;
     metaMap m_fields;
-    std::vector<WireFrame> m_wire; // by the frames' origin - 1
-    std::set<Identity> m_identities; // of all tags but the last
-    std::vector<Identity> m_added;   // of the last
+    std::vector<WireFrame> m_wire;            // by the frames' origin - 1
+    std::set<Identity> m_identities;          // of all tags but the last
+    std::vector<Identity> m_added;            // of the last
     std::deque<std::vector<uint8_t>> m_owned; // what wire forms and identities point into
 };
 

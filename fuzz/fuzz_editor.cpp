@@ -1,0 +1,248 @@
+// An edit of the tags of a hostile file. An input is a byte that chooses the edit, and
+// the file. Whatever the file is: a refused edit leaves it alone, a successful one
+// leaves a well-formed file that has lost no chunk, and reading gives what was set.
+
+#include "Fuzz.h"
+#include "decode/TagWriter.h"
+#include "support/TempDir.h"
+
+#include <cstring>
+#include <optional>
+#include <set>
+#include <tuple>
+
+// Whether the disk holds the bytes is not what is tested here.
+extern "C" int fsync(int)
+{
+    return 0;
+}
+
+namespace
+{
+
+enum Choice { kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack, kChoices };
+
+struct Part {
+    std::string code;
+    Bytes data;
+    bool operator==(const Part&) const = default;
+    bool IsTag() const { return code == "ID3 " || code == "id3 "; }
+};
+
+size_t Number(const Bytes& file, size_t at)
+{
+    return size_t{file[at]} << 24 | size_t{file[at + 1]} << 16 | size_t{file[at + 2]} << 8 |
+           file[at + 3];
+}
+
+Part PartAt(const Bytes& file, size_t at, size_t size)
+{
+    const auto data = file.begin() + static_cast<ptrdiff_t>(at) + 8;
+    return {std::string(data - 8, data), Bytes(data, data + static_cast<ptrdiff_t>(size))};
+}
+
+bool IsPrintable(const std::string& code)
+{
+    return std::all_of(code.begin(), code.begin() + 4, [](char c) { return c >= ' ' && c <= '~'; });
+}
+
+// The chunks of a file that is nothing but whole chunks; the last may lack its pad byte.
+std::optional<std::vector<Part>> WalkWhole(const Bytes& file, bool printable)
+{
+    std::vector<Part> parts;
+    for (size_t at = 12; at < file.size();) {
+        if (file.size() - at < 8 || Number(file, at + 4) > file.size() - at - 8)
+            return std::nullopt;
+        const size_t size = Number(file, at + 4);
+        parts.push_back(PartAt(file, at, size));
+        parts.back().code.resize(4);
+        if (printable && !IsPrintable(parts.back().code))
+            return std::nullopt;
+        at += 8 + size + size % 2;
+    }
+    return parts;
+}
+
+// The chunks that an edit has to keep: those of the form, the last one with all that
+// the file holds of it, or those of the whole file where it consists of chunks.
+std::vector<Part> PartsOf(const Bytes& file)
+{
+    const size_t formEnd = Number(file, 4) + 8;
+    std::vector<Part> parts;
+    bool isCut = false;
+    size_t at = 12;
+    while (at < formEnd && at + 8 <= file.size() && !isCut) {
+        const size_t size = Number(file, at + 4);
+        isCut = size > file.size() - at - 8 || (size > 0 && at + 8 + size > formEnd);
+        parts.push_back(PartAt(file, at, isCut ? file.size() - at - 8 : size));
+        parts.back().code.resize(4);
+        at += 8 + size + size % 2;
+    }
+    if (isCut || at < file.size())
+        return WalkWhole(file, true).value_or(parts);
+    return parts;
+}
+
+std::vector<Part> WithoutTags(std::vector<Part> parts)
+{
+    std::erase_if(parts, [](const Part& part) { return part.IsTag(); });
+    return parts;
+}
+
+const STNStdReport kSilent = {};
+
+NTag ReadTags(const std::wstring& path)
+{
+    XFile file;
+    clAIFFHandler aiff;
+    NTag tags;
+    int index = -1;
+    if (file.Open(path.c_str()) && aiff.Initialize(file.Handle(), kSilent))
+        InternalReadTags(aiff, &tags, index, kSilent);
+    tags.RemoveTag(L"TagVersion"); // is not kept
+    return tags;
+}
+
+// The order may change where the fields of several tags become one, and fields that
+// stood in front of the damage in a tag may show.
+bool HoldsTags(const NTag& all, const NTag& wanted)
+{
+    std::multiset<std::tuple<XStr, XStr, Bytes>> items;
+    for (long i = 0; i < all.Count(); ++i)
+        items.emplace(all[i].name, all[i].value, all[i].data);
+    for (long i = 0; i < wanted.Count(); ++i) {
+        if (wanted[i].value.empty() && wanted[i].data.empty())
+            continue; // asks for the field to be removed
+        const auto found = items.find({wanted[i].name, wanted[i].value, wanted[i].data});
+        if (found == items.end())
+            return false;
+        items.erase(found);
+    }
+    return true;
+}
+
+constexpr const wchar_t* kPicture = L"_albumart_1_Front Album Cover";
+
+NTag ListFor(int choice, const std::wstring& path)
+{
+    NTag list;
+    if (choice == kSetTitle || choice == kDeleteTitle)
+        list.AddTag(L"Title", choice == kSetTitle ? L"New" : L"");
+    else if (choice == kSetPicture)
+        list.AddTag(kPicture, Text("\x89PNG and so on").data(), 14);
+    else if (choice == kWriteBack)
+        list = ReadTags(path);
+    return list;
+}
+
+bool Edit(int choice, const std::wstring& path, NTag list)
+{
+    const TagWriter::Task task = choice == kDeleteTitle ? TagWriter::Task::DeleteFields
+                                 : choice == kDeleteAll ? TagWriter::Task::DeleteAll
+                                                        : TagWriter::Task::Write;
+    return TagWriter(kSilent).Run(path.c_str(), std::move(list), task);
+}
+
+void CheckTags(int choice, NTag before, NTag after)
+{
+    if (choice == kSetTitle)
+        Require(after.GetTagValue(L"Title") == L"New", "what was set reads back");
+    if (choice == kSetPicture)
+        Require(after.FindElement(kPicture) != nullptr &&
+                    after.FindElement(kPicture)->data.size() == 14,
+                "the picture reads back");
+    if (choice == kDeleteTitle)
+        Require(after.FindElement(L"Title") == nullptr, "what was deleted is gone");
+    if (choice == kDeleteAll)
+        Require(after.Count() == 0, "all tags are gone");
+    if (choice == kWriteBack)
+        Require(HoldsTags(after, before), "writing back what was read loses no tag");
+}
+
+void CheckFile(int choice, const Bytes& before, const Bytes& after)
+{
+    Require(Number(after, 4) == after.size() - 8, "the form fills the file");
+    const auto parts = WalkWhole(after, false);
+    Require(parts.has_value(), "the file consists of chunks");
+    Require(WithoutTags(*parts) == WithoutTags(PartsOf(before)), "all other chunks are kept");
+    const auto tags = std::ranges::count_if(*parts, &Part::IsTag);
+    Require(tags == (choice == kDeleteAll ? 0 : 1), "there is one tag chunk");
+}
+
+Bytes Tag(const std::string& title, size_t padding)
+{
+    const Bytes text = Join({{0}, Text(title)});
+    const Bytes frames = Join({Text("TIT2"), Big(text.size(), 4), Bytes(2), text, Text("PRIV"),
+                               Big(9, 4), Bytes(2), Text("own"), Bytes(1), Text("bytes"),
+                               Bytes(padding)});
+    return Join({Text("ID3"), {3, 0, 0, 0, 0}, {uint8_t(frames.size() >> 7)},
+                 {uint8_t(frames.size() & 0x7F)}, frames});
+}
+
+} // namespace
+
+std::vector<Bytes> Seeds()
+{
+    using Build = void (*)(AiffBuilder&);
+    const Build comm = [](AiffBuilder& file) { file.Comm(1, 16, 44100); };
+    const Build sound = [](AiffBuilder& file) { file.Ssnd(Noise(33)); };
+    const Build tag = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag("Old", 0)); };
+    const Build odd = [](AiffBuilder& file) { file.Chunk("id3 ", Tag("Odd", 40)); };
+    const Build slack = [](AiffBuilder& file) {
+        file.Chunk("ID3 ", Join({Tag("Old", 1), Noise(7)}));
+    };
+    const Build empty = [](AiffBuilder& file) { file.Chunk("ID3 ", {}); };
+    const Build mark = [](AiffBuilder& file) { file.Chunk("MARK", Text("odd")); };
+    const Build stale = [](AiffBuilder& file) { file.FormSize(46); };
+    const Build large = [](AiffBuilder& file) { file.FormSize(4000); };
+    const Build stray = [](AiffBuilder& file) { file.Tail(Text("stray")); };
+    const Build cut = [](AiffBuilder& file) { file.Ssnd(Noise(20), 500); };
+    const std::vector<Build> layouts[] = {
+        {comm, sound},
+        {comm, sound, tag},
+        {tag, comm, sound, mark},
+        {odd, comm, sound, tag},
+        {comm, slack, mark, sound},
+        {comm, sound, odd, tag, empty},
+        {comm, sound, tag, stale},
+        {comm, sound, tag, large, stray},
+        {tag, comm, cut, large},
+        {empty, comm, sound, stray}};
+    std::vector<Bytes> seeds;
+    uint8_t choice = 0;
+    for (const auto& layout : layouts) {
+        AiffBuilder file;
+        for (const Build build : layout)
+            build(file);
+        for (int i = 0; i < 2; ++i)
+            seeds.push_back(Join({{uint8_t(choice++ % kChoices)}, file.Build()}));
+    }
+    return seeds;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
+{
+    static const TempDir dir;
+    if (size < 1)
+        return 0;
+    const int choice = bytes[0] % kChoices;
+    const Bytes before(bytes + 1, bytes + size);
+    const std::string name = dir.Write("a.aiff", before);
+    const std::wstring path(name.begin(), name.end());
+    const NTag tags = ReadTags(path);
+    if (choice == kWriteBack && tags.Count() == 0)
+        return 0;
+    const bool isDone = Edit(choice, path, ListFor(choice, path));
+    const Bytes after = ReadFile(name);
+    Require(isDone || after == before, "a refused edit leaves the file alone");
+    Require(std::distance(std::filesystem::directory_iterator(dir.Path("")), {}) == 1,
+            "no other file stays behind");
+    if (after != before)
+        CheckFile(choice, before, after);
+    if (!isDone || after == before)
+        return 0;
+    CheckTags(choice, tags, ReadTags(path));
+    Require(Edit(choice, path, ListFor(choice, path)), "the edit can be made once more");
+    Require(ReadFile(name) == after, "the same edit once more changes nothing");
+    return 0;
+}

@@ -1,0 +1,17 @@
+#include "host/AudioWriter.h"
+
+#include "host/FlacWriter.h"
+#include "host/WavWriter.h"
+
+namespace host
+{
+
+std::unique_ptr<AudioWriter> AudioWriter::Make(AudioFormat format, OutputFile& output,
+                                               const std::vector<TagItem>& tags)
+{
+    if (format == AudioFormat::Flac)
+        return std::make_unique<FlacWriter>(output, tags);
+    return std::make_unique<WavWriter>(output, tags);
+}
+
+} // namespace host

@@ -1,0 +1,159 @@
+// Edits and the file system: what a file is besides its bytes, and who else has it open.
+
+#include "Layouts.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <sys/xattr.h>
+
+namespace
+{
+
+class FileTest : public PluginTest
+{
+protected:
+    Layout First() const { return Make("", {TagChunk(Tag("Old")), kCommon, kSound}, "Old"); }
+    Layout Last() const { return Make("", {kCommon, kSound, TagChunk(Tag("Old"))}, "Old"); }
+    const Edit set = AllEdits()[0];
+};
+
+// Runs a function in a process of another user; what it returns.
+template <class Body>
+int AsNobody(Body&& body)
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(setgid(65534) == 0 && setuid(65534) == 0 ? body() : 99);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
+{
+    const std::string path = dir.Write("a.aiff", First().file);
+    const std::string link = dir.Path("link.aiff");
+    std::filesystem::create_symlink("a.aiff", link);
+    const bool isRoot = geteuid() == 0;
+    ASSERT_TRUE(!isRoot || chown(path.c_str(), 12345, 23456) == 0);
+    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+    const bool hasAttributes = setxattr(path.c_str(), "user.mark", "green", 5, 0) == 0;
+    struct stat before = {};
+    struct stat after = {};
+    ASSERT_EQ(stat(path.c_str(), &before), 0);
+
+    EXPECT_EQ(ApplyEdit(plugin, link, set), 1);
+    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    EXPECT_NE(after.st_ino, before.st_ino) << "was not replaced";
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+    std::array<char, 8> value = {};
+    if (hasAttributes)
+        EXPECT_EQ(getxattr(path.c_str(), "user.mark", value.data(), value.size()), 5);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(WhatIsWrong(First(), set, ReadFile(path)), "");
+    EXPECT_EQ(FilesIn(dir), 2);
+}
+
+TEST_F(FileTest, EditAtTheEndKeepsTheFile)
+{
+    const std::string path = dir.Write("a.aiff", Last().file);
+    struct stat before = {};
+    struct stat after = {};
+    ASSERT_EQ(stat(path.c_str(), &before), 0);
+    EXPECT_EQ(ApplyEdit(plugin, path, set), 1);
+    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+}
+
+TEST_F(FileTest, UserWhoMayNotWriteIsRefused)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs to be root to become somebody else";
+    const std::string path = dir.Write("a.aiff", First().file);
+    ASSERT_EQ(chmod(dir.Path("").c_str(), 0755), 0);
+    ASSERT_EQ(chmod(path.c_str(), 0644), 0);
+    const auto edit = [&] { return ApplyEdit(plugin, path, set, &report); };
+    EXPECT_EQ(AsNobody(edit), 0);
+    EXPECT_NE(report.Take(kError).find("Error opening file"), std::string::npos);
+    // A file that may be written in a folder that may not.
+    ASSERT_EQ(chmod(path.c_str(), 0666), 0);
+    EXPECT_EQ(AsNobody(edit), 0);
+    EXPECT_NE(report.Take(kError).find("Permission denied"), std::string::npos);
+    EXPECT_EQ(ReadFile(path), First().file);
+    // One whose owner cannot be kept.
+    ASSERT_EQ(chmod(dir.Path("").c_str(), 0777), 0);
+    EXPECT_EQ(AsNobody(edit), 0);
+    EXPECT_EQ(ReadFile(path), First().file);
+    EXPECT_EQ(FilesIn(dir), 1);
+    // Control: at the end of the file neither is needed.
+    (void)dir.Write("a.aiff", Last().file);
+    ASSERT_EQ(chmod(path.c_str(), 0666), 0);
+    EXPECT_EQ(AsNobody(edit), 1);
+}
+
+TEST_F(FileTest, SecondWriterFailsAtOnceAndReadersGoOn)
+{
+    const std::string path = dir.Write("a.aiff", Last().file);
+    const int other = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    EXPECT_EQ(ApplyEdit(plugin, path, set, &report), 0);
+    EXPECT_NE(report.Take(kError).find("check no other program has it open"), std::string::npos);
+    EXPECT_EQ(ReadFile(path), Last().file);
+    EXPECT_EQ(ValueOf(ReadTags(plugin, path), "Title"), "Old");
+    close(other);
+    Instance reader(plugin);
+    ASSERT_EQ(reader.Open(path, 1 + 8), 1);
+    EXPECT_EQ(ApplyEdit(plugin, path, set), 1);
+}
+
+TEST_F(FileTest, DecodingGoesOnWhileTheFileIsEdited)
+{
+    for (const Layout& layout : {First(), Last()})
+        for (const bool same : {true, false}) {
+            const std::string path = dir.Write("a.aiff", layout.file);
+            Instance host(plugin);
+            Instance other(plugin);
+            ASSERT_EQ(host.Open(path, 1 + 8), 1);
+            ASSERT_EQ(host.Seek(3), 1);
+            const std::wstring wide = Wide(path);
+            EXPECT_EQ(plugin.DeleteATag((same ? host : other).handle, wide.c_str(), nullptr), 1);
+            EXPECT_EQ(host.Rest(),
+                      HostOrder(Bytes(kSound.data.begin() + 14, kSound.data.end()), 16));
+            ASSERT_EQ(host.Seek(0), 1);
+            EXPECT_EQ(host.Rest(),
+                      HostOrder(Bytes(kSound.data.begin() + 8, kSound.data.end()), 16));
+            EXPECT_TRUE(ReadTags(plugin, path).empty());
+        }
+}
+
+TEST_F(FileTest, FileCannotGrowBeyondFourGibibytes)
+{
+    constexpr int64_t kSize = (int64_t{1} << 32) - 100000;
+    Bytes head = AiffBuilder().Chunk(kCommon.code, kCommon.data).Ssnd({}).Build();
+    PutSize(head, 4, static_cast<size_t>(kSize - 8));
+    PutSize(head, 12 + 26 + 4, static_cast<size_t>(kSize - 12 - 26 - 8));
+    const std::string path = dir.Write("a.aiff", head);
+    if (truncate(path.c_str(), kSize) != 0)
+        GTEST_SKIP() << "no sparse file of 4 GiB here";
+    const auto edit = [&](size_t pictureSize) {
+        return Edit{
+            "", Edit::Set, {{"_albumart_1_Front Album Cover", "", Bytes(pictureSize, 'p')}}};
+    };
+    EXPECT_EQ(ApplyEdit(plugin, path, edit(150000), &report), 0);
+    EXPECT_NE(report.Take(kError).find("4 GiB"), std::string::npos);
+    std::ifstream file(path, std::ios::binary);
+    Bytes now(head.size());
+    file.read(reinterpret_cast<char*>(now.data()), std::ssize(now));
+    EXPECT_EQ(now, head);
+    EXPECT_EQ(std::filesystem::file_size(path), static_cast<uintmax_t>(kSize));
+    // Control: a smaller one fits.
+    EXPECT_EQ(ApplyEdit(plugin, path, edit(50000)), 1);
+    EXPECT_EQ(ValueOf(ReadTags(plugin, path), "_albumart_1_Front Album Cover").size(), 50000U);
+}
+
+} // namespace

@@ -1,0 +1,160 @@
+// Every edit of every layout.
+
+#include "Layouts.h"
+
+#include <aifffile.h>
+#include <attachedpictureframe.h>
+#include <id3v2tag.h>
+#include <sndfile.h>
+#include <tpropertymap.h>
+
+namespace
+{
+
+using LayoutTest = PluginTest;
+
+Bytes SamplesBySndfile(const std::string& path)
+{
+    SF_INFO info = {};
+    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    if (file == nullptr)
+        return Text(sf_strerror(nullptr));
+    Bytes samples(static_cast<size_t>(info.frames) * 2);
+    samples.resize(static_cast<size_t>(sf_read_raw(file, samples.data(), std::ssize(samples))));
+    sf_close(file);
+    return samples;
+}
+
+Bytes SoundOf(const Layout& layout)
+{
+    for (const Chunk& chunk : layout.others)
+        if (chunk.code == "SSND")
+            return {chunk.data.begin() + 8,
+                    chunk.data.end() - static_cast<long>(chunk.data.size() % 2)};
+    return {};
+}
+
+// What TagLib says against what was set.
+void CompareWithTagLib(const std::string& path, const Layout& layout, const Edit& edit)
+{
+    TagLib::RIFF::AIFF::File file(path.c_str(), false);
+    ASSERT_TRUE(file.isValid());
+    ASSERT_EQ(file.hasID3v2Tag(),
+              edit.kind == Edit::Set || (edit.kind == Edit::Delete && layout.hasTag));
+    const auto& frames = file.tag()->frameListMap();
+    EXPECT_EQ(frames.contains("GEOB"), file.hasID3v2Tag() && layout.hasForeign);
+    const auto frame = [&](const char* id) {
+        const auto found = frames.find(id);
+        return found == frames.end() || found->second.size() != 1
+                   ? TagLib::String("none")
+                   : found->second.front()->toString();
+    };
+    EXPECT_EQ(frame("TIT2"), edit.kind == Edit::Set ? "New" : "none");
+    for (const Item& item : edit.items) {
+        if (item.name == "Artist") {
+            EXPECT_EQ(frame("TPE1"), "Me/You");
+        }
+        if (item.data.empty())
+            continue;
+        ASSERT_EQ(frames["APIC"].size(), 1U);
+        const auto* picture =
+            dynamic_cast<TagLib::ID3v2::AttachedPictureFrame*>(frames["APIC"].front());
+        ASSERT_NE(picture, nullptr);
+        const TagLib::ByteVector data = picture->picture();
+        EXPECT_EQ(Bytes(data.begin(), data.end()), item.data);
+        EXPECT_EQ(picture->mimeType(), "image/png");
+    }
+}
+
+TEST_F(LayoutTest, EditsKeepEverythingElse)
+{
+    for (const Layout& layout : EditableLayouts())
+        for (const Edit& edit : AllEdits()) {
+            SCOPED_TRACE(layout.name + ": " + edit.name);
+            const std::string path = dir.Write("a.aiff", layout.file);
+            EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
+            const Bytes edited = ReadFile(path);
+            if (edit.kind != Edit::Set && !layout.hasTag) {
+                EXPECT_EQ(edited, layout.file);
+                continue;
+            }
+            EXPECT_EQ(WhatIsWrong(layout, edit, edited), "");
+            CompareWithTagLib(path, layout, edit);
+            if (const Bytes sound = SoundOf(layout); !sound.empty()) {
+                EXPECT_EQ(WhatReadsWrong(plugin, path, layout, edit), "");
+                EXPECT_EQ(SamplesBySndfile(path), sound);
+            }
+            EXPECT_EQ(FilesIn(dir), 1);
+            EXPECT_EQ(report.Take(kError).find("left as it"), std::string::npos);
+            // Once more: nothing is left to be done.
+            EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
+            EXPECT_EQ(ReadFile(path), edited);
+        }
+}
+
+TEST_F(LayoutTest, WritingBackWhatWasReadHarmsNothing)
+{
+    for (const Layout& layout : EditableLayouts()) {
+        SCOPED_TRACE(layout.name);
+        const std::string path = dir.Write("a.aiff", layout.file);
+        const Edit same{"same", Edit::Set, ReadTags(plugin, path)};
+        if (same.items.empty())
+            continue;
+        EXPECT_EQ(ApplyEdit(plugin, path, same), 1);
+        EXPECT_EQ(WhatIsWrong(layout, same, ReadFile(path)), "");
+        EXPECT_EQ(ReadTags(plugin, path), same.items);
+    }
+}
+
+TEST_F(LayoutTest, RefusedEditsLeaveTheFileAndSayWhy)
+{
+    for (const Layout& layout : RefusedLayouts())
+        for (const Edit& edit : AllEdits()) {
+            SCOPED_TRACE(layout.name + ": " + edit.name);
+            const std::string path = dir.Write("a.aiff", layout.file);
+            (void)report.Take(kError);
+            const int32_t result = ApplyEdit(plugin, path, edit, &report);
+            EXPECT_EQ(ReadFile(path), layout.file);
+            if (edit.kind == Edit::Set || layout.hasTag) {
+                EXPECT_EQ(result, 0);
+                EXPECT_NE(report.Take(kError).find("left as it is"), std::string::npos);
+            }
+            EXPECT_EQ(FilesIn(dir), 1);
+        }
+}
+
+TEST_F(LayoutTest, RealFilesAreEditedOrRefusedWhole)
+{
+    size_t count = 0;
+    for (const char* const folder : {static_cast<const char*>(AIFF_CORPUS_PATH),
+                                     static_cast<const char*>(std::getenv("AIFF_CORPUS"))}) {
+        if (folder == nullptr || !std::filesystem::is_directory(folder))
+            continue;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            const Bytes before = ReadFile(entry.path().string());
+            if (before.size() < 12 || Text("FORM") != Bytes(before.begin(), before.begin() + 4))
+                continue;
+            ++count;
+            SCOPED_TRACE(entry.path().filename().string());
+            const bool lost = entry.path().filename() == "padded24b.aif";
+            Instance host(plugin);
+            const std::string path = dir.Write("a.aiff", before);
+            const Bytes sound = host.Open(path, 1) == 1 ? host.Rest() : Bytes();
+            for (const Edit& edit : AllEdits()) {
+                const int32_t result = ApplyEdit(plugin, path, edit);
+                EXPECT_TRUE(!lost || edit.kind != Edit::Set || result == 0) << edit.name;
+                if (result == 0) {
+                    EXPECT_EQ(ReadFile(path), before);
+                } else if (ReadFile(path) != before) {
+                    EXPECT_NO_THROW((void)WalkStrictly(ReadFile(path))) << edit.name;
+                }
+                Instance after(plugin);
+                EXPECT_EQ(after.Open(path, 1) == 1 ? after.Rest() : Bytes(), sound) << edit.name;
+            }
+        }
+    }
+    if (count == 0)
+        GTEST_SKIP() << "no corpus of real files";
+}
+
+} // namespace

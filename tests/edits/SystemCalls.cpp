@@ -1,0 +1,196 @@
+#include "SystemCalls.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#if defined(__GLIBC__) && !defined(AIFF_SANITIZED)
+#define AIFF_OWN_MALLOC 1
+#endif
+
+namespace SystemCalls
+{
+
+#ifdef AIFF_OWN_MALLOC
+const bool canFailAllocations = true;
+#else
+const bool canFailAllocations = false; // a sanitizer brings an allocator of its own
+#endif
+
+namespace
+{
+
+bool isOn = false;
+bool isFull = false;
+Fault fault = Fault::None;
+long struckCall = 0;
+long allocations = 0;
+Counts counts;
+
+[[noreturn]] void Die()
+{
+    kill(getpid(), SIGKILL);
+    _exit(1);
+}
+
+} // namespace
+
+void Start(Fault newFault, long call)
+{
+    fault = newFault;
+    struckCall = call;
+    allocations = 0;
+    counts = {};
+    isFull = false;
+    isOn = true;
+}
+
+Counts Stop()
+{
+    isOn = false;
+    return counts;
+}
+
+// Whether this call is to fail; errno says how.
+bool Strikes(const char* name)
+{
+    if (!isOn || ++counts.calls != struckCall || fault == Fault::None || fault == Fault::NoMemory)
+        return false;
+    counts.struck = true;
+    counts.last = name;
+    if (fault == Fault::Kills)
+        Die();
+    errno = fault == Fault::Interrupts ? EINTR : fault == Fault::DiskFull ? ENOSPC : EIO;
+    return fault != Fault::KillsInside;
+}
+
+bool StrikesAllocation()
+{
+    if (!isOn || fault != Fault::NoMemory || ++allocations != struckCall)
+        return false;
+    counts.struck = true;
+    counts.last = "malloc";
+    return true;
+}
+
+ssize_t Write(int fd, const void* bytes, size_t size, int64_t position)
+{
+    if (isFull) {
+        isFull = false;
+        errno = ENOSPC;
+        return -1;
+    }
+    const bool fails = Strikes("pwrite");
+    const bool isStruck = isOn && counts.calls == struckCall;
+    if (fails && (fault != Fault::DiskFull || size < 2))
+        return -1;
+    isFull = fails;
+    if (isStruck && (fault == Fault::DiskFull || fault == Fault::KillsInside))
+        size /= 2;
+    const ssize_t done = syscall(SYS_pwrite64, fd, bytes, size, position);
+    if (isStruck && fault == Fault::KillsInside)
+        Die();
+    if (isOn && done > 0) {
+        ++counts.writes;
+        counts.written += done;
+    }
+    return done;
+}
+
+} // namespace SystemCalls
+
+using SystemCalls::Strikes;
+
+#define AIFF_IN_FRONT extern "C" __attribute__((visibility("default")))
+
+AIFF_IN_FRONT ssize_t pwrite(int fd, const void* bytes, size_t size, off_t position)
+{
+    return SystemCalls::Write(fd, bytes, size, position);
+}
+
+AIFF_IN_FRONT ssize_t pwrite64(int fd, const void* bytes, size_t size, off_t position)
+{
+    return SystemCalls::Write(fd, bytes, size, position);
+}
+
+// The arguments pass on as they are.
+#define AIFF_CALL(name, number, parameters, ...)                                                   \
+    AIFF_IN_FRONT int name parameters                                                              \
+    {                                                                                              \
+        return Strikes(#name) ? -1 : static_cast<int>(syscall(number, __VA_ARGS__));               \
+    }
+
+AIFF_CALL(ftruncate, SYS_ftruncate, (int fd, off_t size), fd, size)
+AIFF_CALL(ftruncate64, SYS_ftruncate, (int fd, off_t size), fd, size)
+AIFF_CALL(rename, SYS_rename, (const char* from, const char* to), from, to)
+AIFF_CALL(unlink, SYS_unlink, (const char* path), path)
+AIFF_CALL(fchmod, SYS_fchmod, (int fd, mode_t mode), fd, mode)
+AIFF_CALL(fchown, SYS_fchown, (int fd, uid_t user, gid_t group), fd, user, group)
+AIFF_CALL(fstat, SYS_fstat, (int fd, struct stat* status), fd, status)
+AIFF_CALL(fsetxattr, SYS_fsetxattr,
+          (int fd, const char* name, const void* value, size_t size, int flags), fd, name, value,
+          size, flags)
+
+// What reaches the disk and when is not what is tested here.
+AIFF_IN_FRONT int fsync(int)
+{
+    return Strikes("fsync") ? -1 : 0;
+}
+
+// Under its own name it would hide the record of fcntl.
+AIFF_IN_FRONT int LockFile(int fd, int operation) __asm__("flock");
+int LockFile(int fd, int operation)
+{
+    return Strikes("flock") ? -1 : static_cast<int>(syscall(SYS_flock, fd, operation));
+}
+
+AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
+{
+    return Strikes("pread") ? -1 : syscall(SYS_pread64, fd, out, size, position);
+}
+
+AIFF_IN_FRONT ssize_t flistxattr(int fd, char* list, size_t size)
+{
+    return Strikes("flistxattr") ? -1 : syscall(SYS_flistxattr, fd, list, size);
+}
+
+AIFF_IN_FRONT ssize_t fgetxattr(int fd, const char* name, void* value, size_t size)
+{
+    return Strikes("fgetxattr") ? -1 : syscall(SYS_fgetxattr, fd, name, value, size);
+}
+
+AIFF_IN_FRONT int open(const char* path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const int mode = (flags & O_CREAT) != 0 ? va_arg(more, int) : 0;
+    va_end(more);
+    return Strikes("open") ? -1
+                           : static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+AIFF_IN_FRONT int __open_2(const char* path, int flags)
+{
+    return open(path, flags);
+}
+
+#ifdef AIFF_OWN_MALLOC
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_calloc(size_t count, size_t size);
+
+AIFF_IN_FRONT void* malloc(size_t size)
+{
+    return SystemCalls::StrikesAllocation() ? nullptr : __libc_malloc(size);
+}
+
+AIFF_IN_FRONT void* calloc(size_t count, size_t size)
+{
+    return SystemCalls::StrikesAllocation() ? nullptr : __libc_calloc(count, size);
+}
+#endif
