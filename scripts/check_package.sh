@@ -11,7 +11,9 @@ trap 'rm -rf "$work"' EXIT
 package=$(ls "$work"/*.deb)
 lintian --fail-on error "$package"
 dpkg-deb -x "$package" "$work/root"
-for file in bin/aiffconv include/qvcodec.h share/man/man1/aiffconv.1.gz; do
+for file in bin/aiffconv include/qvcodec.h share/man/man1/aiffconv.1.gz \
+    share/bash-completion/completions/aiffconv share/zsh/vendor-completions/_aiffconv \
+    share/fish/vendor_completions.d/aiffconv.fish share/doc/aiffconv/HOST_GUIDE.md; do
     [ -e "$work/root/usr/$file" ] || { echo "$file is missing in the package" >&2; exit 1; }
 done
 "$build/bin/make_aiff" "$work/tone.aiff" --type aiff --bits 16 --channels 2 --rate 44100 --seconds 1

@@ -1,6 +1,7 @@
 #include "host/AiffSource.h"
 
 #include "decode/CommonChunk.h"
+#include "host/ChunkCode.h"
 #include "support/DiskFile.h"
 
 #include <algorithm>
@@ -18,22 +19,6 @@ constexpr int64_t kMostPassedBytes = 256 * 1024 * 1024;
 constexpr size_t kRateOffset = 8;
 constexpr size_t kRateSize = 10;
 
-std::string CodeText(uint32_t code)
-{
-    std::string text;
-    for (int i = 0; i < 4; ++i)
-        text.push_back(static_cast<char>(code >> 8 * i));
-    return text;
-}
-
-bool IsText(uint32_t code)
-{
-    for (int i = 0; i < 4; ++i, code >>= 8)
-        if ((code & 0xFF) < 0x20 || (code & 0xFF) > 0x7E)
-            return false;
-    return true;
-}
-
 bool IsCommonOrSound(uint32_t code)
 {
     return clAIFFHandler::CompareID(code, kChunkCommon, true) ||
@@ -45,17 +30,19 @@ bool IsCommonOrSound(uint32_t code)
 bool AiffSource::IsAiff(const std::string& path)
 {
     m_file = DiskFile::Open(path, XFile::Access::Read);
-    std::array<uint8_t, 4> code;
-    return m_file != nullptr && m_file->ReadAt(0, code) == code.size() &&
-           clAIFFHandler::CompareID(uint32_t{code[0]} | uint32_t{code[1]} << 8 |
-                                        uint32_t{code[2]} << 16 | uint32_t{code[3]} << 24,
-                                    kChunkForm, true);
+    std::array<uint8_t, kFormHeaderSize> header;
+    if (m_file == nullptr || m_file->ReadAt(0, header) != header.size() ||
+        !clAIFFHandler::CompareID(CodeAt(&header[0]), kChunkForm, true))
+        return false;
+    const uint32_t type = CodeAt(&header[8]); // there are other forms, too
+    return clAIFFHandler::CompareID(type, kFormTypeAIFF, true) ||
+           clAIFFHandler::CompareID(type, kFormTypeAIFC, true);
 }
 
 bool AiffSource::Open(std::string& problem)
 {
     if (!m_aiff.Initialize(m_file, {})) {
-        problem = "is too short to be an AIFF file";
+        problem = "cannot be read";
         return false;
     }
     return ReadFormat(problem) && FindSound(problem);
@@ -80,8 +67,8 @@ bool AiffSource::ReadFormat(std::string& problem)
     const int channels = clAIFFHandler::SizeToInt(body.data());
     const int bits = clAIFFHandler::SizeToInt(&body[6]);
     if (common.wfx.FormatTag() != kTagPCM) {
-        problem = "holds audio coded as '" + CodeText(common.compressionType) +
-                  "', and of AIFF-C only 'NONE' and 'sowt' can be encoded";
+        problem = "holds audio coded as " + CodeText(common.compressionType) +
+                  ", and of AIFF-C only 'NONE' and 'sowt' can be encoded";
         return false;
     }
     if (channels < 1 || bits < 1 || bits > kMostBits || channels * ((bits + 7) / 8) > UINT16_MAX) {
@@ -125,7 +112,7 @@ bool AiffSource::ListChunks(clPassAIFFChunks& chunks, std::string& problem)
             chunks.AddInternal(chunk.ID, nullptr, 0, false);
             continue;
         }
-        if (!IsText(chunk.ID)) {
+        if (!IsTextCode(chunk.ID)) {
             m_lost = "has no chunk where one is due (a pad byte may be missing)";
             return true;
         }
@@ -146,7 +133,7 @@ void AiffSource::PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks)
 {
     std::vector<uint8_t> data(static_cast<size_t>(chunk.nSize));
     if (IsCut(chunk) || m_file->ReadAt(chunk.FileDataPosition, data) != data.size())
-        m_lost = "is cut off within its chunk '" + CodeText(chunk.ID) + "'";
+        m_lost = "is cut off within its chunk " + CodeText(chunk.ID);
     else
         chunks.AddInternal(chunk.ID, data.data(), static_cast<uint32_t>(data.size()), false);
 }

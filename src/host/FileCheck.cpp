@@ -2,6 +2,7 @@
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/HeaderReader.h"
+#include "host/ChunkCode.h"
 #include "host/SoundCheck.h"
 #include "support/DiskFile.h"
 #include "tags/TagFields.h"
@@ -27,28 +28,6 @@ struct ChunkHeader {
 std::string Number(int64_t value)
 {
     return std::to_string(value);
-}
-
-std::string CodeText(uint32_t code)
-{
-    std::string text = "'";
-    for (int i = 0; i < 4; ++i, code >>= 8)
-        text.push_back(static_cast<char>(code));
-    return text + "'";
-}
-
-bool IsText(uint32_t code)
-{
-    for (int i = 0; i < 4; ++i, code >>= 8)
-        if ((code & 0xFF) < 0x20 || (code & 0xFF) > 0x7E)
-            return false;
-    return true;
-}
-
-uint32_t CodeAt(const uint8_t* bytes)
-{
-    return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
-           uint32_t{bytes[3]} << 24;
 }
 
 class FormCheck
@@ -147,10 +126,10 @@ bool FormCheck::ReadHeader(int64_t position, ChunkHeader& chunk)
 bool FormCheck::FindHeader(ChunkHeader& chunk)
 {
     const bool found = ReadHeader(m_position, chunk);
-    if (found && IsText(chunk.code))
+    if (found && IsTextCode(chunk.code))
         return true;
     ChunkHeader earlier;
-    if (m_afterOddChunk && ReadHeader(m_position - 1, earlier) && IsText(earlier.code) &&
+    if (m_afterOddChunk && ReadHeader(m_position - 1, earlier) && IsTextCode(earlier.code) &&
         earlier.nSize <= m_end - m_position + 1 - kChunkHeaderSize) {
         Say("lacks the pad byte behind the chunk " + m_previous + ", which has an odd size");
         --m_position;
@@ -196,7 +175,7 @@ void FormCheck::CheckPad(uint32_t code, int64_t position)
         return;
     }
     ChunkHeader next;
-    const bool missing = ReadHeader(position, next) && IsText(next.code);
+    const bool missing = ReadHeader(position, next) && IsTextCode(next.code);
     const auto pad = m_headers.At(position, 1);
     if (!missing && !pad.empty() && pad[0] != 0)
         Say("has a pad byte that is not zero, behind the chunk " + m_previous);

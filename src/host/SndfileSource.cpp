@@ -102,7 +102,8 @@ bool SndfileSource::ReadRaw(XMem& block)
     if (!block.SetUsed(size))
         return false;
     const sf_count_t count = sf_read_raw(m_file.get(), block.Data(), static_cast<sf_count_t>(size));
-    if (count < 0 || !block.SetUsed(static_cast<size_t>(count)))
+    // A file that is cut off may end within a frame.
+    if (count < 0 || !block.SetUsed(static_cast<size_t>(count - count % m_format.nBlockAlign)))
         return false;
     clAIFFHandler::ByteSwap(block, SampleBits());
     return true;

@@ -1,6 +1,7 @@
 #include "host/SoundCheck.h"
 
 #include "aiff/AIFFHandler.h"
+#include "host/ChunkCode.h"
 
 #include <algorithm>
 #include <array>
@@ -47,8 +48,7 @@ void SoundCheck::TakeCommon(const XFile& file, int64_t position, int64_t size, c
     m_bits = clAIFFHandler::SizeToInt(&body[6]);
     m_rate = clAIFFHandler::ConvertFromIeeeExtended(&body[8]);
     m_namesCompression = size >= kCommonSizeWithType;
-    for (size_t i = 0; i < 4; ++i)
-        m_compression |= uint32_t{body[18 + i]} << 8 * i;
+    m_compression = CodeAt(&body[kLeastCommonSize]);
 }
 
 void SoundCheck::TakeSound(const XFile& file, int64_t position, int64_t size, const Say& say)
@@ -97,11 +97,8 @@ void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
     }
     const uint16_t tag =
         isAifc ? clAIFFHandler::CompID2WFXFormatTag(m_compression) : uint16_t{kTagPCM};
-    std::string code;
-    for (int i = 0; i < 4; ++i)
-        code.push_back(static_cast<char>(m_compression >> 8 * i));
     if (tag == kTagUnknown)
-        say("has an unknown compression '" + code + "'");
+        say("has an unknown compression " + CodeText(m_compression));
     const bool plain = tag == kTagPCM || tag == kTagLittleEndianPCM;
     if (plain && possible && m_soundKnown)
         CompareFrames(say);

@@ -47,4 +47,25 @@ TEST(Interruption, LeavesNoUnfinishedOutputAndNoNewFolder)
     }
 }
 
+TEST(Interruption, LeavesNoHalfAiffFile)
+{
+    const Workplace place;
+    // A WAV file whose gigabyte of silence takes no room on the disk, but time to encode.
+    const uint32_t size = 1u << 30;
+    const std::string length("\0\0\0\x40", 4);
+    place.Write("in.wav", std::string("RIFF\x24\0\0\x40WAVEfmt \x10\0\0\0\1\0\1\0\x44\xAC\0\0"
+                                      "\x88\x58\1\0\2\0\x10\0data",
+                                      40) +
+                              length);
+    std::filesystem::resize_file(place.Path("in.wav"), size + 44);
+    const pid_t child = Start(place, {"encode", "in.wav", "-o", "new/"});
+    while (place.Names().size() < 3 && waitpid(child, nullptr, WNOHANG) == 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    kill(child, SIGTERM);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130);
+    EXPECT_EQ(place.Names(), std::vector<std::string>{"in.wav"});
+}
+
 } // namespace
