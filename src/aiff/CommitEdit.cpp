@@ -116,9 +116,13 @@ bool TryChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& write
 
 } // namespace
 
-CommitResult CommitEdit(const FileEdit& edit, const EditTarget& target, int64_t tailStart)
+CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailStart)
 {
     DiskFile& file = *target.File();
+    if (!edit.KeepMovedBytes(tailStart)) {
+        errno = EIO;
+        return CommitResult::Unchanged;
+    }
     if (edit.MovesBaseBytes() || GrowsInside(edit, tailStart))
         return ReplaceFile(file, target.Path(), edit) ? CommitResult::Done
                                                       : CommitResult::Unchanged;

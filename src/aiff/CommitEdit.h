@@ -10,8 +10,8 @@ enum class CommitResult {
     Damaged    // and what was written could not be taken back
 };
 
-// Makes the file what the edit says. Where no byte of the file changes its place, the
-// file is changed as it lies, in an order in which the audio can be found after every
+// Makes the file what the edit says. Where no byte in front of the tail changes its
+// place, the file is changed as it lies, in an order in which the audio can be found after every
 // single write, and put back when a write fails. Otherwise a changed copy takes the
 // file's place in one step.
 //
@@ -19,5 +19,4 @@ enum class CommitResult {
 // tailStart  position of the chunk at the end of the form that the edit adds or
 //            changes, or the end of the form when there is none
 // When it fails, errno says why.
-[[nodiscard]] CommitResult CommitEdit(const FileEdit& edit, const EditTarget& target,
-                                      int64_t tailStart);
+[[nodiscard]] CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailStart);

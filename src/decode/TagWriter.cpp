@@ -192,7 +192,7 @@ bool TagWriter::RemoveTagChunk(int index)
            m_aiff.RemoveChunkFromFile(index);
 }
 
-bool TagWriter::CarryOut(const FileEdit& edit, const EditTarget& target, const wchar_t* path)
+bool TagWriter::CarryOut(FileEdit& edit, const EditTarget& target, const wchar_t* path)
 {
     if (m_aiff.GetFormSize() > int64_t{std::numeric_limits<uint32_t>::max()})
         return Fail(path, L"it would exceed 4 GiB, the file is left as it was");

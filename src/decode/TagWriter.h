@@ -34,7 +34,7 @@ public:
 
 private:
     bool WorkOut(NTag&& tags, Task task, bool& changes);
-    bool CarryOut(const FileEdit& edit, const EditTarget& target, const wchar_t* path);
+    bool CarryOut(FileEdit& edit, const EditTarget& target, const wchar_t* path);
     bool MayReplaceSound() const;
     int LastTagChunk() const;
     bool AddTagChunk(NTag&& tags);

@@ -1,5 +1,6 @@
 #include "support/FileAttributes.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <sys/types.h>
@@ -19,8 +20,14 @@ bool CopyExtendedAttributes(int from, int to)
         if (length < 0)
             return false;
         std::vector<char> value(static_cast<size_t>(length));
-        if (fgetxattr(from, name, value.data(), value.size()) != length ||
-            fsetxattr(to, name, value.data(), value.size(), 0) != 0)
+        std::vector<char> present(value.size() + 1);
+        if (fgetxattr(from, name, value.data(), value.size()) != length)
+            return false;
+        // A new file gets some from its folder that may not be set, as security labels.
+        if (fgetxattr(to, name, present.data(), present.size()) == length &&
+            std::equal(value.begin(), value.end(), present.begin()))
+            continue;
+        if (fsetxattr(to, name, value.data(), value.size(), 0) != 0)
             return false;
     }
     return true;

@@ -204,6 +204,21 @@ bool FileEdit::MovesBaseBytes() const
     });
 }
 
+bool FileEdit::KeepMovedBytes(int64_t from)
+{
+    for (Piece& piece : m_pieces) {
+        if (piece.source == Source::New || piece.start == piece.basePosition || piece.start < from)
+            continue;
+        std::vector<uint8_t> bytes(static_cast<size_t>(piece.length));
+        if (m_base->ReadAt(piece.basePosition, bytes) != bytes.size())
+            return false;
+        piece.source = Source::New;
+        piece.bytes = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
+        piece.bytesOffset = 0;
+    }
+    return true;
+}
+
 std::vector<FileEdit::Change> FileEdit::Changes() const
 {
     std::vector<Change> changes;

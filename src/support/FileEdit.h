@@ -33,6 +33,10 @@ public:
     // Whether bytes of the base stand at another position now.
     bool MovesBaseBytes() const;
 
+    // Takes bytes of the base that stand elsewhere now, from a position on, into memory:
+    // they become changes. False when they cannot be read.
+    [[nodiscard]] bool KeepMovedBytes(int64_t from);
+
     // A range of the content that is new. `bytes` belongs to the edit.
     struct Change {
         int64_t position = 0;

@@ -169,6 +169,7 @@ struct Layout {
     std::string title;         // that reading shows
     bool hasTag = false;       // the index shows a tag chunk that is not empty
     bool hasForeign = false;   // a tag that can be read holds kForeignFrame
+    friend void PrintTo(const Layout& layout, std::ostream* out) { *out << layout.name; }
 };
 
 inline const Chunk kCommon{"COMM", Join({Big(1, 2), Big(500, 4), Big(16, 2), Extended(44100)})};

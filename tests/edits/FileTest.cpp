@@ -61,13 +61,16 @@ TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
 
 TEST_F(FileTest, EditAtTheEndKeepsTheFile)
 {
-    const std::string path = dir.Write("a.aiff", Last().file);
-    struct stat before = {};
-    struct stat after = {};
-    ASSERT_EQ(stat(path.c_str(), &before), 0);
-    EXPECT_EQ(ApplyEdit(plugin, path, set), 1);
-    ASSERT_EQ(stat(path.c_str(), &after), 0);
-    EXPECT_EQ(after.st_ino, before.st_ino);
+    const Chunk tag = TagChunk(Tag("Old"));
+    for (const Layout& layout : {Last(), Make("", {kCommon, kSound, tag, TagChunk(Tag("B", 1))})}) {
+        const std::string path = dir.Write("a.aiff", layout.file);
+        struct stat before = {};
+        struct stat after = {};
+        ASSERT_EQ(stat(path.c_str(), &before), 0);
+        EXPECT_EQ(ApplyEdit(plugin, path, set), 1);
+        ASSERT_EQ(stat(path.c_str(), &after), 0);
+        EXPECT_EQ(after.st_ino, before.st_ino);
+    }
 }
 
 TEST_F(FileTest, UserWhoMayNotWriteIsRefused)

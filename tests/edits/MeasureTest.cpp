@@ -223,7 +223,9 @@ TEST_F(MeasureTest, TimeAndCallsAreLinear)
             EXPECT_EQ(host.Open(path, QV_OPEN_READ_TAGS), 1);
             seconds[large] = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
         }
-        RecordProperty(growing.name, std::to_string(seconds[0]) + " " + std::to_string(seconds[1]) + " " + std::to_string(calls[0]) + " " + std::to_string(calls[1]));
+        RecordProperty(growing.name, std::to_string(seconds[0]) + " " + std::to_string(seconds[1]) +
+                                         " " + std::to_string(calls[0]) + " " +
+                                         std::to_string(calls[1]));
         EXPECT_LT(calls[1], 10 * calls[0] + 100);
         EXPECT_LT(seconds[1], 25 * seconds[0] + 0.1);
     }
