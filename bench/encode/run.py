@@ -2,6 +2,7 @@
 """Measures `aiffconv encode` and batches against other programs, side by side.
 
   bench/encode/run.py [--build build/release] [--rounds 9] [--mb 400] [--files 2000]
+                      [--only encode|folder]
 
 Rounds go through all programs in turn, so that a busy machine slows each of them alike;
 shown are medians, and ratios of the medians. Results are compared before anything is
@@ -33,7 +34,7 @@ def make_wav(path, megabytes):
 
 
 def run(command):
-    """Wall-clock and processor seconds, and the most memory in kilobytes."""
+    """Wall-clock and processor seconds."""
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     start = time.perf_counter()
     subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stdin=subprocess.DEVNULL)
@@ -140,12 +141,15 @@ def main():
     options.add_argument("--rounds", default=9, type=int)
     options.add_argument("--mb", default=400, type=int)
     options.add_argument("--files", default=2000, type=int)
+    options.add_argument("--only", choices=["encode", "folder"])
     chosen = options.parse_args()
     aiffconv = chosen.build.resolve() / "bin" / "aiffconv"
     with tempfile.TemporaryDirectory(prefix="aiff-bench-") as folder:
         work = pathlib.Path(folder)
-        bench_encode(aiffconv, work, chosen.mb, chosen.rounds)
-        bench_folder(aiffconv, work, chosen.files, max(chosen.rounds // 3, 1))
+        if chosen.only != "folder":
+            bench_encode(aiffconv, work, chosen.mb, chosen.rounds)
+        if chosen.only != "encode":
+            bench_folder(aiffconv, work, chosen.files, max(chosen.rounds // 3, 1))
 
 
 main()
