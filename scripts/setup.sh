@@ -11,9 +11,8 @@ set -euo pipefail
 
 packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
     libtag1-dev)
-packages_test=(libgtest-dev libgmock-dev nginx-light curl ffmpeg sndfile-programs python3
-    python3-mutagen parallel)
-packages_ci=(clang clang-format libclang-rt-14-dev lintian)
+packages_test=(libgtest-dev nginx-light ffmpeg parallel)
+packages_ci=(clang clang-format libclang-rt-14-dev lintian python3 strace sox sndfile-programs)
 
 is_installed() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
