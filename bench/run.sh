@@ -5,7 +5,7 @@ set -eu
 root=$(CDPATH='' cd -- "$(dirname -- "$0")/.." && pwd)
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-if ! (cd "$root" && cmake --preset release && cmake --build build/release --target bench) \
+if ! (cd "$root" && cmake --preset release -DAIFF_BENCH=ON && cmake --build build/release --target bench) \
     > "$log" 2>&1; then
     cat "$log" >&2
     exit 1
