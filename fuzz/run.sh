@@ -18,7 +18,7 @@ run() {
     mkdir -p "$corpus"
     "$bin/${target}_replay" --write "$corpus" >/dev/null
     [ -f "$dictionary" ] || dictionary=fuzz/aiff.dict
-    "$bin/$target" "$corpus" -dict="$dictionary" -max_total_time="$seconds" -timeout=20 \
+    "$bin/$target" "$corpus" -dict="$dictionary" -max_total_time="$seconds" -timeout=20 -seed=1 \
         -rss_limit_mb=2048 -artifact_prefix="$corpus-" -print_final_stats=1 \
         >"$corpus.log" 2>&1 || { tail -n 40 "$corpus.log"; echo "$target: a finding" >&2; return 1; }
     echo "$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "$corpus.log") runs, no finding"
