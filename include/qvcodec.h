@@ -122,7 +122,9 @@ typedef struct STQvOpenDecoder {
     uint32_t nPropertiesDataSize;   /* plug-in: bytes at pPropertiesData */
 } STQvOpenDecoder;
 
-/* One block of decoded audio, at most 65536 bytes of whole sample frames. */
+/* One block of decoded audio, at most 65536 bytes of whole sample frames. Only where a
+ * decode range with an end of its own runs past sound data that stops within a frame may
+ * the last block do so, too. */
 typedef struct STQvAudioBlock {
     const uint8_t* pData;      /* plug-in: little-endian PCM; owned by the instance until the
                                   next DecodeBlock, SetPosition, Close or Destroy */
