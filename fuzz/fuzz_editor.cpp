@@ -111,14 +111,56 @@ bool HoldsTags(const NTag& all, const NTag& wanted)
     for (long i = 0; i < all.Count(); ++i)
         items.emplace(all[i].name, all[i].value, all[i].data);
     for (long i = 0; i < wanted.Count(); ++i) {
-        if (wanted[i].value.empty() && wanted[i].data.empty())
-            continue; // asks for the field to be removed
         const auto found = items.find({wanted[i].name, wanted[i].value, wanted[i].data});
         if (found == items.end())
             return false;
         items.erase(found);
     }
     return true;
+}
+
+// The items that an edit does not name. The pictures' names count them, so they are
+// compared only where none comes or goes.
+NTag Untouched(int choice, NTag tags)
+{
+    if (choice == kSetTitle || choice == kDeleteTitle)
+        tags.RemoveTag(L"Title");
+    if (choice == kSetPicture)
+        tags.DropTagsBeginUnderScore(0);
+    return tags;
+}
+
+// 0 when it is no tag without flags, of a revision that is kept, within its chunk.
+size_t TagSize(const Bytes& tag)
+{
+    if (tag.size() < 10 || std::string(tag.begin(), tag.begin() + 3) != "ID3" || tag[3] < 3 ||
+        tag[3] > 4 || tag[5] != 0 || ((tag[6] | tag[7] | tag[8] | tag[9]) & 0x80) != 0)
+        return 0;
+    const size_t size =
+        10 + (size_t{tag[6]} << 21 | size_t{tag[7]} << 14 | size_t{tag[8]} << 7 | tag[9]);
+    return size <= tag.size() ? size : 0;
+}
+
+// The plain short frames at the front of a tag that mean nothing to us.
+std::vector<Bytes> ForeignFrames(const Bytes& tag)
+{
+    std::vector<Bytes> frames;
+    for (size_t at = 10; at + 10 < TagSize(tag);) {
+        const size_t size = Number(tag, at + 4);
+        const bool isPlain = std::all_of(tag.begin() + static_cast<ptrdiff_t>(at),
+                                         tag.begin() + static_cast<ptrdiff_t>(at) + 4,
+                                         [](uint8_t c) { return c >= '0' && c <= 'Z'; });
+        if (!isPlain || size == 0 || size > 127 || size > TagSize(tag) - at - 10 ||
+            tag[at + 8] != 0 || tag[at + 9] != 0)
+            break;
+        const auto begin = tag.begin() + static_cast<ptrdiff_t>(at);
+        const Bytes frame(begin, begin + static_cast<ptrdiff_t>(size) + 10);
+        const std::string code(begin, begin + 4);
+        if ((code == "PRIV" || code == "GEOB") && std::ranges::find(frame, 0xFF) == frame.end())
+            frames.push_back(frame);
+        at += frame.size();
+    }
+    return frames;
 }
 
 constexpr const wchar_t* kPicture = L"_albumart_1_Front Album Cover";
@@ -164,8 +206,15 @@ void CheckTags(int choice, bool keepsAll, const NTag& before, NTag after)
         Require(after.FindElement(L"Title") == nullptr, "what was deleted is gone");
     if (choice == kDeleteAll)
         Require(after.Count() == 0, "all tags are gone");
-    if (choice == kWriteBack && keepsAll)
-        Require(HoldsTags(after, before), "writing back what was read loses no tag");
+    else if (keepsAll)
+        Require(HoldsTags(after, Untouched(choice, before)), "what the edit does not name stays");
+}
+
+void CheckFrames(const Part& before, const Bytes& after)
+{
+    for (const Bytes& frame : ForeignFrames(before.data))
+        Require(std::search(after.begin(), after.end(), frame.begin(), frame.end()) != after.end(),
+                "foreign frames stay");
 }
 
 void CheckFile(int choice, const std::vector<Part>& before, const Bytes& after)
@@ -178,18 +227,33 @@ void CheckFile(int choice, const std::vector<Part>& before, const Bytes& after)
     Require(tags == (choice == kDeleteAll ? 0 : 1), "there is one tag chunk");
 }
 
-Bytes Tag(const std::string& title, size_t padding)
+// Sizes stay below 128 bytes, where all revisions write them alike.
+Bytes Frame(const char* code, const std::string& body)
 {
-    const Bytes text = Join({{0}, Text(title)});
-    const Bytes frames =
-        Join({Text("TIT2"), Big(text.size(), 4), Bytes(2), text, Text("PRIV"), Big(9, 4), Bytes(2),
-              Text("own"), Bytes(1), Text("bytes"), Bytes(padding)});
-    return Join({Text("ID3"),
-                 {3, 0, 0, 0, 0},
-                 {uint8_t(frames.size() >> 7)},
-                 {uint8_t(frames.size() & 0x7F)},
-                 frames});
+    return Join({Text(code), Big(body.size(), 4), Bytes(2), Text(body)});
 }
+
+Bytes Tag(const Bytes& frames, size_t padding, uint8_t revision = 3)
+{
+    const size_t size = frames.size() + padding;
+    return Join({Text("ID3"),
+                 {revision, 0, 0, 0, 0, uint8_t(size >> 7), uint8_t(size & 0x7F)},
+                 frames,
+                 Bytes(padding)});
+}
+
+const Bytes kFew = Join({Frame("TIT2", {"\0Old", 4}), Frame("PRIV", {"own\0bytes", 9})});
+const Bytes kMany =
+    Join({kFew, Frame("TPE1", {"\0", 1}), Frame("TPE2", {"\0a/b", 4}),
+          Frame("TYER", {"\0"
+                         "2004",
+                         5}),
+          Frame("TDAT", {"\0"
+                         "1503",
+                         5}),
+          Frame("TCON", {"\0(17)", 5}), Frame("COMM", {"\0engx\0y", 7}),
+          Frame("USLT", {"\0eng\0", 5}), Frame("TXXX", {"\0k\0", 3}), Frame("POPM", {"a\0\x40", 3}),
+          Frame("WXXX", {"\0\0http://b", 10}), Frame("APIC", {"\0image/png\0\3\0\x89PNG", 17})});
 
 } // namespace
 
@@ -198,10 +262,12 @@ std::vector<Bytes> Seeds()
     using Build = void (*)(AiffBuilder&);
     const Build comm = [](AiffBuilder& file) { file.Comm(1, 16, 44100); };
     const Build sound = [](AiffBuilder& file) { file.Ssnd(Noise(33)); };
-    const Build tag = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag("Old", 0)); };
-    const Build odd = [](AiffBuilder& file) { file.Chunk("id3 ", Tag("Odd", 40)); };
+    const Build tag = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(kFew, 0)); };
+    const Build many = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(kMany, 0)); };
+    const Build newer = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(kMany, 20, 4)); };
+    const Build odd = [](AiffBuilder& file) { file.Chunk("id3 ", Tag(kFew, 40)); };
     const Build slack = [](AiffBuilder& file) {
-        file.Chunk("ID3 ", Join({Tag("Old", 1), Noise(7)}));
+        file.Chunk("ID3 ", Join({Tag(kFew, 1), Noise(7)}));
     };
     const Build empty = [](AiffBuilder& file) { file.Chunk("ID3 ", {}); };
     const Build mark = [](AiffBuilder& file) { file.Chunk("MARK", Text("odd")); };
@@ -211,6 +277,8 @@ std::vector<Bytes> Seeds()
     const Build cut = [](AiffBuilder& file) { file.Ssnd(Noise(20), 500); };
     const std::vector<Build> layouts[] = {{comm, sound},
                                           {comm, sound, tag},
+                                          {comm, sound, many},
+                                          {comm, newer, sound},
                                           {tag, comm, sound, mark},
                                           {odd, comm, sound, tag},
                                           {comm, slack, mark, sound},
@@ -220,13 +288,12 @@ std::vector<Bytes> Seeds()
                                           {tag, comm, cut, large},
                                           {empty, comm, sound, stray}};
     std::vector<Bytes> seeds;
-    uint8_t choice = 0;
     for (const auto& layout : layouts) {
         AiffBuilder file;
         for (const Build build : layout)
             build(file);
-        for (int i = 0; i < 2; ++i)
-            seeds.push_back(Join({{uint8_t(choice++ % kChoices)}, file.Build()}));
+        for (uint8_t choice = 0; choice < kChoices; ++choice)
+            seeds.push_back(Join({{choice}, file.Build()}));
     }
     return seeds;
 }
@@ -253,7 +320,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     bool isCut = false;
     const std::vector<Part> parts = PartsOf(before, isCut);
     CheckFile(choice, parts, after);
-    CheckTags(choice, KeepsRevision(parts, isCut), tags, ReadTags(path));
+    const bool keepsAll = KeepsRevision(parts, isCut);
+    CheckTags(choice, keepsAll, tags, ReadTags(path));
+    if (keepsAll && choice != kDeleteAll)
+        CheckFrames(*std::ranges::find_if(parts, &Part::IsTag), after);
     Require(Edit(choice, path, ListFor(choice, path)), "the edit can be made once more");
     Require(ReadFile(name) == after, "the same edit once more changes nothing");
     return 0;
