@@ -168,7 +168,7 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
         {2, 16, 44100, "FL64", 3, "CD  (Lossless)", "Left, Right"},
         {1, 8, 15937, "alaw", 6, "Low  (Lossy)", "Center"},
         {1, 8, 15938, "ALAW", 6, "Medium  (Lossy)", "Center"},
-        {0, 8, 127500, "ulaw", 7, "Medium  (Lossy)", ""},
+        {0, 8, 127500, "ulaw", 7, "Low  (Lossy)", ""},
         {2, 4, 31875, "ULAW", 7, "Medium  (Lossy)", "Left, Right"}, // at the limit
         {2, 8, 15938, "Sowt", 65535, "Medium  (Lossy)", "Left, Right"},
         // Bits per second are counted in 32 bits, signed.

@@ -13,8 +13,9 @@ void XAudioWFX::Assign(int channels, int64_t samplesPerSec, int bitsPerSample)
     m_format.nSamplesPerSec = static_cast<uint32_t>(samplesPerSec);
     m_format.nBitsPerSample = static_cast<uint16_t>(bitsPerSample);
     const int64_t frameBytes = int64_t{channels} * bitsPerSample / 8;
-    m_format.nBlockAlign = std::max<uint16_t>(static_cast<uint16_t>(frameBytes), 1);
-    const uint32_t secondBytes = m_format.nSamplesPerSec * uint32_t{m_format.nBlockAlign};
+    const auto blockAlign = static_cast<uint16_t>(frameBytes);
+    const uint32_t secondBytes = m_format.nSamplesPerSec * uint32_t{blockAlign};
+    m_format.nBlockAlign = std::max<uint16_t>(blockAlign, 1);
     m_format.nAvgBytesPerSec = std::max<uint32_t>(secondBytes, 1);
 }
 

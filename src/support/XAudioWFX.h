@@ -8,8 +8,8 @@ class XAudioWFX
 {
 public:
     // A plain format (tag PCM, no extra bytes) from the fields of a file. Values
-    // that the format's fields cannot hold are cut to their width; the sizes of a
-    // frame and of a second are at least one byte, whatever the file says.
+    // that the format's fields cannot hold are cut to their width. A frame of less
+    // than a byte counts as one byte, and so does a second of such frames.
     void Assign(int channels, int64_t samplesPerSec, int bitsPerSample);
 
     void SetFormatTag(uint16_t tag) { m_format.nFormatTag = tag; }
