@@ -1,7 +1,6 @@
 // The tags and properties of a stream.
 
 #include "decode/AudioProps.h"
-#include "decode/DecodeSteps.h"
 #include "decode/StreamingDecoder.h"
 
 using StdReport::Operation;
@@ -19,17 +18,6 @@ const XMem* clsStreamingwavedecoder::ReadIDTags(XStr&)
         return nullptr;
     operation.Succeed();
     return &m_tagBuffer;
-}
-
-const XMem* clsStreamingwavedecoder::FillAudioProps(const XStr& properties)
-{
-    const Operation operation(m_report, "FillAudioProps");
-    m_propertiesBuffer.Clear();
-    if (!PullOutCOMMnSSND() ||
-        !DecodeSteps::EncodeProps(CollectProps(properties), m_report, m_propertiesBuffer))
-        return nullptr;
-    operation.Succeed();
-    return &m_propertiesBuffer;
 }
 
 // What would need the chunk index of a file is left out.

@@ -2,12 +2,9 @@
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/FormWalk.h"
-#include "decode/DecodeSteps.h"
 #include "decode/StreamingDecoder.h"
 
 #include <array>
-
-using DecodeSteps::kPullOut;
 
 namespace
 {

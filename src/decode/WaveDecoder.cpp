@@ -1,8 +1,5 @@
 #include "decode/WaveDecoder.h"
 
-#include "decode/DecodeSteps.h"
-
-using DecodeSteps::kPullOut;
 using StdReport::Operation;
 
 bool clWaveDecoder::Initialize(XFileHandle file, const STNStdReport& report, int64_t rangeStart,
@@ -19,12 +16,17 @@ bool clWaveDecoder::Initialize(XFileHandle file, const STNStdReport& report, int
     return m_aiff.Initialize(std::move(file), m_report);
 }
 
-void clWaveDecoder::Close(STQvEncoderFluid)
+void clWaveDecoder::Close(const STQvEncoderFluid&)
 {
     const Operation operation(m_report, "Close");
+    Release();
+    operation.Succeed();
+}
+
+void clWaveDecoder::Release()
+{
     m_aiff.Destroy();
     m_file.Close();
-    operation.Succeed();
 }
 
 bool clWaveDecoder::PullOutCOMMnSSND()
@@ -71,89 +73,26 @@ bool clWaveDecoder::ReadCOMM(const STRIFFChunk& chunk)
     return true;
 }
 
-bool clWaveDecoder::FillAudioInfo(STQvAudioInfo* info)
+bool clWaveDecoder::StandAtStart()
 {
-    const Operation operation(m_report, "FillAudioInfo");
-    if (!PullOutCOMMnSSND())
-        return false;
-    const XAudioWFX& wfx = m_common.wfx;
-    const int64_t length = m_range.LengthBytes(wfx);
-    wfx.CopyBasicTo(&info->WaveFormat);
-    info->nLengthBytes = length;
-    info->nBitRate = wfx.BitRate();
-    info->nLengthMS = wfx.CalcmsTime(length);
-    return operation.Succeed();
-}
-
-bool clWaveDecoder::PrepareToDecodeAudio(STQvAudioInfo* info)
-{
-    const Operation operation(m_report, DecodeSteps::kPrepare);
-    if (!PullOutCOMMnSSND())
-        return false;
-    const XAudioWFX& wfx = m_common.wfx;
-    if (!DecodeSteps::CheckFormat(wfx, m_report))
-        return false;
     StdReport::WriteDEBUG(L"Setting Position in File", m_report);
-    m_position = m_range.DecodeFrom(wfx);
-    m_remaining = m_range.LengthBytes(wfx);
-    if (!m_file.SetPosition(m_position)) {
-        StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report,
-                              DecodeSteps::kPrepare);
-        return false;
-    }
-    wfx.CopyBasicTo(&info->WaveFormat);
-    return operation.Succeed();
+    if (Seek(m_position))
+        return true;
+    StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report, kPrepare);
+    return false;
 }
 
-// Reads the next block into the decode buffer. Less than a frame that remains is
-// dropped: the buffer then stays as it was.
-bool clWaveDecoder::ReadDataBlock()
+bool clWaveDecoder::Seek(int64_t position)
 {
-    const int64_t size = DecodeSteps::NextBlockSize(m_common.wfx, m_remaining);
-    if (size == 0)
-        return true;
-    const auto count = static_cast<size_t>(size);
-    if (!m_decodeBuffer.ReserveForRead(count, m_position)) {
-        StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report,
-                              DecodeSteps::kReadDataBlock);
-        return false;
-    }
-    if (m_file.ReadAt(m_position, {m_decodeBuffer.Data(), count}) != count) {
-        StdReport::WriteERROR({L"Error reading data from file."}, m_report,
-                              DecodeSteps::kReadDataBlock);
-        return false;
-    }
-    (void)m_decodeBuffer.SetUsed(count); // reserved above
-    m_remaining -= size;
-    m_position += size;
-    return true;
+    return m_file.SetPosition(position);
 }
 
-bool clWaveDecoder::DecodeBlock(STQvAudioBlock* block)
+bool clWaveDecoder::ReadSound(std::span<uint8_t> bytes)
 {
-    const XAudioWFX& wfx = m_common.wfx;
-    block->nPositionMS = wfx.CalcmsTime(SubtractSaturated(m_position, m_range.DecodeFrom(wfx)));
-    if (m_remaining == 0) {
-        block->nLastBlock = 1;
-        return true;
-    }
-    if (!ReadDataBlock())
-        return false;
-    DecodeSteps::FillBlock(m_decodeBuffer, wfx, m_common.littleEndian, block);
-    block->nLastBlock = m_remaining == 0 ? 1 : 0;
-    return true;
+    return m_file.ReadAt(m_position, bytes) == bytes.size();
 }
 
 bool clWaveDecoder::SetPosition(int64_t frame)
 {
-    const XAudioWFX& wfx = m_common.wfx;
-    const int64_t position = m_range.PositionOf(frame, wfx);
-    if (!m_file.SetPosition(position)) {
-        StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report,
-                              DecodeSteps::kSetPosition);
-        return false;
-    }
-    m_position = position;
-    m_remaining = m_range.DecodeTo(wfx) - position;
-    return true;
+    return MoveTo(m_range.PositionOf(frame, m_common.wfx));
 }

@@ -1,21 +1,7 @@
 // The audio properties of a file.
 
 #include "decode/AudioProps.h"
-#include "decode/DecodeSteps.h"
 #include "decode/WaveDecoder.h"
-
-using StdReport::Operation;
-
-const XMem* clWaveDecoder::FillAudioProps(const XStr& properties)
-{
-    const Operation operation(m_report, "FillAudioProps");
-    m_propertiesBuffer.Clear();
-    if (!PullOutCOMMnSSND() ||
-        !DecodeSteps::EncodeProps(CollectProps(properties), m_report, m_propertiesBuffer))
-        return nullptr;
-    operation.Succeed();
-    return &m_propertiesBuffer;
-}
 
 NTag clWaveDecoder::CollectProps(const XStr& properties) const
 {

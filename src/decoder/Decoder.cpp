@@ -24,11 +24,11 @@ std::vector<XStr> UnpackNames(const wchar_t* names)
 
 } // namespace
 
-// Calls `body` with the decoder that fits the input, as the stream knows it now.
-template <class Body>
-bool clDecoder::WithDecoder(const Body& body)
+SoundDecoder& clDecoder::Fitting()
 {
-    return m_stream.FromInterent() ? body(m_streamDecoder) : body(m_fileDecoder);
+    if (m_stream.FromInterent())
+        return m_streamDecoder;
+    return m_fileDecoder;
 }
 
 bool clDecoder::Open(STQvOpenDecoder* open)
@@ -44,11 +44,8 @@ bool clDecoder::Open(STQvOpenDecoder* open)
     if (!InitializeDecoder())
         return false;
     StdReport::WriteDEBUG(L"Read Audio Information", m_report);
-    return WithDecoder([this, open](auto& decoder) {
-               FillTexts(decoder, open);
-               return FillAudio(decoder, open);
-           }) &&
-           operation.Succeed();
+    FillTexts(open);
+    return FillAudio(open) && operation.Succeed();
 }
 
 bool clDecoder::OpenInput(const wchar_t* name)
@@ -56,6 +53,8 @@ bool clDecoder::OpenInput(const wchar_t* name)
     StdReport::WriteDEBUG(L"Opening file '", m_report, nullptr, false);
     StdReport::WriteDEBUG(name != nullptr ? name : L"", m_report, nullptr, false);
     StdReport::WriteDEBUG(L"' for read access: ", m_report, nullptr, false);
+    if (name != nullptr)
+        m_fileDecoder.Release();
     if (name == nullptr || !m_stream.Open(name)) {
         if (name != nullptr && !m_stream.OpenFault().empty())
             StdReport::WriteINFO({L"Cannot open stream: ", m_stream.OpenFault()}, m_report, kOpen);
@@ -76,9 +75,9 @@ bool clDecoder::InitializeDecoder()
 }
 
 // Tags and properties that cannot be had do not make Open fail.
-template <class D>
-void clDecoder::FillTexts(D& decoder, STQvOpenDecoder* open)
+void clDecoder::FillTexts(STQvOpenDecoder* open)
 {
+    SoundDecoder& decoder = Fitting();
     const uint32_t flags = open->nFlags;
     XStr tagDescription;
     if ((flags & (QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES)) != 0) {
@@ -97,9 +96,9 @@ void clDecoder::FillTexts(D& decoder, STQvOpenDecoder* open)
     }
 }
 
-template <class D>
-bool clDecoder::FillAudio(D& decoder, STQvOpenDecoder* open)
+bool clDecoder::FillAudio(STQvOpenDecoder* open)
 {
+    SoundDecoder& decoder = Fitting();
     const uint32_t flags = open->nFlags;
     if ((flags & (QV_OPEN_AUDIO_INFO | QV_OPEN_PREPARE_DECODE)) != 0) {
         StdReport::WriteDEBUG(L"Writing Audio Information", m_report);
@@ -128,14 +127,13 @@ bool clDecoder::Close(const STQvEncoderFluid* fluid)
 
 bool clDecoder::DecodeBlock(STQvAudioBlock* block)
 {
-    return WithDecoder([block](auto& decoder) { return decoder.DecodeBlock(block); });
+    return Fitting().DecodeBlock(block);
 }
 
 bool clDecoder::SetPosition(int64_t frame)
 {
     const Operation operation(m_report, "SetPosition");
-    return WithDecoder([frame](auto& decoder) { return decoder.SetPosition(frame); }) &&
-           operation.Succeed();
+    return Fitting().SetPosition(frame) && operation.Succeed();
 }
 
 bool clDecoder::DeleteATag(const wchar_t* path, const wchar_t* names)

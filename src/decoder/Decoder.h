@@ -24,12 +24,10 @@ public:
 private:
     bool OpenInput(const wchar_t* name);
     bool InitializeDecoder();
-    template <class D>
-    void FillTexts(D& decoder, STQvOpenDecoder* open);
-    template <class D>
-    bool FillAudio(D& decoder, STQvOpenDecoder* open);
-    template <class Body>
-    bool WithDecoder(const Body& body);
+    // The decoder for the input as the stream knows it now.
+    SoundDecoder& Fitting();
+    void FillTexts(STQvOpenDecoder* open);
+    bool FillAudio(STQvOpenDecoder* open);
 
     XFileHTTPStream m_stream;
     STNStdReport m_report;

@@ -1,0 +1,122 @@
+#include "decode/SoundDecoder.h"
+
+#include "aiff/AIFFHandler.h"
+
+using StdReport::Operation;
+
+bool SoundDecoder::FillAudioInfo(STQvAudioInfo* info)
+{
+    const Operation operation(m_report, "FillAudioInfo");
+    if (!PullOutCOMMnSSND())
+        return false;
+    const XAudioWFX& wfx = m_common.wfx;
+    const int64_t length = m_range.LengthBytes(wfx);
+    const int64_t milliseconds = m_lengthUnknown ? 0 : wfx.CalcmsTime(length);
+    wfx.CopyBasicTo(&info->WaveFormat);
+    info->nLengthBytes = length;
+    info->nBitRate = wfx.BitRate();
+    info->nLengthMS = milliseconds;
+    TraceLength(milliseconds, length);
+    return operation.Succeed();
+}
+
+bool SoundDecoder::PrepareToDecodeAudio(STQvAudioInfo* info)
+{
+    const Operation operation(m_report, kPrepare);
+    if (!PullOutCOMMnSSND() || !CheckFormat())
+        return false;
+    m_position = m_range.DecodeFrom(m_common.wfx);
+    m_remaining = m_range.LengthBytes(m_common.wfx);
+    if (!StandAtStart())
+        return false;
+    m_common.wfx.CopyBasicTo(&info->WaveFormat);
+    return operation.Succeed();
+}
+
+// Shows the format in the trace.
+bool SoundDecoder::CheckFormat() const
+{
+    const XAudioWFX& wfx = m_common.wfx;
+    StdReport::WriteDEBUG(L"WFX (on file): ", m_report, nullptr, false);
+    StdReport::WriteDEBUG({StdReport::IsOn(m_report.hDebug) ? wfx.WFXToString() : XStr()},
+                          m_report);
+    if (wfx.FormatTag() == kTagPCM)
+        return true;
+    StdReport::WriteERROR({L"Error - file has compressed audio (not supported)."}, m_report,
+                          kPrepare);
+    return false;
+}
+
+bool SoundDecoder::DecodeBlock(STQvAudioBlock* block)
+{
+    const XAudioWFX& wfx = m_common.wfx;
+    const int64_t offset = SubtractSaturated(m_position, m_range.DecodeFrom(wfx));
+    block->nPositionMS = m_lengthUnknown ? 0 : wfx.CalcmsTime(offset);
+    if (m_remaining == 0) {
+        block->nLastBlock = 1;
+        return true;
+    }
+    if (!ReadDataBlock())
+        return false;
+    if (!m_common.littleEndian)
+        clAIFFHandler::ByteSwap(m_decodeBuffer, wfx.BitsPerSample());
+    block->pData = m_decodeBuffer.Data();
+    block->nDataSize = static_cast<uint32_t>(m_decodeBuffer.Used());
+    wfx.CopyBasicTo(&block->WaveFormat);
+    block->nBitRate = wfx.BitRate();
+    block->nDurationMS = wfx.CalcmsTime(static_cast<int64_t>(m_decodeBuffer.Used()));
+    block->nLastBlock = m_remaining == 0 ? 1 : 0;
+    return true;
+}
+
+// Reads the next block into the decode buffer. Less than a frame that remains is
+// dropped: the buffer then stays as it was.
+bool SoundDecoder::ReadDataBlock()
+{
+    constexpr const char* kReadDataBlock = "ReadDataBlock";
+    const XAudioWFX& wfx = m_common.wfx;
+    if (m_remaining < wfx.BlockAlign())
+        m_remaining = 0;
+    const int64_t size = std::min(wfx.BlockAlignBuffer(kBlockBytes), m_remaining);
+    if (size == 0)
+        return true;
+    const auto count = static_cast<size_t>(size);
+    if (!m_decodeBuffer.ReserveForRead(count, m_position)) {
+        StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report, kReadDataBlock);
+        return false;
+    }
+    if (!ReadSound({m_decodeBuffer.Data(), count})) {
+        StdReport::WriteERROR({L"Error reading data from file."}, m_report, kReadDataBlock);
+        return false;
+    }
+    (void)m_decodeBuffer.SetUsed(count); // reserved above
+    m_remaining -= size;
+    m_position += size;
+    return true;
+}
+
+bool SoundDecoder::MoveTo(int64_t position)
+{
+    if (!Seek(position)) {
+        StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report, "SetPosition");
+        return false;
+    }
+    m_position = position;
+    m_remaining = m_range.DecodeTo(m_common.wfx) - position;
+    return true;
+}
+
+const XMem* SoundDecoder::FillAudioProps(const XStr& properties)
+{
+    const Operation operation(m_report, "FillAudioProps");
+    m_propertiesBuffer.Clear();
+    if (!PullOutCOMMnSSND())
+        return nullptr;
+    const NTag props = CollectProps(properties);
+    for (long i = 0; i < props.Count(); ++i)
+        StdReport::WriteDEBUGWithPrefix({L"\t", props[i].name, L": "}, {props[i].value}, m_report);
+    if (!props.ToRawMemory(m_propertiesBuffer))
+        return nullptr;
+    operation.Succeed();
+    return &m_propertiesBuffer;
+}
