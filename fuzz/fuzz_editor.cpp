@@ -147,9 +147,9 @@ std::vector<Bytes> ForeignFrames(const Bytes& tag)
     std::vector<Bytes> frames;
     for (size_t at = 10; at + 10 < TagSize(tag);) {
         const size_t size = Number(tag, at + 4);
-        const bool isPlain = std::all_of(tag.begin() + static_cast<ptrdiff_t>(at),
-                                         tag.begin() + static_cast<ptrdiff_t>(at) + 4,
-                                         [](uint8_t c) { return c >= '0' && c <= 'Z'; });
+        const bool isPlain = std::all_of(
+            tag.begin() + static_cast<ptrdiff_t>(at), tag.begin() + static_cast<ptrdiff_t>(at) + 4,
+            [](uint8_t c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z'); });
         if (!isPlain || size == 0 || size > 127 || size > TagSize(tag) - at - 10 ||
             tag[at + 8] != 0 || tag[at + 9] != 0)
             break;

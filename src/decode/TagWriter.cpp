@@ -130,6 +130,7 @@ bool TagWriter::AddTagChunk(NTag&& tags)
         return false;
     int index = -1;
     InternalReadTags(m_aiff, nullptr, index, m_report);
+    StdReport::WriteDEBUG({L"chunk index: ", int64_t{index}}, m_report);
     return WriteTag(index, std::move(tags), Task::Write);
 }
 
@@ -141,7 +142,6 @@ bool TagWriter::UpdateTagChunk(int index, NTag&& tags, Task task)
 // Writes the tag of one chunk; tags of other chunks are merged into it.
 bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
 {
-    StdReport::WriteDEBUG({L"chunk index: ", int64_t{index}}, m_report);
     const STRIFFChunk& chunk = *m_aiff.GetChunk(index);
     TagID3v2 tag(m_aiff.Handle(), chunk.FileDataPosition);
     tag.SetAlign(2);

@@ -114,7 +114,7 @@ const EditCase kEdits3[] = {
     {"a new rating replaces all",
      F3("POPM", "me\0\x80\5"s) + F3("POPM", "you\0\xFF"s) + F3("POPM", "no\0\0\7"s),
      {{L"Rating", L"5"}},
-     F3("POPM", "Windows Media Player 9 Series\0\x60"s)},
+     F3("POPM", "Windows Media Player 9 Series\0\x60"s) + F3("POPM", "no\0\0\7"s)},
     {"a play counter without rating stays",
      F3("POPM", "no\0\0\7"s),
      {{L"Title", L"b"}},
@@ -194,7 +194,7 @@ TEST(TagUpdate, AnOlderTagBecomesID3v23)
     EXPECT_EQ(S(tag).substr(0, 5), "ID3\3\0"s);
     EXPECT_EQ(ContentOf(tag), NewText("TIT2", u"a") + NewText("TALB", u"b") +
                                   F3("TYER", Text("2004\0"s)) + F3("COMM", "\0deu\0c"s) +
-                                  F3("APIC", "\0image/png\0\4\0pic"s));
+                                  F3("GEOB", "unknown") + F3("APIC", "\0image/png\0\4\0pic"s));
 }
 
 TEST(TagUpdate, FramesOfADamagedTagAreRescued)

@@ -98,11 +98,14 @@ void CarriedFrames::MergeFrame(const RawFrame& raw, t_tagRevision from, bool hea
                                metaMap& fields)
 {
     t_tag::FrameList one;
-    t_frame& frame = one.emplace_back(raw.header.id);
-    if (frame.id == 0)
+    const uint32_t id = raw.header.id != 0 ? raw.header.id : raw.carriedId;
+    if (id == 0)
         return;
-    if (IsOfInterest(frame.id) && DecodeRawFrame(raw, from, frame))
+    t_frame& frame = one.emplace_back(id);
+    if (IsOfInterest(id) && DecodeRawFrame(raw, from, frame)) {
+        frame.id = id;
         frame_to_infos(frame, from, fields, false);
+    }
 
     const std::string field = FieldOfFrame(frame);
     const Identity identity(frame.id, TextOf(raw.body));
@@ -152,12 +155,12 @@ bool CarriedFrames::PortWire(t_frame& frame, WireFrame wire, t_tagRevision from)
             return false;
         wire.body = Own(std::move(body));
         wire.formatFlags = format3::kCompressed;
-    } else if (from == kRevision2 || meaning != 0 || RuleForFrame(frame.id) != nullptr) {
+    } else if (meaning != 0 || RuleForFrame(frame.id) != nullptr) {
         return false; // would be shown where it was not
     } else if (layout != 0) {
         t_frame decoded;
         const FrameHeader header{frame.id, static_cast<uint32_t>(wire.body.size()), 0, layout};
-        if (!DecodeRawFrame({header, wire.body}, from, decoded))
+        if (!DecodeRawFrame({header, 0, wire.body}, from, decoded))
             return false;
         wire.body = Own(decoded.data.take());
         wire.formatFlags = 0;
@@ -178,13 +181,17 @@ size_t CarriedFrames::ContentSize() const
     return size;
 }
 
-void CarriedFrames::WriteContent(streamOut& out)
+void CarriedFrames::WriteContent(streamOutBuffer& out)
 {
     for (t_frame& frame : m_tag.Frames())
         if (frame.origin != 0)
             frame.data.take();
-    for (const t_frame& frame : m_tag.Frames())
+    for (const t_frame& frame : m_tag.Frames()) {
+        const size_t start = out.bytes.size();
         WriteFrame(frame, out);
+        if (out.bytes.size() - start - kFrameHeaderSize >= kFrameSizeLimit)
+            throw writeError();
+    }
 }
 
 void CarriedFrames::WriteFrame(const t_frame& frame, streamOut& out) const

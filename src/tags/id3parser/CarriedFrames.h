@@ -48,8 +48,9 @@ public:
     size_t ContentSize() const;
 
     // Appends the frames to `out`, old ones in their old form. Throws writeError for
-    // what the format cannot express. Frees the bodies that it does not need.
-    void WriteContent(streamOut& out);
+    // what the format cannot express, and for a frame so large that the parser would
+    // refuse the whole tag. Frees the bodies that it does not need.
+    void WriteContent(streamOutBuffer& out);
 
 private:
     using Identity = std::pair<uint32_t, std::string_view>;

@@ -92,9 +92,7 @@ std::string CanonicalField(std::string_view field)
         return FieldWithDescription(kFieldUserUrl, description);
     if (skip_comment_prefix(description))
         return FieldWithDescription(kFieldComment, commNameSanity(description));
-    std::string name(field);
-    multiTXXX_undecorate(name);
-    return name;
+    return std::string(field);
 }
 
 std::string commNameSanity(std::string_view description)

@@ -6,6 +6,7 @@
 #include "tags/id3parser/Genres.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace id3parser
 {
@@ -100,14 +101,22 @@ void frame_to_meta_tdat(const Reading& in, std::string_view field)
 }
 
 // The body: an e-mail address, a 0, the rating and perhaps a play counter.
-void frame_to_meta_popm(const Reading& in, std::string_view field)
+std::optional<uint8_t> RatingOf(const t_frame& frame)
 {
-    const auto body = in.frame.data.view();
+    const auto body = frame.data.view();
     const auto end = std::ranges::find(body, uint8_t{0});
     if (end == body.end() || end + 1 == body.end())
+        return std::nullopt;
+    return *(end + 1);
+}
+
+void frame_to_meta_popm(const Reading& in, std::string_view field)
+{
+    const std::optional<uint8_t> byte = RatingOf(in.frame);
+    if (!byte.has_value())
         throw parseError();
-    if (const uint8_t byte = *(end + 1); byte != 0)
-        in.map.set(field, std::to_string(POPMToRating(byte)));
+    if (*byte != 0)
+        in.map.set(field, std::to_string(POPMToRating(*byte)));
 }
 
 void frame_to_meta_custom_text(const Reading& in, size_t count, std::string key)
@@ -234,6 +243,8 @@ std::string FieldOfFrame(const t_frame& frame)
         return {};
     // Of frames that stand once in a tag the identifier tells enough.
     if (frame.data.get_size() == 0 && !frame.isStdTextFrame())
+        return {};
+    if (frame.id == kFramePOPM && RatingOf(frame).value_or(0) == 0)
         return {};
     if (!rule->field.empty())
         return std::string(rule->field);

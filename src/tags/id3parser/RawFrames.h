@@ -14,6 +14,7 @@ namespace id3parser
 
 struct RawFrame {
     FrameHeader header;
+    uint32_t carriedId = 0;        // in a later revision, of a frame that has no identifier
     std::span<const uint8_t> body; // of what the format flags say nothing is undone
 };
 
