@@ -1,11 +1,10 @@
 #include "Ways.h"
 
-#include "qvcodec.h"
+#include "Session.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sndfile.h>
 #include <span>
@@ -26,88 +25,6 @@ uint8_t* Buffer()
     alignas(kPageBytes) static uint8_t pages[kBufferBytes + kPageBytes];
     return pages + kPageBytes - 100;
 }
-
-// FNV-1a over little-endian PCM, 8-bit samples unsigned.
-void AddToSum(uint64_t& sum, std::span<const uint8_t> pcm)
-{
-    for (const uint8_t byte : pcm)
-        sum = (sum ^ byte) * 0x100000001B3u;
-}
-
-struct Plugin {
-    explicit Plugin(const std::string& path)
-    {
-        void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr)
-            Fail(dlerror());
-#define BENCH_LOOKUP(name, type)                                                                   \
-    name = reinterpret_cast<type>(dlsym(library, #name));                                          \
-    if (name == nullptr)                                                                           \
-        Fail("no function " #name " in " + path);
-        QV_DECODER_FUNCTIONS(BENCH_LOOKUP)
-    }
-
-#define BENCH_MEMBER(name, type) type name = nullptr;
-    QV_DECODER_FUNCTIONS(BENCH_MEMBER)
-};
-
-// An instance of the plug-in with a file open, without a report.
-class Session
-{
-public:
-    Session(const Plugin& plugin, const std::string& file, uint32_t flags)
-        : m_plugin(plugin), m_file(file), m_decoder(plugin.Create(nullptr))
-    {
-        const std::wstring name(file.begin(), file.end()); // ASCII
-        m_open.pFileName = name.c_str();
-        m_open.nFlags = flags | QV_OPEN_PREPARE_DECODE;
-        if (m_decoder == nullptr || m_plugin.Open(m_decoder, &m_open) != 1)
-            Fail("the plug-in cannot open " + file);
-        if ((flags & QV_OPEN_PROPERTIES) != 0 && m_open.nPropertiesDataSize == 0)
-            Fail("the plug-in tells no properties of " + file);
-    }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-    ~Session()
-    {
-        STQvEncoderFluid fluid = {};
-        m_plugin.Close(m_decoder, &fluid);
-        m_plugin.Destroy(m_decoder);
-    }
-
-    int64_t PcmBytes() const { return m_open.AudioInfo.nLengthBytes; }
-
-    // Items of the tag blob, whose first four bytes count them.
-    int32_t Tags() const
-    {
-        int32_t count = 0;
-        if (m_open.nTagDataSize >= sizeof(count))
-            std::memcpy(&count, m_open.pTagData, sizeof(count));
-        return count;
-    }
-
-    // Returns the bytes of all blocks; adds them to the sum unless that is null.
-    int64_t Decode(uint64_t* sum)
-    {
-        int64_t bytes = 0;
-        STQvAudioBlock block = {};
-        while (block.nLastBlock == 0) {
-            block = {};
-            if (m_plugin.DecodeBlock(m_decoder, &block) != 1)
-                Fail("the plug-in cannot decode " + m_file);
-            if (sum != nullptr)
-                AddToSum(*sum, std::span(block.pData, block.nDataSize));
-            bytes += block.nDataSize;
-        }
-        return bytes;
-    }
-
-private:
-    const Plugin& m_plugin;
-    const std::string& m_file;
-    void* m_decoder;
-    STQvOpenDecoder m_open = {};
-};
 
 // A file open in libsndfile.
 class Sound
@@ -206,7 +123,7 @@ std::map<std::string, Way> AllWays(const std::string& pluginPath)
         return Session(plugin, file, flags);
     };
     constexpr uint32_t kTexts = QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
-    return {
+    std::map<std::string, Way> ways = {
         {"read", ReadPlain},
         {"plugin", [=](auto& file) { return session(file, 0).Decode(nullptr); }},
         {"libsndfile", [](auto& file) { return Sound(file).Decode(nullptr); }},
@@ -217,4 +134,6 @@ std::map<std::string, Way> AllWays(const std::string& pluginPath)
         {"open_libsndfile", [](auto& file) { return Sound(file).PcmBytes(); }},
         {"tags", [=](auto& file) { return session(file, kTexts).Tags(); }},
     };
+    ways.merge(TagWays(pluginPath));
+    return ways;
 }

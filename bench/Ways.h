@@ -16,7 +16,13 @@ using Way = std::function<int64_t(const std::string& file)>;
 //   sum_plugin, sum_libsndfile         reads all; checksum of the PCM
 //   open_1_16, open_1_8_16, open_libsndfile  opens and closes; bytes of PCM announced
 //   tags                               opens and closes; count of tags
+// and those of TagWays.
 std::map<std::string, Way> AllWays(const std::string& pluginPath);
+
+//   tags_plugin, tags_taglib           reads tags and properties; bytes of the picture
+//   edit_plugin, edit_taglib           sets another title; 1
+//   written_plugin, written_taglib     the same; bytes written (Linux, else 0)
+std::map<std::string, Way> TagWays(const std::string& pluginPath);
 
 // Ends the program: a measurement of a failure is worth nothing.
 [[noreturn]] void Fail(const std::string& reason);

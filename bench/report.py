@@ -26,6 +26,7 @@ LAYOUTS = [(bits, little, channels) for little in (False, True) for bits in (8, 
 OPEN_WAYS = ("open_1_16", "open_1_8_16", "open_libsndfile")
 SMALL_FILES = 2000
 SMALL_FRAMES = 11025  # a quarter of a second
+PICTURE = 30000
 TAGS = 4  # that the plug-in tells of a tagged file: three texts and the version of the tag
 
 
@@ -103,6 +104,16 @@ def decode(bench):
     return results
 
 
+def tag(texts, picture=b""):
+    """An ID3v2.3 tag of text frames, and of a picture if there is one."""
+    bodies = [(name, b"\0" + text) for name, text in texts.items()]
+    if picture:
+        bodies.append((b"APIC", b"\0image/png\0\3\0" + picture))
+    frames = b"".join(struct.pack(">4sIH", name, len(body), 0) + body for name, body in bodies)
+    size = bytes(len(frames) >> shift & 0x7F for shift in (21, 14, 7, 0))
+    return b"ID3\3\0\0" + size + frames
+
+
 def small_file(number, tagged):
     """A plain AIFF file of 16-bit stereo; a tagged one has an ID3v2.3 tag at its end."""
     def chunk(code, body):
@@ -112,10 +123,8 @@ def small_file(number, tagged):
                    + bytes.fromhex("400eac44000000000000"))
     chunks += chunk(b"SSND", bytes(8) + os.urandom(SMALL_FRAMES * 4))
     if tagged:
-        texts = {b"TIT2": b"Track %d" % number, b"TPE1": b"Somebody", b"TALB": b"Small files"}
-        frames = b"".join(struct.pack(">4sIHB", name, len(text) + 1, 0, 0) + text
-                          for name, text in texts.items())
-        chunks += chunk(b"ID3 ", b"ID3\3\0\0\0\0\0" + bytes([len(frames)]) + frames)
+        chunks += chunk(b"ID3 ", tag({b"TIT2": b"Track %d" % number, b"TPE1": b"Somebody",
+                                      b"TALB": b"Small files"}))
     return b"FORM" + struct.pack(">I", len(chunks) + 4) + b"AIFF" + chunks
 
 
@@ -158,6 +167,48 @@ def opening(bench):
     table(f"Opening and closing {count} small files, medians of {bench.repetitions}",
           ["files", "way", "us per file", "system calls", "times faster", "rival"], rows)
     return results
+
+
+def append_tag(path):
+    """Twelve fields and a picture of 30 KB behind the sound of a file."""
+    names = b"TIT2 TPE1 TPE2 TALB TCOM TCON TCOP TENC TIT1 TPUB TRCK TYER".split()
+    body = tag({name: b"1971" for name in names}, b"\x89PNG" + os.urandom(PICTURE - 4))
+    with open(path, "r+b") as file:
+        file.seek(0, os.SEEK_END)
+        file.write(b"ID3 " + struct.pack(">I", len(body)) + body + b"\0" * (len(body) % 2))
+        form = file.tell() - 8
+        file.seek(4)
+        file.write(struct.pack(">I", form))
+    return len(body)
+
+
+def tags(bench):
+    """Reading the tags of many small files, and changing a field of a large one."""
+    folder, count = bench.folder / "pictures", 100 if bench.quick else SMALL_FILES
+    folder.mkdir()
+    for number in range(count):
+        path = folder / f"{number:04}.aiff"
+        path.write_bytes(small_file(number, False))
+        append_tag(path)
+    large = bench.make(1 if bench.quick else 50)
+    size = append_tag(large)
+    reading = bench.go(folder, "tags_plugin", "tags_taglib")
+    for way, done in reading.items():
+        check(way == "peak_kib" or done["result"] == count * PICTURE, way)
+    ours, rival = (median(reading[way]["seconds"]) for way in ("tags_plugin", "tags_taglib"))
+    rows = [[f"read {count} small files, each", ours / count * 1e6, rival / count * 1e6,
+             rival / ours, bench.verdict(rival >= 2 * ours)]]
+    editing = bench.go(large, "edit_plugin", "edit_taglib")
+    ours, rival = (median(editing[way]["seconds"]) for way in ("edit_plugin", "edit_taglib"))
+    rows.append(["set a title in 50 MB", ours * 1e6, rival * 1e6, rival / ours,
+                 bench.verdict(rival >= ours)])
+    written = [bench.go(large, f"written_{name}", measured=False)[f"written_{name}"]["result"]
+               for name in ("plugin", "taglib")]
+    table(f"Tags, medians of {bench.repetitions} in us", ["", "plug-in", "TagLib", "times faster",
+                                                         "target"], rows)
+    print(f"  bytes written for the title of a tag of {size}: {written[0]}, TagLib {written[1]}",
+          bench.verdict(written[0] < size + 4096))
+    return {"reading": reading, "editing": editing, "tag": size, "written": written}
 
 
 def memory(bench):
@@ -237,7 +288,7 @@ def convert(bench):
             "processor_seconds": work}
 
 
-PARTS = {part.__name__: part for part in (decode, opening, memory, convert)}
+PARTS = {part.__name__: part for part in (decode, opening, tags, memory, convert)}
 
 
 def main():

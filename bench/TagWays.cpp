@@ -1,0 +1,124 @@
+// Reading and changing tags: the plug-in and TagLib.
+#include "Session.h"
+
+#include <fstream>
+#include <taglib/aifffile.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/id3v2tag.h>
+#include <vector>
+
+namespace
+{
+
+// Titles of one length, another one at each call.
+std::string NextTitle()
+{
+    static unsigned count = 0;
+    return ++count % 2 == 0 ? "Even numbered" : "Odd numbered.";
+}
+
+// Of the items of a tag blob, the data of the largest.
+int64_t LargestData(std::span<const uint8_t> blob)
+{
+    int64_t largest = 0;
+    for (size_t at = 4; at + 4 <= blob.size();) {
+        uint32_t size = 0;
+        std::memcpy(&size, &blob[at], sizeof(size));
+        size_t data = at + 4;
+        for (int texts = 0; texts < 2; data += 2)
+            texts += blob[data] == 0 && blob[data + 1] == 0;
+        at += size;
+        largest = std::max(largest, static_cast<int64_t>(at - data));
+    }
+    return largest;
+}
+
+int64_t ReadWithTagLib(const std::string& file)
+{
+    TagLib::RIFF::AIFF::File sound(file.c_str());
+    if (!sound.isValid() || !sound.hasID3v2Tag() || sound.audioProperties()->channels() == 0)
+        Fail("TagLib cannot read " + file);
+    int64_t picture = 0;
+    for (const auto* frame : sound.tag()->frameList()) {
+        if (const auto* image = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame))
+            picture = image->picture().size();
+        else if (frame->toString().isEmpty())
+            Fail("TagLib reads an empty frame in " + file);
+    }
+    return picture;
+}
+
+void EditWithTagLib(const std::string& file)
+{
+    TagLib::RIFF::AIFF::File sound(file.c_str(), false);
+    sound.tag()->setTitle(NextTitle());
+    if (!sound.save())
+        Fail("TagLib cannot write " + file);
+}
+
+// A tag blob of one item.
+std::vector<uint8_t> TitleBlob()
+{
+    std::vector<uint8_t> body;
+    for (const std::string& text : {std::string("Title"), NextTitle()}) {
+        for (const char c : text)
+            body.insert(body.end(), {static_cast<uint8_t>(c), 0});
+        body.insert(body.end(), {0, 0});
+    }
+    std::vector<uint8_t> blob = {1, 0, 0, 0, static_cast<uint8_t>(body.size() + 4), 0, 0, 0};
+    blob.insert(blob.end(), body.begin(), body.end());
+    return blob;
+}
+
+void EditWithPlugin(const Plugin& plugin, const std::string& file)
+{
+    const std::wstring name(file.begin(), file.end()); // ASCII
+    const std::vector<uint8_t> blob = TitleBlob();
+    STQvCodecGetSet record = {};
+    record.pText1 = name.c_str();
+    record.pData = blob.data();
+    record.nDataSize = static_cast<int32_t>(blob.size());
+    void* decoder = plugin.Create(nullptr);
+    if (plugin.Set(decoder, QV_KEY_ID_TAGS, &record) != 1)
+        Fail("the plug-in cannot write " + file);
+    plugin.Destroy(decoder);
+}
+
+// Bytes that this process has handed to the system to write.
+int64_t BytesWritten()
+{
+    std::ifstream counters("/proc/self/io");
+    for (std::string line; std::getline(counters, line);)
+        if (line.starts_with("wchar:"))
+            return std::stoll(line.substr(6));
+    return 0;
+}
+
+template <class Edit>
+int64_t WrittenBy(const std::string& file, Edit edit)
+{
+    const int64_t before = BytesWritten();
+    edit(file);
+    return BytesWritten() - before;
+}
+
+} // namespace
+
+std::map<std::string, Way> TagWays(const std::string& pluginPath)
+{
+    const auto plugin = [pluginPath]() -> const Plugin& {
+        static const Plugin loaded(pluginPath);
+        return loaded;
+    };
+    const auto edit = [=](const std::string& file) { EditWithPlugin(plugin(), file); };
+    constexpr uint32_t kTexts = QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
+    return {
+        {"tags_plugin",
+         [=](auto& file) { return LargestData(Session(plugin(), file, kTexts).TagBlob()); }},
+        {"tags_taglib", ReadWithTagLib},
+        {"edit_plugin", [=](auto& file) { return edit(file), 1; }},
+        {"edit_taglib", [](auto& file) { return EditWithTagLib(file), 1; }},
+        {"written_plugin", [=](auto& file) { return WrittenBy(file, edit); }},
+        {"written_taglib", [](auto& file) { return WrittenBy(file, EditWithTagLib); }},
+    };
+}
