@@ -4,7 +4,6 @@
 #include "support/TagList.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 
 namespace
 {
@@ -71,24 +70,6 @@ TEST(TagList, DropsInternalBinaryAndBigItems)
     EXPECT_EQ(Content(tags), L"ab=cd;");
 }
 
-Bytes Encoded(const NTag& tags, bool utf8 = false)
-{
-    XMem blob;
-    EXPECT_TRUE(utf8 ? tags.ToRawMemoryUTF8(blob) : tags.ToRawMemory(blob));
-    return {blob.View().begin(), blob.View().end()};
-}
-
-// From a block of exactly that size, so that a sanitizer sees each byte beyond it.
-NTag Decoded(const Bytes& blob, bool utf8 = false)
-{
-    const auto exact = std::make_unique<uint8_t[]>(blob.size());
-    std::copy(blob.begin(), blob.end(), exact.get());
-    NTag tags = ListOf(L"gone=");
-    utf8 ? tags.InitFromRawMemoryUTF8(exact.get(), std::ssize(blob))
-         : tags.InitFromRawMemory(exact.get(), std::ssize(blob));
-    return tags;
-}
-
 TEST(TagBlob, LayoutOfBothForms)
 {
     EXPECT_EQ(Encoded({}), Bytes(4));
@@ -150,18 +131,6 @@ TEST(TagBlob, DamageEndsTheListAndKeepsWhatCameBefore)
     EXPECT_EQ(tags.Count(), 0);
     tags.InitFromRawMemory(good.data(), -1);
     EXPECT_EQ(tags.Count(), 0);
-}
-
-TEST(TagBlob, EveryCutIsHarmless)
-{
-    const NTag tags = ListOf(L"Title=Abc;Artist=\u20AC;_albumart_1_Media=abcd");
-    for (const bool utf8 : {false, true})
-        for (Bytes blob = Encoded(tags, utf8); !blob.empty(); blob.pop_back()) {
-            const NTag cut = Decoded(blob, utf8);
-            for (long i = 0; i < cut.Count(); ++i)
-                EXPECT_EQ(cut[i].name, tags[i].name) << blob.size();
-            EXPECT_EQ(cut.Count() == 3, blob == Encoded(tags, utf8)) << blob.size();
-        }
 }
 
 TEST(AlbumArt, NamesStandForPictureTypes)

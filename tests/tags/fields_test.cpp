@@ -5,6 +5,8 @@
 #include "tags/id3parser/FrameToMeta.h"
 #include "tags/id3parser/Genres.h"
 
+#include <gtest/gtest.h>
+
 using id3parser::metaMap;
 
 namespace

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include <gtest/gtest.h>
+
 namespace
 {
 
@@ -85,24 +87,6 @@ TEST(Parser, LeavesOutWhatTheCallerDoesNotWant)
     EXPECT_EQ(Parsed(Tag(4, "TIT2:a"), WantNothing()), "4 ");
     EXPECT_EQ(Parsed(Tag(2, "TT2:a|ULT=x"), WantNothing()), "2 TIT2:a");
 }
-
-// A stream that cannot tell its length and hands out what it has in small pieces.
-class Trickle : public id3parser::streamIn
-{
-public:
-    explicit Trickle(const Bytes& bytes) : m_in(bytes.data(), bytes.size()) {}
-    size_t read(void* buffer, size_t size) override
-    {
-        largest = std::max(largest, size);
-        return m_in.read(buffer, size);
-    }
-    size_t skip(size_t size) override { return m_in.skip(size); }
-
-    size_t largest = 0;
-
-private:
-    id3parser::streamInMem m_in;
-};
 
 TEST(Parser, ALyingSizeTakesNoMemory)
 {

@@ -3,6 +3,8 @@
 
 #include <stdexcept>
 
+#include <gtest/gtest.h>
+
 using id3parser::FrameId;
 using id3parser::t_tag;
 using id3parser::writeError;

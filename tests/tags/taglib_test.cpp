@@ -1,6 +1,7 @@
 // TagLib reads what is written here, and sees again what it had written itself.
 #include "TagBuilder.h"
 
+#include <gtest/gtest.h>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/commentsframe.h>
 #include <taglib/id3v2tag.h>

@@ -3,6 +3,8 @@
 #include "tags/id3parser/FrameToMeta.h"
 #include "tags/id3parser/TextEncodings.h"
 
+#include <gtest/gtest.h>
+
 using id3parser::t_frame;
 using namespace id3parser::conv;
 
