@@ -186,8 +186,8 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
                                                                         : type + " (x)";
         const int frames = 1344 / std::max(channels * bits / 8, 1);
         EXPECT_EQ(Properties(host),
-                  "Audio Quality: " + quality + "\nEncoder Settings: " + settings +
-                      "\nChannel Mapping: " + layouts[layout] +
+                  "Audio Quality: " + quality + (tag < 4 ? "  (Lossless)" : "  (Lossy)") +
+                      "\nEncoder Settings: " + settings + "\nChannel Mapping: " + layouts[layout] +
                       "\nSample Count: " + std::to_string(frames) + "\nRiff Chunks: 'COMM' " +
                       (type.empty() ? "18" : "24") + " bytes,  'SSND' 1.3 KB,  'odd\x01' 1 byte" +
                       "\nGapless: Yes" + "\nWave Header: " + (type.empty() ? "AIFF\n" : "AIFC\n"));
