@@ -56,13 +56,7 @@ TEST(Fields, EveryFrameHasItsField)
 
 TEST(Fields, RulesOfReading)
 {
-    struct Row {
-        const char* name;
-        int version;
-        std::string frames;
-        const wchar_t* items;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, int, std::string, const wchar_t*> rows[] = {
         {"order and spelling", 3, "TXXX:title\0c|TIT2:a|TALB:b"s, L"Album=b;title=c\ra;"},
         {"no field", 3, "PRIV=x|TXXX:_mine\0x|TZZZ:a"s, L""},
         {"empty text", 3, "TIT2:|TPE1:", L"Title=;"},
@@ -103,8 +97,8 @@ TEST(Fields, RulesOfReading)
          L"_albumart_1_Front Album Cover=one;_albumart_2_Undefined<subdesc>d=two;"
          L"_albumart_3_Back Album Cover<subdesc>e=three;"},
     };
-    for (const Row& row : rows)
-        EXPECT_EQ(Read(Tag(row.version, row.frames)), row.items) << row.name;
+    for (const auto& [name, version, frames, items] : rows)
+        EXPECT_EQ(Read(Tag(version, frames)), items) << name;
     for (const int version : {2, 3, 4}) {
         NTag list = ListOf(L"old=x");
         EXPECT_TRUE(ReadTagList(Tag(version, ""), list));
@@ -116,39 +110,34 @@ TEST(Fields, RulesOfReading)
 
 TEST(Fields, StrictReadingRefusesWhatLenientReadingTakes)
 {
-    struct Row {
-        std::string frame;
-        int from, to; // the versions that accept it; 0: none
-    };
-    const Row rows[] = {
-        {"TIT2:a", 2, 4},
-        {"TIT2:a\0b"s, 4, 4},
-        {"TPE1:a\0b"s, 4, 4},
-        {"TXXX:a\0b"s, 2, 4},
-        {"TXXX:a", 0, 0},
-        {"TDAT:1503", 2, 3},
-        {"TDAT:15", 0, 0},
-        {"TYER:2004", 2, 3},
-        {"TYER:04", 0, 0},
-        {"TORY:2004", 2, 3},
-        {"TRDA:x", 2, 3},
-        {"TDRC:2004", 4, 4},
-        {"TDOR:2004", 4, 4},
-        {"TIPL:x", 4, 4},
-        {"TMCL:x", 4, 4},
-        {"TDRL:2004", 2, 4},
-        {"TIT2:\xE9", 0, 0},
-        {"POPM=x", 0, 0},
-        {"TXXX:replaygain_track_gain\0n/a"s, 0, 0},
-    };
-    for (const Row& row : rows)
+    // The versions from and to which a frame is accepted; 0: in none.
+    const std::tuple<std::string, int, int> rows[] = {{"TIT2:a", 2, 4},
+                                                      {"TIT2:a\0b"s, 4, 4},
+                                                      {"TPE1:a\0b"s, 4, 4},
+                                                      {"TXXX:a\0b"s, 2, 4},
+                                                      {"TXXX:a", 0, 0},
+                                                      {"TDAT:1503", 2, 3},
+                                                      {"TDAT:15", 0, 0},
+                                                      {"TYER:2004", 2, 3},
+                                                      {"TYER:04", 0, 0},
+                                                      {"TORY:2004", 2, 3},
+                                                      {"TRDA:x", 2, 3},
+                                                      {"TDRC:2004", 4, 4},
+                                                      {"TDOR:2004", 4, 4},
+                                                      {"TIPL:x", 4, 4},
+                                                      {"TMCL:x", 4, 4},
+                                                      {"TDRL:2004", 2, 4},
+                                                      {"TIT2:\xE9", 0, 0},
+                                                      {"POPM=x", 0, 0},
+                                                      {"TXXX:replaygain_track_gain\0n/a"s, 0, 0}};
+    for (const auto& [note, from, to] : rows)
         for (const auto revision :
              {id3parser::kRevision2, id3parser::kRevision3, id3parser::kRevision4}) {
-            SCOPED_TRACE(row.frame + " " + std::to_string(revision));
-            const id3parser::t_frame frame = Frame(row.frame);
+            SCOPED_TRACE(note + " " + std::to_string(revision));
+            const id3parser::t_frame frame = Frame(note);
             metaMap map;
             EXPECT_NO_THROW(frame_to_infos(frame, revision, map, false));
-            if (revision >= row.from && revision <= row.to)
+            if (revision >= from && revision <= to)
                 EXPECT_NO_THROW(frame_to_infos(frame, revision, map, true));
             else
                 EXPECT_THROW(frame_to_infos(frame, revision, map, true), id3parser::parseError);
@@ -184,6 +173,9 @@ TEST(Fields, RulesOfWriting)
         {"URLs", L"Payment=u\rv;User defined URL link d=w",
          "WPAY=u|WPAY=v|WXXX=\1\xFF\xFE"
          "d\0\0\0w"s},
+        {"URLs in Latin", L"Payment=\u00E9\u20AC;User defined URL link d=\u20AC",
+         "WPAY=\xE9?|WXXX=\1\xFF\xFE"
+         "d\0\0\0\x80"s},
         {"rating", L"Rating=9", "POPM=Windows Media Player 9 Series\0\xE4"s},
         {"no rating", L"Rating=good", ""},
         {"style", L"Content Group Description=a", "TIT1^a"},
@@ -199,13 +191,7 @@ TEST(Fields, RulesOfWriting)
 
 TEST(Fields, OptionsChooseEncodingVersionAndDates)
 {
-    struct Row {
-        Options options;
-        const wchar_t* items;
-        int version;
-        std::string frames;
-    };
-    const Row rows[] = {
+    const std::tuple<Options, const wchar_t*, int, std::string> rows[] = {
         {{}, L"Title=\u20AC\u4E00", 3, "TIT2:\x80?\0"s},
         {{L"ID3v2EncodeUTF8"}, L"Title=a", 3, "TIT2^a"},
         {{L"ID3v2EncodeUTF8", L"ID3v2WriteV24"}, L"Title=a", 4, "TIT2=\3a\0"s},
@@ -214,11 +200,9 @@ TEST(Fields, OptionsChooseEncodingVersionAndDates)
         {{L"WriteStrictYearDate"}, L"Year=2004-03", 3, "TYER:2004\0|TDAT:0003\0"s},
         {{L"WriteFullDateInYearTag"}, L"Year=2004-03-15", 3, "TYER:2004-03-15\0"s},
     };
-    for (const Row& row : rows) {
-        const Bytes tag = Update({}, ListOf(row.items), row.options);
-        EXPECT_EQ(tag[3], row.version) << row.frames;
-        EXPECT_EQ(ContentOf(tag), Frames(row.version, row.frames)) << row.frames;
-    }
+    for (const auto& [options, items, version, frames] : rows)
+        EXPECT_EQ(Update({}, ListOf(items), options), Tag(version, frames, version == 4 ? 0x80 : 0))
+            << frames;
 }
 
 TEST(Fields, RatingsAreStepsOfTheByte)

@@ -14,12 +14,7 @@ const std::string kTitle3 = Frames(3, "TIT2:a"), kTitle4 = Frames(4, "TIT2:a");
 
 TEST(Parser, ReadsFramesAndRefusesDamage)
 {
-    struct Row {
-        const char* name;
-        Bytes tag;
-        std::string expected;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, Bytes, std::string> rows[] = {
         {"2.3", Tag(3, "TIT2:a"), "3 TIT2:a"},
         {"2.4", Tag(4, "TIT2:a"), "4 TIT2:a"},
         {"nine bytes", Text("ID3\3\0\0\0\0\0"s), "throws"},
@@ -72,8 +67,8 @@ TEST(Parser, ReadsFramesAndRefusesDamage)
          "throws"},
         {"2.2 unsynchronised", TagOf(2, "TT2\0\0\2\0\xFF\0"s, 0x80), "2 TIT2:\xFF"},
     };
-    for (const Row& row : rows)
-        EXPECT_EQ(Parsed(row.tag), row.expected) << row.name;
+    for (const auto& [name, tag, expected] : rows)
+        EXPECT_EQ(Parsed(tag), expected) << name;
 }
 
 struct WantNothing : id3parser::parseCallback {
@@ -118,13 +113,7 @@ TEST(Parser, FalseSynchronisationIsFound)
 TEST(RawFrames, AreFoundWhereTheParserGivesUp)
 {
     const std::string priv = "PRIV=" + std::string(300, 'x');
-    struct Row {
-        const char* name;
-        Bytes tag;
-        std::string ids;
-        bool parses;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, Bytes, std::string, bool> rows[] = {
         {"sound", TagOf(4, Frames(4, "TIT2:a|" + priv) + "\0\0\0"s), "TIT2 PRIV ", true},
         {"compressed", Tag(4, "TIT2:a|COMM[0009]" + priv.substr(4) + "|TIT2:a"), "TIT2 COMM TIT2 ",
          false},
@@ -134,13 +123,13 @@ TEST(RawFrames, AreFoundWhereTheParserGivesUp)
         {"garbage behind the frames", TagOf(3, kTitle3 + "????\0\0\0\0\0\0?!"s), "TIT2 ", true},
         {"no tag", Text("RIFF0123456789"), "", false},
     };
-    for (const Row& row : rows) {
-        const id3parser::RawTag raw = id3parser::WalkRawFrames(row.tag);
+    for (const auto& [name, tag, expected, parses] : rows) {
+        const id3parser::RawTag raw = id3parser::WalkRawFrames(tag);
         std::string ids;
         for (const id3parser::RawFrame& frame : raw.frames)
             ids += SizeBytes(frame.header.id, 8, 4) + " ";
-        EXPECT_EQ(ids, row.ids) << row.name;
-        EXPECT_EQ(raw.parses, row.parses) << row.name;
+        EXPECT_EQ(ids, expected) << name;
+        EXPECT_EQ(raw.parses, parses) << name;
     }
 }
 

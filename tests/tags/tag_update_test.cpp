@@ -95,13 +95,7 @@ TEST(TagUpdate, FramesOfADamagedTagAreRescued)
     const std::string sizes = Frames(3, priv.substr(1) + "|TIT2:a" + geob);
     const std::string zipped =
         "TIT2:a|TALB[0009]=\0\0\0\5zipzip"s + priv + "|UFID[0001]=\0\0\0\1u|TIT3[1000]:r"s;
-    struct Row {
-        const char* name;
-        Bytes tag;
-        int version;
-        std::string after;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, Bytes, int, std::string> rows[] = {
         {"compressed", Tag(4, zipped), 3,
          "TIT2^a|TPE1^b|TALB[0080]=\0\0\0\5zipzip"s + priv + "|UFID=u"},
         // A frame that no reader gets past would hide the others: it is passed over.
@@ -113,12 +107,11 @@ TEST(TagUpdate, FramesOfADamagedTagAreRescued)
         {"cut", TagOf(3, Frames(3, kPriv + "|TIT2:a" + geob), 0, 100), 3, "TIT2:a|TPE1^b|" + kPriv},
         {"no tag", Text("no tag at all"), 3, "TPE1^b"},
     };
-    for (const Row& row : rows) {
-        const Options options = {row.version == 4 ? L"ID3v2WriteV24" : L"ID3v2EncodeUni"};
-        EXPECT_EQ(Read(row.tag), L"damaged") << row.name;
-        EXPECT_EQ(ContentOf(Update({row.tag}, ListOf(L"Artist=b"), options)),
-                  Frames(row.version, row.after))
-            << row.name;
+    for (const auto& [name, tag, version, after] : rows) {
+        const Options options = {version == 4 ? L"ID3v2WriteV24" : L"ID3v2EncodeUni"};
+        EXPECT_EQ(Read(tag), L"damaged") << name;
+        EXPECT_EQ(ContentOf(Update({tag}, ListOf(L"Artist=b"), options)), Frames(version, after))
+            << name;
     }
 }
 
