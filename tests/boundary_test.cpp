@@ -58,9 +58,14 @@ TEST_F(BoundaryTest, OpenWritesTheFieldsThatTheFlagsAskFor)
 TEST_F(BoundaryTest, FieldsOfOpenAndDecodeBlock)
 {
     const std::string path = File(kSmall);
+    const Bytes format = Text("\1\0\2\0\x44\xAC\0\0\x10\xB1\2\0\4\0\x10\0\0\0"s);
     const auto blockAfter = [&](int blocks, uint8_t pattern) {
         Instance host(plugin);
         EXPECT_EQ(host.Open(path, 1), 1);
+        EXPECT_EQ(std::memcmp(&host.open.AudioInfo, format.data(), 18), 0);
+        EXPECT_EQ(+host.open.AudioInfo.nBitRate, 176400u * 8);
+        EXPECT_EQ(+host.open.AudioInfo.nLengthMS, 2);
+        EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, 400);
         for (int i = 0; i < blocks; ++i)
             EXPECT_EQ(host.Next(pattern), 1);
         return host.block;
@@ -68,15 +73,8 @@ TEST_F(BoundaryTest, FieldsOfOpenAndDecodeBlock)
     EXPECT_EQ(Written([&](uint8_t old) { return blockAfter(1, old); }), "0-30 52-64 80-92 ");
     EXPECT_EQ(Written([&](uint8_t old) { return blockAfter(2, old); }), "80-92 ");
     const STQvAudioBlock block = blockAfter(1, 0);
-    Instance host(plugin);
-    ASSERT_EQ(host.Open(path, 4), 1);
-    const Bytes format = Text("\1\0\2\0\x44\xAC\0\0\x10\xB1\2\0\4\0\x10\0\0\0"s);
-    EXPECT_EQ(std::memcmp(&host.open.AudioInfo, format.data(), 18), 0);
     EXPECT_EQ(std::memcmp(&block.WaveFormat, format.data(), 18), 0);
-    EXPECT_EQ(+host.open.AudioInfo.nBitRate, 176400u * 8);
     EXPECT_EQ(+block.nBitRate, 176400u * 8);
-    EXPECT_EQ(+host.open.AudioInfo.nLengthMS, 2);
-    EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, 400);
     EXPECT_EQ(+blockAfter(2, 0).nPositionMS, 2);
 }
 
@@ -134,47 +132,32 @@ TEST_F(BoundaryTest, NullArgumentsAreHarmless)
 
 TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
 {
-    const std::string five = "Left, Right, Center, Back Left, Back Right",
-                      six = "Left, Right, Center, Sub-woofer, Back Left, Back Right";
-    const std::string layouts[] = {"",
-                                   "Center",
-                                   "Left, Right",
-                                   "Left, Right, Sub-woofer",
-                                   "Left, Right, Back Left, Back Right",
-                                   five,
-                                   six,
-                                   six + ", Back Center",
-                                   six + ", Side Left, Side Right",
-                                   ""};
-    // Bits per second are counted in 32 bits, signed: the last rows.
-    const std::tuple<size_t, int, double, std::string, int, std::string> rows[] = {
-        {2, 16, 44100, "", 1, "CD"},
-        {1, 16, 48000, "", 1, "DAT"},
-        {3, 24, 96000, "", 1, "DVD"},
-        {4, 32, 48000, "", 1, "DVD"},
-        {5, 24, 47999, "", 1, "Perfect"},
-        {6, 24, 44100, "", 1, "Perfect"},
-        {7, 8, 22050, "", 1, "Perfect"},
-        {8, 16, 44101, "", 1, "Perfect"},
-        {9, 16, 44100, "", 1, "CD"},
-        {0, 16, 44100, "", 1, "CD"},
-        {2, 16, 44100, "NONE", 1, "CD"},
-        {2, 16, 44100, "none", 1, "CD"},
-        {2, 16, 44100, "sowt", 1, "CD"},
-        {2, 16, 44100, "SOWT", 1, "CD"},
-        {2, 24, 48000, "fl32", 3, "DVD"},
-        {2, 16, 44100, "FL32", 3, "CD"},
-        {2, 16, 44100, "fl64", 3, "CD"},
-        {2, 16, 44100, "FL64", 3, "CD"},
-        {1, 8, 15937, "alaw", 6, "Low"},
-        {1, 8, 15938, "ALAW", 6, "Medium"},
-        {0, 8, 127500, "ulaw", 7, "Medium"},
-        {2, 4, 31875, "ULAW", 7, "Medium"},
-        {2, 8, 15938, "Sowt", 65535, "Medium"},
-        {1, 8, 300e6, "ima4", 65535, "Low"},
-        {1, 8, 800e6, "Fl32", 65535, "Medium"}};
-    for (const auto& [layout, bits, rate, type, tag, quality] : rows) {
-        const int channels = static_cast<int>(layout);
+    const std::string six = "Left, Right, Center, Sub-woofer, Back Left, Back Right";
+    using Row = std::tuple<int, int, double, std::string, int, const char*, std::string>;
+    std::vector<Row> rows = {
+        {0, 16, 44100, "", 1, "CD", ""},
+        {1, 16, 48000, "", 1, "DAT", "Center"},
+        {2, 16, 44100, "", 1, "CD", "Left, Right"},
+        {3, 24, 96000, "", 1, "DVD", "Left, Right, Sub-woofer"},
+        {4, 32, 48000, "", 1, "DVD", "Left, Right, Back Left, Back Right"},
+        {5, 24, 47999, "", 1, "Perfect", "Left, Right, Center, Back Left, Back Right"},
+        {6, 24, 44100, "", 1, "Perfect", six},
+        {7, 8, 22050, "", 1, "Perfect", six + ", Back Center"},
+        {8, 16, 44101, "", 1, "Perfect", six + ", Side Left, Side Right"},
+        {9, 16, 44100, "", 1, "CD", ""},
+        {1, 8, 15937, "alaw", 6, "Low", "Center"},
+        {1, 8, 15938, "ALAW", 6, "Medium", "Center"},
+        {0, 8, 127500, "ulaw", 7, "Medium", ""},
+        {2, 4, 31875, "ULAW", 7, "Medium", "Left, Right"}, // at the limit
+        {2, 8, 15938, "Sowt", 65535, "Medium", "Left, Right"},
+        // Bits per second are counted in 32 bits, signed.
+        {1, 8, 300e6, "ima4", 65535, "Low", "Center"},
+        {1, 8, 800e6, "Fl32", 65535, "Medium", "Center"}};
+    for (const std::string type : {"NONE", "none", "sowt", "SOWT"})
+        rows.push_back({2, 16, 44100, type, 1, "CD", "Left, Right"});
+    for (const std::string type : {"FL32", "fl32", "FL64", "fl64"})
+        rows.push_back({2, 24, 48000, type, 3, "DVD", "Left, Right"});
+    for (const auto& [channels, bits, rate, type, tag, quality, layout] : rows) {
         SCOPED_TRACE(type + " x " + std::to_string(channels));
         AiffBuilder file;
         file.Comm(channels, bits, rate, type, "x").Ssnd(Noise(1344)).Chunk("odd\x01", Bytes(1));
@@ -186,8 +169,8 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
                                                                         : type + " (x)";
         const int frames = 1344 / std::max(channels * bits / 8, 1);
         EXPECT_EQ(Properties(host),
-                  "Audio Quality: " + quality + (tag < 4 ? "  (Lossless)" : "  (Lossy)") +
-                      "\nEncoder Settings: " + settings + "\nChannel Mapping: " + layouts[layout] +
+                  "Audio Quality: "s + quality + (tag < 4 ? "  (Lossless)" : "  (Lossy)") +
+                      "\nEncoder Settings: " + settings + "\nChannel Mapping: " + layout +
                       "\nSample Count: " + std::to_string(frames) + "\nRiff Chunks: 'COMM' " +
                       (type.empty() ? "18" : "24") + " bytes,  'SSND' 1.3 KB,  'odd\x01' 1 byte" +
                       "\nGapless: Yes" + "\nWave Header: " + (type.empty() ? "AIFF\n" : "AIFC\n"));
@@ -233,33 +216,28 @@ TEST_F(BoundaryTest, UnusualFileNames)
     EXPECT_EQ(host.Open(dir.Path("pipe"), 1), 0); // and does not wait for a writer
 }
 
-int64_t OpenDescriptors()
-{
-    const std::filesystem::directory_iterator folder("/dev/fd");
-    return std::distance(begin(folder), end(folder));
-}
-
 TEST_F(BoundaryTest, EachDescriptorIsClosedExactlyOnce)
 {
-    const std::string good = File(kSmall);
-    const std::string bad = dir.Write("b.aiff", Bytes(20));
-    const int64_t before = OpenDescriptors();
-    for (int ending = 0; ending < 3; ++ending) {
-        int stranger = -1;
-        {
-            Instance host(plugin);
-            for (const std::string& path : {good, bad, good})
-                EXPECT_EQ(host.Open(path, 1), path == good ? 1 : 0);
-            EXPECT_EQ(OpenDescriptors(), before + 1);
-            if (ending > 0)
-                host.Close();
-            // A stranger takes the place of the descriptor that is gone.
-            stranger = open(good.c_str(), O_RDONLY | O_CLOEXEC);
-            if (ending > 1)
-                host.Close();
-        }
+    const auto openDescriptors = [] {
+        const std::filesystem::directory_iterator folder("/dev/fd");
+        return std::distance(begin(folder), end(folder));
+    };
+    const std::string good = File(kSmall), bad = dir.Write("b.aiff", Bytes(20));
+    const auto before = openDescriptors();
+    for (const int closings : {0, 1, 2}) {
+        auto host = std::make_unique<Instance>(plugin);
+        for (const std::string& path : {good, bad, good})
+            EXPECT_EQ(host->Open(path, 1), path == good ? 1 : 0);
+        EXPECT_EQ(openDescriptors(), before + 1);
+        if (closings > 0)
+            host->Close();
+        // A stranger takes the place of the descriptor that is gone.
+        const int stranger = open(good.c_str(), O_RDONLY | O_CLOEXEC);
+        if (closings > 1)
+            host->Close();
+        host.reset();
         EXPECT_EQ(close(stranger), 0);
-        EXPECT_EQ(OpenDescriptors(), before);
+        EXPECT_EQ(openDescriptors(), before);
     }
 }
 
