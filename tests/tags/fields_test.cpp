@@ -1,5 +1,4 @@
 #include "TagBuilder.h"
-#include "tags/TagPictures.h"
 #include "tags/id3parser/FieldNames.h"
 #include "tags/id3parser/FrameRules.h"
 #include "tags/id3parser/FrameToMeta.h"
@@ -71,6 +70,8 @@ TEST(Fields, RulesOfReading)
         {"user text", 4, "TXXX:k\0a\0b|TXXX:alone|TXXX:\0nameless"s, L"k=a\rb;"},
         {"decorated user text", 3, "TXXX:Artist[2]\0b|TXXX:x[]\0c|TXXX:y2]\0d|TXXX:[1]\0e"s,
          L"[1]=e;Artist=b;x[]=c;y2]=d;"},
+        {"names beyond ASCII, last", 3, "TXXX:\xE9\0x|TXXX:zz\0y|TXXX:ZZ\0z"s,
+         L"zz=y\rz;\u00E9=x;"},
         {"slashed user text", 3, "TXXX:SOLOIST\0a/b|TXXX:k\0a/b"s, L"k=a/b;SOLOIST=a\rb;"},
         {"slashed user text in 2.4", 4, "TXXX:Soloist\0a/b"s, L"Soloist=a/b;"},
         {"gain", 3, "TXXX:REPLAYGAIN_TRACK_GAIN\0-6 dB|TXXX:replaygain_album_peak\0n/a"s,
@@ -213,34 +214,6 @@ TEST(Fields, RatingsAreStepsOfTheByte)
         EXPECT_EQ(id3parser::POPMToRating(static_cast<uint8_t>(byte)), rating) << byte;
     EXPECT_EQ(id3parser::ratingToPOPM(-1), 0);
     EXPECT_EQ(id3parser::ratingToPOPM(11), 0xFF);
-}
-
-TEST(Fields, TypesOfPictures)
-{
-    EXPECT_EQ(GetPictureType(L""), 0);
-    EXPECT_EQ(GetPictureType(L"Undefined"), 0);
-    EXPECT_EQ(GetPictureType(L"back album cover"), 4);
-    EXPECT_EQ(GetPictureType(L"whatever"), 3);
-    EXPECT_EQ(DetectPictureMimeType(Text("\x89PNG....")), "image/png");
-    EXPECT_EQ(DetectPictureMimeType(Text("\xFF\xD8......")), "image/jpeg");
-    EXPECT_EQ(DetectPictureMimeType(Text("\x89PNG...")), "");
-}
-
-TEST(Fields, AMapKeepsFirstSpellingsInOrder)
-{
-    metaMap map;
-    map.add("b", "1");
-    map.add("B", "2");
-    map.set("\xC3\xA9", "3");
-    map.findOrAdd("_");
-    EXPECT_EQ(map.find("b")->size(), 2u);
-    EXPECT_FALSE(map.haveReplayGain());
-    map.set("Replaygain_Album_Gain", "1");
-    EXPECT_TRUE(map.haveReplayGain());
-    std::string order;
-    for (const auto& [field, values] : map)
-        order += field + " ";
-    EXPECT_EQ(order, "_ b Replaygain_Album_Gain \xC3\xA9 ");
 }
 
 TEST(Fields, SizeOfATagFromItsHeader)

@@ -170,8 +170,10 @@ TEST(TagUpdate, PicturesAreReplacedByType)
         {"type without a name", L"_albumart_4_Undefined=fish", kFront + kFront2 + kBack + kFish},
         {"type without a name, changed", L"_albumart_4_Undefined=seafood!",
          kFront + kFront2 + kBack + "APIC:image/jpeg\0\0\0seafood!"s},
-        {"small data has no type", L"_albumart_2_Back Album Cover=tiny",
-         kFront + kFront2 + kFish + "APIC:\0\4\0tiny"s},
+        {"unknown type is a front cover", L"_albumart_4_whatever=\x89PNG....",
+         "APIC:image/png\0\3\0\x89PNG....|"s + kBack + kFish},
+        {"small data has no type", L"_albumart_2_Back Album Cover=\x89PNG...",
+         kFront + kFront2 + kFish + "APIC:\0\4\0\x89PNG..."s},
         {"description beyond ASCII", L"_albumart_2_Back Album Cover<subdesc>\u00E9=back",
          kFront + kFront2 + kFish + "APIC=\1\0\4"s + Utf16(u"\u00E9") + "back"},
     };
