@@ -14,8 +14,8 @@ std::vector<Bytes> Seeds();
 // Ends the program: the property does not hold.
 inline void Require(bool holds, const char* property)
 {
-    if (holds)
-        return;
-    std::fprintf(stderr, "broken: %s\n", property);
-    std::abort();
+    if (!holds) {
+        std::fprintf(stderr, "broken: %s\n", property);
+        std::abort();
+    }
 }

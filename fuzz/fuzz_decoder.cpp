@@ -18,8 +18,7 @@ QV_DECODER_FUNCTIONS(AIFF_DECLARE)
 namespace
 {
 
-constexpr size_t kCommandSize = 9;
-constexpr size_t kMostCommands = 16;
+constexpr size_t kCommandSize = 9, kMostCommands = 16;
 constexpr uint8_t kWithReport = 0x80;
 enum Command { kDecode, kDecodeAll, kSeek, kRangeFrom, kRangeTo, kReopen, kClose, kCut, kGet };
 
@@ -32,10 +31,23 @@ void Touch(const uint8_t* bytes, size_t size)
         sum = static_cast<uint8_t>(sum + bytes[i]);
 }
 
-void OpenFile(void* handle, const wchar_t* name, uint32_t flags)
+// A file that exists only as this descriptor.
+#ifdef __linux__
+const int kFile = memfd_create("aiff-fuzz", MFD_CLOEXEC); // much faster than a disk
+#else
+const int kFile = fileno(std::tmpfile());
+#endif
+
+void Resize(size_t size)
 {
+    Require(ftruncate(kFile, static_cast<off_t>(size)) == 0, "the file is resized");
+}
+
+void OpenFile(void* handle, uint32_t flags)
+{
+    static const std::wstring name = L"/dev/fd/" + std::to_wstring(kFile);
     STQvOpenDecoder open = {};
-    open.pFileName = name;
+    open.pFileName = name.c_str();
     open.nFlags = flags;
     if (Open(handle, &open) == 0)
         return;
@@ -60,6 +72,41 @@ bool Decode(void* handle)
     return block.nLastBlock == 0;
 }
 
+void Perform(void* handle, uint8_t command, int64_t number, size_t fileSize, uint32_t flags)
+{
+    STQvCodecGetSet record = {};
+    record.nItemIndex = static_cast<uint32_t>(number);
+    record.nValue1 = command == kRangeTo ? 0 : number;
+    record.nValue2 = command == kRangeTo ? number : QV_RANGE_TO_END;
+    switch (command) {
+    case kDecodeAll:
+        for (size_t blocks = 0; Decode(handle); ++blocks)
+            Require(blocks <= fileSize, "the last block comes");
+        break;
+    case kSeek:
+        SetPosition(handle, number);
+        break;
+    case kRangeFrom:
+    case kRangeTo:
+        Require(Set(handle, QV_KEY_SET_DECODE_RANGE, &record) == 1, "a range is taken");
+        break;
+    case kReopen:
+        OpenFile(handle, flags);
+        break;
+    case kClose:
+        Require(Close(handle, nullptr) == 1, "Close succeeds");
+        break;
+    case kCut:
+        Resize(static_cast<uint64_t>(number) % (fileSize + 1));
+        break;
+    case kGet:
+        Get(handle, QV_KEY_STREAMING_DECODES, &record);
+        break;
+    default:
+        Decode(handle);
+    }
+}
+
 // Every failure has indented the trace of the whole process, which would fill up.
 void TakeIndentationBack()
 {
@@ -68,22 +115,6 @@ void TakeIndentationBack()
     for (int i = 0; i < 100; ++i)
         Get(silent, L"<-<-", &record);
     Destroy(silent);
-}
-
-// A file that exists only as this descriptor.
-int FileDescriptor()
-{
-#ifdef __linux__
-    static const int fd = memfd_create("aiff-fuzz", MFD_CLOEXEC); // much faster than a disk
-#else
-    static const int fd = fileno(std::tmpfile());
-#endif
-    return fd;
-}
-
-void Resize(size_t size)
-{
-    Require(ftruncate(FileDescriptor(), static_cast<off_t>(size)) == 0, "the file is resized");
 }
 
 Bytes Input(uint8_t flags, const std::vector<std::pair<Command, int64_t>>& commands,
@@ -125,50 +156,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     const uint8_t* const file = bytes + 2 + commands * kCommandSize;
     const auto fileSize = static_cast<size_t>(bytes + size - file);
     Resize(0);
-    Require(pwrite(FileDescriptor(), file, fileSize, 0) == ssize_t(fileSize),
-            "the file is written");
-    static const std::wstring name = L"/dev/fd/" + std::to_wstring(FileDescriptor());
+    Require(pwrite(kFile, file, fileSize, 0) == ssize_t(fileSize), "the file is written");
     static const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    void* output =
-        (bytes[0] & kWithReport) != 0 ? reinterpret_cast<void*>(intptr_t{sink}) : nullptr;
+    const bool reports = (bytes[0] & kWithReport) != 0;
+    void* const output = reports ? reinterpret_cast<void*>(intptr_t{sink}) : nullptr;
     const STNStdReport report = {output, output, output};
     void* const handle = Create(&report);
-    OpenFile(handle, name.c_str(), bytes[0] & 0x1F);
+    OpenFile(handle, bytes[0] & 0x1F);
     for (const uint8_t* command = bytes + 2; command != file; command += kCommandSize) {
-        STQvCodecGetSet record = {};
-        std::memcpy(&record.nValue1, command + 1, 8);
-        record.nValue2 = QV_RANGE_TO_END;
-        record.nItemIndex = static_cast<uint32_t>(record.nValue1);
-        if (command[0] == kRangeTo)
-            record.nValue2 = std::exchange(record.nValue1, 0);
-        size_t blocks = 0;
-        switch (command[0]) {
-        case kDecodeAll:
-            while (Decode(handle))
-                Require(++blocks <= fileSize, "the last block comes");
-            break;
-        case kSeek:
-            SetPosition(handle, record.nValue1);
-            break;
-        case kRangeFrom:
-        case kRangeTo:
-            Require(Set(handle, QV_KEY_SET_DECODE_RANGE, &record) == 1, "a range is taken");
-            break;
-        case kReopen:
-            OpenFile(handle, name.c_str(), bytes[0] & 0x1F);
-            break;
-        case kClose:
-            Require(Close(handle, nullptr) == 1, "Close succeeds");
-            break;
-        case kCut:
-            Resize(static_cast<uint64_t>(record.nValue1) % (fileSize + 1));
-            break;
-        case kGet:
-            Get(handle, QV_KEY_STREAMING_DECODES, &record);
-            break;
-        default:
-            Decode(handle);
-        }
+        int64_t number = 0;
+        std::memcpy(&number, command + 1, sizeof number);
+        Perform(handle, command[0], number, fileSize, bytes[0] & 0x1F);
     }
     Require(Destroy(handle) == 1, "Destroy succeeds");
     TakeIndentationBack();

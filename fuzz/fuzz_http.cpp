@@ -30,10 +30,9 @@ private:
 };
 
 struct Result {
-    StreamFault headFault = StreamFault::None;
-    StreamFault bodyFault = StreamFault::None;
+    StreamFault headFault = StreamFault::None, bodyFault = StreamFault::None;
     STHttpHead head;
-    std::vector<uint8_t> body;
+    Bytes body;
 };
 
 Result ReadAnswer(std::span<const uint8_t> bytes, size_t piece, size_t step)
@@ -42,15 +41,12 @@ Result ReadAnswer(std::span<const uint8_t> bytes, size_t piece, size_t step)
     HttpReader reader(source);
     Result result;
     result.headFault = reader.ReadHead(result.head);
-    if (result.headFault != StreamFault::None)
-        return result;
-    std::vector<uint8_t> part(step);
-    size_t count = 0;
-    do {
+    Bytes part(step);
+    for (size_t count = step; count == step && result.headFault == StreamFault::None;) {
         count = reader.ReadBody(part);
         result.body.insert(result.body.end(), part.data(), part.data() + count);
-    } while (count == step);
-    result.bodyFault = reader.Fault();
+        result.bodyFault = reader.Fault();
+    }
     return result;
 }
 
@@ -75,15 +71,13 @@ void CheckTarget(const std::string& reference)
 std::vector<Bytes> Seeds()
 {
     std::vector<Bytes> seeds;
-    for (const std::string_view answer : {
-             "HTTP/1.1 200 OK\r\nContent-Length: 5\r\nAccept-Ranges: bytes\r\n\r\nhello",
-             "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 206 X\nContent-Range: bytes 2-9/10\n\n8 bytes!",
-             "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5;x=y\r\nhello\r\n0\r\nA: "
-             "b\r\n\r\n",
-             "HTTP/1.0 302 Found\r\nLocation: ../x%2e/./y?z#f\r\n\r\n",
-             "HTTP/1.0 302 Found\r\nLocation: http://[::1]:81/a b\r\n\r\n",
-         })
-        seeds.push_back(Join({{3, 1}, Bytes(answer.begin(), answer.end())}));
+    for (const std::string answer :
+         {"HTTP/1.1 200 OK\r\nContent-Length: 5\r\nAccept-Ranges: bytes\r\n\r\nhello",
+          "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 206 X\nContent-Range: bytes 2-9/10\n\n8 bytes!",
+          "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5;x=y\r\nhello\r\n0\r\nA:b\r\n\r\n",
+          "HTTP/1.0 302 Found\r\nLocation: ../x%2e/./y?z#f\r\n\r\n",
+          "HTTP/1.0 302 Found\r\nLocation: http://[::1]:81/a b\r\n\r\n"})
+        seeds.push_back(Join({{3, 1}, Text(answer)}));
     return seeds;
 }
 

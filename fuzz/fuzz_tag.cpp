@@ -1,25 +1,16 @@
-// Fuzzes the ID3v2 tag reader and the edit of a tag in memory.
-//
-// Input: a byte of options, a byte with the size of a tag blob in units of 4 bytes,
-// the blob, then the tag. Properties: the ways of reading agree; a list that was read
-// and is written back changes nothing that reading shows; an edit keeps every frame
-// that it does not concern.
+// The ID3v2 tag reader and the edit of a tag in memory. An input is a byte of options, a
+// byte with the size of a tag blob in units of 4 bytes, the blob, then the tag. The ways
+// of reading agree; a list that was read and is written back changes nothing that
+// reading shows; an edit keeps every frame that it does not concern.
 #include "Fuzz.h"
 #include "support/TempDir.h"
-#include "tags/NTag.h"
-#include "tags/TagFields.h"
+#include "tags/TagBuilder.h"
 #include "tags/TagPictures.h"
-#include "tags/TagUpdate.h"
-#include "tags/id3parser/Errors.h"
 #include "tags/id3parser/FrameRules.h"
 #include "tags/id3parser/FrameToMeta.h"
 #include "tags/id3parser/RawFrames.h"
 
-#include <algorithm>
-#include <map>
-#include <span>
-#include <string>
-#include <vector>
+#include <set>
 
 using View = std::span<const uint8_t>;
 using id3parser::t_frame;
@@ -28,19 +19,7 @@ using id3parser::t_tag;
 namespace
 {
 
-// Hands the tag out in pieces and does not tell how long it is.
-class Trickle : public id3parser::streamIn
-{
-public:
-    explicit Trickle(View bytes) : m_in(bytes) {}
-    size_t read(void* buffer, size_t size) override { return m_in.read(buffer, size); }
-    size_t skip(size_t size) override { return m_in.skip(size); }
-
-private:
-    id3parser::streamInMem m_in;
-};
-
-bool Parse(id3parser::streamIn& in, t_tag& tag)
+bool Parse(id3parser::streamIn&& in, t_tag& tag)
 {
     try {
         id3parser::parseCallback everything;
@@ -52,52 +31,25 @@ bool Parse(id3parser::streamIn& in, t_tag& tag)
 }
 
 // What a list says, but for the order and the numbers of its pictures.
-std::multimap<XStr, std::vector<uint8_t>> Meaning(const NTag& list)
+std::multiset<XStr> Meaning(const NTag& list)
 {
-    std::multimap<XStr, std::vector<uint8_t>> meaning;
+    std::multiset<XStr> meaning;
     for (long i = 1; i < list.Count(); ++i) {
-        XStr description, subDescription;
+        XStr name = list[i].name, description;
         if (IsAlbumArt(list[i]))
-            NTag::SpiltAlbumArtDesctiptionLine(list[i].name, description, subDescription);
-        const XStr name = IsAlbumArt(list[i]) ? L"picture " + description + L"|" + subDescription
-                                              : list[i].name + L"=" + list[i].value;
-        meaning.emplace(name, list[i].data);
+            NTag::SpiltAlbumArtDesctiptionLine(list[i].name, description, name);
+        meaning.insert(description + L"|" + name + L"=" + list[i].value +
+                       XStr(list[i].data.begin(), list[i].data.end()));
     }
     return meaning;
 }
 
-struct Edit {
-    std::vector<View> oldTags;
-    TagOptions options;
-    bool remove = false;
-
-    bool Run(const NTag& list, std::vector<uint8_t>& tag) const
-    {
-        TagUpdate update(options, oldTags);
-        update.Apply(list, remove);
-        return update.Build() && update.Finish(0, 0, 1, tag);
-    }
-};
-
-NTag ThroughBlob(const NTag& list)
-{
-    XMem blob;
-    NTag back;
-    if (list.ToRawMemory(blob))
-        back.InitFromRawMemory(blob.Data(), static_cast<long>(blob.Used()));
-    return back;
-}
-
-void CheckParsing(View bytes)
+void CheckParsing(View bytes, const id3parser::RawTag& raw)
 {
     t_tag fromMemory, fromStream;
-    id3parser::streamInMem memory(bytes);
-    Trickle stream(bytes);
-    const bool parses = Parse(memory, fromMemory);
-    Require(Parse(stream, fromStream) == parses, "memory and stream parse alike");
+    const bool parses = Parse(id3parser::streamInMem(bytes), fromMemory);
+    Require(Parse(Trickle(bytes), fromStream) == parses, "memory and stream parse alike");
     Require(fromMemory.Frames() == fromStream.Frames(), "memory and stream have the same frames");
-
-    const id3parser::RawTag raw = id3parser::WalkRawFrames(bytes);
     Require(raw.parses == parses, "the walk knows whether the tag parses");
     if (parses && !raw.plainSizes) {
         t_tag::FrameList shown;
@@ -125,13 +77,10 @@ void CheckParsing(View bytes)
 std::string UnknownFrames(View bytes)
 {
     std::string unknown;
-    const id3parser::RawTag raw = id3parser::WalkRawFrames(bytes);
-    for (const id3parser::RawFrame& frame : raw.frames)
-        if (frame.header.id != 0 && frame.header.id != id3parser::kFrameAPIC &&
-            id3parser::RuleForFrame(frame.header.id) == nullptr)
-            unknown.append(std::to_string(frame.header.id))
-                .append(std::to_string(frame.header.formatFlags))
-                .append(frame.body.begin(), frame.body.end());
+    for (const auto& [header, body] : id3parser::WalkRawFrames(bytes).frames)
+        if (header.id != 0 && header.id != id3parser::kFrameAPIC &&
+            id3parser::RuleForFrame(header.id) == nullptr)
+            unknown += SizeBytes(header.id, 8, 4) + std::to_string(header.formatFlags) + S(body);
     return unknown;
 }
 
@@ -140,38 +89,36 @@ void CheckEditing(View bytes, const TagOptions& options)
 {
     NTag before, after;
     Require(ReadTagList(bytes, before), "what parses is read");
-    const Edit edit{{bytes}, options};
-    std::vector<uint8_t> written, again;
-    Require(edit.Run(ThroughBlob(before), written), "what was read can be written");
-    Require(ReadTagList(written, after), "what was written is read");
+    const Bytes back = Edited({bytes}, Decoded(Encoded(before)), options);
+    Require(ReadTagList(back, after), "what was read can be written and read again");
     Require(Meaning(before) == Meaning(after), "what was read survives write and read again");
-    Require(Edit{{written}, options}.Run(ThroughBlob(after), again) && again == written,
+    Require(Edited({back}, Decoded(Encoded(after)), options) == back,
             "writing twice changes nothing");
 
-    NTag title;
-    title.AddTag(L"Title", L"fuzz");
-    Require(edit.Run(title, written) && ReadTagList(written, after), "a title can be set");
+    const NTag title = ListOf(L"Title=fuzz");
+    const Bytes titled = Edited({bytes}, title, options);
+    Require(ReadTagList(titled, after), "a title can be set");
     Require(after.GetTagValue(L"Title") == L"fuzz", "what was set reads back");
     before.RemoveTag(L"Title");
     after.RemoveTag(L"Title");
     Require(Meaning(before) == Meaning(after), "other fields survive a change of the title");
     if (bytes[5] & 0x80)
-        Require(UnknownFrames(bytes) == UnknownFrames(written), "unknown frames survive");
-
-    Edit removal = edit;
-    removal.remove = true;
-    Require(removal.Run(title, written) && ReadTagList(written, after), "a title can be removed");
+        Require(UnknownFrames(bytes) == UnknownFrames(titled), "unknown frames survive");
+    Require(ReadTagList(Edited({bytes}, title, options, true), after), "a title can be removed");
     Require(after.FindElement(L"Title") == nullptr, "what was removed is gone");
 }
 
-TagOptions OptionsOf(uint8_t bits)
+// Any list may be applied to any tags.
+void CheckList(View tag, const NTag& list, const TagOptions& options, bool remove)
 {
-    TagOptions options;
-    options.textEncoding = bits & 3;
-    options.writeVersion = bits & 4 ? 3 : 2;
-    options.fullDateInYear = bits & 8;
-    options.strictYearDate = bits & 16;
-    return options;
+    NTag shown;
+    const Bytes written = Edited({tag, tag.first(tag.size() / 2), tag}, list, options, remove);
+    Require(written.empty() || ReadTagList(written, shown), "what was written is read");
+    for (long i = 0; remove && i < list.Count(); ++i)
+        Require(list[i].name.empty() || list[i].name[0] == L'_' ||
+                    EqualNoCase(list[i].name, kTagVersionName) ||
+                    shown.FindElement(list[i].name) == nullptr,
+                "what was removed is gone");
 }
 
 } // namespace
@@ -188,31 +135,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 2)
         return 0;
-    View input(data, size);
-    const TagOptions options = OptionsOf(input[0]);
-    const bool remove = input[0] & 32;
-    const size_t blobSize = std::min<size_t>(input[1] * size_t{4}, size - 2);
-    const View blob = input.subspan(2, blobSize);
-    const View tag = input.subspan(2 + blobSize);
+    const size_t blobSize = std::min<size_t>(data[1] * size_t{4}, size - 2);
+    const View blob(data + 2, blobSize), tag(data + 2 + blobSize, size - 2 - blobSize);
+    TagOptions options;
+    options.textEncoding = data[0] & 3;
+    options.writeVersion = data[0] & 4 ? 3 : 2;
+    options.fullDateInYear = data[0] & 8;
+    options.strictYearDate = data[0] & 16;
 
-    CheckParsing(tag);
     const id3parser::RawTag raw = id3parser::WalkRawFrames(tag);
+    CheckParsing(tag, raw);
     if (raw.parses && raw.revision >= id3parser::kRevision3 && !raw.plainSizes)
         CheckEditing(tag, options);
-
-    // Any list may be applied to any tags.
-    NTag list, shown;
-    list.InitFromRawMemory(blob.data(), static_cast<long>(blob.size()));
-    const Edit edit{{tag, tag.first(tag.size() / 2), tag}, options, remove};
-    std::vector<uint8_t> written;
-    if (edit.Run(list, written)) {
-        Require(ReadTagList(written, shown), "what was written is read");
-        if (remove)
-            for (long i = 0; i < list.Count(); ++i)
-                Require(list[i].name.empty() || list[i].name[0] == L'_' ||
-                            EqualNoCase(list[i].name, kTagVersionName) ||
-                            shown.FindElement(list[i].name) == nullptr,
-                        "what was removed is gone");
-    }
+    CheckList(tag, Decoded(blob), options, data[0] & 32);
     return 0;
 }

@@ -42,17 +42,15 @@ TEST_F(BoundaryTest, OpenWritesTheFieldsThatTheFlagsAskFor)
         if ((flags & 8) != 0)
             continue; // what a file without tags gives is the tag reader's business
         const bool refused = (flags & 2) != 0;
-        std::string expected = "0-12 "; // the host's own name and flags
-        if (!refused && (flags & (1 + 4)) != 0)
-            expected = "0-30 52-72 ";
-        if (!refused && (flags & 16) != 0)
-            expected += "92-104 ";
-        EXPECT_EQ(Written([&](uint8_t pattern) {
-                      Instance host(plugin);
-                      EXPECT_EQ(host.Open(path, flags, pattern), refused ? 0 : 1);
-                      return host.open;
-                  }),
-                  expected)
+        const bool hasAudio = !refused && (flags & (1 + 4)) != 0; // else the host's own fields
+        const bool hasProperties = !refused && (flags & 16) != 0;
+        const auto record = [&](uint8_t pattern) {
+            Instance host(plugin);
+            EXPECT_EQ(host.Open(path, flags, pattern), refused ? 0 : 1);
+            return host.open;
+        };
+        EXPECT_EQ(Written(record),
+                  (hasAudio ? "0-30 52-72 "s : "0-12 "s) + (hasProperties ? "92-104 " : ""))
             << flags;
     }
 }
@@ -60,26 +58,23 @@ TEST_F(BoundaryTest, OpenWritesTheFieldsThatTheFlagsAskFor)
 TEST_F(BoundaryTest, FieldsOfOpenAndDecodeBlock)
 {
     const std::string path = File(kSmall);
+    const Bytes format = Text("\1\0\2\0\x44\xAC\0\0\x10\xB1\2\0\4\0\x10\0\0\0"s);
     const auto blockAfter = [&](int blocks, uint8_t pattern) {
         Instance host(plugin);
         EXPECT_EQ(host.Open(path, 1), 1);
+        EXPECT_EQ(std::memcmp(&host.open.AudioInfo, format.data(), 18), 0);
+        EXPECT_EQ(+host.open.AudioInfo.nBitRate, 176400u * 8);
+        EXPECT_EQ(+host.open.AudioInfo.nLengthMS, 2);
+        EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, 400);
         for (int i = 0; i < blocks; ++i)
             EXPECT_EQ(host.Next(pattern), 1);
         return host.block;
     };
-    EXPECT_EQ(Written([&](uint8_t pattern) { return blockAfter(1, pattern); }),
-              "0-30 52-64 80-92 ");
-    EXPECT_EQ(Written([&](uint8_t pattern) { return blockAfter(2, pattern); }), "80-92 ");
+    EXPECT_EQ(Written([&](uint8_t old) { return blockAfter(1, old); }), "0-30 52-64 80-92 ");
+    EXPECT_EQ(Written([&](uint8_t old) { return blockAfter(2, old); }), "80-92 ");
     const STQvAudioBlock block = blockAfter(1, 0);
-    Instance host(plugin);
-    ASSERT_EQ(host.Open(path, 4), 1);
-    const Bytes format = Text("\1\0\2\0\x44\xAC\0\0\x10\xB1\2\0\4\0\x10\0\0\0"s);
-    EXPECT_EQ(std::memcmp(&host.open.AudioInfo, format.data(), 18), 0);
     EXPECT_EQ(std::memcmp(&block.WaveFormat, format.data(), 18), 0);
-    EXPECT_EQ(+host.open.AudioInfo.nBitRate, 176400u * 8);
     EXPECT_EQ(+block.nBitRate, 176400u * 8);
-    EXPECT_EQ(+host.open.AudioInfo.nLengthMS, 2);
-    EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, 400);
     EXPECT_EQ(+blockAfter(2, 0).nPositionMS, 2);
 }
 
@@ -97,13 +92,14 @@ TEST_F(BoundaryTest, GetAnswersItsKeysOnly)
         return std::to_wstring(result) + text(record.pText1) + L" " + text(record.pText2);
     };
     const wchar_t* const decodes[] = {L"1.aif AIFF", L"1.aiff AIFF", L"1.aifc AIFC", L"0 ", L"0 "};
+    const wchar_t* const types[] = {
+        L"1audio/aiff ",         L"1application/aiff ",  L"1audio/x-aiff ",
+        L"1application/x-aiff ", L"1audio/aif ",         L"1application/aif ",
+        L"1audio/x-aif ",        L"1application/x-aif ", L"0 "};
     for (uint32_t i = 0; i < std::size(decodes); ++i)
         EXPECT_EQ(ask(L"Decodes", i), decodes[i]);
-    uint32_t i = 0;
-    for (const wchar_t* kind : {L"aiff ", L"x-aiff ", L"aif ", L"x-aif "})
-        for (const wchar_t* group : {L"1audio/", L"1application/"})
-            EXPECT_EQ(ask(L"StreamingDecodes", i++), group + std::wstring(kind));
-    EXPECT_EQ(ask(L"StreamingDecodes", 8), L"0 ");
+    for (uint32_t i = 0; i < std::size(types); ++i)
+        EXPECT_EQ(ask(L"StreamingDecodes", i), types[i]);
     EXPECT_EQ(ask(L"Decodes", 0xFFFFFFFF), L"0 ");
     EXPECT_EQ(ask(L"Decoder Description", 77), L"1Aiff Decoder ");
     for (const wchar_t* key : {L"decodes", L"Decodes ", L"Decode", L"", L"IDTags"})
@@ -136,67 +132,48 @@ TEST_F(BoundaryTest, NullArgumentsAreHarmless)
 
 TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
 {
-    struct Row {
-        int channels, bits;
-        double rate;
-        const char* type;
-        int tag;
-        const char *quality, *layout;
-    };
-    const char* const plain = "NONE (no compression)";
-    const Row rows[] = {
-        {2, 16, 44100, "", 1, "CD  (Lossless)", "Left, Right"},
-        {1, 16, 48000, "", 1, "DAT  (Lossless)", "Center"},
-        {3, 24, 96000, "", 1, "DVD  (Lossless)", "Left, Right, Sub-woofer"},
-        {4, 32, 48000, "", 1, "DVD  (Lossless)", "Left, Right, Back Left, Back Right"},
-        {5, 24, 47999, "", 1, "Perfect  (Lossless)", "Left, Right, Center, Back Left, Back Right"},
-        {6, 24, 44100, "", 1, "Perfect  (Lossless)",
-         "Left, Right, Center, Sub-woofer, Back Left, Back Right"},
-        {7, 8, 22050, "", 1, "Perfect  (Lossless)",
-         "Left, Right, Center, Sub-woofer, Back Left, Back Right, Back Center"},
-        {8, 16, 44101, "", 1, "Perfect  (Lossless)",
-         "Left, Right, Center, Sub-woofer, Back Left, Back Right, Side Left, Side Right"},
-        {9, 16, 44100, "", 1, "CD  (Lossless)", ""},
-        {0, 16, 44100, "", 1, "CD  (Lossless)", ""},
-        {2, 16, 44100, "NONE", 1, "CD  (Lossless)", "Left, Right"},
-        {2, 16, 44100, "none", 1, "CD  (Lossless)", "Left, Right"},
-        {2, 16, 44100, "sowt", 1, "CD  (Lossless)", "Left, Right"},
-        {2, 16, 44100, "SOWT", 1, "CD  (Lossless)", "Left, Right"},
-        {2, 24, 48000, "fl32", 3, "DVD  (Lossless)", "Left, Right"},
-        {2, 16, 44100, "FL32", 3, "CD  (Lossless)", "Left, Right"},
-        {2, 16, 44100, "fl64", 3, "CD  (Lossless)", "Left, Right"},
-        {2, 16, 44100, "FL64", 3, "CD  (Lossless)", "Left, Right"},
-        {1, 8, 15937, "alaw", 6, "Low  (Lossy)", "Center"},
-        {1, 8, 15938, "ALAW", 6, "Medium  (Lossy)", "Center"},
-        {0, 8, 127500, "ulaw", 7, "Low  (Lossy)", ""},
-        {2, 4, 31875, "ULAW", 7, "Medium  (Lossy)", "Left, Right"}, // at the limit
-        {2, 8, 15938, "Sowt", 65535, "Medium  (Lossy)", "Left, Right"},
+    const std::string six = "Left, Right, Center, Sub-woofer, Back Left, Back Right";
+    using Row = std::tuple<int, int, double, std::string, int, const char*, std::string>;
+    std::vector<Row> rows = {
+        {0, 16, 44100, "", 1, "CD", ""},
+        {1, 16, 48000, "", 1, "DAT", "Center"},
+        {2, 16, 44100, "", 1, "CD", "Left, Right"},
+        {3, 24, 96000, "", 1, "DVD", "Left, Right, Sub-woofer"},
+        {4, 32, 48000, "", 1, "DVD", "Left, Right, Back Left, Back Right"},
+        {5, 24, 47999, "", 1, "Perfect", "Left, Right, Center, Back Left, Back Right"},
+        {6, 24, 44100, "", 1, "Perfect", six},
+        {7, 8, 22050, "", 1, "Perfect", six + ", Back Center"},
+        {8, 16, 44101, "", 1, "Perfect", six + ", Side Left, Side Right"},
+        {9, 16, 44100, "", 1, "CD", ""},
+        {1, 8, 15937, "alaw", 6, "Low", "Center"},
+        {1, 8, 15938, "ALAW", 6, "Medium", "Center"},
+        {0, 8, 127500, "ulaw", 7, "Low", ""},
+        {2, 4, 31875, "ULAW", 7, "Medium", "Left, Right"}, // at the limit
+        {2, 8, 15938, "Sowt", 65535, "Medium", "Left, Right"},
         // Bits per second are counted in 32 bits, signed.
-        {1, 8, 300e6, "ima4", 65535, "Low  (Lossy)", "Center"},
-        {1, 8, 800e6, "Fl32", 65535, "Medium  (Lossy)", "Center"},
-    };
-    for (const Row& row : rows) {
-        const std::string type = row.type;
-        const bool isAifc = !type.empty();
-        const bool isNamed = isAifc && type != "sowt" && type != "SOWT";
+        {1, 8, 300e6, "ima4", 65535, "Low", "Center"},
+        {1, 8, 800e6, "Fl32", 65535, "Medium", "Center"}};
+    for (const std::string type : {"NONE", "none", "sowt", "SOWT"})
+        rows.push_back({2, 16, 44100, type, 1, "CD", "Left, Right"});
+    for (const std::string type : {"FL32", "fl32", "FL64", "fl64"})
+        rows.push_back({2, 24, 48000, type, 3, "DVD", "Left, Right"});
+    for (const auto& [channels, bits, rate, type, tag, quality, layout] : rows) {
+        SCOPED_TRACE(type + " x " + std::to_string(channels));
+        AiffBuilder file;
+        file.Comm(channels, bits, rate, type, "x").Ssnd(Noise(1344)).Chunk("odd\x01", Bytes(1));
         Instance host(plugin);
-        ASSERT_EQ(host.Open(File(AiffBuilder()
-                                     .Comm(row.channels, row.bits, row.rate, type, "x")
-                                     .Ssnd(Noise(1344))
-                                     .Chunk("odd\x01", Bytes(1))),
-                            16 + 4),
-                  1);
-        EXPECT_EQ(+host.open.AudioInfo.WaveFormat.nFormatTag, row.tag) << type;
-        const int align = std::max(row.channels * row.bits / 8, 1);
+        ASSERT_EQ(host.Open(File(file), 16 + 4), 1);
+        EXPECT_EQ(+host.open.AudioInfo.WaveFormat.nFormatTag, tag);
+        const std::string settings = type.empty()                       ? "NONE (no compression)"
+                                     : type == "sowt" || type == "SOWT" ? type + " (no compression)"
+                                                                        : type + " (x)";
+        const int frames = 1344 / std::max(channels * bits / 8, 1);
         EXPECT_EQ(Properties(host),
-                  "Audio Quality: "s + row.quality + "\nEncoder Settings: " +
-                      (isNamed  ? type + " (x)"
-                       : isAifc ? type + " (no compression)"
-                                : plain) +
-                      "\nChannel Mapping: " + row.layout +
-                      "\nSample Count: " + std::to_string(1344 / align) + "\nRiff Chunks: 'COMM' " +
-                      (isAifc ? "24" : "18") + " bytes,  'SSND' 1.3 KB,  'odd\x01' 1 byte" +
-                      "\nGapless: Yes\nWave Header: " + (isAifc ? "AIFC\n" : "AIFF\n"));
+                  "Audio Quality: "s + quality + (tag < 4 ? "  (Lossless)" : "  (Lossy)") +
+                      "\nEncoder Settings: " + settings + "\nChannel Mapping: " + layout +
+                      "\nSample Count: " + std::to_string(frames) + "\nRiff Chunks: 'COMM' " +
+                      (type.empty() ? "18" : "24") + " bytes,  'SSND' 1.3 KB,  'odd\x01' 1 byte" +
+                      "\nGapless: Yes" + "\nWave Header: " + (type.empty() ? "AIFF\n" : "AIFC\n"));
     }
     Instance host(plugin);
     host.Range(3, 3);
@@ -219,10 +196,10 @@ TEST_F(BoundaryTest, CompressionTypeAndNameOfShortCommons)
     };
     const Bytes common = Join({Big(1, 2), Big(0, 4), Big(8, 2), Extended(8000)});
     for (const auto& [text, settings] : rows) {
+        AiffBuilder file(text.substr(0, 4));
+        file.Chunk("COMM", Join({common, Text(text.substr(4))})).Ssnd({});
         Instance host(plugin);
-        AiffBuilder builder(text.substr(0, 4));
-        builder.Chunk("COMM", Join({common, Text(text.substr(4))})).Ssnd({});
-        EXPECT_EQ(host.Open(File(builder), 16), 1);
+        EXPECT_EQ(host.Open(File(file), 16), 1);
         EXPECT_NE(Properties(host).find("\nEncoder Settings: "s + settings + "\n"),
                   std::string::npos)
             << text;
@@ -239,35 +216,28 @@ TEST_F(BoundaryTest, UnusualFileNames)
     EXPECT_EQ(host.Open(dir.Path("pipe"), 1), 0); // and does not wait for a writer
 }
 
-// --- The host's process ---------------------------------------------------------------
-
-int64_t OpenDescriptors()
-{
-    const std::filesystem::directory_iterator folder("/dev/fd");
-    return std::distance(begin(folder), end(folder));
-}
-
 TEST_F(BoundaryTest, EachDescriptorIsClosedExactlyOnce)
 {
-    const std::string good = File(kSmall);
-    const std::string bad = dir.Write("b.aiff", Bytes(20));
-    const int64_t before = OpenDescriptors();
-    for (int ending = 0; ending < 3; ++ending) {
-        int stranger = -1;
-        {
-            Instance host(plugin);
-            for (const std::string& path : {good, bad, good})
-                EXPECT_EQ(host.Open(path, 1), path == good ? 1 : 0);
-            EXPECT_EQ(OpenDescriptors(), before + 1);
-            if (ending > 0)
-                host.Close();
-            // A stranger takes the place of the descriptor that is gone.
-            stranger = open(good.c_str(), O_RDONLY | O_CLOEXEC);
-            if (ending > 1)
-                host.Close();
-        }
+    const auto openDescriptors = [] {
+        const std::filesystem::directory_iterator folder("/dev/fd");
+        return std::distance(begin(folder), end(folder));
+    };
+    const std::string good = File(kSmall), bad = dir.Write("b.aiff", Bytes(20));
+    const auto before = openDescriptors();
+    for (const int closings : {0, 1, 2}) {
+        auto host = std::make_unique<Instance>(plugin);
+        for (const std::string& path : {good, bad, good})
+            EXPECT_EQ(host->Open(path, 1), path == good ? 1 : 0);
+        EXPECT_EQ(openDescriptors(), before + 1);
+        if (closings > 0)
+            host->Close();
+        // A stranger takes the place of the descriptor that is gone.
+        const int stranger = open(good.c_str(), O_RDONLY | O_CLOEXEC);
+        if (closings > 1)
+            host->Close();
+        host.reset();
         EXPECT_EQ(close(stranger), 0);
-        EXPECT_EQ(OpenDescriptors(), before);
+        EXPECT_EQ(openDescriptors(), before);
     }
 }
 

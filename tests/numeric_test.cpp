@@ -1,4 +1,4 @@
-// Number fields, sample byte order, and the text of one report line.
+// Number fields, sample byte order, text of the system, and one report line.
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/ByteSwap.h"
@@ -18,9 +18,10 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 TEST(Numbers, IntegersAreBigEndian)
 {
-    EXPECT_EQ(H::SizeToInt(Text("\1\2").data()), 258);
-    EXPECT_EQ(H::SizeToInt(Text("\xFF\xFE").data()), -2);
-    EXPECT_EQ(H::SizeToInt(Text("\x80\0"s).data()), -32768);
+    const std::pair<std::string, int> shorts[] = {
+        {"\1\2", 258}, {"\xFF\xFE", -2}, {"\x80\0"s, -32768}};
+    for (const auto& [bytes, value] : shorts)
+        EXPECT_EQ(H::SizeToInt(Text(bytes).data()), value);
     EXPECT_EQ(H::SizeToInt64(Text("\x80\0\0\0"s).data()), 2147483648);
     EXPECT_EQ(H::SizeToInt64(Text("\xFF\xFF\xFF\xFF").data()), 4294967295);
     // For negative values the quotients are cut toward zero.
@@ -40,7 +41,14 @@ TEST(Numbers, IntegersAreBigEndian)
     EXPECT_EQ(out, Text("\xFE\xDC\xBA\x98"));
 }
 
-// Bytes left out of a row are zero.
+// Ten bytes; those left out are zero.
+Bytes Ten(const std::string& text)
+{
+    Bytes bytes = Text(text);
+    bytes.resize(10);
+    return bytes;
+}
+
 TEST(Numbers, ExtendedToInteger)
 {
     const std::pair<std::string, int64_t> rows[] = {
@@ -60,13 +68,9 @@ TEST(Numbers, ExtendedToInteger)
         {"\x7F\xFE\xFF", kLowest},
         {"\x7F\xFF", kLowest}, // infinity
         {"\xFF\xFF", kLowest},
-        {"\x7F\xFF\xC0\0\0\0\0\0\0\1"s, kLowest}, // NaN
-    };
-    for (const auto& [text, value] : rows) {
-        Bytes bytes = Text(text);
-        bytes.resize(10);
-        EXPECT_EQ(H::ConvertFromIeeeExtended(bytes.data()), value) << testing::PrintToString(bytes);
-    }
+        {"\x7F\xFF\xC0\0\0\0\0\0\0\1"s, kLowest}}; // NaN
+    for (const auto& [text, value] : rows)
+        EXPECT_EQ(H::ConvertFromIeeeExtended(Ten(text).data()), value) << text;
 }
 
 TEST(Numbers, DoubleToExtended)
@@ -80,16 +84,13 @@ TEST(Numbers, DoubleToExtended)
         {5e-324, "\x3B\xCD\x80"}, // the least double has a normal form
         {kInfinity, "\x7F\xFF"},
         {-kInfinity, "\xFF\xFF"},
-        {std::numeric_limits<double>::quiet_NaN(), "\x7F\xFF"},
-    };
+        {std::numeric_limits<double>::quiet_NaN(), "\x7F\xFF"}};
+    Bytes bytes(10, 0xEE);
     for (const auto& [value, text] : rows) {
-        Bytes expected = Text(text), bytes(10, 0xEE);
-        expected.resize(10);
         H::ConvertToIeeeExtended(value, bytes.data());
-        EXPECT_EQ(bytes, expected) << value;
+        EXPECT_EQ(bytes, Ten(text)) << value;
     }
     for (int rate = 1; rate < 1000000; rate = rate * 3 + 1) {
-        Bytes bytes(10);
         H::ConvertToIeeeExtended(rate, bytes.data());
         EXPECT_EQ(bytes, Extended(rate));
         EXPECT_EQ(H::ConvertFromIeeeExtended(bytes.data()), rate);
@@ -110,19 +111,23 @@ TEST(Codes, FoldingIsAllOrNothing)
 
 TEST(SampleOrder, WholeSamplesOnly)
 {
-    const auto swapped = [](const Bytes& bytes, int bits) {
+    const std::tuple<int, Bytes, Bytes> rows[] = {{8, {0x80, 0x00, 0x7F}, {0x00, 0x80, 0xFF}},
+                                                  {16, {1, 2, 3, 4, 5}, {2, 1, 4, 3, 5}},
+                                                  {24, {1, 2, 3, 4, 5}, {3, 2, 1, 4, 5}},
+                                                  {32, {1, 2, 3, 4, 5}, {4, 3, 2, 1, 5}},
+                                                  {16, {}, {}},
+                                                  {0, Noise(16), Noise(16)},
+                                                  {1, Noise(16), Noise(16)},
+                                                  {12, Noise(16), Noise(16)},
+                                                  {33, Noise(16), Noise(16)},
+                                                  {64, Noise(16), Noise(16)},
+                                                  {-8, Noise(16), Noise(16)}};
+    for (const auto& [bits, bytes, swapped] : rows) {
         XMem block;
         EXPECT_TRUE(block.Assign(bytes));
         H::ByteSwap(block, bits);
-        return Bytes(block.View().begin(), block.View().end());
-    };
-    EXPECT_EQ(swapped({0x80, 0x00, 0x7F}, 8), (Bytes{0x00, 0x80, 0xFF}));
-    EXPECT_EQ(swapped({1, 2, 3, 4, 5}, 16), (Bytes{2, 1, 4, 3, 5}));
-    EXPECT_EQ(swapped({1, 2, 3, 4, 5}, 24), (Bytes{3, 2, 1, 4, 5}));
-    EXPECT_EQ(swapped({1, 2, 3, 4, 5, 6, 7}, 32), (Bytes{4, 3, 2, 1, 5, 6, 7}));
-    EXPECT_EQ(swapped({}, 16), Bytes());
-    for (const int bits : {0, 1, 7, 9, 12, 20, 33, 64, -8})
-        EXPECT_EQ(swapped(Noise(16), bits), Noise(16)) << bits;
+        EXPECT_EQ(Bytes(block.View().begin(), block.View().end()), swapped) << bits;
+    }
 }
 
 TEST(SampleOrder, EveryKernelEqualsTheReferenceAtAllLengthsAndPlaces)
@@ -136,8 +141,7 @@ TEST(SampleOrder, EveryKernelEqualsTheReferenceAtAllLengthsAndPlaces)
                     const Bytes around = Noise(static_cast<size_t>(place + count * width + 40));
                     Bytes bytes = around;
                     kernels[width - 1](bytes.data() + place, static_cast<size_t>(count));
-                    const auto first = around.begin() + place;
-                    const auto end = first + count * width;
+                    const auto first = around.begin() + place, end = first + count * width;
                     ASSERT_EQ(bytes, Join({{around.begin(), first},
                                            HostOrder({first, end}, 8 * width),
                                            {end, around.end()}}))
@@ -146,8 +150,14 @@ TEST(SampleOrder, EveryKernelEqualsTheReferenceAtAllLengthsAndPlaces)
     }
 }
 
-TEST(ReportLine, OperationStandsOnFinishedLinesOnly)
+TEST(Texts, SizesAndReportLines)
 {
+    const std::pair<int64_t, const wchar_t*> sizes[] = {
+        {0, L"0 bytes"},         {1, L"1 byte"},       {1023, L"1023 bytes"},
+        {1024, L"1.0 KB"},       {1996, L"1.9 KB"},    {1997, L"2.0 KB"},
+        {1048524, L"1023.9 KB"}, {1048525, L"1.0 MB"}, {int64_t{3} << 40, L"3.0 TB"}};
+    for (const auto& [bytes, text] : sizes)
+        EXPECT_EQ(SizeText(bytes), text);
     using StdReport::GetFinalMsg;
     EXPECT_EQ(GetFinalMsg({L"*** "}, {L"a ", int64_t{-7}}, "Op", true), L"*** a -7  [Op]\r\n");
     EXPECT_EQ(GetFinalMsg({}, {L"a"}, "Op", false), L"a");

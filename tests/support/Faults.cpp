@@ -8,22 +8,18 @@
 #include <unistd.h>
 
 #if defined(__GLIBC__) && !defined(AIFF_SANITIZED)
-#define AIFF_OWN_MALLOC 1
+#define AIFF_OWN_MALLOC true
+#else
+#define AIFF_OWN_MALLOC false // a sanitizer brings an allocator of its own
 #endif
+#define AIFF_IN_FRONT extern "C" __attribute__((visibility("default")))
 
 namespace Faults
 {
 thread_local bool shortReads = false;
-thread_local long reads = 0;
-thread_local long failAllocation = 0;
-#ifdef AIFF_OWN_MALLOC
-const bool canFailAllocations = true;
-#else
-const bool canFailAllocations = false; // a sanitizer brings an allocator of its own
-#endif
+thread_local long reads = 0, readBytes = 0, failAllocation = 0;
+const bool canFailAllocations = AIFF_OWN_MALLOC;
 } // namespace Faults
-
-#define AIFF_IN_FRONT extern "C" __attribute__((visibility("default")))
 
 AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
 {
@@ -34,7 +30,9 @@ AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
     }
     if (Faults::shortReads)
         size = std::min<size_t>(size, 1 + static_cast<size_t>(Faults::reads) % 4099);
-    return syscall(SYS_pread64, fd, out, size, position);
+    const ssize_t count = syscall(SYS_pread64, fd, out, size, position);
+    Faults::readBytes += std::max<ssize_t>(count, 0);
+    return count;
 }
 
 AIFF_IN_FRONT ssize_t pread64(int fd, void* out, size_t size, off_t position)
@@ -42,17 +40,14 @@ AIFF_IN_FRONT ssize_t pread64(int fd, void* out, size_t size, off_t position)
     return pread(fd, out, size, position);
 }
 
-#ifdef AIFF_OWN_MALLOC
+#if AIFF_OWN_MALLOC
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_calloc(size_t count, size_t size);
 
-namespace
-{
-bool Fails()
+static bool Fails()
 {
     return Faults::failAllocation > 0 && --Faults::failAllocation == 0;
 }
-} // namespace
 
 AIFF_IN_FRONT void* malloc(size_t size)
 {

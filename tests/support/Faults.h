@@ -9,8 +9,8 @@ namespace Faults
 
 // Every read is interrupted once and then delivers a few bytes only.
 extern thread_local bool shortReads;
-// Calls of pread so far.
-extern thread_local long reads;
+// Calls of pread and bytes that they delivered so far.
+extern thread_local long reads, readBytes;
 
 // The allocation, counted from 1, that fails; 0: none. It is counted down, so that a
 // value still positive says that it was not reached.

@@ -57,14 +57,14 @@ public:
     }
 
 private:
-    using File = std::unique_ptr<FILE, int (*)(FILE*)>;
-    static File NewFile() { return {std::tmpfile(), std::fclose}; }
     void* Handle(Output output) const
     {
         return reinterpret_cast<void*>(intptr_t{fileno(m_files[output].get())});
     }
 
-    File m_files[3] = {NewFile(), NewFile(), NewFile()};
+    using File = std::unique_ptr<FILE, int (*)(FILE*)>;
+    File m_files[3] = {
+        {std::tmpfile(), fclose}, {std::tmpfile(), fclose}, {std::tmpfile(), fclose}};
 };
 
 inline std::wstring Wide(const std::string& ascii)

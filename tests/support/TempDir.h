@@ -10,6 +10,24 @@
 #include <string>
 #include <vector>
 
+// Writes a new file, in place of any of that name.
+inline void WriteFile(const std::string& path, const std::vector<uint8_t>& bytes)
+{
+    std::filesystem::remove(path);
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+    if (!file.flush())
+        throw std::runtime_error("cannot write " + path);
+}
+
+inline std::vector<uint8_t> ReadFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::runtime_error("cannot read " + path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 class TempDir
 {
 public:
@@ -23,26 +41,13 @@ public:
 
     std::string Path(const std::string& name) const { return m_path + "/" + name; }
 
-    // Writes a new file, in place of any of that name, and returns its path.
+    // Writes a file and returns its path.
     std::string Write(const std::string& name, const std::vector<uint8_t>& bytes) const
     {
-        std::filesystem::remove(Path(name));
-        std::ofstream file(Path(name), std::ios::binary);
-        file.write(reinterpret_cast<const char*>(bytes.data()),
-                   static_cast<std::streamsize>(bytes.size()));
-        if (!file.flush())
-            throw std::runtime_error("cannot write " + name);
+        WriteFile(Path(name), bytes);
         return Path(name);
     }
 
 private:
     std::string m_path;
 };
-
-inline std::vector<uint8_t> ReadFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        throw std::runtime_error("cannot read " + path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}

@@ -1,37 +1,23 @@
-// Builds ID3v2 tags byte by byte for the tests.
+// Builds ID3v2 tags from a notation, "TIT2:a|TXXX^k^v|PRIV[4000]=x": behind ':' stands a
+// Latin text, behind each '^' a UTF-16 string (comments are in English), behind '=' the
+// body as it is; the brackets hold the flag bytes.
 #pragma once
 
-#include "tags/NTag.h"
+#include "support/AiffBuilder.h"
+#include "support/TagList.h"
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
 #include "tags/id3parser/Errors.h"
 #include "tags/id3parser/Tag.h"
 
-#include <cstdint>
-#include <initializer_list>
 #include <span>
-#include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
-using Bytes = std::vector<uint8_t>;
 using std::operator""s;
-
-inline Bytes B(std::string_view text)
-{
-    return {text.begin(), text.end()};
-}
 
 inline std::string S(std::span<const uint8_t> bytes)
 {
     return {bytes.begin(), bytes.end()};
-}
-
-// The body of a text frame in ISO-8859-1, without terminator.
-inline std::string Text(std::string_view text)
-{
-    return std::string(1, '\0').append(text);
 }
 
 // A UTF-16 string as the writer makes it: mark, units, terminator.
@@ -51,118 +37,136 @@ inline std::string SizeBytes(size_t size, int bitsPerByte, int count)
     return bytes;
 }
 
-inline std::string FrameBytes(int version, std::string_view id, std::string_view body,
-                              std::string_view flags = std::string_view("\0\0", 2))
-{
-    std::string frame(id);
-    if (version == 2)
-        return frame.append(SizeBytes(body.size(), 8, 3)).append(body);
-    return frame.append(SizeBytes(body.size(), version == 4 ? 7 : 8, 4)).append(flags).append(body);
-}
-
-class TagBuilder
-{
-public:
-    explicit TagBuilder(int version, uint8_t flags = 0) : m_version(version), m_flags(flags) {}
-
-    TagBuilder& Frame(std::string_view id, std::string_view body,
-                      std::string_view flags = std::string_view("\0\0", 2))
-    {
-        return Raw(FrameBytes(m_version, id, body, flags));
-    }
-    TagBuilder& Raw(std::string_view bytes)
-    {
-        m_content.append(bytes);
-        return *this;
-    }
-    TagBuilder& WithSize(size_t size)
-    {
-        m_size = size;
-        return *this;
-    }
-    Bytes Done() const
-    {
-        std::string tag = "ID3";
-        tag += static_cast<char>(m_version);
-        tag += '\0';
-        tag += static_cast<char>(m_flags);
-        tag += SizeBytes(m_size == SIZE_MAX ? m_content.size() : m_size, 7, 4);
-        return B(tag.append(m_content));
-    }
-
-private:
-    int m_version;
-    uint8_t m_flags;
-    std::string m_content;
-    size_t m_size = SIZE_MAX;
+struct NotedFrame {
+    std::string id, flags, body;
 };
 
-inline std::string IdText(uint32_t id)
+inline NotedFrame FrameFrom(const std::string& note)
 {
-    return id == 0 ? "0" : SizeBytes(id, 8, 4);
+    const size_t mark = note.find_first_of(":^="), bracket = std::min(note.find('['), mark);
+    NotedFrame frame = {note.substr(0, bracket), "\0\0"s, note.substr(mark + 1)};
+    if (bracket < mark)
+        frame.flags = SizeBytes(std::stoul(note.substr(bracket + 1, 4), nullptr, 16), 8, 2);
+    if (note[mark] == ':')
+        frame.body.insert(0, 1, '\0');
+    if (note[mark] == '^') {
+        const bool hasLanguage = frame.id == "COMM" || frame.id == "USLT";
+        std::istringstream strings(std::exchange(frame.body, hasLanguage ? "\1eng" : "\1") + "^");
+        for (std::string text; std::getline(strings, text, '^');)
+            frame.body += Utf16(std::u16string(text.begin(), text.end()));
+    }
+    return frame;
 }
 
-// A tag as text: "3: TIT2=<body> ..." or "throws" behind what survived it.
+// The bytes of frames.
+inline std::string Frames(int version, const std::string& notes)
+{
+    std::string bytes;
+    std::istringstream in(notes);
+    for (std::string note; std::getline(in, note, '|');) {
+        const auto [id, flags, body] = FrameFrom(note);
+        bytes += id + SizeBytes(body.size(), version == 4 ? 7 : 8, version == 2 ? 3 : 4);
+        bytes += (version == 2 ? "" : flags) + body;
+    }
+    return bytes;
+}
+
+// A tag with this content, or with a header that claims another size.
+inline Bytes TagOf(int version, const std::string& content, uint8_t flags = 0,
+                   std::optional<size_t> size = {})
+{
+    const char header[] = {'I', 'D', '3', static_cast<char>(version), 0, static_cast<char>(flags)};
+    return Text(std::string(header, 6) + SizeBytes(size.value_or(content.size()), 7, 4) + content);
+}
+
+inline Bytes Tag(int version, const std::string& notes, uint8_t flags = 0)
+{
+    return TagOf(version, Frames(version, notes), flags);
+}
+
+inline id3parser::t_frame Frame(const std::string& note)
+{
+    const NotedFrame noted = FrameFrom(note);
+    id3parser::t_frame frame(uint32_t{0});
+    for (const char letter : noted.id)
+        frame.id = frame.id << 8 | static_cast<uint8_t>(letter);
+    frame.data.set_data_fromptr(noted.body.data(), noted.body.size());
+    return frame;
+}
+
+// The notation of frames, with ':' for every body that starts with a zero.
+inline std::string NotesOf(const id3parser::t_tag& tag)
+{
+    std::string notes;
+    for (const id3parser::t_frame& frame : tag.Frames()) {
+        const std::string body = S(frame.data.view());
+        const bool isLatin = body.starts_with('\0');
+        notes += notes.empty() ? "" : "|";
+        notes += frame.id == 0 ? "0" : SizeBytes(frame.id, 8, 4);
+        notes += (isLatin ? ":" : "=") + body.substr(isLatin ? 1 : 0);
+    }
+    return notes;
+}
+
+// "3 TIT2:a|...", or "throws" behind what survived it.
 inline std::string Parsed(const Bytes& bytes, id3parser::parseCallback&& callback = {})
 {
     id3parser::t_tag tag;
-    std::string result;
     try {
         tag.Parse_MemBlock(bytes.data(), bytes.size(), callback);
+        return std::to_string(tag.Revision()) + " " + NotesOf(tag);
     } catch (const id3parser::parseError&) {
-        result = "throws ";
+        return NotesOf(tag) + (tag.Revision() == 0 ? "throws" : "throws, but has a revision");
     }
-    result += std::to_string(tag.Revision()) + ":";
-    for (const id3parser::t_frame& frame : tag.Frames())
-        result.append(" ").append(IdText(frame.id)).append("=").append(S(frame.data.view()));
-    return result;
 }
 
-using Items = std::vector<std::pair<XStr, XStr>>;
-
-inline NTag ListOf(const Items& items)
+// A stream that cannot tell its length.
+class Trickle : public id3parser::streamIn
 {
-    NTag list;
-    for (const auto& [name, value] : items)
-        list.AddTag(name, value);
-    return list;
-}
+public:
+    explicit Trickle(std::span<const uint8_t> bytes) : m_in(bytes) {}
+    size_t read(void* buffer, size_t size) override
+    {
+        largest = std::max(largest, size);
+        return m_in.read(buffer, size);
+    }
+    size_t skip(size_t size) override { return m_in.skip(size); }
 
-// The items of a tag without its version; a picture's value is its data.
-inline Items Read(const Bytes& tag)
-{
-    NTag list;
-    Items items;
-    if (!ReadTagList(tag, list))
-        return {{L"damaged", L""}};
-    for (long i = 1; i < list.Count(); ++i)
-        items.emplace_back(list[i].name, list[i].data.empty()
-                                             ? list[i].value
-                                             : XStr(list[i].data.begin(), list[i].data.end()));
-    return items;
-}
+    size_t largest = 0; // of the reads
 
-struct UpdateSettings {
-    bool remove = false;
-    std::vector<const wchar_t*> options = {L"ID3v2EncodeUni"};
+private:
+    id3parser::streamInMem m_in;
 };
 
-inline Bytes Update(const std::vector<Bytes>& oldTags, const NTag& list,
-                    const UpdateSettings& settings = {})
+// The items of a tag without its version.
+inline XStr Read(const Bytes& tag)
 {
-    TagOptions options;
-    for (const wchar_t* key : settings.options)
-        options.SetOption(key);
-    const std::vector<std::span<const uint8_t>> views(oldTags.begin(), oldTags.end());
-    TagUpdate update(options, views);
-    update.Apply(list, settings.remove);
-    Bytes tag;
-    if (!update.Build() || !update.Finish(0, 0, 1, tag))
-        return {};
-    return tag;
+    NTag list;
+    return ReadTagList(tag, list) ? Content(list, 1) : L"damaged";
 }
 
-// The frames of a written tag behind its header, as bytes.
+// The tag that an edit makes of old ones; empty when it fails.
+inline Bytes Edited(const std::vector<std::span<const uint8_t>>& oldTags, const NTag& list,
+                    const TagOptions& options, bool remove = false)
+{
+    TagUpdate update(options, oldTags);
+    update.Apply(list, remove);
+    Bytes tag;
+    return update.Build() && update.Finish(0, 0, 1, tag) ? tag : Bytes();
+}
+
+using Options = std::vector<const wchar_t*>;
+
+inline Bytes Update(const std::vector<Bytes>& oldTags, const NTag& list,
+                    const Options& keys = {L"ID3v2EncodeUni"}, bool remove = false)
+{
+    TagOptions options;
+    for (const wchar_t* key : keys)
+        options.SetOption(key);
+    return Edited({oldTags.begin(), oldTags.end()}, list, options, remove);
+}
+
+// The frames of a written tag, as bytes.
 inline std::string ContentOf(const Bytes& tag)
 {
     return tag.size() < 10 ? "no tag" : S(std::span(tag).subspan(10));
