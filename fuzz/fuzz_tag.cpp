@@ -77,7 +77,7 @@ void CheckParsing(View bytes, const id3parser::RawTag& raw)
 std::string UnknownFrames(View bytes)
 {
     std::string unknown;
-    for (const auto& [header, body] : id3parser::WalkRawFrames(bytes).frames)
+    for (const auto& [header, carriedId, body] : id3parser::WalkRawFrames(bytes).frames)
         if (header.id != 0 && header.id != id3parser::kFrameAPIC &&
             id3parser::RuleForFrame(header.id) == nullptr)
             unknown += SizeBytes(header.id, 8, 4) + std::to_string(header.formatFlags) + S(body);

@@ -97,6 +97,19 @@ TEST(TagUpdate, AnOlderTagBecomesID3v23)
             "TIT2^a|TALB^b|USLT:engd\0l|TYER:2004\0|COMM:deu\0c|GEOB=odd|APIC:image/png\0\4\0pic"s));
 }
 
+// A reader gives the whole tag up at a frame of 64 MiB.
+TEST(TagUpdate, AFrameThatNoReaderTakesIsRefused)
+{
+    const size_t head = Frames(3, "APIC=\0image/jpeg\0\3\0"s).size() - 10;
+    for (const size_t body : {0x3FFFFFFu, 0x4000000u}) {
+        NTag list;
+        list.AddTag(L"_albumart_1_Front Album Cover", Bytes(body - head, 1).data(), body - head);
+        TagUpdate update(TagOptions(), {});
+        update.Apply(list, false);
+        EXPECT_EQ(update.Build(), body < 0x4000000u);
+    }
+}
+
 TEST(TagUpdate, FramesOfADamagedTagAreRescued)
 {
     const std::string body(200, 'p'), priv = "|PRIV=" + body, geob = "|GEOB=" + body;
