@@ -57,6 +57,14 @@ public:
         return m_ahead.size() + static_cast<size_t>(m_end - m_position);
     }
 
+    // What comes first, without taking it.
+    std::span<const uint8_t> Ahead()
+    {
+        if (m_ahead.empty())
+            FillBuffer();
+        return m_ahead;
+    }
+
 private:
     void FillBuffer()
     {
@@ -80,12 +88,17 @@ TagID3v2::TagID3v2(XFileHandle file, int64_t position)
 {
     (void)m_file.Open(std::move(file)); // a file that is not open holds no tag
     m_region.position = position;
-    m_region.size = GetID3v2TagSize();
+}
+
+TagID3v2::Region TagID3v2::OwnRegion() const
+{
+    return {m_region.position, m_hasRegion ? m_region.size : GetID3v2TagSize()};
 }
 
 void TagID3v2::SetRegion(int64_t size, bool keepSize)
 {
     m_region.size = size;
+    m_hasRegion = true;
     m_keepSize = keepSize;
 }
 
@@ -105,10 +118,9 @@ int64_t TagID3v2::GetID3v2TagSize() const
 bool TagID3v2::Read(NTag& tags)
 {
     tags.Destroy();
-    if (GetID3v2TagSize() > m_region.size)
-        return false;
-    myStreamIn stream(m_file, m_region.position, m_region.size);
-    return ReadTagList(stream, tags);
+    const Region region = OwnRegion();
+    myStreamIn stream(m_file, region.position, region.size);
+    return TagSizeFromHeader(stream.Ahead()) <= region.size && ReadTagList(stream, tags);
 }
 
 // A tag that claims more than its region is none: nothing beyond the region is taken
@@ -129,7 +141,7 @@ bool TagID3v2::ReadOldTags(std::vector<std::vector<uint8_t>>& old) const
     return std::ranges::all_of(
                m_earlier,
                [&](const Region& region) { return ReadBytes(region, old.emplace_back()); }) &&
-           ReadBytes(m_region, old.emplace_back());
+           ReadBytes(OwnRegion(), old.emplace_back());
 }
 
 bool TagID3v2::Write(const NTag& tags, bool deleteMode)
@@ -161,7 +173,7 @@ bool TagID3v2::Update(ApplyList&& apply)
         if (!update.Build())
             return false;
         constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
-        const auto room = static_cast<uint64_t>(Aligned(m_region.size));
+        const auto room = static_cast<uint64_t>(Aligned(OwnRegion().size));
         if (!update.Finish(m_keepSize ? room : 0, m_keepSize ? kAnyPadding : 0, m_alignment, tag))
             return false;
         m_writtenSize = static_cast<int64_t>(tag.size());
@@ -174,7 +186,7 @@ bool TagID3v2::Update(ApplyList&& apply)
 
 bool TagID3v2::PlaceTag(std::vector<uint8_t> tag)
 {
-    const int64_t regionEnd = m_region.position + Aligned(m_region.size);
+    const int64_t regionEnd = m_region.position + Aligned(OwnRegion().size);
     const int64_t delta = m_region.position + m_writtenSize - regionEnd;
     // The last region may lack its pad byte.
     if (m_file.Size() < regionEnd && !m_file.SetSize(regionEnd))

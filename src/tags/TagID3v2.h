@@ -74,6 +74,8 @@ private:
         int64_t size = 0;
     };
 
+    // As it was set, else what the tag says that it takes.
+    Region OwnRegion() const;
     // What lies behind the tag starts at a multiple of the alignment.
     int64_t Aligned(int64_t size) const;
     [[nodiscard]] bool ReadBytes(const Region& region, std::vector<uint8_t>& bytes) const;
@@ -84,6 +86,7 @@ private:
 
     XFile m_file;
     Region m_region;
+    bool m_hasRegion = false;
     bool m_keepSize = false;
     std::vector<Region> m_earlier;
     TagOptions m_options;
