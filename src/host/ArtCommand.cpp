@@ -28,7 +28,7 @@ std::string Extension(std::span<const uint8_t> picture)
     return type == "image/gif" ? ".gif" : ".bin";
 }
 
-class ExportCommand : public Command
+class ExportCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
@@ -41,18 +41,15 @@ public:
         return command;
     }
 
-    int Run(const GlobalOptions& global) override
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        codecs::CodecLoader loader;
-        if (!LoadDecoders(loader))
-            return kExitNoDecoder;
-        ReportCapture report(global.trace);
+        ReportCapture report(trace);
         return ForEachTagFile({m_file}, loader, report, [this](TagFile& file, std::string& why) {
             return Export(file, why);
         });
     }
 
-private:
     bool Export(const TagFile& file, std::string& problem) const
     {
         size_t index = 0;
@@ -97,7 +94,7 @@ private:
     bool m_overwrite = false;
 };
 
-class SetCommand : public Command
+class SetCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
@@ -112,7 +109,8 @@ public:
         return command;
     }
 
-    int Run(const GlobalOptions& global) override
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
         const PictureKind* kind = PictureKindOfOption(m_type);
         if (kind == nullptr)
@@ -125,10 +123,7 @@ public:
         std::vector<uint8_t> blob;
         if (!MakeTagBlob(items, blob, problem))
             return Refuse(problem, kExitUsage);
-        codecs::CodecLoader loader;
-        if (!LoadDecoders(loader))
-            return kExitNoDecoder;
-        ReportCapture report(global.trace);
+        ReportCapture report(trace);
         m_arguments.pop_back();
         return ForEachTagFile(m_arguments, loader, report, [&](TagFile& file, std::string&) {
             if (!file.Write(items))
@@ -138,7 +133,6 @@ public:
         });
     }
 
-private:
     static std::string TypeList()
     {
         std::string list;

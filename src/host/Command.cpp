@@ -1,5 +1,6 @@
 #include "host/Command.h"
 
+#include "host/ExitCode.h"
 #include "host/WideText.h"
 
 #include <cstdio>
@@ -12,6 +13,10 @@ void SayProblem(std::string_view line)
     std::fprintf(stderr, "aiffconv: %s\n", Printable(line).c_str());
 }
 
+namespace
+{
+
+// False, after telling the user why, when none is usable.
 bool LoadDecoders(codecs::CodecLoader& loader)
 {
     loader.Load();
@@ -31,6 +36,14 @@ bool LoadDecoders(codecs::CodecLoader& loader)
             SayProblem(file.path + ": " + file.problem);
     }
     return false;
+}
+
+} // namespace
+
+int DecoderCommand::Run(const GlobalOptions& global)
+{
+    codecs::CodecLoader loader;
+    return LoadDecoders(loader) ? Work(loader, global.trace) : kExitNoDecoder;
 }
 
 } // namespace host

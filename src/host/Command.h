@@ -29,6 +29,17 @@ public:
     virtual int Run(const GlobalOptions& global) = 0;
 };
 
+// A command that works with the decoders: they are loaded before its work begins, and
+// the exit code tells when there are none.
+class DecoderCommand : public Command
+{
+public:
+    int Run(const GlobalOptions& global) final;
+
+private:
+    virtual int Work(const codecs::CodecLoader& loader, const Trace& trace) = 0;
+};
+
 std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeConvertCommand();
 std::unique_ptr<Command> MakeEncodeCommand();
@@ -38,10 +49,5 @@ std::unique_ptr<Command> MakeTagsCommand();
 
 // One line on standard error, with the program's name in front.
 void SayProblem(std::string_view line);
-
-// Loads the decoders.
-//
-// returns false, after telling the user why, when none is usable
-[[nodiscard]] bool LoadDecoders(codecs::CodecLoader& loader);
 
 } // namespace host

@@ -54,13 +54,13 @@ bool IsFolder(const std::string& path)
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-class ConvertCommand : public Command
+class ConvertCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override;
-    int Run(const GlobalOptions& global) override;
 
 private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override;
     bool ReadRange();
     AudioFormat ChosenFormat() const;
     bool MakePlan(const codecs::CodecLoader& loader, OutputPlan& plan) const;
@@ -94,21 +94,18 @@ CLI::App* ConvertCommand::AddTo(CLI::App& program)
     return command;
 }
 
-int ConvertCommand::Run(const GlobalOptions& global)
+int ConvertCommand::Work(const codecs::CodecLoader& loader, const Trace& trace)
 {
     if (!ReadRange())
         return kExitUsage;
-    codecs::CodecLoader loader;
-    if (!LoadDecoders(loader))
-        return kExitNoDecoder;
     m_options.overwrite = m_batch.overwrite;
     m_options.tags = !m_noTags;
     m_options.format = ChosenFormat();
     OutputPlan plan;
     if (!MakePlan(loader, plan))
         return kExitUsage;
-    return RunBatch(plan, m_batch, global.trace, "converted", [&](ProgressFunction progress) {
-        auto report = std::make_shared<ReportCapture>(global.trace);
+    return RunBatch(plan, m_batch, trace, "converted", [&](ProgressFunction progress) {
+        auto report = std::make_shared<ReportCapture>(trace);
         auto conversion = std::make_shared<FileConversion>(loader, *report, m_options, progress);
         return [report, conversion](const OutputPlan::Item& item) { return conversion->Run(item); };
     });

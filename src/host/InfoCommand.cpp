@@ -106,13 +106,13 @@ Json InfoJson(const DecoderSession& session, const std::string& warning)
     return entry;
 }
 
-class InfoCommand : public Command
+class InfoCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override;
-    int Run(const GlobalOptions& global) override;
 
 private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override;
     int Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
              Json& list) const;
 
@@ -129,12 +129,9 @@ CLI::App* InfoCommand::AddTo(CLI::App& program)
     return command;
 }
 
-int InfoCommand::Run(const GlobalOptions& global)
+int InfoCommand::Work(const codecs::CodecLoader& loader, const Trace& trace)
 {
-    codecs::CodecLoader loader;
-    if (!LoadDecoders(loader))
-        return kExitNoDecoder;
-    ReportCapture report(global.trace);
+    ReportCapture report(trace);
     Json list = Json::array();
     bool failed = false;
     bool damaged = false;

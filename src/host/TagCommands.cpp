@@ -60,7 +60,20 @@ int UsageProblem(const std::string& problem)
     return kExitUsage;
 }
 
-class ShowCommand : public Command
+int WriteToEach(const std::vector<std::string>& names, const std::vector<TagItem>& items,
+                const std::string& summary, const codecs::CodecLoader& loader,
+                ReportCapture& report)
+{
+    return ForEachTagFile(names, loader, report, [&](TagFile& file, std::string&) {
+        if (!file.Write(items))
+            return false;
+        SayDone(file, summary);
+        SayWhatDiffers(file, items, loader);
+        return true;
+    });
+}
+
+class ShowCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
@@ -71,12 +84,10 @@ public:
         return command;
     }
 
-    int Run(const GlobalOptions& global) override
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        codecs::CodecLoader loader;
-        if (!LoadDecoders(loader))
-            return kExitNoDecoder;
-        ReportCapture report(global.trace);
+        ReportCapture report(trace);
         Json list = Json::array();
         bool failed = false;
         for (const std::string& name : m_files)
@@ -86,7 +97,6 @@ public:
         return failed ? kExitSomeFailed : kExitDone;
     }
 
-private:
     bool Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
               Json& list) const
     {
@@ -109,7 +119,7 @@ private:
     bool m_json = false;
 };
 
-class SetCommand : public Command
+class SetCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
@@ -123,7 +133,8 @@ public:
         return command;
     }
 
-    int Run(const GlobalOptions& global) override
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
         FilesAndRest split;
         std::string problem;
@@ -139,20 +150,10 @@ public:
         std::erase_if(items, [](const TagItem& item) { return LeftOut(item.name); });
         if (items.empty())
             return UsageProblem("there is nothing to set (NAME=VALUE)");
-        codecs::CodecLoader loader;
-        if (!LoadDecoders(loader))
-            return kExitNoDecoder;
-        ReportCapture report(global.trace);
-        return ForEachTagFile(split.files, loader, report, [&](TagFile& file, std::string&) {
-            if (!file.Write(items))
-                return false;
-            SayDone(file, Summary(items));
-            SayWhatDiffers(file, items, loader);
-            return true;
-        });
+        ReportCapture report(trace);
+        return WriteToEach(split.files, items, Summary(items), loader, report);
     }
 
-private:
     static std::string Summary(const std::vector<TagItem>& items)
     {
         std::vector<std::string> set;
@@ -169,7 +170,7 @@ private:
     std::vector<std::string> m_assignments;
 };
 
-class RemoveCommand : public Command
+class RemoveCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
@@ -183,11 +184,9 @@ public:
         return command;
     }
 
-    int Run(const GlobalOptions& global) override
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        codecs::CodecLoader loader;
-        if (!LoadDecoders(loader))
-            return kExitNoDecoder;
         FilesAndRest split;
         std::string problem;
         const auto isFile = [&loader](const std::string& argument) {
@@ -201,12 +200,11 @@ public:
         std::erase_if(names, LeftOut);
         if (names.empty() || std::find(names.begin(), names.end(), "") != names.end())
             return UsageProblem("there is no field to remove, or one without a name");
-        ReportCapture report(global.trace);
+        ReportCapture report(trace);
         return ForEachTagFile(split.files, loader, report,
                               [&](TagFile& file, std::string&) { return Remove(file, names); });
     }
 
-private:
     static bool Remove(TagFile& file, const std::vector<std::string>& names)
     {
         std::vector<std::string> present;
@@ -226,7 +224,7 @@ private:
     std::vector<std::string> m_names;
 };
 
-class ClearCommand : public Command
+class ClearCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
@@ -236,12 +234,10 @@ public:
         return command;
     }
 
-    int Run(const GlobalOptions& global) override
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        codecs::CodecLoader loader;
-        if (!LoadDecoders(loader))
-            return kExitNoDecoder;
-        ReportCapture report(global.trace);
+        ReportCapture report(trace);
         return ForEachTagFile(m_files, loader, report, [](TagFile& file, std::string&) {
             if (!file.RemoveAll())
                 return false;
@@ -250,11 +246,10 @@ public:
         });
     }
 
-private:
     std::vector<std::string> m_files;
 };
 
-class CopyCommand : public Command
+class CopyCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
@@ -267,13 +262,11 @@ public:
         return command;
     }
 
-    int Run(const GlobalOptions& global) override
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        codecs::CodecLoader loader;
-        if (!LoadDecoders(loader))
-            return kExitNoDecoder;
-        ReportCapture sourceReport(global.trace);
-        ReportCapture report(global.trace);
+        ReportCapture sourceReport(trace);
+        ReportCapture report(trace);
         const Input input(m_from);
         TagFile source(loader, sourceReport, input);
         if (!source.Read()) {
@@ -286,16 +279,9 @@ public:
             SayProblem(m_from + ": has no tags to copy");
             return kExitSomeFailed;
         }
-        return ForEachTagFile(m_to, loader, report, [&](TagFile& file, std::string&) {
-            if (!file.Write(items))
-                return false;
-            SayDone(file, Summary(items));
-            SayWhatDiffers(file, items, loader);
-            return true;
-        });
+        return WriteToEach(m_to, items, Summary(items), loader, report);
     }
 
-private:
     std::string Summary(const std::vector<TagItem>& items) const
     {
         const auto pictures = std::count_if(items.begin(), items.end(),
