@@ -97,6 +97,14 @@ TEST(TagUpdate, AnOlderTagBecomesID3v23)
             "TIT2^a|TALB^b|USLT:engd\0l|TYER:2004\0|COMM:deu\0c|GEOB=odd|APIC:image/png\0\4\0pic"s));
 }
 
+// Read as plain sizes the first large frame would swallow the next one exactly.
+TEST(TagUpdate, AFrameWithAnOddNameDoesNotChangeHowSizesAreRead)
+{
+    const std::string frames = "GEOB=" + std::string(128, 'g') + "|priv=" + std::string(118, 'p');
+    EXPECT_EQ(ContentOf(Update({Tag(4, frames)}, ListOf(L"Rating=5"))),
+              Frames(4, "POPM=Windows Media Player 9 Series\0\x60|"s + frames));
+}
+
 // A reader gives the whole tag up at a frame of 64 MiB.
 TEST(TagUpdate, AFrameThatNoReaderTakesIsRefused)
 {

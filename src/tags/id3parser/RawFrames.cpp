@@ -13,10 +13,11 @@ namespace
 
 using Bytes = std::span<const uint8_t>;
 
-// What a walk found. Clean: only padding stands behind the last frame.
+// What a walk found.
 struct Walk {
     std::vector<RawFrame> frames;
-    bool clean = false;
+    bool complete = false;  // only padding stands behind the last frame
+    bool plausible = false; // all identifiers look like such
 };
 
 bool Parses(Bytes tag)
@@ -95,7 +96,7 @@ Walk WalkContent(Bytes content, t_tagRevision revision, bool plainSizes)
         for (;;) {
             const Bytes rest = content.last(in.left());
             if (!ReadFrameHeader(in, revision, plainSizes, frame.header)) {
-                walk.clean = std::ranges::all_of(rest, [](uint8_t byte) { return byte == 0; });
+                walk.complete = std::ranges::all_of(rest, [](uint8_t byte) { return byte == 0; });
                 break;
             }
             if (revision == kRevision2)
@@ -106,11 +107,10 @@ Walk WalkContent(Bytes content, t_tagRevision revision, bool plainSizes)
                 walk.frames.push_back(frame);
         }
     } catch (const parseError&) {
-        walk.clean = false;
+        walk.complete = false;
     }
-    walk.clean = walk.clean && std::ranges::all_of(walk.frames, [](const RawFrame& frame) {
-                     return IsPlausibleId(frame.header.id);
-                 });
+    walk.plausible = std::ranges::all_of(
+        walk.frames, [](const RawFrame& frame) { return IsPlausibleId(frame.header.id); });
     return walk;
 }
 
@@ -165,10 +165,10 @@ RawTag WalkRawFrames(std::span<const uint8_t> bytes)
     content = content.last(frames.left());
 
     Walk walk = WalkContent(content, tag.revision, false);
-    if (!walk.clean && tag.revision == kRevision4) {
+    if (!walk.complete && tag.revision == kRevision4) {
         Walk plain = WalkContent(content, tag.revision, true);
-        tag.plainSizes = plain.clean;
-        if (plain.clean)
+        tag.plainSizes = plain.complete && plain.plausible;
+        if (tag.plainSizes)
             walk = std::move(plain);
     }
     tag.frames = std::move(walk.frames);
