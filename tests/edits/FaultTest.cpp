@@ -178,6 +178,33 @@ TEST_P(FaultTest, KilledProcessLosesNoAudio)
             }
 }
 
+// Not even what was written can be put back.
+TEST_P(FaultTest, SystemThatKeepsFailingLosesNoAudio)
+{
+    bool wasWhole = false;
+    const std::vector<Chunk> before = ReadableChunks(layout.file, wasWhole);
+    for (const Edit& edit : AllEdits())
+        for (long call = 1; !HasFailure(); ++call) {
+            (void)dir.Write("a.aiff", layout.file);
+            (void)report.Take(kError);
+            const EditCall apply(plugin, path, edit, &report);
+            SystemCalls::Start(Fault::KeepsFailing, call);
+            const int32_t result = apply();
+            const SystemCalls::Counts counts = SystemCalls::Stop();
+            if (!counts.struck)
+                break;
+            SCOPED_TRACE(edit.name + (", from call " + std::to_string(call)) + ", " + counts.last);
+            bool isWhole = false;
+            EXPECT_TRUE(Holds(ReadableChunks(ReadFile(path), isWhole), before));
+            EXPECT_TRUE(isWhole || !wasWhole);
+            const std::string error = report.Take(kError);
+            EXPECT_TRUE(!error.empty() || (result == 1 && Complete(edit).empty()));
+            if (result == 0)
+                EXPECT_EQ(error.find("could not be put back") == std::string::npos,
+                          ReadFile(path) == layout.file);
+        }
+}
+
 INSTANTIATE_TEST_SUITE_P(Layouts, FaultTest, testing::ValuesIn(MainLayouts()),
                          [](const testing::TestParamInfo<Layout>& row) {
                              std::string name = row.param.name;

@@ -60,7 +60,12 @@ Counts Stop()
 // Whether this call is to fail; errno says how.
 bool Strikes(const char* name)
 {
-    if (!isOn || ++counts.calls != struckCall || fault == Fault::None || fault == Fault::NoMemory)
+    if (!isOn || fault == Fault::None || fault == Fault::NoMemory) {
+        counts.calls += isOn;
+        return false;
+    }
+    ++counts.calls;
+    if (counts.calls < struckCall || (counts.calls > struckCall && fault != Fault::KeepsFailing))
         return false;
     counts.struck = true;
     counts.last = name;

@@ -8,12 +8,13 @@ namespace SystemCalls
 
 enum class Fault {
     None,
-    Fails,      // the call does nothing and reports an error
-    DiskFull,   // a write takes half of its bytes, the next one none; other calls fail
-    Interrupts, // the call does nothing and reports a signal
-    NoMemory,   // an allocation fails; these are counted apart from the calls
-    Kills,      // the process ends before the call
-    KillsInside // the process ends when half of the bytes are written
+    Fails,        // the call does nothing and reports an error
+    KeepsFailing, // so do all later calls
+    DiskFull,     // a write takes half of its bytes, the next one none; other calls fail
+    Interrupts,   // the call does nothing and reports a signal
+    NoMemory,     // an allocation fails; these are counted apart from the calls
+    Kills,        // the process ends before the call
+    KillsInside   // the process ends when half of the bytes are written
 };
 
 // Whether this build can make allocations fail.
