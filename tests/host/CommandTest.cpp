@@ -10,40 +10,37 @@ using namespace std::string_literals;
 
 TEST(Convert, EverySampleArrivesInItsOwnWidth)
 {
-    struct Case {
-        int bits, wav, flac; // 0: FLAC does not hold that
-        const char* compression = "";
-    };
-    const Case cases[] = {
-        {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8},
-        {16, SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
-        {24, SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
-        {32, SF_FORMAT_PCM_32, 0},
+    // Bits, subtypes of WAV and FLAC (0: it does not hold that), and compression.
+    const std::tuple<int, int, int, std::string> cases[] = {
+        {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, ""},
+        {16, SF_FORMAT_PCM_16, SF_FORMAT_PCM_16, ""},
+        {24, SF_FORMAT_PCM_24, SF_FORMAT_PCM_24, ""},
+        {32, SF_FORMAT_PCM_32, 0, ""},
         {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, "NONE"},
         {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, "sowt"},
         {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, "SOWT"},
     };
     const Workplace place;
-    for (const Case& row : cases) {
+    for (const auto& [bits, wavType, flacType, code] : cases) {
         for (const int channels : {1, 2, 6}) {
-            SCOPED_TRACE(std::to_string(row.bits) + row.compression + std::to_string(channels));
+            SCOPED_TRACE(std::to_string(bits) + code + std::to_string(channels));
             // An odd number of frames, over several blocks.
-            const Bytes pcm = Noise(static_cast<size_t>(30001 * channels * row.bits / 8));
-            const bool big = std::string(row.compression) == "SOWT"; // libsndfile knows it not
-            place.Write("in.aiff", Aiff(channels, row.bits, pcm, big ? "sowt" : row.compression));
+            const Bytes pcm = Noise(static_cast<size_t>(30001 * channels * bits / 8));
+            const bool big = code == "SOWT"; // libsndfile knows it not
+            place.Write("in.aiff", Aiff(channels, bits, pcm, big ? "sowt" : code));
             Samples expected = ReadSamples(place.Path("in.aiff"));
-            place.Write("in.aiff", Aiff(channels, row.bits, pcm, row.compression));
+            place.Write("in.aiff", Aiff(channels, bits, pcm, code));
             place.Run("@ convert in.aiff -o out.wav --overwrite");
             ASSERT_EQ(expected.values.size(), 30001u * static_cast<size_t>(channels));
-            expected.format = SF_FORMAT_WAV | row.wav;
+            expected.format = SF_FORMAT_WAV | wavType;
             EXPECT_TRUE(ReadSamples(place.Path("out.wav")) == expected);
             EXPECT_EQ(place.ReadBytes("out.wav").size(), 44 + pcm.size() + pcm.size() % 2);
             // A pipe, which cannot be sought, gets the very same bytes.
             place.Run("@ convert in.aiff -o - -q | cmp - out.wav");
-            if (row.flac == 0)
+            if (flacType == 0)
                 continue;
             place.Run("@ convert in.aiff -o out.flac --overwrite");
-            expected.format = SF_FORMAT_FLAC | row.flac;
+            expected.format = SF_FORMAT_FLAC | flacType;
             EXPECT_TRUE(ReadSamples(place.Path("out.flac")) == expected);
             // But for what is known only at the end.
             place.Run("@ convert in.aiff -o - --format flac -q >pipe.flac");
@@ -54,11 +51,7 @@ TEST(Convert, EverySampleArrivesInItsOwnWidth)
 
 TEST(Convert, TakesPartsInSecondsAndFrames)
 {
-    struct Case {
-        const char* range;
-        int first, end;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, int, int> cases[] = {
         {"--start 100f", 100, 44100},
         {"--end 0.5", 0, 22050},
         {"--start 0.25s --end 22050f", 11025, 22050},
@@ -96,12 +89,7 @@ TEST(Convert, ReplacesFilesOnlyWhenToldAndThenAsTheyAre)
 TEST(Convert, NamesFileAndReasonAndGoesOnWithTheOthers)
 {
     const std::string good = Str(Aiff(2, 16, Noise(400)));
-    struct Case {
-        std::string name;
-        std::string bytes;
-        const char* reason;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"0.aiff",
          "RI\x1B"
          "F" +
@@ -122,15 +110,15 @@ TEST(Convert, NamesFileAndReasonAndGoesOnWithTheOthers)
     place.Write("a.aiff", good);
     place.Write("z", good); // without extension: its content decides
     std::string inputs = "a.aiff missing.aiff . z";
-    for (const Case& row : cases) {
-        place.Write(row.name, row.bytes);
-        inputs += " " + row.name;
+    for (const auto& [name, bytes, reason] : cases) {
+        place.Write(name, bytes);
+        inputs += " " + name;
     }
     const Outcome run =
         place.Run("@ convert " + inputs + " -o out", 1, "missing.aiff: No such file",
                   ".: is a folder", "2 of 14 files converted");
-    for (const Case& row : cases)
-        EXPECT_PRED2(Contains, run.err, "aiffconv: " + row.name + ": " + row.reason);
+    for (const auto& [name, bytes, reason] : cases)
+        EXPECT_PRED2(Contains, run.err, "aiffconv: " + name + ": " + reason);
     EXPECT_EQ(place.Read("out/a.wav").size(), 444u);
     EXPECT_EQ(place.Read("out/z.wav"), place.Read("out/a.wav"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(place.Path("out")), {}), 2);
@@ -160,12 +148,7 @@ TEST(Convert, KeepsWhatIsLeftOfDamagedInputAndSaysSo)
 TEST(Convert, ChoosesFormatAndNameOfTheOutput)
 {
     const Workplace place;
-    struct Case {
-        const char* arguments;
-        const char* output;
-        const char* begin;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, const char*, const char*> cases[] = {
         {"in.aiff -o A.FLAC", "A.FLAC", "fLaC"},
         {"in.aiff -o b.flac --format wav", "b.flac", "RIFF"},
         {"in.aiff -o d/ --format flac", "d/in.flac", "fLaC"},
@@ -181,7 +164,7 @@ TEST(Convert, ChoosesFormatAndNameOfTheOutput)
          {"in.aiff", "[a,b].aiff", "b\xFF\xC3\xA9.AIFF", "Op. 1", "-dash.aiff", "[a]"})
         place.Write(name, Aiff(1, 16, Noise(100)));
     for (const auto& [arguments, output, begin] : cases) {
-        place.Run(std::string("@ convert ") + arguments);
+        place.Run("@ convert " + arguments);
         EXPECT_TRUE(place.Read(output).starts_with(begin)) << output;
     }
 }
@@ -230,12 +213,7 @@ TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)
     place.Write("words.png", "no picture, no audio at all, only words");
     place.Write("pic.png", "\x89PNG\r\n\x1A\n");
     const auto before = place.Contents();
-    struct Case {
-        const char* command;
-        int exitCode;
-        const char* reason;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, int, const char*> cases[] = {
         {"@", 2, "subcommand"},
         {"@ convert in.aiff in.aif -o out", 2, "would both be written to 'out/in.wav'"},
         {"@ convert in.aiff sub/in.aiff -o out", 2, "would both be written"},
@@ -297,9 +275,9 @@ TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)
         {"@ tags art set in.aiff pic.png --type nose", 2, "front, back"},
         {"@ tags art export in.aiff -o x", 1, "has no pictures"},
     };
-    for (const Case& row : cases) {
-        place.Run(row.command, row.exitCode, row.reason);
-        EXPECT_TRUE(place.Contents() == before) << row.command;
+    for (const auto& [command, exitCode, reason] : cases) {
+        place.Run(command, exitCode, reason);
+        EXPECT_TRUE(place.Contents() == before) << command;
     }
     if (geteuid() != 0)
         place.Run("chmod 444 in.aiff; @ tags set in.aiff Title=x", 1,

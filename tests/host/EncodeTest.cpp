@@ -27,11 +27,8 @@ void WriteSound(const std::string& path, int format, int channels, int frames)
 
 TEST(Encode, EverySampleOfEverySourceArrivesInItsOwnWidth)
 {
-    struct Case {
-        const char* name;
-        int format, aiffSubtype;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, int, int> cases[] = {
+        // and the subtype in AIFF
         {"a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8},
         {"b.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
         {"c.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
@@ -51,14 +48,14 @@ TEST(Encode, EverySampleOfEverySourceArrivesInItsOwnWidth)
         std::printf("ffprobe is not there: its opinion was not asked\n");
     for (const int channels : {1, 3}) {
         const Workplace place;
-        for (const Case& row : cases) {
-            SCOPED_TRACE(row.name + std::to_string(channels));
-            WriteSound(place.Path(row.name), row.format, channels, 30001);
-            Samples expected = ReadSamples(place.Path(row.name));
+        for (const auto& [name, format, subtype] : cases) {
+            SCOPED_TRACE(name + std::to_string(channels));
+            WriteSound(place.Path(name), format, channels, 30001);
+            Samples expected = ReadSamples(place.Path(name));
             ASSERT_EQ(expected.values.size(), 30001u * static_cast<size_t>(channels));
-            place.Run("@ encode " + std::string(row.name) + " -o out.aiff --overwrite && " +
+            place.Run("@ encode " + name + " -o out.aiff --overwrite && " +
                       "@ convert out.aiff -o back.wav --overwrite");
-            expected.format = SF_FORMAT_AIFF | row.aiffSubtype;
+            expected.format = SF_FORMAT_AIFF | subtype;
             EXPECT_TRUE(ReadSamples(place.Path("out.aiff")) == expected);
             EXPECT_TRUE(Values(place, "back.wav") == expected.values);
             EXPECT_NO_THROW(place.Walk("out.aiff"));
@@ -92,22 +89,18 @@ TEST(Encode, TagsAndPicturesComeAlong)
     const Workplace place;
     WriteSound(place.Path("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 2, 100);
     const std::string picture = "\x89PNG\r\n\x1a\n-a picture-";
-    struct Field {
-        const char* property;
-        const char* value;
-        const char* inAiff;
-    };
-    const Field fields[] = {{"TITLE", "Ämne", "Ämne"},
-                            {"ARTIST", "One|AC/DC", "One|AC/DC"},
-                            {"DATE", "2004-03-15", "2004-03-15"},
-                            {"TRACKNUMBER", "3", "3/12"},
-                            {"TRACKTOTAL", "12", ""},
-                            {"MY FIELD", "mine", "mine"}};
+    const std::tuple<const char*, const char*, const char*> fields[] = {
+        {"TITLE", "Ämne", "Ämne"},
+        {"ARTIST", "One|AC/DC", "One|AC/DC"},
+        {"DATE", "2004-03-15", "2004-03-15"},
+        {"TRACKNUMBER", "3", "3/12"},
+        {"TRACKTOTAL", "12", ""},
+        {"MY FIELD", "mine", "mine"}};
     {
         TagLib::FLAC::File flac(place.Path("in.flac").c_str());
         TagLib::PropertyMap tags;
-        for (const Field& field : fields)
-            tags[field.property] = TagLib::String(field.value, TagLib::String::UTF8).split("|");
+        for (const auto& [property, value, inAiff] : fields)
+            tags[property] = TagLib::String(value, TagLib::String::UTF8).split("|");
         flac.setProperties(tags);
         auto* image = new TagLib::FLAC::Picture;
         image->setType(TagLib::FLAC::Picture::BackCover);
@@ -119,8 +112,8 @@ TEST(Encode, TagsAndPicturesComeAlong)
     place.Run("@ encode in.flac -o out.aiff && @ check out.aiff");
     const TagLib::FileRef read(place.Path("out.aiff").c_str());
     TagLib::PropertyMap tags = read.file()->properties();
-    for (const Field& field : fields)
-        EXPECT_EQ(tags[field.property].toString("|").to8Bit(true), field.inAiff);
+    for (const auto& [property, value, inAiff] : fields)
+        EXPECT_EQ(tags[property].toString("|").to8Bit(true), inAiff);
     const std::string tag = Str(place.Walk("out.aiff").Only("ID3 ").data);
     EXPECT_PRED2(Contains, tag, std::string("image/png\0\x04\0", 12) + picture);
     // The tag that a WAV file has already is handed on byte for byte.
@@ -163,28 +156,24 @@ TEST(Batch, SkipsWhatIsThereAndTellsResultsAsLines)
     place.Write("d.wav", "not even looked at");
     const Outcome run =
         place.Run("@ encode a.wav b.wav c.wav d.wav -o out --skip-existing --json", 1);
-    struct Case {
-        const char* name;
-        const char* status;
-        Json frames, seconds;
-        bool problem;
-    };
-    const Case cases[] = {{"a", "done", 24000, 0.5, false},
-                          {"b", "damaged", 500, 500.0 / 48000, true},
-                          {"c", "failed", {}, {}, true},
-                          {"d", "skipped", {}, {}, false}};
+    // What is told of each: status, frames, seconds, and whether there is a problem.
+    const std::tuple<std::string, const char*, Json, Json, bool> cases[] = {
+        {"a", "done", 24000, 0.5, false},
+        {"b", "damaged", 500, 500.0 / 48000, true},
+        {"c", "failed", nullptr, nullptr, true},
+        {"d", "skipped", nullptr, nullptr, false}};
     std::map<std::string, Json> lines;
     std::istringstream text(run.out);
     for (std::string line; std::getline(text, line);)
         lines[Json::parse(line)["input"]] = Json::parse(line);
     ASSERT_EQ(lines.size(), 4u) << run.out;
-    for (const Case& row : cases) {
-        const Json& line = lines[row.name + std::string(".wav")];
-        EXPECT_EQ(line["output"], "out/" + std::string(row.name) + ".aiff");
-        EXPECT_EQ(line["status"], row.status);
-        EXPECT_EQ(line["frames"], row.frames);
-        EXPECT_EQ(line["seconds"], row.seconds);
-        EXPECT_EQ(line["problem"].is_string(), row.problem) << line;
+    for (const auto& [name, status, frames, seconds, hasProblem] : cases) {
+        const Json& line = lines[name + ".wav"];
+        EXPECT_EQ(line["output"], "out/" + name + ".aiff");
+        EXPECT_EQ(line["status"], status);
+        EXPECT_EQ(line["frames"], frames);
+        EXPECT_EQ(line["seconds"], seconds);
+        EXPECT_EQ(line["problem"].is_string(), hasProblem) << line;
     }
     EXPECT_EQ(place.Read("out/d.aiff"), "precious");
     place.Run("@ encode b.wav -o b.aiff", 4);

@@ -16,24 +16,19 @@
 #include <unistd.h>
 #include <utility>
 
-// A free place on loopback to listen at.
-struct Loopback {
-    sockaddr_in address = {};
+// A socket that listens at a free port of loopback; `address` becomes its place.
+inline int Listen(sockaddr_in& address, int queue)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
     socklen_t size = sizeof address;
-    sockaddr* Any() { return reinterpret_cast<sockaddr*>(&address); }
-    uint16_t Port() const { return ntohs(address.sin_port); }
-
-    int Listen(int queue)
-    {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (bind(fd, Any(), size) != 0 || listen(fd, queue) != 0 ||
-            getsockname(fd, Any(), &size) != 0)
-            throw std::runtime_error("cannot listen on loopback");
-        return fd;
-    }
-};
+    address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* const any = reinterpret_cast<sockaddr*>(&address);
+    if (bind(fd, any, size) != 0 || listen(fd, queue) != 0 || getsockname(fd, any, &size) != 0)
+        throw std::runtime_error("cannot listen on loopback");
+    return fd;
+}
 
 // One accepted connection and its request.
 class Peer
@@ -50,12 +45,12 @@ public:
         close(m_fd);
     }
 
-    bool ReadRequest()
+    // Whether a whole request has come.
+    bool HasRequest()
     {
-        while (request.find("\r\n\r\n") == std::string::npos)
-            if (!Receive())
-                return false;
-        return true;
+        while (request.find("\r\n\r\n") == std::string::npos && Receive())
+            ;
+        return request.ends_with("\r\n\r\n");
     }
     std::string Target() const { return request.substr(4, request.find(' ', 4) - 4); }
     // The byte that a request for a range begins at; -1 when it is for everything.
@@ -147,7 +142,7 @@ public:
         return Serve(Sends(answer), host);
     }
 
-    uint16_t Port() const { return m_place.Port(); }
+    uint16_t Port() const { return ntohs(m_place.sin_port); }
     std::vector<std::string> Requests() const
     {
         const std::scoped_lock lock(m_mutex);
@@ -170,7 +165,7 @@ private:
         sigfillset(&all);
         pthread_sigmask(SIG_BLOCK, &all, nullptr);
         Peer peer(fd, m_stop);
-        if (!peer.ReadRequest())
+        if (!peer.HasRequest())
             return;
         std::unique_lock lock(m_mutex);
         m_requests.push_back(peer.request);
@@ -179,8 +174,8 @@ private:
         handler(peer);
     }
 
-    Loopback m_place;
-    int m_listener = m_place.Listen(64);
+    sockaddr_in m_place;
+    int m_listener = Listen(m_place, 64);
     std::atomic<bool> m_stop = false;
     mutable std::mutex m_mutex; // guards the next two
     std::vector<Handler> m_handlers;

@@ -28,6 +28,7 @@ namespace
 {
 
 using std::chrono::milliseconds;
+using namespace std::string_literals;
 
 // The audio from one frame of the stream to another.
 Bytes Part(size_t from, size_t to = kFrames)
@@ -35,36 +36,28 @@ Bytes Part(size_t from, size_t to = kFrames)
     return From(Front(kHeard, to * 4), from * 4);
 }
 
-class SeekTest : public StreamTest
-{
-};
-
-TEST_F(SeekTest, AServerOfRangesIsAskedForTheRest)
+TEST_F(StreamTest, SeeksByAskingAServerOfRangesForTheRest)
 {
     Instance instance(plugin);
     ASSERT_EQ(instance.Open(server.Serve(Ranged(kFile)), kDecode), 1);
-    struct Case {
-        int64_t frame;
-        size_t lands;
-        const char* request; // empty: none is needed
-    };
-    const Case cases[] = {
+    // Where to, where that is, and the request for it; none where none is needed.
+    const std::tuple<int64_t, size_t, std::string> cases[] = {
         {18000, 18000, "72046-"}, {0, 0, "46-"},      {37501, 37501, "150050-"}, {1, 1, "50-"},
         {INT64_MIN, 0, "46-"},    {16384, 16384, ""}, {37502, 37502, ""},        {99, 99, "442-"},
         {INT64_MAX, 37502, ""},
     };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.frame);
+    for (const auto& [frame, lands, range] : cases) {
+        SCOPED_TRACE(frame);
         const size_t before = server.Requests().size();
-        ASSERT_EQ(instance.Seek(row.frame), 1);
+        ASSERT_EQ(instance.Seek(frame), 1);
         const std::vector<std::string> requests = server.Requests();
-        ASSERT_EQ(requests.size() - before, *row.request != 0 ? 1u : 0u);
-        const std::string line = "\r\nRange: bytes=" + std::string(row.request) + "\r\n\r\n";
-        if (*row.request != 0)
+        ASSERT_EQ(requests.size() - before, range.empty() ? 0u : 1u);
+        const std::string line = "\r\nRange: bytes=" + range + "\r\n\r\n";
+        if (!range.empty())
             EXPECT_TRUE(requests.back().ends_with(line)) << requests.back();
         EXPECT_EQ(instance.Next(), 1);
-        EXPECT_EQ(instance.block.nPositionMS, static_cast<int64_t>(row.lands * 4000 / 176400));
-        EXPECT_EQ(instance.Data(), Part(row.lands, std::min(row.lands + 16384, kFrames)));
+        EXPECT_EQ(instance.block.nPositionMS, static_cast<int64_t>(lands * 4000 / 176400));
+        EXPECT_EQ(instance.Data(), Part(lands, std::min(lands + 16384, kFrames)));
     }
     // A sound chunk without a size has no audio where the stream's size is known.
     const Bytes empty = AiffBuilder().Comm(2, 16, 44100).Ssnd(kSamples, 0).Build();
@@ -78,7 +71,7 @@ TEST_F(SeekTest, AServerOfRangesIsAskedForTheRest)
     EXPECT_EQ(instance.Rest(), Part(30000));
 }
 
-TEST_F(SeekTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
+TEST_F(StreamTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
 {
     const size_t size = kFile.size();
     const Bytes rest = From(kFile, 72046);
@@ -93,12 +86,7 @@ TEST_F(SeekTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
         return Ranged(kFile, [answer](size_t) { return answer; });
     };
     const std::string error = "Error SetPosition returned false.  [SetPosition]\r\n";
-    struct Case {
-        const char* name;
-        Handler handler;
-        std::string error;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, Handler, std::string> cases[] = {
         {"everything", promised(Counted(kFile)), error},
         {"another begin", promised(Partial(72045, size - 1, size, rest)), error},
         {"another end", promised(Partial(72046, size - 2, size, rest)), error},
@@ -124,29 +112,25 @@ TEST_F(SeekTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
     }
 }
 
-TEST_F(SeekTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
+TEST_F(StreamTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
 {
     const std::string urls[] = {
         server.Serve(Counted(kFile)), server.Serve(Ranged(kFile)),
         server.Serve(Ranged(kFile, [](size_t) { return Counted(kFile); }))}; // promises ranges
-    struct Case {
-        int64_t start, end;
-        size_t from, to;
-    };
-    const Case cases[] = {
+    const std::tuple<int64_t, int64_t, size_t, size_t> cases[] = {
+        // range, and what it holds
         {0, -1, 0, kFrames}, {20000, 20010, 20000, 20010},      {100, 36000, 100, 36000},
         {-7, 3, 0, 3},       {INT64_MAX, -1, kFrames, kFrames}, {37490, INT64_MAX, 37490, kFrames},
         {20, 10, 20, 20},
     };
     for (const std::string& url : urls)
-        for (const Case& row : cases) {
-            SCOPED_TRACE(url + " from " + std::to_string(row.start));
+        for (const auto& [start, end, from, to] : cases) {
+            SCOPED_TRACE(url + " from " + std::to_string(start));
             Instance instance(plugin);
-            ASSERT_EQ(instance.Range(row.start, row.end), 1);
+            ASSERT_EQ(instance.Range(start, end), 1);
             ASSERT_EQ(instance.Open(url, kDecode), 1);
-            EXPECT_EQ(instance.open.AudioInfo.nLengthBytes,
-                      static_cast<int64_t>(row.to - row.from) * 4);
-            EXPECT_EQ(instance.Rest(), Part(row.from, row.to));
+            EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, static_cast<int64_t>(to - from) * 4);
+            EXPECT_EQ(instance.Rest(), Part(from, to));
         }
     std::string sought; // a long way to the range is, where the server can
     for (const std::string& request : server.Requests())
@@ -205,18 +189,17 @@ TEST(StreamLimits, ASilentServerIsGivenUpAndASlowOneIsNot)
 TEST(StreamLimits, AllAddressesOfAHostAreTried)
 {
     // A full queue lets further connections wait for ever.
-    Loopback place;
-    std::vector<int> taken = {place.Listen(0)};
+    sockaddr_in place;
+    std::vector<int> taken = {Listen(place, 0)};
     for (int i = 0; i < 8; ++i) {
         taken.push_back(socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
-        (void)connect(taken.back(), place.Any(), place.size);
+        (void)connect(taken.back(), reinterpret_cast<sockaddr*>(&place), sizeof place);
     }
     std::this_thread::sleep_for(milliseconds(50));
 
     ScriptServer server;
-    const std::pair<std::string, std::string> silent = {"127.0.0.1", std::to_string(place.Port())};
-    const std::pair<std::string, std::string> refusing = {"127.0.0.1", "1"};
-    const std::pair<std::string, std::string> good = {"127.0.0.1", std::to_string(server.Port())};
+    const auto at = [](int port) { return std::pair("127.0.0.1"s, std::to_string(port)); };
+    const auto refusing = at(1), silent = at(ntohs(place.sin_port)), good = at(server.Port());
     const std::string url = server.Serve(Counted(kFile), "many.test");
     manyAddresses = {{"::1", "1"}, refusing, silent, refusing, good};
     EXPECT_EQ(Opening(url), L"opened");
@@ -226,23 +209,6 @@ TEST(StreamLimits, AllAddressesOfAHostAreTried)
     EXPECT_EQ(Opening(url), L"connection refused");
     for (const int fd : taken)
         close(fd);
-}
-
-TEST(HttpStream, ALocalFileIsReadTheSameWay)
-{
-    TempDir dir;
-    XFileHTTPStream stream;
-    ASSERT_TRUE(stream.Open(Wide(dir.Write("a", kFile)).c_str()));
-    EXPECT_FALSE(stream.FromInterent());
-    EXPECT_TRUE(stream.IsSeekable());
-    EXPECT_EQ(stream.Size(), std::ssize(kFile));
-    ASSERT_TRUE(stream.SetPosition(46));
-    Bytes bytes(8);
-    EXPECT_EQ(stream.Read(bytes), 8u);
-    EXPECT_EQ(bytes, Front(From(kFile, 46), 8));
-    EXPECT_EQ(stream.Position(), 54);
-    ASSERT_FALSE(stream.Open(L"http://127.0.0.1:1/"));
-    EXPECT_FALSE(stream.FromInterent()) << "the last input that could be opened counts";
 }
 
 } // namespace

@@ -294,8 +294,18 @@ TEST_F(StreamTest, EveryOpenStartsAfresh)
     EXPECT_EQ(instance.Next(), 0) << "decoding a closed stream";
 }
 
-TEST_F(StreamTest, SignalsAndHighDescriptorsDoNotMatter)
+// Whatever the system does meanwhile: signals without SA_RESTART, and descriptors beyond
+// those that select() takes.
+TEST_F(StreamTest, ManySideBySideLeaveNoDescriptorBehind)
 {
+    const Handler pauses = [](Peer& peer) {
+        peer.Send(Front(Counted(kFile), 20000), 100);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        peer.Send(From(Counted(kFile), 20000));
+    };
+    const std::string urls[] = {server.Serve(pauses), server.Serve(Chunked(kFile)),
+                                server.Serve(Answer("", {}, "500 No")),
+                                server.Serve([](Peer& peer) { peer.Reset(); })};
     const rlimit limit = {4096, 4096};
     setrlimit(RLIMIT_NOFILE, &limit);
     std::vector<int> taken(1100);
@@ -303,47 +313,27 @@ TEST_F(StreamTest, SignalsAndHighDescriptorsDoNotMatter)
         fd = dup(STDERR_FILENO);
     EXPECT_GT(taken.back(), 1024);
     struct sigaction action = {}, previous = {};
-    action.sa_handler = [](int) {}; // without SA_RESTART
+    action.sa_handler = [](int) {};
     sigaction(SIGALRM, &action, &previous);
     const itimerval often = {{0, 1000}, {0, 1000}}, never = {};
     setitimer(ITIMER_REAL, &often, nullptr);
-    {
-        Instance instance(plugin);
-        const Handler pauses = [](Peer& peer) {
-            const Bytes all = Counted(kFile);
-            peer.Send(Front(all, 20000), 100);
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            peer.Send(From(all, 20000));
-        };
-        EXPECT_EQ(instance.Open(server.Serve(pauses), kDecode), 1);
-        EXPECT_EQ(instance.Rest(), kHeard);
-    }
-    setitimer(ITIMER_REAL, &never, nullptr);
-    sigaction(SIGALRM, &previous, nullptr);
-    for (const int fd : taken)
-        close(fd);
-}
-
-TEST_F(StreamTest, ManySideBySideLeaveNoDescriptorBehind)
-{
-    const std::string urls[] = {server.Serve(Counted(kFile)), server.Serve(Chunked(kFile)),
-                                server.Serve(Answer("", {}, "500 No")),
-                                server.Serve([](Peer& peer) { peer.Reset(); })};
     const auto nextFree = [] {
         const int fd = dup(STDERR_FILENO);
         return close(fd), fd;
     };
     const int before = nextFree();
-    std::vector<std::thread> threads;
     std::atomic<int> good = 0;
-    for (int thread = 0; thread < 16; ++thread)
-        threads.emplace_back([&] {
-            for (size_t i = 0; i < 64; ++i) {
-                Instance instance(plugin); // destroyed while open
-                const bool isOpen = instance.Open(urls[i % 4], 29) == 1;
-                good += isOpen == (i % 4 < 2) && (!isOpen || i > 1 || instance.Rest() == kHeard);
-            }
-        });
+    const auto work = [&] {
+        for (size_t i = 0; i < 64; ++i) {
+            Instance instance(plugin); // destroyed while open
+            const bool isOpen = instance.Open(urls[i % 4], 29) == 1;
+            good += isOpen == (i % 4 < 2) && (!isOpen || i > 8 || instance.Rest() == kHeard);
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 15; ++i)
+        threads.emplace_back(work);
+    work(); // this thread is the one that gets the signals
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(good, 16 * 64);
@@ -351,6 +341,10 @@ TEST_F(StreamTest, ManySideBySideLeaveNoDescriptorBehind)
     for (int i = 0; i < 500 && nextFree() != before; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     EXPECT_EQ(nextFree(), before);
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &previous, nullptr);
+    for (const int fd : taken)
+        close(fd);
 }
 
 } // namespace
