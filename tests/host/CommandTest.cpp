@@ -148,20 +148,23 @@ TEST(Convert, KeepsWhatIsLeftOfDamagedInputAndSaysSo)
 TEST(Convert, ChoosesFormatAndNameOfTheOutput)
 {
     const Workplace place;
-    const std::tuple<std::string, const char*, const char*> cases[] = {
+    // UTF-8, and bytes that are not: cut short, too long, a surrogate, past U+10FFFF, never.
+    const std::string odd =
+        "b\xC3\xA9\xF0\x9D\x84\x9E\xC3z\xC0\xAF\xED\xB2\x80\xF4\x90\x80\x80\xFF";
+    const std::tuple<std::string, std::string, const char*> cases[] = {
         {"in.aiff -o A.FLAC", "A.FLAC", "fLaC"},
         {"in.aiff -o b.flac --format wav", "b.flac", "RIFF"},
         {"in.aiff -o d/ --format flac", "d/in.flac", "fLaC"},
         {"in.aiff -o dir.flac", "dir.flac/in.wav", "RIFF"},
         {"-o [x]/ -- '[a,b].aiff'", "[x]/[a,b].wav", "RIFF"},
-        {"-o [x]/ -- 'b\xFF\xC3\xA9.AIFF'", "[x]/b\xFF\xC3\xA9.wav", "RIFF"},
+        {"-o [x]/ -- '" + odd + ".AIFF'", "[x]/" + odd + ".wav", "RIFF"},
         {"-o [x]/ -- 'Op. 1'", "[x]/Op. 1.wav", "RIFF"},
         {"-o [x]/ -- -dash.aiff", "[x]/-dash.wav", "RIFF"},
         {"'[a]' -o out.wav", "out.wav", "RIFF"},
     };
     std::filesystem::create_directory(place.Path("dir.flac"));
-    for (const char* name :
-         {"in.aiff", "[a,b].aiff", "b\xFF\xC3\xA9.AIFF", "Op. 1", "-dash.aiff", "[a]"})
+    for (const std::string& name :
+         {"in.aiff"s, "[a,b].aiff"s, odd + ".AIFF", "Op. 1"s, "-dash.aiff"s, "[a]"s})
         place.Write(name, Aiff(1, 16, Noise(100)));
     for (const auto& [arguments, output, begin] : cases) {
         place.Run("@ convert " + arguments);
@@ -239,6 +242,7 @@ TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)
         {"@ convert in.aiff -o - | true", 0, ""},
         {"@ convert deep.aiff -o out.flac", 1, "samples of 32 bits (FLAC takes 8, 16 and 24"},
         {"@ info in.aiff >/dev/full", 1, "standard output: "},
+        {"@ info 'a\xC3\xA9\x1B[2J\x7F\xC2\x9B\xFFz\rb'", 1, "a\xC3\xA9?[2J???z; b: No such file"},
         {"QVCODECPATH=/none @ codecs", 3, ""},
         {"QVCODECPATH=/none @ convert x -o y", 3, "QVCODECPATH"},
         {"@ encode float.wav -o out.aiff", 1, "holds 32 bit float, and only integer PCM"},

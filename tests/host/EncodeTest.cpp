@@ -43,9 +43,6 @@ TEST(Encode, EverySampleOfEverySourceArrivesInItsOwnWidth)
         {"l.aifc", SF_FORMAT_AIFF | SF_ENDIAN_LITTLE | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
         {"m.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_32, SF_FORMAT_PCM_32},
     };
-    const bool probe = std::system("ffprobe -version >/dev/null 2>&1") == 0;
-    if (!probe)
-        std::printf("ffprobe is not there: its opinion was not asked\n");
     for (const int channels : {1, 3}) {
         const Workplace place;
         for (const auto& [name, format, subtype] : cases) {
@@ -59,10 +56,6 @@ TEST(Encode, EverySampleOfEverySourceArrivesInItsOwnWidth)
             EXPECT_TRUE(ReadSamples(place.Path("out.aiff")) == expected);
             EXPECT_TRUE(Values(place, "back.wav") == expected.values);
             EXPECT_NO_THROW(place.Walk("out.aiff"));
-            if (probe)
-                place.Run("ffprobe -v error -of csv=p=0 -show_entries "
-                          "stream=sample_rate,channels,duration_ts out.aiff",
-                          0, "48000," + std::to_string(channels) + ",30001\n");
         }
     }
 }

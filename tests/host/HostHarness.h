@@ -29,7 +29,6 @@ inline Bytes Aiff(int channels, int bits, const Bytes& pcm, const std::string& c
     return AiffBuilder().Comm(channels, bits, 44100, compression, "Name").Ssnd(pcm);
 }
 
-// What a program left behind.
 struct Outcome {
     std::string out, err;
 };
@@ -116,14 +115,12 @@ struct Samples {
 inline Samples ReadSamples(const std::string& path)
 {
     SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (file == nullptr)
-        return {};
+    const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(path.c_str(), SFM_READ, &info),
+                                                           sf_close);
     Samples samples{info.format, info.channels, info.samplerate, {}};
     samples.values.resize(static_cast<size_t>(info.frames * info.channels));
-    const sf_count_t read = sf_readf_int(file, samples.values.data(), info.frames);
-    samples.values.resize(static_cast<size_t>(read * info.channels));
-    sf_close(file);
+    if (sf_readf_int(file.get(), samples.values.data(), info.frames) != info.frames)
+        ADD_FAILURE() << "cannot read " << path;
     return samples;
 }
 inline std::vector<int32_t> Values(const Workplace& place, const std::string& name)

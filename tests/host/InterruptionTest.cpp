@@ -7,6 +7,8 @@
 namespace
 {
 
+using namespace std::string_literals;
+
 // Starts aiffconv in the folder, interrupts it when so many more files and folders have
 // appeared, and expects that it then removes them again.
 void ExpectNoTrace(const Workplace& place, std::vector<const char*> arguments, int signal,
@@ -42,15 +44,10 @@ TEST(Interruption, LeavesNoUnfinishedOutputAndNoNewFolder)
             place.Write(name, "FIXTURE blocks=1000 pause=100");
         ExpectNoTrace(place, {"convert", "a.fix", "b.fix", "-o", "out", "-j", "2"}, signal, 3);
     }
-}
-
-TEST(Interruption, LeavesNoHalfAiffFile)
-{
     const Workplace place;
     // A WAV file whose gigabyte of silence takes no room on the disk, but time to encode.
-    place.Write("in.wav", std::string("RIFF\x24\0\0\x40WAVEfmt \x10\0\0\0\1\0\1\0\x44\xAC\0\0"
-                                      "\x88\x58\1\0\2\0\x10\0data\0\0\0\x40",
-                                      44));
+    place.Write("in.wav", "RIFF\x24\0\0\x40WAVEfmt \x10\0\0\0\1\0\1\0\x44\xAC\0\0\x88\x58\1\0"
+                          "\2\0\x10\0data\0\0\0\x40"s);
     std::filesystem::resize_file(place.Path("in.wav"), (1u << 30) + 44);
     ExpectNoTrace(place, {"encode", "in.wav", "-o", "new/"}, SIGTERM, 2);
 }

@@ -16,15 +16,19 @@ namespace
 const std::string kPng = "\x89PNG\r\n\x1A\n" + Str(Noise(3001));
 const std::string kJpeg = "\xFF\xD8\xFF\xE0" + Str(Noise(500));
 
-// "4 image/png 3009 text" for each picture of an ID3v2 tag, in their order.
+// A picture of TagLib's as "4 image/png 3009 text".
+template <class Picture>
+std::string PictureText(const Picture& picture, const TagLib::ByteVector& data)
+{
+    return std::to_string(picture.type()) + " " + picture.mimeType().to8Bit() + " " +
+           std::to_string(data.size()) + " " + picture.description().to8Bit(true);
+}
 Names Pictures(const TagLib::ID3v2::Tag* tag)
 {
     Names pictures;
     for (const auto* frame : tag->frameList("APIC")) {
-        const auto* art = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame);
-        pictures.push_back(std::to_string(art->type()) + " " + art->mimeType().to8Bit() + " " +
-                           std::to_string(art->picture().size()) + " " +
-                           art->description().to8Bit(true));
+        const auto& art = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame&>(*frame);
+        pictures.push_back(PictureText(art, art.picture()));
     }
     return pictures;
 }
@@ -157,11 +161,8 @@ TEST(Convert, CarriesTagsAndPicturesToFlacAndBehindTheSamplesOfWav)
     for (const auto& [name, value] : fields)
         EXPECT_EQ(Property(flac.xiphComment()->properties(), name), value) << name;
     ASSERT_EQ(flac.pictureList().size(), 1u);
-    const TagLib::FLAC::Picture* picture = flac.pictureList().front();
-    EXPECT_EQ(picture->type(), TagLib::FLAC::Picture::BackCover);
-    EXPECT_EQ(picture->mimeType(), "image/png");
-    EXPECT_EQ(picture->description(), "d");
-    EXPECT_EQ(picture->data().size(), 3009u);
+    EXPECT_EQ(PictureText(*flac.pictureList().front(), flac.pictureList().front()->data()),
+              "4 image/png 3009 d");
     TagLib::FLAC::File bare(place.Path("bare.flac").c_str());
     EXPECT_TRUE(bare.xiphComment()->isEmpty() && bare.pictureList().isEmpty());
 

@@ -61,16 +61,14 @@ public:
     }
 
     // Sends until the client has gone; with `piece` given, in pieces of that size.
-    Peer& Send(const Bytes& bytes, size_t piece = 0)
+    Peer& Send(const Bytes& bytes, size_t piece = SIZE_MAX)
     {
-        const int on = piece != 0;
+        const int on = 1;
         setsockopt(m_fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         ssize_t count = 0;
         for (size_t sent = 0; sent < bytes.size() && !m_stop && count >= 0;
-             sent += static_cast<size_t>(count)) {
-            const size_t size = std::min(piece != 0 ? piece : bytes.size(), bytes.size() - sent);
-            count = send(m_fd, &bytes[sent], size, MSG_NOSIGNAL);
-        }
+             sent += static_cast<size_t>(count))
+            count = send(m_fd, &bytes[sent], std::min(piece, bytes.size() - sent), MSG_NOSIGNAL);
         return *this;
     }
 
@@ -81,7 +79,7 @@ public:
             ;
     }
 
-    // Ends the connection by a reset instead of an orderly close.
+    // Ends by a reset instead of an orderly close.
     void Reset()
     {
         const linger abort = {1, 0};
@@ -109,7 +107,7 @@ private:
 
 using Handler = std::function<void(Peer&)>;
 
-inline Handler Sends(const Bytes& answer, size_t piece = 0)
+inline Handler Sends(const Bytes& answer, size_t piece = SIZE_MAX)
 {
     return [answer, piece](Peer& peer) { peer.Send(answer, piece); };
 }
