@@ -15,12 +15,8 @@ using namespace std::string_literals;
 
 TEST(Url, IsTakenApartEncodedAndResolvedAgainstABase)
 {
-    struct Case {
-        std::string reference;
-        const char* result; // port, Host field and target
-        F fault = F::None;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
+        // port, Host field and target
         {"http://example.org", "80 example.org/"},
         {"HTTP://Example.org:/", "80 Example.org/"},
         {"http://h:8080/a", "8080 h:8080/a"},
@@ -43,30 +39,27 @@ TEST(Url, IsTakenApartEncodedAndResolvedAgainstABase)
         {"", "8 h:8/a/b/c?q"},
         {"#f", "8 h:8/a/b/c?q"},
         {"a b\xE4", "8 h:8/a/b/a%20b%E4"},
-        {"https://h/", "", F::RedirectElsewhere},
-        {"file:///etc/passwd", "", F::RedirectElsewhere},
-        {"FTP:x", "", F::RedirectElsewhere},
-        {"http:/h/", "", F::RedirectElsewhere},
     };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.reference);
-        STUrl url;
-        EXPECT_EQ(ParseUrl(row.reference, url),
-                  row.fault == F::None && row.reference.find("://") == 4);
-        EXPECT_EQ(ResolveUrl({"h", 8, "/a/b/c?q"}, row.reference, url), row.fault);
-        if (row.fault == F::None)
-            EXPECT_EQ(std::to_string(url.nPort) + " " + url.HostField() + url.target, row.result);
+    const STUrl base = {"h", 8, "/a/b/c?q"};
+    STUrl url;
+    for (const auto& [reference, result] : cases) {
+        EXPECT_EQ(ParseUrl(reference, url), reference.find("://") == 4) << reference;
+        ASSERT_EQ(ResolveUrl(base, reference, url), F::None) << reference;
+        EXPECT_EQ(std::to_string(url.nPort) + " " + url.HostField() + url.target, result);
     }
+    for (const char* elsewhere : {"https://h/", "file:///etc/passwd", "FTP:x", "http:/h/"})
+        EXPECT_TRUE(!ParseUrl(elsewhere, url) &&
+                    ResolveUrl(base, elsewhere, url) == F::RedirectElsewhere)
+            << elsewhere;
     std::vector<std::string> refused = {"h/\0x"s, "h/" + std::string(kMostUrlBytes, 'a')};
     std::istringstream list("|/x|user@h/|h:0/|h:65536/|h:8o/|h:99999999999999999999/|[::1/|[::1]x/|"
                             "[h]/|h h/|h\\x/|h%0d/|h/\r\nX: y|h/\n|");
     while (std::getline(list, refused.emplace_back(), '|'))
         ;
-    for (const std::string& rest : refused) {
-        STUrl url;
-        EXPECT_FALSE(ParseUrl("http://" + rest, url)) << rest;
-        EXPECT_EQ(ResolveUrl({"h", 8, "/"}, "//" + rest, url), F::RedirectWithoutTarget) << rest;
-    }
+    for (const std::string& rest : refused)
+        EXPECT_TRUE(!ParseUrl("http://" + rest, url) &&
+                    ResolveUrl(base, "//" + rest, url) == F::RedirectWithoutTarget)
+            << rest;
 }
 
 // Delivers a text in pieces of at most one size, then ends or fails.

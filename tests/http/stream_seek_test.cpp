@@ -78,7 +78,7 @@ TEST_F(StreamTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
     const Bytes proper = Partial(72046, size - 1, size, rest);
     const std::string ranges = "Accept-Ranges: bytes\r\n";
     const Bytes tagged = Answer(ranges + "ETag: \"v1\"\r\n" + Length(size), kFile);
-    const Handler replaced = [&](Peer& peer) {
+    const Handler replaced = [tagged, proper](Peer& peer) {
         const bool isTold = peer.request.find("\r\nIf-Range: \"v1\"\r\n") != std::string::npos;
         peer.Send(isTold || peer.FirstByte() < 0 ? tagged : proper);
     };
@@ -170,8 +170,8 @@ TEST(StreamLimits, ASilentServerIsGivenUpAndASlowOneIsNot)
 
     const Bytes begin = Answer(Length(1000), Bytes(300));
     const std::pair<Handler, StreamFault> cases[] = {
-        {[&](Peer& peer) { peer.Send(begin).Stall(); }, StreamFault::IdleTimeout},
-        {[&](Peer& peer) { Drip(peer.Send(Front(begin, begin.size() - 10)), 10, 70); },
+        {[begin](Peer& peer) { peer.Send(begin).Stall(); }, StreamFault::IdleTimeout},
+        {[begin](Peer& peer) { Drip(peer.Send(Front(begin, begin.size() - 10)), 10, 70); },
          StreamFault::EndedEarly}};
     for (const auto& [handler, fault] : cases) {
         XFileHTTPStream stream(kShort);
