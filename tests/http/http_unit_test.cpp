@@ -133,6 +133,7 @@ TEST(HttpReader, GivesTheBodyOfProperAnswers)
           "HTTP/1.1 206 P\r\nContent-Range: bytes 0-2/3\r\n\r\nabcd"s})
         ExpectAnswer(answer, F::None, "abc");
     ExpectAnswer(HeadOf(kMostHeadBytes), F::None, "a");
+    ExpectAnswer("HTTP/1.1 100 C\r\n\r\n" + HeadOf(kMostHeadBytes - 18), F::None, "a");
     ExpectAnswer(Ok("Content-Length: 0\r\n\r\nabc"), F::None);
 }
 
@@ -158,6 +159,7 @@ TEST(HttpReader, RefusesImproperHeaders)
     for (int i = 0; i < 4000; ++i)
         interims += "HTTP/1.1 100 C\r\n\r\n";
     ExpectAnswer(HeadOf(kMostHeadBytes + 1), F::HeadTooLong);
+    ExpectAnswer("HTTP/1.1 100 C\r\n\r\n" + HeadOf(kMostHeadBytes - 17), F::HeadTooLong);
     ExpectAnswer(interims + Ok("\r\na"), F::HeadTooLong);
     ExpectAnswer(std::string(100000, 'x'), F::HeadTooLong);
     ExpectAnswer("", F::EndedEarly);
