@@ -16,32 +16,26 @@
 #include <unistd.h>
 #include <utility>
 
-// Where an IPv4 socket of this program listens on loopback; the port is found by bind.
-struct Loopback {
-    sockaddr_in address = {};
+// A socket that listens at a free port of loopback; `address` becomes its place.
+inline int Listen(sockaddr_in& address, int queue)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
     socklen_t size = sizeof address;
-    sockaddr* Any() { return reinterpret_cast<sockaddr*>(&address); }
-    uint16_t Port() const { return ntohs(address.sin_port); }
-
-    int Listen(int queue)
-    {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (bind(fd, Any(), size) != 0 || listen(fd, queue) != 0 ||
-            getsockname(fd, Any(), &size) != 0)
-            throw std::runtime_error("cannot listen on loopback");
-        return fd;
-    }
-};
+    address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* const any = reinterpret_cast<sockaddr*>(&address);
+    if (bind(fd, any, size) != 0 || listen(fd, queue) != 0 || getsockname(fd, any, &size) != 0)
+        throw std::runtime_error("cannot listen on loopback");
+    return fd;
+}
 
 // One accepted connection and its request.
 class Peer
 {
 public:
     Peer(int fd, const std::atomic<bool>& stop) : m_fd(fd), m_stop(stop) {}
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
+    Peer(Peer&&) = delete;
     ~Peer()
     {
         if (m_fd < 0)
@@ -51,39 +45,30 @@ public:
         close(m_fd);
     }
 
-    bool ReadRequest()
+    // Whether a whole request has come.
+    bool HasRequest()
     {
-        while (m_request.find("\r\n\r\n") == std::string::npos)
-            if (!Receive())
-                return false;
-        return true;
+        while (request.find("\r\n\r\n") == std::string::npos && Receive())
+            ;
+        return request.ends_with("\r\n\r\n");
     }
-    const std::string& Request() const { return m_request; }
-    std::string Target() const
-    {
-        const size_t begin = m_request.find(' ') + 1;
-        return m_request.substr(begin, m_request.find(' ', begin) - begin);
-    }
+    std::string Target() const { return request.substr(4, request.find(' ', 4) - 4); }
     // The byte that a request for a range begins at; -1 when it is for everything.
     long FirstByte() const
     {
-        const std::string field = "\r\nRange: bytes=";
-        const size_t at = m_request.find(field);
-        return at == std::string::npos ? -1 : std::stol(m_request.substr(at + field.size()));
+        const size_t at = request.find("Range: bytes=");
+        return at == std::string::npos ? -1 : std::stol(request.substr(at + 13));
     }
 
     // Sends until the client has gone; with `piece` given, in pieces of that size.
-    Peer& Send(const Bytes& bytes, size_t piece = 0)
+    Peer& Send(const Bytes& bytes, size_t piece = SIZE_MAX)
     {
-        const int on = piece != 0;
+        const int on = 1;
         setsockopt(m_fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        for (size_t sent = 0; sent < bytes.size() && !m_stop;) {
-            const size_t size = std::min(piece != 0 ? piece : bytes.size(), bytes.size() - sent);
-            const ssize_t count = send(m_fd, &bytes[sent], size, MSG_NOSIGNAL);
-            if (count < 0)
-                break;
-            sent += static_cast<size_t>(count);
-        }
+        ssize_t count = 0;
+        for (size_t sent = 0; sent < bytes.size() && !m_stop && count >= 0;
+             sent += static_cast<size_t>(count))
+            count = send(m_fd, &bytes[sent], std::min(piece, bytes.size() - sent), MSG_NOSIGNAL);
         return *this;
     }
 
@@ -94,13 +79,15 @@ public:
             ;
     }
 
-    // Ends the connection by a reset instead of an orderly close.
+    // Ends by a reset instead of an orderly close.
     void Reset()
     {
         const linger abort = {1, 0};
         setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
         close(std::exchange(m_fd, -1));
     }
+
+    std::string request;
 
 private:
     bool Receive()
@@ -110,24 +97,27 @@ private:
         while (!m_stop && poll(&one, 1, 10) <= 0)
             ;
         const ssize_t count = m_stop ? 0 : recv(m_fd, part, sizeof part, 0);
-        m_request.append(part, static_cast<size_t>(std::max<ssize_t>(count, 0)));
+        request.append(part, static_cast<size_t>(std::max<ssize_t>(count, 0)));
         return count > 0;
     }
 
     int m_fd;
     const std::atomic<bool>& m_stop;
-    std::string m_request;
 };
 
 using Handler = std::function<void(Peer&)>;
+
+inline Handler Sends(const Bytes& answer, size_t piece = SIZE_MAX)
+{
+    return [answer, piece](Peer& peer) { peer.Send(answer, piece); };
+}
 
 // Listens on a free port until it is destroyed; every connection has its own thread.
 class ScriptServer
 {
 public:
     ScriptServer() : m_acceptor([this] { Accept(); }) {}
-    ScriptServer(const ScriptServer&) = delete;
-    ScriptServer& operator=(const ScriptServer&) = delete;
+    ScriptServer(ScriptServer&&) = delete;
     ~ScriptServer()
     {
         m_stop = true;
@@ -147,10 +137,10 @@ public:
     }
     std::string Serve(const Bytes& answer, const std::string& host = "127.0.0.1")
     {
-        return Serve([answer](Peer& peer) { peer.Send(answer); }, host);
+        return Serve(Sends(answer), host);
     }
 
-    uint16_t Port() const { return m_place.Port(); }
+    uint16_t Port() const { return ntohs(m_place.sin_port); }
     std::vector<std::string> Requests() const
     {
         const std::scoped_lock lock(m_mutex);
@@ -160,11 +150,8 @@ public:
 private:
     void Accept()
     {
-        pollfd one = {m_listener, POLLIN, 0};
-        while (!m_stop) {
-            if (poll(&one, 1, 10) <= 0)
-                continue;
-            const int fd = accept(m_listener, nullptr, nullptr);
+        for (pollfd one = {m_listener, POLLIN, 0}; !m_stop;) {
+            const int fd = poll(&one, 1, 10) > 0 ? accept(m_listener, nullptr, nullptr) : -1;
             if (fd >= 0)
                 m_threads.emplace_back([this, fd] { Talk(fd); });
         }
@@ -176,17 +163,17 @@ private:
         sigfillset(&all);
         pthread_sigmask(SIG_BLOCK, &all, nullptr);
         Peer peer(fd, m_stop);
-        if (!peer.ReadRequest())
+        if (!peer.HasRequest())
             return;
         std::unique_lock lock(m_mutex);
-        m_requests.push_back(peer.Request());
+        m_requests.push_back(peer.request);
         const Handler handler = m_handlers.at(std::stoul(peer.Target().substr(1)));
         lock.unlock();
         handler(peer);
     }
 
-    Loopback m_place;
-    int m_listener = m_place.Listen(64);
+    sockaddr_in m_place;
+    int m_listener = Listen(m_place, 64);
     std::atomic<bool> m_stop = false;
     mutable std::mutex m_mutex; // guards the next two
     std::vector<Handler> m_handlers;
@@ -207,9 +194,9 @@ inline Bytes Front(const Bytes& bytes, size_t size)
 
 // An answer with these fields, each with its line end.
 inline Bytes Answer(const std::string& fields, const Bytes& body,
-                    const std::string& status = "HTTP/1.1 200 OK")
+                    const std::string& status = "200 OK")
 {
-    return Join({Text(status + "\r\n" + fields + "\r\n"), body});
+    return Join({Text("HTTP/1.1 " + status + "\r\n" + fields + "\r\n"), body});
 }
 inline std::string Length(size_t size)
 {
@@ -226,25 +213,23 @@ inline Bytes Partial(size_t first, size_t last, size_t total, const Bytes& body,
 {
     return Answer("Content-Range: bytes " + std::to_string(first) + "-" + std::to_string(last) +
                       "/" + std::to_string(total) + "\r\n" + fields,
-                  body, "HTTP/1.1 206 Partial Content");
+                  body, "206 Partial Content");
 }
 
 // Answers with everything and, when asked for a range, with what `partial` makes of
-// its first byte.
-inline Handler Ranged(const Bytes& body, std::function<Bytes(size_t first)> partial)
+// its first byte: the rest, unless told otherwise.
+inline Handler Ranged(const Bytes& body, std::function<Bytes(size_t first)> partial = {})
 {
     return [body, partial](Peer& peer) {
-        const long first = peer.FirstByte();
-        peer.Send(first < 0 ? Answer("Accept-Ranges: bytes\r\n" + Length(body.size()), body)
-                            : partial(static_cast<size_t>(first)));
+        const size_t size = body.size();
+        const auto first = static_cast<size_t>(std::max(peer.FirstByte(), 0L));
+        if (peer.FirstByte() < 0)
+            peer.Send(Answer("Accept-Ranges: bytes\r\n" + Length(size), body));
+        else if (partial)
+            peer.Send(partial(first));
+        else
+            peer.Send(Partial(first, size - 1, size, From(body, first), Length(size - first)));
     };
-}
-inline Handler Ranged(const Bytes& body)
-{
-    const size_t size = body.size();
-    return Ranged(body, [body, size](size_t first) {
-        return Partial(first, size - 1, size, From(body, first), Length(size - first));
-    });
 }
 
 // The bytes as a chunked answer: growing sizes, extensions, a trailer.

@@ -5,19 +5,18 @@
 #include "support/HttpTransfer.h"
 
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace
 {
 
 using F = StreamFault;
+using namespace std::string_literals;
 
-TEST(Url, IsTakenApartAndEncoded)
+TEST(Url, IsTakenApartEncodedAndResolvedAgainstABase)
 {
-    struct Case {
-        const char* address;
-        const char* result; // port, Host field and target
-    };
-    const Case cases[] = {
+    const std::pair<std::string, const char*> cases[] = {
+        // port, Host field and target
         {"http://example.org", "80 example.org/"},
         {"HTTP://Example.org:/", "80 Example.org/"},
         {"http://h:8080/a", "8080 h:8080/a"},
@@ -31,96 +30,52 @@ TEST(Url, IsTakenApartAndEncoded)
         {"http://h/../../x/.", "80 h/x/"},
         {"http://h/a?b/../c", "80 h/a?b/../c"},
         {"http://h/...//x", "80 h/...//x"},
+        {"//other/x", "80 other/x"},
+        {"/x?y", "8 h:8/x?y"},
+        {"x", "8 h:8/a/b/x"},
+        {"../x", "8 h:8/a/x"},
+        {"./", "8 h:8/a/b/"},
+        {"?z", "8 h:8/a/b/c?z"},
+        {"", "8 h:8/a/b/c?q"},
+        {"#f", "8 h:8/a/b/c?q"},
+        {"a b\xE4", "8 h:8/a/b/a%20b%E4"},
     };
-    for (const Case& row : cases) {
-        STUrl url;
-        ASSERT_TRUE(ParseUrl(row.address, url)) << row.address;
-        EXPECT_EQ(std::to_string(url.nPort) + " " + url.HostField() + url.target, row.result);
-    }
-}
-
-TEST(Url, IsRefused)
-{
-    const std::string cases[] = {"http://",
-                                 "http:///x",
-                                 "http:/h/",
-                                 "https://h/",
-                                 "file:///etc/passwd",
-                                 "http://user@h/",
-                                 "http://h:0/",
-                                 "http://h:65536/",
-                                 "http://h:8o/",
-                                 "http://h:99999999999999999999/",
-                                 "http://[::1/",
-                                 "http://[::1]x/",
-                                 "http://[h]/",
-                                 "http://h h/",
-                                 "http://h\\x/",
-                                 "http://h%0d/",
-                                 "http://h/\r\nX: y",
-                                 "http://h/\n",
-                                 std::string("http://h/\0x", 11),
-                                 "http://h/" + std::string(kMostUrlBytes, 'a')};
+    const STUrl base = {"h", 8, "/a/b/c?q"};
     STUrl url;
-    for (const std::string& address : cases)
-        EXPECT_FALSE(ParseUrl(address, url)) << address;
-}
-
-TEST(Url, RedirectsResolveAgainstTheirBase)
-{
-    struct Case {
-        const char* reference;
-        const char* result; // Host field and target
-        F fault = F::None;
-    };
-    const Case cases[] = {
-        {"HTTP://other:81", "other:81/"},
-        {"//other/x", "other/x"},
-        {"/x?y", "h:8/x?y"},
-        {"x", "h:8/a/b/x"},
-        {"../x", "h:8/a/x"},
-        {"./", "h:8/a/b/"},
-        {"?z", "h:8/a/b/c?z"},
-        {"", "h:8/a/b/c?q"},
-        {"#f", "h:8/a/b/c?q"},
-        {"a b\xE4", "h:8/a/b/a%20b%E4"},
-        {"https://h/", "", F::RedirectElsewhere},
-        {"file:///etc/passwd", "", F::RedirectElsewhere},
-        {"FTP:x", "", F::RedirectElsewhere},
-        {"http:x", "", F::RedirectElsewhere},
-        {"http://", "", F::RedirectWithoutTarget},
-        {"//user@h/", "", F::RedirectWithoutTarget},
-        {"/x\rEvil: 1", "", F::RedirectWithoutTarget},
-    };
-    for (const Case& row : cases) {
-        STUrl url;
-        EXPECT_EQ(ResolveUrl({"h", 8, "/a/b/c?q"}, row.reference, url), row.fault) << row.reference;
-        if (row.fault == F::None) {
-            EXPECT_EQ(url.HostField() + url.target, row.result) << row.reference;
-        }
+    for (const auto& [reference, result] : cases) {
+        EXPECT_EQ(ParseUrl(reference, url), reference.find("://") == 4) << reference;
+        ASSERT_EQ(ResolveUrl(base, reference, url), F::None) << reference;
+        EXPECT_EQ(std::to_string(url.nPort) + " " + url.HostField() + url.target, result);
     }
+    for (const char* elsewhere : {"https://h/", "file:///etc/passwd", "FTP:x", "http:/h/"})
+        EXPECT_TRUE(!ParseUrl(elsewhere, url) &&
+                    ResolveUrl(base, elsewhere, url) == F::RedirectElsewhere)
+            << elsewhere;
+    std::vector<std::string> refused = {"h/\0x"s, "h/" + std::string(kMostUrlBytes, 'a')};
+    std::istringstream list("|/x|user@h/|h:0/|h:65536/|h:8o/|h:99999999999999999999/|[::1/|[::1]x/|"
+                            "[h]/|h h/|h\\x/|h%0d/|h/\r\nX: y|h/\n|");
+    while (std::getline(list, refused.emplace_back(), '|'))
+        ;
+    for (const std::string& rest : refused)
+        EXPECT_TRUE(!ParseUrl("http://" + rest, url) &&
+                    ResolveUrl(base, "//" + rest, url) == F::RedirectWithoutTarget)
+            << rest;
 }
 
 // Delivers a text in pieces of at most one size, then ends or fails.
-class TextSource : public ByteSource
-{
-public:
-    TextSource(std::string_view text, size_t piece, F end)
-        : m_left(text), m_piece(piece), m_end(end)
-    {
-    }
+struct TextSource : ByteSource {
+    TextSource(std::string_view text, size_t size, F fault) : left(text), piece(size), end(fault) {}
     STTaken ReadSome(std::span<uint8_t> out) override
     {
         const size_t size =
-            m_left.copy(reinterpret_cast<char*>(out.data()), std::min(out.size(), m_piece));
-        m_left.remove_prefix(size);
-        return {size, size != 0 ? F::None : m_end};
+            left.copy(reinterpret_cast<char*>(out.data()), std::min(out.size(), piece));
+        left.remove_prefix(size);
+        return {size, size != 0 ? F::None : end};
     }
 
-private:
-    std::string_view m_left;
-    size_t m_piece;
-    F m_end;
+    std::string_view left;
+    size_t piece;
+    F end;
 };
 
 std::string Ok(const std::string& rest)
@@ -165,45 +120,36 @@ void ExpectAnswer(const std::string& answer, F headFault, const std::string& bod
 
 TEST(HttpReader, GivesTheBodyOfProperAnswers)
 {
-    const std::string answers[] = {
-        Ok("Content-Length: 3\r\n\r\nabcdef"),
-        Ok("\r\nabc"),
-        "HTTP/1.0 200\r\n\r\nabc",
-        "HTTP/1.1 200 OK\ncontent-length:3\n\nabc",
-        Ok("X: y\r\n Content-Length: 9\r\nContent-Length:\r\n\t3\r\n\r\nabcd"), // folded
-        Ok("rubbish\r\n:\r\nContent-LENGTH \t:\t3 \r\n\r\nabcd"),
-        Ok("Content-Length: 3, 3\r\nContent-Length: 3\r\n\r\nabcd"),
-        "HTTP/1.1 100 C\r\n\r\nHTTP/1.1 103 E\r\nContent-Length: 9\r\n\r\n" + Ok("\r\nabc"),
-        InChunks("2\r\nab\r\n01;x=\"y\"\r\nc\r\n00\r\nT: u\r\n\r\nxx"),
-        InChunks("2 \t\nab\n1\nc\n0\r\n"),
-        Ok("Content-Length: 2\r\nTransfer-Encoding: Chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n"),
-        "HTTP/1.1 206 P\r\nContent-Range: bytes 0-2/3\r\n\r\nabcd",
-    };
-    for (const std::string& answer : answers)
+    for (const std::string& answer :
+         {Ok("Content-Length: 3\r\n\r\nabcdef"), Ok("\r\nabc"), "HTTP/1.0 200\r\n\r\nabc"s,
+          "HTTP/1.1 200 OK\ncontent-length:3\n\nabc"s,
+          Ok("X: y\r\n Content-Length: 9\r\nContent-Length:\r\n\t3\r\n\r\nabcd"), // folded
+          Ok("rubbish\r\n:\r\nContent-LENGTH \t:\t3 \r\n\r\nabcd"),
+          Ok("Content-Length: 3, 3\r\nContent-Length: 3\r\n\r\nabcd"),
+          "HTTP/1.1 100 C\r\n\r\nHTTP/1.1 103 E\r\nContent-Length: 9\r\n\r\n" + Ok("\r\nabc"),
+          InChunks("2\r\nab\r\n01;x=\"y\"\r\nc\r\n00\r\nT: u\r\n\r\nxx"),
+          InChunks("2 \t\nab\n1\nc\n0\r\n"),
+          Ok("Content-Length: 2\r\nTransfer-Encoding: Chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n"),
+          "HTTP/1.1 206 P\r\nContent-Range: bytes 0-2/3\r\n\r\nabcd"s})
         ExpectAnswer(answer, F::None, "abc");
     ExpectAnswer(HeadOf(kMostHeadBytes), F::None, "a");
+    ExpectAnswer("HTTP/1.1 100 C\r\n\r\n" + HeadOf(kMostHeadBytes - 18), F::None, "a");
     ExpectAnswer(Ok("Content-Length: 0\r\n\r\nabc"), F::None);
 }
 
 TEST(HttpReader, TellsWhyABodyEndsEarly)
 {
     ExpectAnswer(Ok("\r\nabc"), F::None, "abc", F::IdleTimeout, F::IdleTimeout);
-    ExpectAnswer(Ok("Content-Length: 5\r\n\r\nabc"), F::None, "abc", F::EndedEarly);
-    ExpectAnswer(Ok("Content-Length: 5\r\n\r\nabc"), F::None, "abc", F::ConnectionLost,
-                 F::ConnectionLost);
-    for (const char* end : {"5\r\nabc", "3\r\nabc", "3\r\nabc\r\n", "3\r\nabc\r\n0"}) {
-        ExpectAnswer(InChunks(end), F::None, "abc", F::EndedEarly);
-        ExpectAnswer(InChunks(end), F::None, "abc", F::ConnectionLost, F::ConnectionLost);
+    for (const std::string& answer :
+         {Ok("Content-Length: 5\r\n\r\nabc"), InChunks("5\r\nabc"), InChunks("3\r\nabc"),
+          InChunks("3\r\nabc\r\n"), InChunks("3\r\nabc\r\n0")}) {
+        ExpectAnswer(answer, F::None, "abc", F::EndedEarly);
+        ExpectAnswer(answer, F::None, "abc", F::ConnectionLost, F::ConnectionLost);
     }
-    const std::string wrong[] = {"d\r\n",
-                                 "\r\nx\r\n",
-                                 "\r\n\r\n",
-                                 "\r\n-3\r\n",
-                                 "\r\n3z\r\n",
-                                 "\r\nfffffffffffffffff\r\n",
-                                 "\r\n" + std::string(70000, '0'),
-                                 "\r\n3;" + std::string(70000, 'x')};
-    for (const std::string& next : wrong)
+    for (const std::string& next :
+         {"d\r\n"s, "x0\r\n\r\n"s, "\r\nx\r\n"s, "\r\n\r\n"s, "\r\n-3\r\n"s, "\r\n3z\r\n"s,
+          "\r\nfffffffffffffffff\r\n"s, "\r\n" + std::string(70000, '0'),
+          "\r\n3;" + std::string(70000, 'x')})
         ExpectAnswer(InChunks("3\r\nabc" + next), F::None, "abc", F::BadResponse);
 }
 
@@ -212,30 +158,23 @@ TEST(HttpReader, RefusesImproperHeaders)
     std::string interims;
     for (int i = 0; i < 4000; ++i)
         interims += "HTTP/1.1 100 C\r\n\r\n";
-    const std::pair<F, std::string> answers[] = {
-        {F::HeadTooLong, HeadOf(kMostHeadBytes + 1)},
-        {F::HeadTooLong, interims + Ok("\r\na")},
-        {F::HeadTooLong, std::string(100000, 'x')},
-        {F::EndedEarly, ""},
-        {F::EndedEarly, Ok("Content-Length: 3\r\n")},
-        {F::BadResponse, "SSH-2.0-x\r\n\r\n"},
-        {F::BadResponse, "HTTP/2.0 200 OK\r\n\r\n"},
-        {F::BadResponse, "HTTP/1.1 OK\r\n\r\n"},
-        {F::BadResponse, "HTTP/1.1 2000 OK\r\n\r\n"},
-        {F::BadResponse, Ok(std::string("X: \0\r\n\r\n", 8))},
-        {F::BadResponse, Ok("Content-Length: 3\r\nContent-Length: 4\r\n\r\nabcd")},
-        {F::BadResponse, Ok("Content-Length: -3\r\n\r\nabcd")},
-        {F::BadResponse, Ok("Content-Length: +3\r\n\r\nabcd")},
-        {F::BadResponse, Ok("Content-Length: \r\n\r\nabcd")},
-        {F::BadResponse, Ok("Content-Length: 9223372036854775808\r\n\r\nabcd")},
-        {F::BadResponse, Ok("Location: /a\r\nLocation: /b\r\n\r\n")},
-        {F::BadResponse, Ok("Content-Range: bytes 0-1/2\nContent-Range: bytes 0-2/3\r\n\r\n")},
-        {F::UnknownCoding, Ok("Transfer-Encoding: gzip, chunked\r\n\r\n")},
-        {F::UnknownCoding, Ok("Transfer-Encoding: chunked, chunked\r\n\r\n")},
-        {F::UnknownCoding, Ok("Content-Encoding: gzip\r\n\r\n")},
-    };
-    for (const auto& [fault, answer] : answers)
-        ExpectAnswer(answer, fault);
+    ExpectAnswer(HeadOf(kMostHeadBytes + 1), F::HeadTooLong);
+    ExpectAnswer("HTTP/1.1 100 C\r\n\r\n" + HeadOf(kMostHeadBytes - 17), F::HeadTooLong);
+    ExpectAnswer(interims + Ok("\r\na"), F::HeadTooLong);
+    ExpectAnswer(std::string(100000, 'x'), F::HeadTooLong);
+    ExpectAnswer("", F::EndedEarly);
+    ExpectAnswer(Ok("Content-Length: 3\r\n"), F::EndedEarly);
+    for (const char* start : {"SSH-2.0-x", "HTTP/2.0 200 OK", "HTTP/1.1 OK", "HTTP/1.1 2000 OK"})
+        ExpectAnswer(start + "\r\n\r\n"s, F::BadResponse);
+    ExpectAnswer(Ok("X: \0\r\n\r\n"s), F::BadResponse);
+    for (const char* fields :
+         {"Content-Length: 3\r\nContent-Length: 4", "Content-Length: -3", "Content-Length: +3",
+          "Content-Length: ", "Content-Length: 9223372036854775808", "Location: /a\r\nLocation: /b",
+          "Content-Range: bytes 0-1/2\nContent-Range: bytes 0-2/3"})
+        ExpectAnswer(Ok(fields + "\r\n\r\nabcd"s), F::BadResponse);
+    for (const char* field : {"Transfer-Encoding: gzip, chunked",
+                              "Transfer-Encoding: chunked, chunked", "Content-Encoding: gzip"})
+        ExpectAnswer(Ok(field + "\r\n\r\n"s), F::UnknownCoding);
 }
 
 TEST(HttpHead, TellsWhatSeekingNeeds)
