@@ -56,24 +56,31 @@ void EditWithTagLib(const std::string& file)
         Fail("TagLib cannot write " + file);
 }
 
-// A tag blob of one item.
-std::vector<uint8_t> TitleBlob()
+void AppendInt(std::vector<uint8_t>& bytes, size_t value)
 {
-    std::vector<uint8_t> body;
-    for (const std::string& text : {std::string("Title"), NextTitle()}) {
+    for (int shift = 0; shift < 32; shift += 8)
+        bytes.push_back(static_cast<uint8_t>(value >> shift));
+}
+
+// A tag blob that sets the title and so many other fields.
+std::vector<uint8_t> BlobOf(size_t others)
+{
+    std::vector<uint8_t> blob;
+    AppendInt(blob, others + 1);
+    for (size_t i = 0; i <= others; ++i) {
+        const std::string name = i == 0 ? "Title" : "Field " + std::to_string(i);
+        const std::string text = name + '\0' + NextTitle() + '\0';
+        AppendInt(blob, 4 + 2 * text.size());
         for (const char c : text)
-            body.insert(body.end(), {static_cast<uint8_t>(c), 0});
-        body.insert(body.end(), {0, 0});
+            blob.insert(blob.end(), {static_cast<uint8_t>(c), 0});
     }
-    std::vector<uint8_t> blob = {1, 0, 0, 0, static_cast<uint8_t>(body.size() + 4), 0, 0, 0};
-    blob.insert(blob.end(), body.begin(), body.end());
     return blob;
 }
 
-void EditWithPlugin(const Plugin& plugin, const std::string& file)
+void EditWithPlugin(const Plugin& plugin, const std::string& file, size_t others = 0)
 {
     const std::wstring name(file.begin(), file.end()); // ASCII
-    const std::vector<uint8_t> blob = TitleBlob();
+    const std::vector<uint8_t> blob = BlobOf(others);
     STQvCodecGetSet record = {};
     record.pText1 = name.c_str();
     record.pData = blob.data();
@@ -117,6 +124,8 @@ std::map<std::string, Way> TagWays(const std::string& pluginPath)
          [=](auto& file) { return LargestData(Session(plugin(), file, kTexts).TagBlob()); }},
         {"tags_taglib", ReadWithTagLib},
         {"edit_plugin", [=](auto& file) { return edit(file), 1; }},
+        {"edit_12500", [=](auto& file) { return EditWithPlugin(plugin(), file, 12500), 1; }},
+        {"edit_100000", [=](auto& file) { return EditWithPlugin(plugin(), file, 100000), 1; }},
         {"edit_taglib", [](auto& file) { return EditWithTagLib(file), 1; }},
         {"written_plugin", [=](auto& file) { return WrittenBy(file, edit); }},
         {"written_taglib", [](auto& file) { return WrittenBy(file, EditWithTagLib); }},

@@ -104,21 +104,27 @@ def decode(bench):
     return results
 
 
+def chunk(code, body):
+    return code + struct.pack(">I", len(body)) + body + b"\0" * (len(body) % 2)
+
+
+def frame(code, body):
+    return struct.pack(">4sIH", code, len(body), 0) + body
+
+
+def tag_of(frames):
+    """An ID3v2.3 tag."""
+    return b"ID3\3\0\0" + bytes(len(frames) >> shift & 0x7F for shift in (21, 14, 7, 0)) + frames
+
+
 def tag(texts, picture=b""):
-    """An ID3v2.3 tag of text frames, and of a picture if there is one."""
-    bodies = [(name, b"\0" + text) for name, text in texts.items()]
-    if picture:
-        bodies.append((b"APIC", b"\0image/png\0\3\0" + picture))
-    frames = b"".join(struct.pack(">4sIH", name, len(body), 0) + body for name, body in bodies)
-    size = bytes(len(frames) >> shift & 0x7F for shift in (21, 14, 7, 0))
-    return b"ID3\3\0\0" + size + frames
+    """A tag of text frames, and of a picture if there is one."""
+    frames = b"".join(frame(name, b"\0" + text) for name, text in texts.items())
+    return tag_of(frames + (frame(b"APIC", b"\0image/png\0\3\0" + picture) if picture else b""))
 
 
 def small_file(number, tagged):
     """A plain AIFF file of 16-bit stereo; a tagged one has an ID3v2.3 tag at its end."""
-    def chunk(code, body):
-        return code + struct.pack(">I", len(body)) + body + b"\0" * (len(body) % 2)
-
     chunks = chunk(b"COMM", struct.pack(">hIh", 2, SMALL_FRAMES, 16)
                    + bytes.fromhex("400eac44000000000000"))
     chunks += chunk(b"SSND", bytes(8) + os.urandom(SMALL_FRAMES * 4))
@@ -175,7 +181,7 @@ def append_tag(path):
     body = tag({name: b"1971" for name in names}, b"\x89PNG" + os.urandom(PICTURE - 4))
     with open(path, "r+b") as file:
         file.seek(0, os.SEEK_END)
-        file.write(b"ID3 " + struct.pack(">I", len(body)) + body + b"\0" * (len(body) % 2))
+        file.write(chunk(b"ID3 ", body))
         form = file.tell() - 8
         file.seek(4)
         file.write(struct.pack(">I", form))
@@ -209,6 +215,39 @@ def tags(bench):
     print(f"  bytes written for the title of a tag of {size}: {written[0]}, TagLib {written[1]}",
           bench.verdict(written[0] < size + 4096))
     return {"reading": reading, "editing": editing, "tag": size, "written": written}
+
+
+def many(count, kind):
+    """An AIFF file with that many chunks, or frames in its tag, behind its sound."""
+    plain = small_file(0, False)
+    if kind == "chunks":
+        more = (b"ANNO" + struct.pack(">I", 3) + b"odd\0") * count
+    elif kind == "frames":
+        body = b"".join(frame(b"TXXX", b"\0Field %d\0value" % number) for number in range(count))
+        more = chunk(b"ID3 ", tag_of(body))
+    else:
+        more = b""
+    return b"FORM" + struct.pack(">I", len(plain) - 8 + len(more)) + plain[8:] + more
+
+
+def growth(bench):
+    """An edit of a tag and its reading, at an eightfold amount of what files may hold."""
+    results, rows = {}, []
+    for kind in ("frames", "fields", "chunks"):
+        each = []
+        for count in (100, 800) if bench.quick else (12500, 100000):
+            path = bench.folder / "many.aiff"
+            path.write_bytes(many(count, kind))
+            edit = f"edit_{count}" if kind == "fields" and not bench.quick else "edit_plugin"
+            done = bench.go(path, edit, "tags")
+            each.append([median(done[way]["seconds"]) for way in (edit, "tags")])
+        results[kind] = each
+        rows.append([kind, *(seconds * 1e3 for pair in zip(*each) for seconds in pair),
+                     bench.verdict(all(sum(pair) < 1 for pair in each))])
+    table(f"Many of a kind in a file, medians of {bench.repetitions} in ms",
+          ["100,000", "edit of 12,500", "of 100,000", "reading of 12,500", "of 100,000", "target"],
+          rows)
+    return results
 
 
 def memory(bench):
@@ -288,7 +327,7 @@ def convert(bench):
             "processor_seconds": work}
 
 
-PARTS = {part.__name__: part for part in (decode, opening, tags, memory, convert)}
+PARTS = {part.__name__: part for part in (decode, opening, tags, growth, memory, convert)}
 
 
 def main():
