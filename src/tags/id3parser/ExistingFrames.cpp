@@ -26,9 +26,19 @@ ExistingFrames::ExistingFrames(t_tag::FrameList frames, t_tagRevision revision, 
             frames.pop_front();
             continue;
         }
-        t_tag::FrameList& target = represented ? m_waiting[field] : m_rest;
+        const bool silent = represented && !ShowsValue(*frame);
+        t_tag::FrameList& target = represented && !silent ? m_waiting[field] : m_rest;
         target.splice(target.end(), frames, frame);
+        if (silent)
+            m_silent.emplace(field, frame);
     }
+}
+
+bool ExistingFrames::ShowsValue(const t_frame& frame) const
+{
+    metaMap shown;
+    frame_to_infos(frame, m_revision, shown, false);
+    return !shown.empty();
 }
 
 bool ExistingFrames::TakeUnchanged(std::string_view field, const metaMap::Values& values,
@@ -36,8 +46,13 @@ bool ExistingFrames::TakeUnchanged(std::string_view field, const metaMap::Values
 {
     const auto waiting = m_waiting.find(field);
     const metaMap::Values* before = m_values.find(field);
-    if (waiting == m_waiting.end() || before == nullptr || *before != values)
+    if (waiting == m_waiting.end() || before == nullptr || *before != values) {
+        const auto [first, last] = m_silent.equal_range(field);
+        for (auto silent = first; silent != last; ++silent)
+            m_rest.erase(silent->second);
+        m_silent.erase(first, last);
         return false;
+    }
     out.splice(out.end(), waiting->second);
     return true;
 }

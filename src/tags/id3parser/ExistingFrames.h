@@ -17,11 +17,13 @@ class ExistingFrames
 public:
     // Sorts the frames of a tag of that revision by what the new fields say of them:
     // frames of a field of `map` wait to be taken, those of a field that `map` has
-    // lost are dropped, and what no field represents is the rest.
+    // lost are dropped, and what no field represents is the rest. Frames that would
+    // belong to a field, but show no value of it, are of the rest for as long as the
+    // field does not change.
     ExistingFrames(t_tag::FrameList frames, t_tagRevision revision, const metaMap& map);
 
     // Moves the frames of a field to the end of `out` when they say the same values
-    // as before; returns false when they do not.
+    // as before; returns false when they do not, and drops those that show no value.
     bool TakeUnchanged(std::string_view field, const metaMap::Values& values,
                        t_tag::FrameList& out);
 
@@ -46,12 +48,15 @@ public:
 private:
     using ByValue = std::multimap<std::string, t_tag::FrameList::iterator>;
 
+    bool ShowsValue(const t_frame& frame) const;
     ByValue FramesByValue(std::string_view field);
 
     t_tagRevision m_revision;
     metaMap m_values; // what the frames said
     std::map<std::string, t_tag::FrameList, metaCompare> m_waiting;
     t_tag::FrameList m_rest;
+    // Of the rest, by field.
+    std::multimap<std::string, t_tag::FrameList::iterator, metaCompare> m_silent;
 };
 
 } // namespace id3parser
