@@ -160,7 +160,7 @@ bool CarriedFrames::PortWire(t_frame& frame, WireFrame wire, t_tagRevision from)
     } else if (layout != 0) {
         t_frame decoded;
         const FrameHeader header{frame.id, static_cast<uint32_t>(wire.body.size()), 0, layout};
-        if (!DecodeRawFrame({header, 0, wire.body}, from, decoded))
+        if (!DecodeRawFrame({header, 0, wire.body}, from, decoded) || decoded.data.get_size() == 0)
             return false;
         wire.body = Own(decoded.data.take());
         wire.formatFlags = 0;
