@@ -1,8 +1,8 @@
 // Decoding: every format against libsndfile, blocks, ranges, seeking, ends.
 
 #include "support/ChunkWalker.h"
-#include "support/Faults.h"
 #include "support/PluginDriver.h"
+#include "support/SystemCalls.h"
 
 #include <limits>
 #include <sndfile.h>
@@ -11,6 +11,7 @@ namespace
 {
 
 using DecodeTest = PluginTest;
+using SystemCalls::Fault;
 
 constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
 constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
@@ -59,13 +60,11 @@ TEST_F(DecodeTest, EveryFormatEqualsLibsndfileHoweverReadsEnd)
                     File(AiffBuilder().Comm(channels, bits, 22050, type).Ssnd(sound));
                 const bool isSigned = bits == 8 && type == "sowt"; // handed out as it is
                 const Bytes expected = isSigned ? sound : ReadWithSndfile(path);
-                for (const bool areShort : {false, true}) {
-                    Faults::reads = 0;
-                    Faults::shortReads = areShort;
+                for (const auto fault : {Fault::None, Fault::ShortReads}) {
+                    SystemCalls::Start(fault);
                     const Bytes pcm = ReadWithPlugin(plugin, path);
-                    Faults::shortReads = false;
+                    EXPECT_GT(SystemCalls::Stop().reads, fault == Fault::None ? 0 : 50);
                     EXPECT_EQ(pcm, expected);
-                    EXPECT_GT(Faults::reads, areShort ? 50 : 0);
                 }
             }
 }

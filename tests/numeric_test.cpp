@@ -97,39 +97,6 @@ TEST(Numbers, DoubleToExtended)
     }
 }
 
-TEST(Codes, FoldingIsAllOrNothing)
-{
-    const uint32_t lower = H::RIFFChnkID("id3 ");
-    EXPECT_EQ(lower, 0x20336469u);
-    EXPECT_TRUE(H::CompareID(lower, "ID3 ", true));
-    EXPECT_TRUE(H::CompareID(lower, "iD3 ", true));
-    EXPECT_FALSE(H::CompareID(lower, "ID3 ", false));
-    EXPECT_FALSE(H::CompareID(FourCC("Id3 "), "Id3 ", true));
-    EXPECT_TRUE(H::CompareID(FourCC("Id3 "), "Id3 ", false));
-    EXPECT_EQ(H::RIFFChnkID2CHR(FourCC("FORM")), L"FORM");
-}
-
-TEST(SampleOrder, WholeSamplesOnly)
-{
-    const std::tuple<int, Bytes, Bytes> rows[] = {{8, {0x80, 0x00, 0x7F}, {0x00, 0x80, 0xFF}},
-                                                  {16, {1, 2, 3, 4, 5}, {2, 1, 4, 3, 5}},
-                                                  {24, {1, 2, 3, 4, 5}, {3, 2, 1, 4, 5}},
-                                                  {32, {1, 2, 3, 4, 5}, {4, 3, 2, 1, 5}},
-                                                  {16, {}, {}},
-                                                  {0, Noise(16), Noise(16)},
-                                                  {1, Noise(16), Noise(16)},
-                                                  {12, Noise(16), Noise(16)},
-                                                  {33, Noise(16), Noise(16)},
-                                                  {64, Noise(16), Noise(16)},
-                                                  {-8, Noise(16), Noise(16)}};
-    for (const auto& [bits, bytes, swapped] : rows) {
-        XMem block;
-        EXPECT_TRUE(block.Assign(bytes));
-        H::ByteSwap(block, bits);
-        EXPECT_EQ(Bytes(block.View().begin(), block.View().end()), swapped) << bits;
-    }
-}
-
 TEST(SampleOrder, EveryKernelEqualsTheReferenceAtAllLengthsAndPlaces)
 {
     for (const ByteSwap::Kernels* set : {&ByteSwap::Portable(), &ByteSwap::Best()}) {

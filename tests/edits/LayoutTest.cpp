@@ -50,20 +50,16 @@ void CompareWithTagLib(const std::string& path, const Layout& layout, const Edit
                    : found->second.front()->toString();
     };
     EXPECT_EQ(frame("TIT2"), edit.kind == Edit::Set ? "New" : "none");
-    for (const Item& item : edit.items) {
-        if (item.name == "Artist") {
-            EXPECT_EQ(frame("TPE1"), "Me/You");
-        }
-        if (item.data.empty())
-            continue;
-        ASSERT_EQ(frames["APIC"].size(), 1U);
-        const auto* picture =
-            dynamic_cast<TagLib::ID3v2::AttachedPictureFrame*>(frames["APIC"].front());
-        ASSERT_NE(picture, nullptr);
-        const TagLib::ByteVector data = picture->picture();
-        EXPECT_EQ(Bytes(data.begin(), data.end()), item.data);
-        EXPECT_EQ(picture->mimeType(), "image/png");
-    }
+    EXPECT_EQ(frame("TPE1"), ValueOf(edit.items, L"Artist").empty() ? "none" : "Me/You");
+    const XStr cover = ValueOf(edit.items, kCover);
+    if (cover.empty())
+        return;
+    ASSERT_EQ(frames["APIC"].size(), 1U);
+    const auto& picture =
+        dynamic_cast<TagLib::ID3v2::AttachedPictureFrame&>(*frames["APIC"].front());
+    const TagLib::ByteVector data = picture.picture();
+    EXPECT_EQ(Bytes(data.begin(), data.end()), Bytes(cover.begin(), cover.end()));
+    EXPECT_EQ(picture.mimeType(), "image/png");
 }
 
 TEST_F(LayoutTest, EditsKeepEverythingElse)
@@ -98,11 +94,11 @@ TEST_F(LayoutTest, WritingBackWhatWasReadHarmsNothing)
         SCOPED_TRACE(layout.name);
         const std::string path = dir.Write("a.aiff", layout.file);
         const Edit same{"same", Edit::Set, ReadTags(plugin, path)};
-        if (same.items.empty())
+        if (same.items.Count() == 0)
             continue;
         EXPECT_EQ(ApplyEdit(plugin, path, same), 1);
         EXPECT_EQ(WhatIsWrong(layout, same, ReadFile(path)), "");
-        EXPECT_EQ(ReadTags(plugin, path), same.items);
+        EXPECT_EQ(Content(ReadTags(plugin, path)), Content(same.items));
     }
 }
 

@@ -71,18 +71,6 @@ TEST(Parser, ReadsFramesAndRefusesDamage)
         EXPECT_EQ(Parsed(tag), expected) << name;
 }
 
-struct WantNothing : id3parser::parseCallback {
-    bool wantFrame(uint32_t) override { return false; }
-};
-
-// The caller's choice is asked for all frames, but in ID3v2.2 only for unknown ones.
-TEST(Parser, LeavesOutWhatTheCallerDoesNotWant)
-{
-    EXPECT_EQ(Parsed(Tag(3, "TIT2:a"), WantNothing()), "3 ");
-    EXPECT_EQ(Parsed(Tag(4, "TIT2:a"), WantNothing()), "4 ");
-    EXPECT_EQ(Parsed(Tag(2, "TT2:a|ULT=x"), WantNothing()), "2 TIT2:a");
-}
-
 TEST(Parser, ALyingSizeTakesNoMemory)
 {
     const Bytes lying = TagOf(3, "TIT2\3\x93\x87\0\0\0abc"s, 0, 60000010);
@@ -95,19 +83,6 @@ TEST(Parser, ALyingSizeTakesNoMemory)
     EXPECT_EQ(Parsed(lying), "throws");
     parsed.Parse(sound, everything);
     EXPECT_EQ(parsed.Frames().front().data.get_size(), 3000000u);
-}
-
-TEST(Parser, FalseSynchronisationIsFound)
-{
-    const std::pair<std::string, bool> rows[] = {{"", false},
-                                                 {"\xFF\xDF", false},
-                                                 {"\xFF\xE0", true},
-                                                 {"a\xFF", true},
-                                                 {"\xFF\0\xE0"s, false},
-                                                 {std::string(4096, '\xFF') + "a", true},
-                                                 {std::string(4095, 'a') + "\xFF\xF0", true}};
-    for (const auto& [data, expected] : rows)
-        EXPECT_EQ(id3parser::test_for_false_sync(data.data(), data.size()), expected) << data;
 }
 
 TEST(RawFrames, AreFoundWhereTheParserGivesUp)

@@ -46,20 +46,6 @@ TEST(Serializer, PaddingFillsTheRoomOrStaysSmall)
     EXPECT_EQ(out.bytes, Tag(4, "PRIV[0003]=\0\0\0\3A\xFF\0\xE0"s, 0x80));
 }
 
-TEST(Serializer, RefusesWhatTheFormatCannotHold)
-{
-    id3parser::streamOutBuffer out;
-    for (const auto revision : {id3parser::kRevisionNone, id3parser::kRevision2})
-        EXPECT_THROW(TagWith(revision, "").Write(out, 0, 0, 1), writeError);
-    EXPECT_THROW(id3parser::write_big_endian(out, 0x10000000), writeError);
-    EXPECT_THROW(id3parser::write_sync_safe_integer(out, 0x10000000), writeError);
-    EXPECT_THROW(id3parser::safeDowncast(0x100000000), std::overflow_error);
-    EXPECT_TRUE(out.bytes.empty());
-    id3parser::write_big_endian(out, 0x0FFFFFFE);
-    id3parser::write_sync_safe_integer(out, 0x0FFFFFFE);
-    EXPECT_EQ(S(out.bytes), "\x0F\xFF\xFF\xFE\x7F\x7F\x7F\x7E");
-}
-
 TEST(Serializer, UnsynchronisationIsUndoneByReading)
 {
     std::string data;

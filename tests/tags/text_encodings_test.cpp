@@ -76,41 +76,6 @@ TEST(TextEncodings, StringsOfABody)
     }
 }
 
-TEST(TextEncodings, AWalkGivesTheSameStringsForwardsAndBackwards)
-{
-    for (const t_frame& frame : {Frame("TXXX:a\0\0b\0c"s), Frame("TXXX^a^b^c")}) {
-        id3parser::t_frameWalk walk;
-        for (const size_t index : {0u, 1u, 2u, 1u, 0u, 2u, 3u}) {
-            std::string text;
-            frame.EnumString(false, text, index, walk);
-            EXPECT_EQ(text, StringOf(frame, index, false)) << index;
-        }
-    }
-}
-
-TEST(TextEncodings, Urls)
-{
-    const std::pair<std::string, const char*> rows[] = {
-        {"WOAR=ab\x80\xE9", "+ab?\xC3\xA9"},
-        {"WOAR=", "throws"},
-        {"WXXX:d\0u\x80"s, "u?"},
-        {"WXXX=\3\0u"s, "u"},
-        {"WXXX=\1" + Utf16(u"d") + "u", "u"},
-        {"WXXX=\1\xFF\xFE"s + "d\0\0"s, "throws"}, // half a terminator
-        {"WXXX:d", "throws"},
-        {"WXXX=\4\0u"s, "throws"},
-        {"WXXX=", "throws"}};
-    for (const auto& [note, expected] : rows) {
-        const t_frame frame = Frame(note);
-        const auto url = [&] {
-            std::string out = "+"; // a plain URL is appended
-            frame.id == id3parser::kFrameWXXX ? frame.GetAsWXXX(false, out) : frame.GetAsURL(out);
-            return out;
-        };
-        EXPECT_EQ(Outcome(url), expected) << note;
-    }
-}
-
 TEST(TextEncodings, Pictures)
 {
     // What the frame tells of its type, its data and its description.

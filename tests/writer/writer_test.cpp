@@ -139,21 +139,4 @@ TEST(Writer, EveryStepSaysThatTheDiskIsFull)
     }
 }
 
-TEST(Writer, MissingEntriesAreNoneToWrite)
-{
-    clAIFFHandler aiff; // nothing is open
-    EXPECT_FALSE(aiff.InitializeNewAIFF(nullptr, Format(1, 16), {}, {}));
-    EXPECT_EQ(aiff.WriteSTSoundData(), 0);
-    clAIFFHandler none;
-    EXPECT_FALSE(none.WriteCOMMChunkData(Format(1, 8), 0));
-    EXPECT_FALSE(clAIFFHandler::UpdateCOMMChunkData(nullptr, Format(1, 8), 0));
-    EXPECT_EQ(none.FindChunkForWrite("SSND", true), nullptr);
-    EXPECT_TRUE(none.WriteChunksAfterData());
-    STRIFFChunk entry;
-    STQvWaveFormat format = Format(1, 8);
-    format.nBlockAlign = 0; // counts as 1
-    ASSERT_TRUE(clAIFFHandler::UpdateCOMMChunkData(&entry, format, 0x1234567));
-    EXPECT_EQ(Bytes(entry.Data.Data() + 2, entry.Data.Data() + 6), Big(0x1234567, 4));
-}
-
 } // namespace
