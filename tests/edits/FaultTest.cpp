@@ -1,9 +1,9 @@
 // A system that fails, and a process that ends, at every step of an edit.
 
 #include "Layouts.h"
+#include "support/Sndfile.h"
 #include "support/SystemCalls.h"
 
-#include <sndfile.h>
 #include <sys/wait.h>
 
 namespace
@@ -103,14 +103,11 @@ bool Holds(const std::vector<Chunk>& all, const std::vector<Chunk>& wanted)
     return next == wanted.end();
 }
 
+// -1 when libsndfile cannot open the file.
 int64_t FramesBySndfile(const std::string& path)
 {
-    SF_INFO info = {};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (file == nullptr)
-        return -1;
-    sf_close(file);
-    return info.frames;
+    const Samples samples = ReadSamples(path);
+    return samples.channels == 0 ? -1 : std::ssize(samples.values);
 }
 
 // Runs an edit in a process of its own, which ends at a call; false when there were

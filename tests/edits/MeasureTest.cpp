@@ -97,23 +97,4 @@ TEST_F(MeasureTest, MemoryIsBoundedByTheSizeOfTheTag)
     }
 }
 
-// An eightfold number of chunks may take eight times as many calls, and some more.
-TEST_F(MeasureTest, CallsAreLinearInTheNumberOfChunks)
-{
-    for (const Edit& edit : {kTitle, Edit{"delete all", Edit::DeleteAll, {}}}) {
-        long calls[2] = {};
-        for (const int large : {0, 1}) {
-            AiffBuilder builder;
-            builder.Comm(1, 16, 44100).Ssnd(Noise(100));
-            for (int i = 0; i < (large != 0 ? 8000 : 1000); ++i)
-                builder.Chunk("ID3 ", Tag(std::to_string(i))).Chunk("ANNO", Text("odd"));
-            const EditCall apply(plugin, dir.Write("a.aiff", builder.Build()), edit);
-            SystemCalls::Start();
-            EXPECT_EQ(apply(), 1);
-            calls[large] = SystemCalls::Stop().calls;
-        }
-        EXPECT_LT(calls[1], 10 * calls[0] + 100) << edit.name;
-    }
-}
-
 } // namespace

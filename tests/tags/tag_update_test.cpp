@@ -134,6 +134,7 @@ TEST(TagUpdate, FramesOfADamagedTagAreRescued)
         {"plain sizes", TagOf(4, sizes), 3, "TIT2^a|TPE1^b" + priv + geob},
         {"plain sizes, kept in 2.4", TagOf(4, sizes), 4, "TIT2:a|TPE1:b\0"s + priv + geob},
         {"cut", TagOf(3, Frames(3, kPriv + "|TIT2:a" + geob), 0, 100), 3, "TIT2:a|TPE1^b|" + kPriv},
+        {"unknown header flag", Tag(3, "TIT2:a" + geob, 0x10), 3, "TIT2:a|TPE1^b" + geob},
         {"no tag", Text("no tag at all"), 3, "TPE1^b"},
     };
     for (const auto& [name, tag, version, after] : rows) {
