@@ -19,8 +19,8 @@ std::vector<int32_t> SoundOf(const Layout& layout)
     std::vector<int32_t> samples;
     for (const Chunk& chunk : layout.others)
         for (size_t at = 8; chunk.code == "SSND" && at + 1 < chunk.data.size(); at += 2)
-            samples.push_back(
-                static_cast<int32_t>(uint32_t{chunk.data[at]} << 24 | chunk.data[at + 1] << 16));
+            samples.push_back(static_cast<int32_t>(uint32_t{chunk.data[at]} << 24 |
+                                                   uint32_t{chunk.data[at + 1]} << 16));
     return samples;
 }
 

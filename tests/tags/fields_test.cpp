@@ -126,9 +126,9 @@ TEST(Fields, StrictReadingRefusesWhatLenientReadingTakes)
         {"TXXX:replaygain_track_gain\0n/a"s, 0, 0}};
     for (const auto& [note, from, to] : rows)
         for (uint8_t version = 2; version <= 4; ++version) {
-            const auto read = [&](bool strict) {
+            const auto read = [&, &frame = note](bool strict) {
                 metaMap map;
-                frame_to_infos(Frame(note), id3parser::t_tagRevision{version}, map, strict);
+                frame_to_infos(Frame(frame), id3parser::t_tagRevision{version}, map, strict);
             };
             EXPECT_NO_THROW(read(false)) << note;
             if (version >= from && version <= to)
