@@ -4,9 +4,10 @@
 
 #include "Fuzz.h"
 #include "decode/TagWriter.h"
+#include "support/ChunkWalker.h"
 #include "support/TempDir.h"
+#include "tags/TagBuilder.h"
 
-#include <cstring>
 #include <optional>
 #include <set>
 #include <tuple>
@@ -22,61 +23,42 @@ namespace
 
 enum Choice { kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack, kChoices };
 
-struct Part {
-    std::string code;
-    Bytes data;
-    bool operator==(const Part&) const = default;
-    bool IsTag() const { return code == "ID3 " || code == "id3 "; }
-};
-
-size_t Number(const Bytes& file, size_t at)
-{
-    return size_t{file[at]} << 24 | size_t{file[at + 1]} << 16 | size_t{file[at + 2]} << 8 |
-           file[at + 3];
-}
-
-Part PartAt(const Bytes& file, size_t at, size_t size)
-{
-    const auto data = file.begin() + static_cast<ptrdiff_t>(at) + 8;
-    return {std::string(data - 8, data), Bytes(data, data + static_cast<ptrdiff_t>(size))};
-}
+using Chunks = std::vector<WalkedChunk>;
 
 bool IsPrintable(const std::string& code)
 {
-    return std::all_of(code.begin(), code.begin() + 4, [](char c) { return c >= ' ' && c <= '~'; });
+    return std::ranges::all_of(code, [](char c) { return c >= ' ' && c <= '~'; });
 }
 
 // The chunks of a file that is nothing but whole chunks; the last may lack its pad byte.
-std::optional<std::vector<Part>> WalkWhole(const Bytes& file, bool printable)
+std::optional<Chunks> WalkWhole(const Bytes& file, bool printable)
 {
-    std::vector<Part> parts;
+    Chunks chunks;
     for (size_t at = 12; at < file.size();) {
         if (file.size() - at < 8 || Number(file, at + 4) > file.size() - at - 8)
             return std::nullopt;
         const size_t size = Number(file, at + 4);
-        parts.push_back(PartAt(file, at, size));
-        parts.back().code.resize(4);
-        if (printable && !IsPrintable(parts.back().code))
+        chunks.push_back(ChunkAt(file, at, size));
+        if (printable && !IsPrintable(chunks.back().code))
             return std::nullopt;
         at += 8 + size + size % 2;
     }
-    return parts;
+    return chunks;
 }
 
 // The chunks that an edit has to keep: those of the form, the last one with all that
 // the file holds of it, or those of the whole file where it consists of chunks.
 // `isCut` becomes whether the last one claims more than there is.
-std::vector<Part> PartsOf(const Bytes& file, bool& isCut)
+Chunks PartsOf(const Bytes& file, bool& isCut)
 {
     const size_t formEnd = Number(file, 4) + 8;
-    std::vector<Part> parts;
+    Chunks parts;
     isCut = false;
     size_t at = 12;
     while (at < formEnd && at + 8 <= file.size() && !isCut) {
         const size_t size = Number(file, at + 4);
         isCut = size > file.size() - at - 8 || (size > 0 && at + 8 + size > formEnd);
-        parts.push_back(PartAt(file, at, isCut ? file.size() - at - 8 : size));
-        parts.back().code.resize(4);
+        parts.push_back(ChunkAt(file, at, isCut ? file.size() - at - 8 : size));
         at += 8 + size + size % 2;
     }
     if (isCut || at < file.size())
@@ -84,9 +66,9 @@ std::vector<Part> PartsOf(const Bytes& file, bool& isCut)
     return parts;
 }
 
-std::vector<Part> WithoutTags(std::vector<Part> parts)
+Chunks WithoutTags(Chunks parts)
 {
-    std::erase_if(parts, [](const Part& part) { return part.IsTag(); });
+    std::erase_if(parts, [](const WalkedChunk& part) { return part.IsTag(); });
     return parts;
 }
 
@@ -190,10 +172,10 @@ bool Edit(int choice, const std::wstring& path, NTag list)
 
 // Whether the tag keeps its revision: in another one some values cannot be told apart.
 // One that is cut off in the file, but not in the form, is shown and not kept.
-bool KeepsRevision(const std::vector<Part>& parts, bool isCut)
+bool KeepsRevision(const Chunks& parts, bool isCut)
 {
-    const auto tag = std::ranges::find_if(parts, &Part::IsTag);
-    return !isCut && tag != parts.end() && std::ranges::count_if(parts, &Part::IsTag) == 1 &&
+    const auto tag = std::ranges::find_if(parts, &WalkedChunk::IsTag);
+    return !isCut && tag != parts.end() && std::ranges::count_if(parts, &WalkedChunk::IsTag) == 1 &&
            tag->data.size() > 3 && tag->data[3] >= 3;
 }
 
@@ -213,50 +195,32 @@ void CheckTags(int choice, bool keepsAll, const NTag& before, NTag after)
         Require(HoldsTags(after, Untouched(choice, before)), "what the edit does not name stays");
 }
 
-void CheckFrames(const Part& before, const Bytes& after)
+void CheckFrames(const WalkedChunk& before, const Bytes& after)
 {
     for (const Bytes& frame : ForeignFrames(before.data))
         Require(std::search(after.begin(), after.end(), frame.begin(), frame.end()) != after.end(),
                 "foreign frames stay");
 }
 
-void CheckFile(int choice, const std::vector<Part>& before, const Bytes& after)
+void CheckFile(int choice, const Chunks& before, const Bytes& after)
 {
     Require(Number(after, 4) == after.size() - 8, "the form fills the file");
     const auto parts = WalkWhole(after, false);
     Require(parts.has_value(), "the file consists of chunks");
     Require(WithoutTags(*parts) == WithoutTags(before), "all other chunks are kept");
-    const auto tags = std::ranges::count_if(*parts, &Part::IsTag);
+    const auto tags = std::ranges::count_if(*parts, &WalkedChunk::IsTag);
     Require(tags == (choice == kDeleteAll ? 0 : 1), "there is one tag chunk");
 }
 
-// Sizes stay below 128 bytes, where all revisions write them alike.
-Bytes Frame(const char* code, const std::string& body)
-{
-    return Join({Text(code), Big(body.size(), 4), Bytes(2), Text(body)});
-}
+const std::string kFew = "TIT2:Old|PRIV=own\0bytes"s;
+const std::string kMany =
+    kFew + "|TPE1:|TPE2:a/b|TYER:2004|TDAT:1503|TCON:(17)|COMM:engx\0y|USLT:eng\0|TXXX:k\0|"
+           "POPM=a\0\x40|WXXX:\0http://b|APIC:image/png\0\3\0\x89PNG"s;
 
-Bytes Tag(const Bytes& frames, size_t padding, uint8_t revision = 3)
+Bytes PaddedTag(int version, const std::string& notes, size_t padding)
 {
-    const size_t size = frames.size() + padding;
-    return Join({Text("ID3"),
-                 {revision, 0, 0, 0, 0, uint8_t(size >> 7), uint8_t(size & 0x7F)},
-                 frames,
-                 Bytes(padding)});
+    return TagOf(version, Frames(version, notes) + std::string(padding, '\0'));
 }
-
-const Bytes kFew = Join({Frame("TIT2", {"\0Old", 4}), Frame("PRIV", {"own\0bytes", 9})});
-const Bytes kMany =
-    Join({kFew, Frame("TPE1", {"\0", 1}), Frame("TPE2", {"\0a/b", 4}),
-          Frame("TYER", {"\0"
-                         "2004",
-                         5}),
-          Frame("TDAT", {"\0"
-                         "1503",
-                         5}),
-          Frame("TCON", {"\0(17)", 5}), Frame("COMM", {"\0engx\0y", 7}),
-          Frame("USLT", {"\0eng\0", 5}), Frame("TXXX", {"\0k\0", 3}), Frame("POPM", {"a\0\x40", 3}),
-          Frame("WXXX", {"\0\0http://b", 10}), Frame("APIC", {"\0image/png\0\3\0\x89PNG", 17})});
 
 } // namespace
 
@@ -265,12 +229,12 @@ std::vector<Bytes> Seeds()
     using Build = void (*)(AiffBuilder&);
     const Build comm = [](AiffBuilder& file) { file.Comm(1, 16, 44100); };
     const Build sound = [](AiffBuilder& file) { file.Ssnd(Noise(33)); };
-    const Build tag = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(kFew, 0)); };
-    const Build many = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(kMany, 0)); };
-    const Build newer = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(kMany, 20, 4)); };
-    const Build odd = [](AiffBuilder& file) { file.Chunk("id3 ", Tag(kFew, 40)); };
+    const Build tag = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(3, kFew)); };
+    const Build many = [](AiffBuilder& file) { file.Chunk("ID3 ", Tag(3, kMany)); };
+    const Build newer = [](AiffBuilder& file) { file.Chunk("ID3 ", PaddedTag(4, kMany, 20)); };
+    const Build odd = [](AiffBuilder& file) { file.Chunk("id3 ", PaddedTag(3, kFew, 40)); };
     const Build slack = [](AiffBuilder& file) {
-        file.Chunk("ID3 ", Join({Tag(kFew, 1), Noise(7)}));
+        file.Chunk("ID3 ", Join({PaddedTag(3, kFew, 1), Noise(7)}));
     };
     const Build empty = [](AiffBuilder& file) { file.Chunk("ID3 ", {}); };
     const Build mark = [](AiffBuilder& file) { file.Chunk("MARK", Text("odd")); };
@@ -322,15 +286,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     if (!isDone || after == before)
         return 0;
     bool isCut = false;
-    const std::vector<Part> parts = PartsOf(before, isCut);
+    const Chunks parts = PartsOf(before, isCut);
     CheckFile(choice, parts, after);
     const bool keepsAll = KeepsRevision(parts, isCut);
     CheckTags(choice, keepsAll, tags, ReadTags(path));
     if (keepsAll && choice != kDeleteAll)
-        CheckFrames(*std::ranges::find_if(parts, &Part::IsTag), after);
+        CheckFrames(*std::ranges::find_if(parts, &WalkedChunk::IsTag), after);
     Require(Edit(choice, path, ListFor(choice, path)), "the edit can be made once more");
     // What an unreadable tag hid may show in another revision, and be replaced then.
-    if (!isTag && std::ranges::any_of(parts, &Part::IsTag))
+    if (!isTag && std::ranges::any_of(parts, &WalkedChunk::IsTag))
         return 0;
     Require(ReadFile(name) == after, "the same edit once more changes nothing");
     return 0;

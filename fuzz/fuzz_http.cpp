@@ -2,53 +2,13 @@
 // pieces, reading them ends, stays inside its limits and gives the same result.
 
 #include "Fuzz.h"
-#include "support/HttpReader.h"
+#include "http/ReadAnswer.h"
 #include "support/Url.h"
 
 #include <algorithm>
 
 namespace
 {
-
-// Delivers bytes in pieces of at most one size, then ends.
-class MemorySource : public ByteSource
-{
-public:
-    MemorySource(std::span<const uint8_t> bytes, size_t piece) : m_left(bytes), m_piece(piece) {}
-
-    STTaken ReadSome(std::span<uint8_t> out) override
-    {
-        const size_t size = std::min({out.size(), m_left.size(), m_piece});
-        std::copy_n(m_left.begin(), size, out.begin());
-        m_left = m_left.subspan(size);
-        return {size, StreamFault::None};
-    }
-
-private:
-    std::span<const uint8_t> m_left;
-    size_t m_piece;
-};
-
-struct Result {
-    StreamFault headFault = StreamFault::None, bodyFault = StreamFault::None;
-    STHttpHead head;
-    Bytes body;
-};
-
-Result ReadAnswer(std::span<const uint8_t> bytes, size_t piece, size_t step)
-{
-    MemorySource source(bytes, piece);
-    HttpReader reader(source);
-    Result result;
-    result.headFault = reader.ReadHead(result.head);
-    Bytes part(step);
-    for (size_t count = step; count == step && result.headFault == StreamFault::None;) {
-        count = reader.ReadBody(part);
-        result.body.insert(result.body.end(), part.data(), part.data() + count);
-        result.bodyFault = reader.Fault();
-    }
-    return result;
-}
 
 void CheckTarget(const std::string& reference)
 {
@@ -86,11 +46,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (size < 2)
         return 0;
     const std::span<const uint8_t> answer(data + 2, size - 2);
-    const Result whole = ReadAnswer(answer, size, 65536);
-    const Result pieces = ReadAnswer(answer, size_t{data[0]} + 1, size_t{data[1]} * 50 + 1);
+    const ReadResult whole = ReadAnswer(answer, size, 65536);
+    const ReadResult pieces = ReadAnswer(answer, size_t{data[0]} + 1, size_t{data[1]} * 50 + 1);
     Require(whole.headFault == pieces.headFault && whole.bodyFault == pieces.bodyFault &&
                 whole.body == pieces.body,
             "the pieces do not matter");
+    Require(whole.behind + pieces.behind == 0, "nothing comes behind the end");
     Require(whole.body.size() <= size, "a body is made of what arrived");
     if (whole.headFault == StreamFault::None && whole.head.nContentLength >= 0)
         Require(whole.bodyFault == (std::ssize(whole.body) == whole.head.nContentLength

@@ -1,16 +1,17 @@
 // Decoding: every format against libsndfile, blocks, ranges, seeking, ends.
 
 #include "support/ChunkWalker.h"
-#include "support/Faults.h"
 #include "support/PluginDriver.h"
+#include "support/Sndfile.h"
+#include "support/SystemCalls.h"
 
 #include <limits>
-#include <sndfile.h>
 
 namespace
 {
 
 using DecodeTest = PluginTest;
+using SystemCalls::Fault;
 
 constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
 constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
@@ -23,16 +24,11 @@ Bytes Part(const Bytes& bytes, int64_t from, int64_t to)
 // The samples of a file in the order of a host, as libsndfile reads them.
 Bytes ReadWithSndfile(const std::string& path)
 {
-    SF_INFO info = {};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
-    if (file == nullptr)
-        throw std::runtime_error(sf_strerror(nullptr));
-    std::vector<int32_t> samples(static_cast<size_t>(info.frames * info.channels));
-    EXPECT_EQ(sf_read_int(file, samples.data(), std::ssize(samples)), std::ssize(samples));
-    sf_close(file);
-    const int width = info.format & SF_FORMAT_SUBMASK; // PCM of 1 to 4 bytes
+    const Samples samples = ReadSamples(path);
+    EXPECT_GT(samples.channels, 0) << path;
+    const int width = samples.format & SF_FORMAT_SUBMASK; // PCM of 1 to 4 bytes
     Bytes pcm;
-    for (const int32_t sample : samples) // of the full range of 32 bits
+    for (const int32_t sample : samples.values)
         for (int k = 4 - width; k < 4; ++k)
             pcm.push_back(
                 static_cast<uint8_t>((width == 1 ? sample ^ INT32_MIN : sample) >> 8 * k));
@@ -59,13 +55,11 @@ TEST_F(DecodeTest, EveryFormatEqualsLibsndfileHoweverReadsEnd)
                     File(AiffBuilder().Comm(channels, bits, 22050, type).Ssnd(sound));
                 const bool isSigned = bits == 8 && type == "sowt"; // handed out as it is
                 const Bytes expected = isSigned ? sound : ReadWithSndfile(path);
-                for (const bool areShort : {false, true}) {
-                    Faults::reads = 0;
-                    Faults::shortReads = areShort;
+                for (const auto fault : {Fault::None, Fault::ShortReads}) {
+                    SystemCalls::Start(fault);
                     const Bytes pcm = ReadWithPlugin(plugin, path);
-                    Faults::shortReads = false;
+                    EXPECT_GT(SystemCalls::Stop().reads, fault == Fault::None ? 0 : 50);
                     EXPECT_EQ(pcm, expected);
-                    EXPECT_GT(Faults::reads, areShort ? 50 : 0);
                 }
             }
 }

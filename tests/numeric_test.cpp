@@ -1,4 +1,4 @@
-// Number fields, sample byte order, text of the system, and one report line.
+// Number fields, sample byte order, and sizes as text.
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/ByteSwap.h"
@@ -16,29 +16,17 @@ using H = clAIFFHandler;
 constexpr int64_t kLowest = std::numeric_limits<int64_t>::min();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-TEST(Numbers, IntegersAreBigEndian)
+// For negative values the quotients are cut toward zero.
+TEST(Numbers, IntegersAreWrittenByDivision)
 {
-    const std::pair<std::string, int> shorts[] = {
-        {"\1\2", 258}, {"\xFF\xFE", -2}, {"\x80\0"s, -32768}};
-    for (const auto& [bytes, value] : shorts)
-        EXPECT_EQ(H::SizeToInt(Text(bytes).data()), value);
-    EXPECT_EQ(H::SizeToInt64(Text("\x80\0\0\0"s).data()), 2147483648);
-    EXPECT_EQ(H::SizeToInt64(Text("\xFF\xFF\xFF\xFF").data()), 4294967295);
-    // For negative values the quotients are cut toward zero.
-    for (const auto& [value, bytes] : {std::pair{258, "\1\2"s},
-                                       {32767, "\x7F\xFF"s},
-                                       {-1, "\0\xFF"s},
-                                       {-257, "\xFF\xFF"s},
-                                       {-32768, "\x80\0"s}}) {
+    for (const auto& [value, bytes] :
+         {std::pair{258, "\1\2"s}, {-1, "\0\xFF"s}, {-257, "\xFF\xFF"s}, {-32768, "\x80\0"s}}) {
         Bytes out(2), wide(4);
         H::IntToSize(static_cast<int16_t>(value), out.data());
         EXPECT_EQ(out, Text(bytes)) << value;
         H::Int64ToSize(value, wide.data());
         EXPECT_EQ(wide, Text("\0\0"s + bytes)) << value;
     }
-    Bytes out(4);
-    H::Int64ToSize(0xFEDCBA98, out.data());
-    EXPECT_EQ(out, Text("\xFE\xDC\xBA\x98"));
 }
 
 // Ten bytes; those left out are zero.
@@ -54,7 +42,6 @@ TEST(Numbers, ExtendedToInteger)
     const std::pair<std::string, int64_t> rows[] = {
         {"\x40\x0E\xAC\x44", 44100},
         {"\x40\x0D\xAD\xDD\x17\x45\xD1\x74\x58", 22254},
-        {"\xC0\x0D\xAD\xDD\x17\x45\xD1\x74\x58", -22254},
         {"", 0},
         {"\x80", 0},
         {"\x3F\xFF\x80", 1},
@@ -77,14 +64,9 @@ TEST(Numbers, DoubleToExtended)
 {
     const std::pair<double, std::string> rows[] = {
         {0.0, ""},
-        {-0.0, ""},
-        {48000, "\x40\x0E\xBB\x80"},
         {-44100, "\xC0\x0E\xAC\x44"},
         {1.0 / 3, "\x3F\xFD\xAA\xAA\xAA\xAA\xAA\xAA\xA8"},
-        {5e-324, "\x3B\xCD\x80"}, // the least double has a normal form
-        {kInfinity, "\x7F\xFF"},
-        {-kInfinity, "\xFF\xFF"},
-        {std::numeric_limits<double>::quiet_NaN(), "\x7F\xFF"}};
+        {kInfinity, "\x7F\xFF"}};
     Bytes bytes(10, 0xEE);
     for (const auto& [value, text] : rows) {
         H::ConvertToIeeeExtended(value, bytes.data());
@@ -94,39 +76,6 @@ TEST(Numbers, DoubleToExtended)
         H::ConvertToIeeeExtended(rate, bytes.data());
         EXPECT_EQ(bytes, Extended(rate));
         EXPECT_EQ(H::ConvertFromIeeeExtended(bytes.data()), rate);
-    }
-}
-
-TEST(Codes, FoldingIsAllOrNothing)
-{
-    const uint32_t lower = H::RIFFChnkID("id3 ");
-    EXPECT_EQ(lower, 0x20336469u);
-    EXPECT_TRUE(H::CompareID(lower, "ID3 ", true));
-    EXPECT_TRUE(H::CompareID(lower, "iD3 ", true));
-    EXPECT_FALSE(H::CompareID(lower, "ID3 ", false));
-    EXPECT_FALSE(H::CompareID(FourCC("Id3 "), "Id3 ", true));
-    EXPECT_TRUE(H::CompareID(FourCC("Id3 "), "Id3 ", false));
-    EXPECT_EQ(H::RIFFChnkID2CHR(FourCC("FORM")), L"FORM");
-}
-
-TEST(SampleOrder, WholeSamplesOnly)
-{
-    const std::tuple<int, Bytes, Bytes> rows[] = {{8, {0x80, 0x00, 0x7F}, {0x00, 0x80, 0xFF}},
-                                                  {16, {1, 2, 3, 4, 5}, {2, 1, 4, 3, 5}},
-                                                  {24, {1, 2, 3, 4, 5}, {3, 2, 1, 4, 5}},
-                                                  {32, {1, 2, 3, 4, 5}, {4, 3, 2, 1, 5}},
-                                                  {16, {}, {}},
-                                                  {0, Noise(16), Noise(16)},
-                                                  {1, Noise(16), Noise(16)},
-                                                  {12, Noise(16), Noise(16)},
-                                                  {33, Noise(16), Noise(16)},
-                                                  {64, Noise(16), Noise(16)},
-                                                  {-8, Noise(16), Noise(16)}};
-    for (const auto& [bits, bytes, swapped] : rows) {
-        XMem block;
-        EXPECT_TRUE(block.Assign(bytes));
-        H::ByteSwap(block, bits);
-        EXPECT_EQ(Bytes(block.View().begin(), block.View().end()), swapped) << bits;
     }
 }
 
@@ -150,7 +99,7 @@ TEST(SampleOrder, EveryKernelEqualsTheReferenceAtAllLengthsAndPlaces)
     }
 }
 
-TEST(Texts, SizesAndReportLines)
+TEST(Texts, SizesHaveOneDecimal)
 {
     const std::pair<int64_t, const wchar_t*> sizes[] = {
         {0, L"0 bytes"},         {1, L"1 byte"},       {1023, L"1023 bytes"},
@@ -158,10 +107,6 @@ TEST(Texts, SizesAndReportLines)
         {1048524, L"1023.9 KB"}, {1048525, L"1.0 MB"}, {int64_t{3} << 40, L"3.0 TB"}};
     for (const auto& [bytes, text] : sizes)
         EXPECT_EQ(SizeText(bytes), text);
-    using StdReport::GetFinalMsg;
-    EXPECT_EQ(GetFinalMsg({L"*** "}, {L"a ", int64_t{-7}}, "Op", true), L"*** a -7  [Op]\r\n");
-    EXPECT_EQ(GetFinalMsg({}, {L"a"}, "Op", false), L"a");
-    EXPECT_EQ(GetFinalMsg({}, {L"a"}, nullptr, true), L"a\r\n");
 }
 
 } // namespace

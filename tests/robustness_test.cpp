@@ -1,7 +1,7 @@
 // Damaged and hostile files, and a system that runs out of memory.
 
-#include "support/Faults.h"
 #include "support/PluginDriver.h"
+#include "support/SystemCalls.h"
 
 namespace
 {
@@ -67,21 +67,21 @@ TEST_F(RobustnessTest, OpeningReadsHeadersOnly)
     const std::string large = dir.Write("b.aiff", AiffBuilder().Ssnd(Bytes(5000000)));
     const auto cost = [&](const std::string& path) {
         Instance host(plugin);
-        Faults::reads = Faults::readBytes = 0;
+        SystemCalls::Start();
         EXPECT_EQ(host.Open(path, 0), 1);
-        return std::pair(Faults::reads, Faults::readBytes);
+        return SystemCalls::Stop();
     };
-    EXPECT_LT(cost(many).first, 500);
-    EXPECT_LT(cost(many).second, 9000000);
-    EXPECT_GT(cost(many).second, 8000000);
-    EXPECT_LT(cost(large).second, 70000);
+    EXPECT_LT(cost(many).reads, 500);
+    EXPECT_LT(cost(many).readBytes, 9000000);
+    EXPECT_GT(cost(many).readBytes, 8000000);
+    EXPECT_LT(cost(large).readBytes, 70000);
 }
 
 // Each allocation of a whole session fails once: no call lets it out, and the
 // instance can be closed and destroyed.
 TEST_F(RobustnessTest, FailedAllocationsStayInside)
 {
-    if (!Faults::canFailAllocations)
+    if (!SystemCalls::canFailAllocations)
         GTEST_SKIP() << "allocations cannot be made to fail in this build";
     const Bytes sound = Noise(70000);
     const std::wstring path =
@@ -95,14 +95,14 @@ TEST_F(RobustnessTest, FailedAllocationsStayInside)
         open.nFlags = 1 + 4 + 8 + 16;
         STQvAudioBlock block = {};
         STQvCodecGetSet getSet = {};
-        Faults::failAllocation = failing;
+        SystemCalls::Start(SystemCalls::Fault::NoMemory, failing);
         void* handle = plugin.Create(&record);
         plugin.Get(handle, L"StreamingDecodes", &getSet);
         const int32_t opened = plugin.Open(handle, &open);
         const int32_t decoded = opened == 1 ? plugin.DecodeBlock(handle, &block) : 0;
         plugin.DeleteATag(handle, L"/nonexistent/a.aiff", L"Title\0Artist\0");
         plugin.Close(handle, nullptr);
-        isReached = std::exchange(Faults::failAllocation, 0) == 0;
+        isReached = SystemCalls::Stop().struck;
         if (decoded == 1)
             EXPECT_EQ(std::memcmp(block.pData, sound.data(), 65536), 0);
         EXPECT_TRUE(isReached || decoded == 1);

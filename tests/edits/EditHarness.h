@@ -3,81 +3,37 @@
 
 #include "support/ChunkWalker.h"
 #include "support/PluginDriver.h"
+#include "tags/TagBuilder.h"
 
 #include <map>
 
-struct Item {
-    std::string name;
-    std::string value; // ASCII; several values are joined with "\r"
-    Bytes data;
-    bool operator==(const Item&) const = default;
-};
-using Items = std::vector<Item>;
-
-inline Bytes Little(uint64_t value, int count)
-{
-    Bytes out = Big(value, count);
-    std::reverse(out.begin(), out.end());
-    return out;
-}
-
-inline Bytes Blob(const Items& items)
-{
-    Bytes blob = Little(items.size(), 4);
-    for (const Item& item : items) {
-        Bytes body;
-        for (const std::string* text : {&item.name, &item.value}) {
-            for (const char c : *text)
-                Append(body, Little(static_cast<uint8_t>(c), 2));
-            Append(body, Bytes(2));
-        }
-        Append(body, item.data);
-        Append(blob, Join({Little(body.size() + 4, 4), body}));
-    }
-    return blob;
-}
-
-inline Items ReadItems(const uint8_t* blob, uint32_t size)
-{
-    Items items;
-    size_t at = 4;
-    const auto text = [&] {
-        std::string out;
-        for (; blob[at] != 0 || blob[at + 1] != 0; at += 2)
-            out += static_cast<char>(blob[at]);
-        return at += 2, out;
-    };
-    while (at < size) {
-        uint32_t length = 0;
-        std::memcpy(&length, blob + at, 4);
-        const size_t end = at + length;
-        at += 4;
-        Item& item = items.emplace_back();
-        item.name = text();
-        item.value = text();
-        item.data.assign(blob + at, blob + end);
-        at = end;
-    }
-    return items;
-}
-
 // The tags as the plug-in hands them out, without the tag's version.
-inline Items ReadTags(const Plugin& plugin, const std::string& path)
+inline NTag ReadTags(const Plugin& plugin, const std::string& path)
 {
     Instance host(plugin);
-    Items items;
+    NTag tags;
     if (host.Open(path, QV_OPEN_READ_TAGS, 0) == 1 && host.open.pTagData != nullptr)
-        items = ReadItems(host.open.pTagData, host.open.nTagDataSize);
-    std::erase_if(items, [](const Item& item) { return item.name == "TagVersion"; });
-    return items;
+        tags = Decoded({host.open.pTagData, host.open.nTagDataSize});
+    tags.RemoveTag(XStr(L"TagVersion"));
+    return tags;
 }
 
-inline std::string ValueOf(const Items& items, const std::string& name)
+inline XStr ValueOf(const NTag& tags, const XStr& name)
 {
-    for (const Item& item : items)
-        if (item.name == name)
-            return item.data.empty() ? item.value : std::string(item.data.begin(), item.data.end());
+    for (long i = 0; i < tags.Count(); ++i)
+        if (tags[i].name == name)
+            return tags[i].value + XStr(tags[i].data.begin(), tags[i].data.end());
     return {};
+}
+
+inline const XStr kCover = L"_albumart_1_Front Album Cover";
+
+// A list with a picture behind other items.
+inline NTag WithCover(const Bytes& picture, const XStr& others = L"")
+{
+    NTag list = ListOf(others);
+    list.AddTag(kCover, picture.data(), picture.size());
+    return list;
 }
 
 inline long FilesIn(const TempDir& dir)
@@ -90,7 +46,7 @@ struct Edit {
     enum Kind { Set, Delete, DeleteAll };
     const char* name;
     Kind kind;
-    Items items;
+    NTag items;
 };
 
 // One edit, prepared so far that only the plug-in's function is left to be called.
@@ -101,10 +57,10 @@ public:
              const Report* report = nullptr)
         : m_plugin(plugin), m_kind(edit.kind),
           m_host(plugin, report != nullptr ? report->Record() : STNStdReport{}), m_path(Wide(path)),
-          m_blob(Blob(edit.items))
+          m_blob(Encoded(edit.items))
     {
-        for (const Item& item : edit.items)
-            m_names += Wide(item.name) + L'\0';
+        for (long i = 0; i < edit.items.Count(); ++i)
+            m_names += edit.items[i].name + L'\0';
     }
 
     int32_t operator()() const
@@ -134,33 +90,17 @@ inline int32_t ApplyEdit(const Plugin& plugin, const std::string& path, const Ed
     return EditCall(plugin, path, edit, report)();
 }
 
-inline Bytes Frame(const std::string& id, const Bytes& body)
-{
-    return Join({Text(id), Big(body.size(), 4), Bytes(2), body});
-}
-
-inline const Bytes kForeignFrame =
-    Frame("GEOB", Join({Bytes(1), Text("a/b"), Bytes(1), Text("f"), Bytes(1), Text("dj"), Bytes(1),
-                        Noise(42, 7)}));
+inline const std::string kForeignFrame = Frames(3, "GEOB:a/b\0f\0dj\0"s + std::string(42, 'g'));
 
 // A tag with a title, a frame that no field represents, and padding.
 inline Bytes Tag(const std::string& title, size_t padding = 0, size_t claimsMore = 0)
 {
-    const Bytes frames =
-        Join({Frame("TIT2", Join({Bytes(1), Text(title)})), kForeignFrame, Bytes(padding)});
-    const uint64_t size = frames.size() + claimsMore;
-    return Join({Text("ID3"),
-                 Bytes{3, 0, 0, uint8_t(size >> 21 & 0x7F), uint8_t(size >> 14 & 0x7F),
-                       uint8_t(size >> 7 & 0x7F), uint8_t(size & 0x7F)},
-                 frames});
+    const std::string frames =
+        Frames(3, "TIT2:" + title) + kForeignFrame + std::string(padding, '\0');
+    return TagOf(3, frames, 0, frames.size() + claimsMore);
 }
 
-struct Chunk {
-    std::string code;
-    Bytes data;
-    bool IsTag() const { return code == "ID3 " || code == "id3 "; }
-    bool operator==(const Chunk&) const = default;
-};
+using Chunk = WalkedChunk;
 
 struct Layout {
     std::string name;
@@ -203,12 +143,10 @@ inline void PutSize(Bytes& file, size_t position, size_t size)
 
 inline std::vector<Edit> AllEdits()
 {
-    return {{"set", Edit::Set, {{"Title", "New", {}}, {"Artist", "Me\rYou", {}}}},
-            {"picture",
-             Edit::Set,
-             {{"Title", "New", {}},
-              {"_albumart_1_Front Album Cover", "", Join({{0x89}, Text("PNG"), Noise(5001)})}}},
-            {"delete", Edit::Delete, {{"Title", "", {}}}},
+    const Bytes picture = Join({{0x89}, Text("PNG"), Noise(5001)});
+    return {{"set", Edit::Set, ListOf(L"Title=New;Artist=Me\rYou")},
+            {"picture", Edit::Set, WithCover(picture, L"Title=New")},
+            {"delete", Edit::Delete, ListOf(L"Title=")},
             {"delete all", Edit::DeleteAll, {}}};
 }
 
@@ -219,25 +157,18 @@ inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Byt
     if (edit.kind != Edit::Set && !layout.hasTag)
         return file == layout.file ? "" : "a file without tags was changed";
     std::vector<Chunk> others;
-    long tags = 0;
     try {
-        for (const WalkedChunk& chunk : WalkStrictly(file).chunks) {
-            others.push_back({chunk.code, chunk.data});
-            if (others.back().IsTag()) {
-                ++tags;
-                others.pop_back();
-            }
-        }
+        others = WalkStrictly(file).chunks;
     } catch (const std::runtime_error& error) {
         return error.what();
     }
+    const auto tags = std::erase_if(others, [](const Chunk& chunk) { return chunk.IsTag(); });
     if (others != layout.others)
         return "other chunks were changed";
-    if (tags != (edit.kind == Edit::DeleteAll ? 0 : 1))
+    if (tags != (edit.kind == Edit::DeleteAll ? 0u : 1u))
         return std::to_string(tags) + " tag chunks";
     if (edit.kind != Edit::DeleteAll && layout.hasForeign &&
-        std::search(file.begin(), file.end(), kForeignFrame.begin(), kForeignFrame.end()) ==
-            file.end())
+        S(file).find(kForeignFrame) == std::string::npos)
         return "a frame is lost";
     return "";
 }
@@ -246,14 +177,13 @@ inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Byt
 inline std::string WhatReadsWrong(const Plugin& plugin, const std::string& path,
                                   const Layout& layout, const Edit& edit)
 {
-    const Items items = ReadTags(plugin, path);
-    std::map<std::string, std::string> expected = {{"Title", layout.title}};
-    for (const Item& item : edit.items)
-        expected[item.name] = ValueOf({item}, item.name);
-    if (edit.kind == Edit::DeleteAll)
-        expected["Title"] = "";
+    const NTag tags = ReadTags(plugin, path);
+    std::map<XStr, XStr> expected = {
+        {L"Title", edit.kind == Edit::DeleteAll ? L"" : Wide(layout.title)}};
+    for (long i = 0; i < edit.items.Count(); ++i)
+        expected[edit.items[i].name] = ValueOf(edit.items, edit.items[i].name);
     for (const auto& [name, value] : expected)
-        if (ValueOf(items, name) != value)
-            return name + " is '" + ValueOf(items, name) + "'";
+        if (ValueOf(tags, name) != value)
+            return ToUtf8(name + L" is '" + ValueOf(tags, name) + L"'");
     return "";
 }

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "support/ChunkWalker.h"
+#include "support/Sndfile.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <sndfile.h>
 #include <sys/wait.h>
 
 using Json = nlohmann::json;
@@ -103,26 +103,6 @@ private:
     TempDir m_folder;
 };
 
-// The samples of a file as an independent reader delivers them.
-struct Samples {
-    int format = 0; // as libsndfile says
-    int channels = 0;
-    int rate = 0;
-    std::vector<int32_t> values;
-
-    bool operator==(const Samples&) const = default;
-};
-inline Samples ReadSamples(const std::string& path)
-{
-    SF_INFO info{};
-    const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(path.c_str(), SFM_READ, &info),
-                                                           sf_close);
-    Samples samples{info.format, info.channels, info.samplerate, {}};
-    samples.values.resize(static_cast<size_t>(info.frames * info.channels));
-    if (sf_readf_int(file.get(), samples.values.data(), info.frames) != info.frames)
-        ADD_FAILURE() << "cannot read " << path;
-    return samples;
-}
 inline std::vector<int32_t> Values(const Workplace& place, const std::string& name)
 {
     return ReadSamples(place.Path(name)).values;

@@ -1,7 +1,6 @@
 // Addresses and answers, as texts: no network.
 
-#include "support/AiffBuilder.h"
-#include "support/HttpReader.h"
+#include "ReadAnswer.h"
 #include "support/HttpTransfer.h"
 
 #include <gtest/gtest.h>
@@ -62,22 +61,6 @@ TEST(Url, IsTakenApartEncodedAndResolvedAgainstABase)
             << rest;
 }
 
-// Delivers a text in pieces of at most one size, then ends or fails.
-struct TextSource : ByteSource {
-    TextSource(std::string_view text, size_t size, F fault) : left(text), piece(size), end(fault) {}
-    STTaken ReadSome(std::span<uint8_t> out) override
-    {
-        const size_t size =
-            left.copy(reinterpret_cast<char*>(out.data()), std::min(out.size(), piece));
-        left.remove_prefix(size);
-        return {size, size != 0 ? F::None : end};
-    }
-
-    std::string_view left;
-    size_t piece;
-    F end;
-};
-
 std::string Ok(const std::string& rest)
 {
     return "HTTP/1.1 200 OK\r\n" + rest;
@@ -99,21 +82,11 @@ void ExpectAnswer(const std::string& answer, F headFault, const std::string& bod
     for (const size_t piece : {1u, 2u, 3u, 7u, 4096u, 1000000u}) {
         for (const size_t step : {1u, 5u, 65536u}) {
             SCOPED_TRACE(answer.substr(0, 200) + " in pieces of " + std::to_string(piece));
-            TextSource source(answer, piece, end);
-            HttpReader reader(source);
-            STHttpHead head;
-            ASSERT_EQ(reader.ReadHead(head), headFault);
-            if (headFault != F::None)
-                continue;
-            Bytes part(step);
-            std::string got;
-            for (size_t count = step; count == step;) {
-                count = reader.ReadBody(part);
-                got.append(part.begin(), part.begin() + static_cast<ptrdiff_t>(count));
-            }
-            EXPECT_EQ(got, body);
-            EXPECT_EQ(reader.Fault(), bodyFault);
-            EXPECT_EQ(reader.ReadBody(part), 0u) << "read on behind the end";
+            const ReadResult result = ReadAnswer(Text(answer), piece, step, end);
+            ASSERT_EQ(result.headFault, headFault);
+            EXPECT_EQ(std::string(result.body.begin(), result.body.end()), body);
+            EXPECT_EQ(result.bodyFault, bodyFault);
+            EXPECT_EQ(result.behind, 0u) << "read on behind the end";
         }
     }
 }

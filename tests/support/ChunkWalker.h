@@ -7,8 +7,14 @@
 
 struct WalkedChunk {
     std::string code;
-    size_t position; // of the header
     Bytes data;
+    size_t position = 0; // of the header
+
+    bool IsTag() const { return code == "ID3 " || code == "id3 "; }
+    bool operator==(const WalkedChunk& other) const
+    {
+        return code == other.code && data == other.data;
+    }
 };
 
 struct WalkedForm {
@@ -25,6 +31,20 @@ struct WalkedForm {
     }
 };
 
+// A 32-bit number of a file.
+inline size_t Number(const Bytes& file, size_t at)
+{
+    return size_t{file[at]} << 24 | size_t{file[at + 1]} << 16 | size_t{file[at + 2]} << 8 |
+           file[at + 3];
+}
+
+// A chunk with so many bytes of data, which must be there.
+inline WalkedChunk ChunkAt(const Bytes& file, size_t at, size_t size)
+{
+    const auto data = file.begin() + static_cast<ptrdiff_t>(at) + 8;
+    return {std::string(data - 8, data - 4), Bytes(data, data + static_cast<ptrdiff_t>(size)), at};
+}
+
 // Throws, saying what is wrong, unless the form fills the file, chunks lie back to
 // back inside it, and every odd one is followed by a zero pad byte.
 inline WalkedForm WalkStrictly(const Bytes& file)
@@ -33,21 +53,15 @@ inline WalkedForm WalkStrictly(const Bytes& file)
         if (!holds)
             throw std::runtime_error(what + " at " + std::to_string(position));
     };
-    const auto text = [&](size_t at) { return std::string(&file[at], &file[at] + 4); };
-    const auto number = [&](size_t at) {
-        return size_t{file[at]} << 24 | size_t{file[at + 1]} << 16 | size_t{file[at + 2]} << 8 |
-               file[at + 3];
-    };
-    require(file.size() >= 12 && text(0) == "FORM", "no form", 0);
-    require(number(4) == file.size() - 8, "form size does not fit the file", 4);
-    WalkedForm form{text(8), {}};
+    require(file.size() >= 12 && ChunkAt(file, 0, 0).code == "FORM", "no form", 0);
+    require(Number(file, 4) == file.size() - 8, "form size does not fit the file", 4);
+    WalkedForm form{{file.begin() + 8, file.begin() + 12}, {}};
     for (size_t at = 12; at < file.size();) {
         require(file.size() - at >= 8, "torn chunk header", at);
-        const size_t size = number(at + 4);
+        const size_t size = Number(file, at + 4);
         require(size + size % 2 <= file.size() - at - 8, "chunk leaves the form", at);
-        const uint8_t* const data = file.data() + at + 8;
-        require(size % 2 == 0 || data[size] == 0, "pad byte not zero", at);
-        form.chunks.push_back({text(at), at, Bytes(data, data + size)});
+        require(size % 2 == 0 || file[at + 8 + size] == 0, "pad byte not zero", at);
+        form.chunks.push_back(ChunkAt(file, at, size));
         at += 8 + size + size % 2;
     }
     return form;

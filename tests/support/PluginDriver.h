@@ -1,7 +1,7 @@
 // Drives the built AIFF.so as a host does, through its nine functions.
 #pragma once
 
-#include "AiffBuilder.h"
+#include "TagList.h"
 #include "TempDir.h"
 #include "qvcodec.h"
 
@@ -158,23 +158,10 @@ private:
 // Names and values of the properties, as "name: value" lines.
 inline std::string Properties(const Instance& host)
 {
-    const uint8_t* at = host.open.pPropertiesData;
-    const uint8_t* const end = at + host.open.nPropertiesDataSize;
-    const auto number = [&] { return at += 4, at[-4] | at[-3] << 8 | at[-2] << 16; };
+    const NTag list = Decoded({host.open.pPropertiesData, host.open.nPropertiesDataSize});
     std::string lines;
-    const auto text = [&](const char* ending) {
-        for (; at[0] != 0 || at[1] != 0; at += 2)
-            lines += static_cast<char>(at[1] == 0 ? at[0] : '?');
-        at += 2, lines += ending;
-    };
-    for (int count = number(); count > 0; --count) {
-        const uint8_t* const start = at;
-        const uint8_t* const next = start + number();
-        text(": ");
-        text("\n");
-        EXPECT_EQ(at, next) << "an item's size disagrees with its texts";
-    }
-    EXPECT_EQ(at, end);
+    for (long i = 0; i < list.Count(); ++i)
+        lines += ToUtf8(list[i].name + L": " + list[i].value + L"\n");
     return lines;
 }
 

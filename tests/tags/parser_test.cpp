@@ -1,7 +1,5 @@
 #include "TagBuilder.h"
 #include "support/TempDir.h"
-#include "tags/id3parser/FrameReader.h"
-#include "tags/id3parser/RawFrames.h"
 
 #include <cstdlib>
 
@@ -20,7 +18,6 @@ TEST(Parser, ReadsFramesAndRefusesDamage)
         {"nine bytes", Text("ID3\3\0\0\0\0\0"s), "throws"},
         {"wrong magic", Text("ID2\3\0\0\0\0\0\0"s), "throws"},
         {"version 5", Tag(5, ""), "throws"},
-        {"version 1", Tag(1, ""), "throws"},
         {"size with a top bit", Text("ID3\3\0\0\0\0\x80\0"s), "throws"},
         {"2.2 compression flag", Tag(2, "", 0x40), "throws"},
         {"2.3 unknown flag", Tag(3, "TIT2:a", 0x10), "throws"},
@@ -71,18 +68,6 @@ TEST(Parser, ReadsFramesAndRefusesDamage)
         EXPECT_EQ(Parsed(tag), expected) << name;
 }
 
-struct WantNothing : id3parser::parseCallback {
-    bool wantFrame(uint32_t) override { return false; }
-};
-
-// The caller's choice is asked for all frames, but in ID3v2.2 only for unknown ones.
-TEST(Parser, LeavesOutWhatTheCallerDoesNotWant)
-{
-    EXPECT_EQ(Parsed(Tag(3, "TIT2:a"), WantNothing()), "3 ");
-    EXPECT_EQ(Parsed(Tag(4, "TIT2:a"), WantNothing()), "4 ");
-    EXPECT_EQ(Parsed(Tag(2, "TT2:a|ULT=x"), WantNothing()), "2 TIT2:a");
-}
-
 TEST(Parser, ALyingSizeTakesNoMemory)
 {
     const Bytes lying = TagOf(3, "TIT2\3\x93\x87\0\0\0abc"s, 0, 60000010);
@@ -95,42 +80,6 @@ TEST(Parser, ALyingSizeTakesNoMemory)
     EXPECT_EQ(Parsed(lying), "throws");
     parsed.Parse(sound, everything);
     EXPECT_EQ(parsed.Frames().front().data.get_size(), 3000000u);
-}
-
-TEST(Parser, FalseSynchronisationIsFound)
-{
-    const std::pair<std::string, bool> rows[] = {{"", false},
-                                                 {"\xFF\xDF", false},
-                                                 {"\xFF\xE0", true},
-                                                 {"a\xFF", true},
-                                                 {"\xFF\0\xE0"s, false},
-                                                 {std::string(4096, '\xFF') + "a", true},
-                                                 {std::string(4095, 'a') + "\xFF\xF0", true}};
-    for (const auto& [data, expected] : rows)
-        EXPECT_EQ(id3parser::test_for_false_sync(data.data(), data.size()), expected) << data;
-}
-
-TEST(RawFrames, AreFoundWhereTheParserGivesUp)
-{
-    const std::string priv = "PRIV=" + std::string(300, 'x');
-    const std::tuple<const char*, Bytes, std::string, bool> rows[] = {
-        {"sound", TagOf(4, Frames(4, "TIT2:a|" + priv) + "\0\0\0"s), "TIT2 PRIV ", true},
-        {"compressed", Tag(4, "TIT2:a|COMM[0009]" + priv.substr(4) + "|TIT2:a"), "TIT2 COMM TIT2 ",
-         false},
-        {"plain sizes", TagOf(4, Frames(3, priv + "|TIT2:a")), "PRIV TIT2 ", false},
-        {"body cut", TagOf(3, Frames(3, "TIT2:a|" + priv), 0, 200), "TIT2 ", false},
-        {"unknown header flag", Tag(3, "TIT2:a", 0x10), "TIT2 ", false},
-        {"garbage behind the frames", TagOf(3, kTitle3 + "????\0\0\0\0\0\0?!"s), "TIT2 ", true},
-        {"no tag", Text("RIFF0123456789"), "", false},
-    };
-    for (const auto& [name, tag, expected, parses] : rows) {
-        const id3parser::RawTag raw = id3parser::WalkRawFrames(tag);
-        std::string ids;
-        for (const id3parser::RawFrame& frame : raw.frames)
-            ids += SizeBytes(frame.header.id, 8, 4) + " ";
-        EXPECT_EQ(ids, expected) << name;
-        EXPECT_EQ(raw.parses, parses) << name;
-    }
 }
 
 TEST(Parser, ReadsATagUnsynchronisedByAnotherProgram)

@@ -1,12 +1,9 @@
 #include "TagBuilder.h"
 #include "tags/id3parser/Serialize.h"
 
-#include <stdexcept>
-
 #include <gtest/gtest.h>
 
 using id3parser::t_tag;
-using id3parser::writeError;
 
 namespace
 {
@@ -46,20 +43,6 @@ TEST(Serializer, PaddingFillsTheRoomOrStaysSmall)
     EXPECT_EQ(out.bytes, Tag(4, "PRIV[0003]=\0\0\0\3A\xFF\0\xE0"s, 0x80));
 }
 
-TEST(Serializer, RefusesWhatTheFormatCannotHold)
-{
-    id3parser::streamOutBuffer out;
-    for (const auto revision : {id3parser::kRevisionNone, id3parser::kRevision2})
-        EXPECT_THROW(TagWith(revision, "").Write(out, 0, 0, 1), writeError);
-    EXPECT_THROW(id3parser::write_big_endian(out, 0x10000000), writeError);
-    EXPECT_THROW(id3parser::write_sync_safe_integer(out, 0x10000000), writeError);
-    EXPECT_THROW(id3parser::safeDowncast(0x100000000), std::overflow_error);
-    EXPECT_TRUE(out.bytes.empty());
-    id3parser::write_big_endian(out, 0x0FFFFFFE);
-    id3parser::write_sync_safe_integer(out, 0x0FFFFFFE);
-    EXPECT_EQ(S(out.bytes), "\x0F\xFF\xFF\xFE\x7F\x7F\x7F\x7E");
-}
-
 TEST(Serializer, UnsynchronisationIsUndoneByReading)
 {
     std::string data;
@@ -74,28 +57,6 @@ TEST(Serializer, UnsynchronisationIsUndoneByReading)
     std::string back(data.size() + 1, ' ');
     EXPECT_EQ(fixed.read(back.data(), back.size()), data.size());
     EXPECT_EQ(back.substr(0, data.size()), data);
-}
-
-TEST(Revision, AChangeKeepsPicturesCommentsAndLyrics)
-{
-    const std::string rest = "|APIC=\3image/png\0\3d\0x|USLT:engl\0t"s;
-    const std::string notes = "COMM=\3deud\0t\0|TIT2:a"s + rest + "|COMM=\3en|COMM=\5eng\0\0"s;
-    t_tag older = TagWith(id3parser::kRevision4, notes), same = older;
-    older.SetRevision(id3parser::kRevision3);
-    EXPECT_EQ(NotesOf(older), "COMM=\1deu" + Utf16(u"d") + Utf16(u"t") + rest);
-    same.SetRevision(id3parser::kRevision4);
-    EXPECT_EQ(NotesOf(same), notes);
-}
-
-TEST(Revision, PicturesGoLastWithFrontCoversFirst)
-{
-    t_tag tag = TagWith(id3parser::kRevision3, "APIC:\0\4\0x|TIT2=1|APIC:\0\3\0x|PRIV=2|"
-                                               "APIC=broken|APIC:\0\3\0xy"s);
-    tag.SanitizeAPICOrder();
-    EXPECT_EQ(NotesOf(tag), "TIT2=1|PRIV=2|APIC:\0\3\0x|APIC:\0\3\0xy|APIC:\0\4\0x|APIC=broken"s);
-    EXPECT_EQ(tag.RemoveFrameID(id3parser::kFrameAPIC), 4u);
-    EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilter23date()), 0u);
-    EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilterAny()), 2u);
 }
 
 } // namespace

@@ -134,6 +134,7 @@ TEST(TagUpdate, FramesOfADamagedTagAreRescued)
         {"plain sizes", TagOf(4, sizes), 3, "TIT2^a|TPE1^b" + priv + geob},
         {"plain sizes, kept in 2.4", TagOf(4, sizes), 4, "TIT2:a|TPE1:b\0"s + priv + geob},
         {"cut", TagOf(3, Frames(3, kPriv + "|TIT2:a" + geob), 0, 100), 3, "TIT2:a|TPE1^b|" + kPriv},
+        {"unknown header flag", Tag(3, "TIT2:a" + geob, 0x10), 3, "TIT2:a|TPE1^b" + geob},
         {"no tag", Text("no tag at all"), 3, "TPE1^b"},
     };
     for (const auto& [name, tag, version, after] : rows) {
@@ -255,46 +256,6 @@ TEST(TagUpdate, ReadsBackWhatWasWritten)
         many += L"\r" + std::to_wstring(i);
     const XStr crowd = L"Artist=" + many + L";k=" + many + L";";
     EXPECT_EQ(Read(Update({}, ListOf(crowd), {L"ID3v2WriteV24"})), crowd);
-}
-
-TEST(TagUpdate, RoomAndAlignmentAreFilled)
-{
-    const Bytes old = Tag(3, kPriv);
-    const std::span<const uint8_t> view(old);
-    TagUpdate update({}, {&view, 1});
-    update.Apply(ListOf(L"Title=b"), false);
-    ASSERT_TRUE(update.Build());
-    const size_t size = update.Size();
-    Bytes tag;
-    ASSERT_TRUE(update.Finish(size + 100, 1000, 2, tag));
-    EXPECT_EQ(tag.size(), (size + 101) / 2 * 2);
-    EXPECT_EQ(TagSizeFromHeader(tag), static_cast<int64_t>(tag.size()));
-    EXPECT_EQ(Read(tag), L"Title=b;");
-}
-
-// A step that takes more than linear time would not come to an end here.
-TEST(TagUpdate, ThousandsOfFramesItemsAndPictures)
-{
-    std::string frames;
-    NTag list;
-    for (int i = 0; i < 20000; ++i) {
-        const std::string number = std::to_string(i);
-        frames += "PRIV=" + number + "|TXXX:k" + number + "\0v|"s;
-        if (i % 10 == 0)
-            frames += "APIC:\0\3\0"s + number + "|";
-        list.AddTag(L"K" + std::to_wstring(i), XStr(i % 2 ? L"v" : L"changed"));
-    }
-    const Bytes old = Tag(3, frames);
-    NTag shown, after;
-    ASSERT_TRUE(ReadTagList(old, shown));
-    EXPECT_EQ(shown.Count(), 22001);
-    shown.DropTagsBeginUnderScore(NTag::kKeepAlbumArt);
-    for (long i = 0; i < list.Count(); ++i)
-        shown.AddTag(list[i]);
-    ASSERT_TRUE(ReadTagList(Update({old, old}, shown), after));
-    EXPECT_EQ(after.Count(), 22001);
-    EXPECT_EQ(after.GetTagValue(L"k19998"), L"changed");
-    EXPECT_EQ(after.GetTagValue(L"k19999"), L"v");
 }
 
 } // namespace

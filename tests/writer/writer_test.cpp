@@ -62,14 +62,6 @@ std::string Listed(uint32_t code, int64_t size)
     const Bytes letters = Big(code, 4); // the first letter is the lowest byte
     return std::string(letters.rbegin(), letters.rend()) + " " + std::to_string(size) + " ";
 }
-std::string Listed(const clPassAIFFChunks& list)
-{
-    std::string text;
-    for (int i = 0; i < list.Count(); ++i)
-        text += Listed(list[i].code, static_cast<int64_t>(list[i].data.Used()));
-    return text;
-}
-
 // The whole calling order; false also when the place for the samples is not the one left.
 bool WriteWhole(const std::shared_ptr<MemoryFile>& file, const STQvWaveFormat& format,
                 const clPassAIFFChunks& pass, const Bytes& samples)
@@ -81,20 +73,6 @@ bool WriteWhole(const std::shared_ptr<MemoryFile>& file, const STQvWaveFormat& f
     aiff.FindChunkForWrite("SSND", false)->nSize = 8 + std::ssize(samples);
     return aiff.WriteChunkHeaders(false) && aiff.WriteChunksAfterData() &&
            aiff.WriteCOMMChunkData(format, std::ssize(samples));
-}
-
-TEST(PassChunks, NewOnesGoBeforeTheLastSoundOrToTheEnd)
-{
-    clPassAIFFChunks list = PassList({{"SSND", {}}, {"ssnd", {}}, {"ANNO", {1}}});
-    list.AddInternal(FourCC("NAME"), "ab", 2, true);
-    list.AddInternal(FourCC("NONE"), nullptr, 5, false); // nothing to copy
-    EXPECT_EQ(Listed(list), "SSND 0 NAME 2 ssnd 0 ANNO 1 NONE 0 ");
-    EXPECT_EQ(list.FindChunk("SSND", false), 0);
-    EXPECT_EQ(list.FindChunk("name", true), 1);
-    EXPECT_EQ(list.FindChunk("name", false), -1);
-    clPassAIFFChunks silent = PassList({{"ANNO", {1}}});
-    silent.AddInternal(FourCC("NAME"), "a", 1, true);
-    EXPECT_EQ(Listed(silent), "ANNO 1 NAME 1 ");
 }
 
 TEST(Writer, LaysOutWhatPassesThroughAroundFormatAndSound)
@@ -137,23 +115,6 @@ TEST(Writer, EveryStepSaysThatTheDiskIsFull)
             EXPECT_EQ(WriteWhole(std::make_shared<MemoryFile>(room), Format(1, 8), pass, samples),
                       room == file->Size());
     }
-}
-
-TEST(Writer, MissingEntriesAreNoneToWrite)
-{
-    clAIFFHandler aiff; // nothing is open
-    EXPECT_FALSE(aiff.InitializeNewAIFF(nullptr, Format(1, 16), {}, {}));
-    EXPECT_EQ(aiff.WriteSTSoundData(), 0);
-    clAIFFHandler none;
-    EXPECT_FALSE(none.WriteCOMMChunkData(Format(1, 8), 0));
-    EXPECT_FALSE(clAIFFHandler::UpdateCOMMChunkData(nullptr, Format(1, 8), 0));
-    EXPECT_EQ(none.FindChunkForWrite("SSND", true), nullptr);
-    EXPECT_TRUE(none.WriteChunksAfterData());
-    STRIFFChunk entry;
-    STQvWaveFormat format = Format(1, 8);
-    format.nBlockAlign = 0; // counts as 1
-    ASSERT_TRUE(clAIFFHandler::UpdateCOMMChunkData(&entry, format, 0x1234567));
-    EXPECT_EQ(Bytes(entry.Data.Data() + 2, entry.Data.Data() + 6), Big(0x1234567, 4));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "SystemCalls.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
@@ -60,12 +61,11 @@ Counts Stop()
 // Whether this call is to fail; errno says how.
 bool Strikes(const char* name)
 {
-    if (!isOn || fault == Fault::None || fault == Fault::NoMemory) {
-        counts.calls += isOn;
+    if (!isOn)
         return false;
-    }
     ++counts.calls;
-    if (counts.calls < struckCall || (counts.calls > struckCall && fault != Fault::KeepsFailing))
+    if (fault == Fault::None || fault == Fault::ShortReads || fault == Fault::NoMemory ||
+        counts.calls < struckCall || (counts.calls > struckCall && fault != Fault::KeepsFailing))
         return false;
     counts.struck = true;
     counts.last = name;
@@ -105,6 +105,24 @@ ssize_t Write(int fd, const void* bytes, size_t size, int64_t position)
         ++counts.writes;
         counts.written += done;
     }
+    return done;
+}
+
+ssize_t Read(int fd, void* out, size_t size, int64_t position)
+{
+    if (Strikes("pread"))
+        return -1;
+    if (!isOn)
+        return syscall(SYS_pread64, fd, out, size, position);
+    ++counts.reads;
+    if (fault == Fault::ShortReads && counts.reads % 2 == 1) {
+        errno = EINTR;
+        return -1;
+    }
+    if (fault == Fault::ShortReads)
+        size = std::min<size_t>(size, 1 + static_cast<size_t>(counts.reads) % 4099);
+    const ssize_t done = syscall(SYS_pread64, fd, out, size, position);
+    counts.readBytes += std::max<ssize_t>(done, 0);
     return done;
 }
 
@@ -157,7 +175,7 @@ int LockFile(int fd, int operation)
 
 AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
 {
-    return Strikes("pread") ? -1 : syscall(SYS_pread64, fd, out, size, position);
+    return SystemCalls::Read(fd, out, size, position);
 }
 
 AIFF_IN_FRONT ssize_t flistxattr(int fd, char* list, size_t size)

@@ -1,4 +1,5 @@
-// The system calls of an edit, counted, made to fail, or survived by nobody.
+// The system calls of the plug-in, counted, made to fail, or survived by nobody: it calls
+// this program's own functions instead of those of the C library.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +13,7 @@ enum class Fault {
     KeepsFailing, // so do all later calls
     DiskFull,     // a write takes half of its bytes, the next one none; other calls fail
     Interrupts,   // the call does nothing and reports a signal
+    ShortReads,   // every other read is interrupted, the rest deliver a few bytes
     NoMemory,     // an allocation fails; these are counted apart from the calls
     Kills,        // the process ends before the call
     KillsInside   // the process ends when half of the bytes are written
@@ -27,6 +29,8 @@ struct Counts {
     long calls = 0;        // all that can fail
     long writes = 0;       // pwrite
     int64_t written = 0;   // bytes
+    long reads = 0;        // pread
+    int64_t readBytes = 0; // what they delivered
     bool struck = false;   // the fault took place
     const char* last = ""; // name of the call that it struck
 };
