@@ -32,6 +32,8 @@ TEST(TagUpdate, ChangesWhatIsAskedAndNothingElse)
         {"delete internal fields and nothing", "TXXX:_x\0a"s, L"_x=", "TXXX:_x\0a"s, true},
         {"malformed and hidden frames of a field", hidden + kPriv, L"Album=b",
          "TALB^b|" + hidden + kPriv},
+        {"they stay where they stood", "W000=x|TIT2[0020]=x|TIT2:a|UFID=u", L"Album=b",
+         "TIT2:a|TALB^b|W000=x|TIT2[0020]=x|UFID=u"},
         {"they go when the field is set", hidden + kPriv, L"Title=b", "TIT2^b|" + kPriv},
         {"or removed", hidden + kPriv, L"Title=", kPriv, true},
         {"compressed, encrypted and grouped frames stay", sealed, L"Title=b", "TIT2^b|" + sealed},
