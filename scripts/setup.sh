@@ -11,8 +11,9 @@ set -euo pipefail
 
 packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
     libtag1-dev)
-packages_test=(libgtest-dev nginx-light ffmpeg parallel)
-packages_ci=(clang clang-format libclang-rt-14-dev lintian python3 strace sox sndfile-programs)
+packages_test=(libgtest-dev nginx-light python3-mutagen)
+packages_ci=(clang clang-format libclang-rt-14-dev lintian python3 strace sox sndfile-programs
+    ffmpeg)
 
 is_installed() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
