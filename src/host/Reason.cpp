@@ -49,8 +49,8 @@ constexpr Phrase kPhrases[] = {
 // The same for a change of tags.
 constexpr Phrase kEditPhrases[] = {
     {"Error the file is left as it is: ", "is left as it is: %"},
-    {"Error the tag cannot be written, it would be too large.",
-     "is left as it is: its tag would be too large"},
+    {"Error the old tag cannot be read whole, or the new one would be too large.",
+     "is left as it is: its tag cannot be read whole, or would be too large"},
     {"Error writing to file, disk full?", "cannot be written (is the disk full?)"},
     {"Error Setting File", "cannot be written (is the disk full?)"},
 };
