@@ -1,3 +1,4 @@
+#undef _FORTIFY_SOURCE // its headers would define pread and others here
 #include "SystemCalls.h"
 
 #include <algorithm>
