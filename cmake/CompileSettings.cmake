@@ -19,7 +19,9 @@ if(AIFF_SANITIZE)
   # gcc 12 sees a huge size behind a resize of a vector to a smaller one, and members of
   # std::regex that nobody has set.
   target_compile_options(aiff_settings INTERFACE
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow -Wno-maybe-uninitialized>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_compile_options(aiff_settings INTERFACE
     -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g -O1)
   target_link_options(aiff_settings INTERFACE -fsanitize=${AIFF_SANITIZE})
