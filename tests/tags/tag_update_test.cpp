@@ -120,6 +120,12 @@ TEST(TagUpdate, AFrameThatNoReaderTakesIsRefused)
     }
 }
 
+TEST(TagUpdate, ADamagedOlderPictureIsNoNewerOne)
+{
+    EXPECT_EQ(ContentOf(Update({Tag(2, "TT2:a|PIC=\2PNG\3\0pic"s)}, ListOf(L"Album=b"))),
+              Frames(3, "TIT2^a|TALB^b"));
+}
+
 TEST(TagUpdate, FramesOfADamagedTagAreRescued)
 {
     const std::string body(200, 'p'), priv = "|PRIV=" + body, geob = "|GEOB=" + body;

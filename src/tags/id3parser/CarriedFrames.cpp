@@ -155,8 +155,9 @@ bool CarriedFrames::PortWire(t_frame& frame, WireFrame wire, t_tagRevision from)
             return false;
         wire.body = Own(std::move(body));
         wire.formatFlags = format3::kCompressed;
-    } else if (meaning != 0 || RuleForFrame(frame.id) != nullptr) {
-        return false; // would be shown where it was not
+    } else if (meaning != 0 || RuleForFrame(frame.id) != nullptr ||
+               (from == kRevision2 && frame.id == kFrameAPIC)) {
+        return false; // would be shown where it was not, or has another layout
     } else if (layout != 0) {
         t_frame decoded;
         const FrameHeader header{frame.id, static_cast<uint32_t>(wire.body.size()), 0, layout};
