@@ -3,7 +3,7 @@
 
 #include "Fuzz.h"
 #include "http/ReadAnswer.h"
-#include "support/Url.h"
+#include "support/net/Url.h"
 
 #include <algorithm>
 

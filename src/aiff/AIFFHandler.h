@@ -3,8 +3,8 @@
 
 #include "aiff/FourCC.h"
 #include "support/StdReport.h"
-#include "support/XFile.h"
 #include "support/XMem.h"
+#include "support/file/XFile.h"
 
 #include <vector>
 

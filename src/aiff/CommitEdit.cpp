@@ -1,8 +1,8 @@
 #include "aiff/CommitEdit.h"
 
 #include "aiff/AIFFHandler.h"
-#include "support/InPlaceWriter.h"
-#include "support/ReplaceFile.h"
+#include "support/file/InPlaceWriter.h"
+#include "support/file/ReplaceFile.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 // Carrying out an edit of an AIFF file that was worked out in memory.
 #pragma once
 
-#include "support/EditTarget.h"
-#include "support/FileEdit.h"
+#include "support/file/EditTarget.h"
+#include "support/file/FileEdit.h"
 
 enum class CommitResult {
     Done,

@@ -2,8 +2,8 @@
 // cost a system call each and one of a few large chunks does not read their data.
 #pragma once
 
-#include "support/XFile.h"
 #include "support/XMem.h"
+#include "support/file/XFile.h"
 
 #include <algorithm>
 

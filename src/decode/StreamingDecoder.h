@@ -2,7 +2,7 @@
 #pragma once
 
 #include "decode/SoundDecoder.h"
-#include "support/XFileHTTPStream.h"
+#include "support/net/XFileHTTPStream.h"
 
 class FormWalk;
 struct STChunkHeader;

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "aiff/AIFFHandler.h"
-#include "support/EditTarget.h"
-#include "support/FileEdit.h"
+#include "support/file/EditTarget.h"
+#include "support/file/FileEdit.h"
 #include "tags/NTag.h"
 
 // Reads all tag chunks of an indexed file into one list; fields of earlier chunks come

@@ -4,7 +4,7 @@
 #include "decode/StreamingDecoder.h"
 #include "decode/WaveDecoder.h"
 #include "qvcodec.h"
-#include "support/XFileHTTPStream.h"
+#include "support/net/XFileHTTPStream.h"
 
 // Sends each call to the decoder that fits the opened input. Names and keys may be
 // null; records are the host's and may be unaligned. Used by one thread at a time.

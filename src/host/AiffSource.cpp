@@ -2,7 +2,7 @@
 
 #include "decode/CommonChunk.h"
 #include "host/ChunkCode.h"
-#include "support/DiskFile.h"
+#include "support/file/DiskFile.h"
 
 #include <algorithm>
 #include <array>

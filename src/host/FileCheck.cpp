@@ -4,7 +4,7 @@
 #include "aiff/HeaderReader.h"
 #include "host/ChunkCode.h"
 #include "host/SoundCheck.h"
-#include "support/DiskFile.h"
+#include "support/file/DiskFile.h"
 #include "tags/TagFields.h"
 
 #include <cerrno>

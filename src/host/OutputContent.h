@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/OutputFile.h"
-#include "support/DiskFile.h"
+#include "support/file/DiskFile.h"
 
 #include <string>
 

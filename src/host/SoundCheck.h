@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/XFile.h"
+#include "support/file/XFile.h"
 
 #include <cstdint>
 #include <functional>

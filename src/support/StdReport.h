@@ -7,7 +7,7 @@
 #pragma once
 
 #include "qvcodec.h"
-#include "support/XStr.h"
+#include "support/text/XStr.h"
 
 #include <initializer_list>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "qvcodec.h"
-#include "support/XStr.h"
+#include "support/text/XStr.h"
 
 class XAudioWFX
 {

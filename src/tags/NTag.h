@@ -3,7 +3,7 @@
 #pragma once
 
 #include "support/XMem.h"
-#include "support/XStr.h"
+#include "support/text/XStr.h"
 
 #include <span>
 #include <vector>

@@ -1,7 +1,7 @@
 // An ID3v2 tag in a region of a file.
 #pragma once
 
-#include "support/XFile.h"
+#include "support/file/XFile.h"
 #include "tags/NTag.h"
 #include "tags/TagOptions.h"
 

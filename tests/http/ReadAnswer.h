@@ -2,7 +2,7 @@
 #pragma once
 
 #include "support/AiffBuilder.h"
-#include "support/HttpReader.h"
+#include "support/net/HttpReader.h"
 
 #include <span>
 

@@ -1,7 +1,7 @@
 // Addresses and answers, as texts: no network.
 
 #include "ReadAnswer.h"
-#include "support/HttpTransfer.h"
+#include "support/net/HttpTransfer.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

@@ -1,7 +1,7 @@
 // Seeking in streams, decode ranges, and the limits on a server's patience.
 
 #include "StreamHarness.h"
-#include "support/XFileHTTPStream.h"
+#include "support/net/XFileHTTPStream.h"
 
 #include <netdb.h>
 

@@ -1,6 +1,6 @@
 #include "tags/id3parser/CodePages.h"
 
-#include "support/CodePage1252.h"
+#include "support/text/CodePage1252.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "support/ReplaceFile.h"
+#include "support/file/ReplaceFile.h"
 
-#include "support/FileAttributes.h"
+#include "support/file/FileAttributes.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -2,8 +2,8 @@
 // framing.
 #pragma once
 
-#include "support/ByteSource.h"
-#include "support/HttpHead.h"
+#include "support/net/ByteSource.h"
+#include "support/net/HttpHead.h"
 
 #include <vector>
 

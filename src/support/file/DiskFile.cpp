@@ -1,4 +1,4 @@
-#include "support/DiskFile.h"
+#include "support/file/DiskFile.h"
 
 #include "support/QuietWrite.h"
 #include "support/SaturatingMath.h"

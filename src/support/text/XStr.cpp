@@ -1,6 +1,6 @@
-#include "support/XStr.h"
+#include "support/text/XStr.h"
 
-#include "support/CodePage1252.h"
+#include "support/text/CodePage1252.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "support/HttpTransfer.h"
+#include "support/net/HttpTransfer.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // A file on disk.
 #pragma once
 
-#include "support/XFile.h"
+#include "support/file/XFile.h"
 
 class DiskFile : public FileContent
 {

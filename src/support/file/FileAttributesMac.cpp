@@ -1,4 +1,4 @@
-#include "support/FileAttributes.h"
+#include "support/file/FileAttributes.h"
 
 #include <copyfile.h>
 

@@ -1,7 +1,7 @@
 // Where the bytes of an answer come from: a connection, or a text in memory.
 #pragma once
 
-#include "support/StreamFault.h"
+#include "support/net/StreamFault.h"
 
 #include <cstdint>
 #include <span>

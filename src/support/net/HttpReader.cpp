@@ -1,6 +1,6 @@
-#include "support/HttpReader.h"
+#include "support/net/HttpReader.h"
 
-#include "support/Ascii.h"
+#include "support/text/Ascii.h"
 
 #include <cstring>
 #include <limits>

@@ -1,9 +1,9 @@
 // One request to a server and its answer.
 #pragma once
 
-#include "support/HttpReader.h"
-#include "support/TcpSocket.h"
-#include "support/Url.h"
+#include "support/net/HttpReader.h"
+#include "support/net/TcpSocket.h"
+#include "support/net/Url.h"
 
 // Which part of the data is asked for.
 struct STHttpWish {

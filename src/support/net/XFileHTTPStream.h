@@ -1,8 +1,8 @@
 // The input of a decoder instance.
 #pragma once
 
-#include "support/HttpTransfer.h"
-#include "support/XFile.h"
+#include "support/file/XFile.h"
+#include "support/net/HttpTransfer.h"
 
 // Opens a local file or, for a name that begins with "http://" in any case, an
 // HTTP stream, and remembers which of them the last successful Open was.

@@ -1,7 +1,7 @@
 // Addresses that begin with "http://".
 #pragma once
 
-#include "support/StreamFault.h"
+#include "support/net/StreamFault.h"
 
 #include <cstdint>
 #include <string>

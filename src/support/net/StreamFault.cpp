@@ -1,4 +1,4 @@
-#include "support/StreamFault.h"
+#include "support/net/StreamFault.h"
 
 namespace
 {

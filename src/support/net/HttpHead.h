@@ -1,7 +1,7 @@
 // The header of an HTTP answer: status line and fields.
 #pragma once
 
-#include "support/StreamFault.h"
+#include "support/net/StreamFault.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,7 @@
 // A file opened by name to be edited.
 #pragma once
 
-#include "support/DiskFile.h"
+#include "support/file/DiskFile.h"
 
 // Holds the file open, and a lock on it that keeps other editors out but no readers,
 // for as long as the object lives.

@@ -1,8 +1,8 @@
 // One connection to a server.
 #pragma once
 
-#include "support/ByteSource.h"
-#include "support/FileDescriptor.h"
+#include "support/file/FileDescriptor.h"
+#include "support/net/ByteSource.h"
 
 #include <chrono>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "support/InPlaceWriter.h"
+#include "support/file/InPlaceWriter.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "support/FileEdit.h"
+#include "support/file/FileEdit.h"
 
 #include "support/SaturatingMath.h"
 

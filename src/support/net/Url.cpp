@@ -1,6 +1,6 @@
-#include "support/Url.h"
+#include "support/net/Url.h"
 
-#include "support/Ascii.h"
+#include "support/text/Ascii.h"
 
 namespace
 {

@@ -5,7 +5,7 @@
 // change where they are, and whether bytes of the file stand somewhere else now.
 #pragma once
 
-#include "support/XFile.h"
+#include "support/file/XFile.h"
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "support/TcpSocket.h"
+#include "support/net/TcpSocket.h"
 
 #include <algorithm>
 #include <cerrno>

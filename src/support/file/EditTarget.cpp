@@ -1,4 +1,4 @@
-#include "support/EditTarget.h"
+#include "support/file/EditTarget.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // Why a stream could not be opened or read.
 #pragma once
 
-#include "support/XStr.h"
+#include "support/text/XStr.h"
 
 enum class StreamFault {
     None,

@@ -1,6 +1,6 @@
-#include "support/HttpHead.h"
+#include "support/net/HttpHead.h"
 
-#include "support/Ascii.h"
+#include "support/text/Ascii.h"
 
 #include <limits>
 

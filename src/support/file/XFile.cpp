@@ -1,7 +1,7 @@
-#include "support/XFile.h"
+#include "support/file/XFile.h"
 
-#include "support/DiskFile.h"
 #include "support/SaturatingMath.h"
+#include "support/file/DiskFile.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,4 +1,4 @@
-#include "support/XFileHTTPStream.h"
+#include "support/net/XFileHTTPStream.h"
 
 #include <algorithm>
 

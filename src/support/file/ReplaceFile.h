@@ -1,7 +1,7 @@
 // Putting a changed copy in the place of a file.
 #pragma once
 
-#include "support/DiskFile.h"
+#include "support/file/DiskFile.h"
 
 // Writes `content` into a new file in the folder of `path` and, when it is complete
 // and on the disk, renames it to `path` in one step. Mode, owner and extended

@@ -1,7 +1,7 @@
 // Writing into a file in such a way that it can be put back.
 #pragma once
 
-#include "support/DiskFile.h"
+#include "support/file/DiskFile.h"
 
 #include <vector>
 

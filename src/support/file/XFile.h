@@ -1,8 +1,8 @@
 // Local files, read and written by position.
 #pragma once
 
-#include "support/FileDescriptor.h"
-#include "support/XStr.h"
+#include "support/file/FileDescriptor.h"
+#include "support/text/XStr.h"
 
 #include <cstdint>
 #include <memory>
