@@ -1,9 +1,9 @@
 // aiffconv: drives decoder plug-ins from the shell. Here is the command line only;
 // what the subcommands do stands in a file for each.
 
-#include "host/Command.h"
-#include "host/ExitCode.h"
-#include "host/Interruption.h"
+#include "host/base/ExitCode.h"
+#include "host/batch/Interruption.h"
+#include "host/commands/Command.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>

@@ -2,9 +2,9 @@
 
 #include "codecs/CodecLoader.h"
 #include "codecs/DecoderInstance.h"
-#include "host/TagBlob.h"
-#include "host/TimePoint.h"
-#include "host/WavHeader.h"
+#include "host/commands/TimePoint.h"
+#include "host/session/TagBlob.h"
+#include "host/writers/WavHeader.h"
 #include "support/AiffBuilder.h"
 
 #include <dlfcn.h>

@@ -1,0 +1,217 @@
+#include "host/author/FileCheck.h"
+
+#include "aiff/AIFFHandler.h"
+#include "aiff/HeaderReader.h"
+#include "host/author/ChunkCode.h"
+#include "host/author/SoundCheck.h"
+#include "support/file/DiskFile.h"
+#include "tags/TagFields.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace host
+{
+namespace
+{
+
+// Nobody reads more.
+constexpr size_t kMostFindings = 100;
+// The largest size that an ID3v2 tag can tell, with header and footer.
+constexpr int64_t kMostTagBytes = (int64_t{1} << 28) + 20;
+
+struct ChunkHeader {
+    uint32_t code = 0;
+    int64_t nSize = 0;
+};
+
+std::string Number(int64_t value)
+{
+    return std::to_string(value);
+}
+
+class FormCheck
+{
+public:
+    FormCheck(XFile& file, FileFindings& findings)
+        : m_file(file), m_headers(file, file.Size()), m_findings(findings), m_fileSize(file.Size())
+    {
+    }
+
+    void Run()
+    {
+        if (!CheckForm())
+            return;
+        while (m_position < m_end && CheckChunk()) {
+        }
+        if (m_tags > 1)
+            Say("has " + Number(m_tags) + " tag chunks, most readers show one of them");
+        m_sound.Finish(m_isCompressedForm, [this](const std::string& text) { Say(text); });
+    }
+
+private:
+    void Say(const std::string& text)
+    {
+        if (m_findings.irregular.size() < kMostFindings)
+            m_findings.irregular.push_back(text);
+        else if (m_findings.irregular.size() == kMostFindings)
+            m_findings.irregular.push_back("there is more, which is left out here");
+    }
+
+    bool CheckForm();
+    bool CheckChunk();
+    bool ReadHeader(int64_t position, ChunkHeader& chunk);
+    bool FindHeader(ChunkHeader& chunk);
+    void CheckPad(uint32_t code, int64_t position);
+    void CheckTag(const std::string& name, int64_t position, int64_t size);
+
+    XFile& m_file;
+    HeaderReader m_headers;
+    FileFindings& m_findings;
+    SoundCheck m_sound;
+    int64_t m_fileSize;
+    int64_t m_position = kFormHeaderSize;
+    int64_t m_end = 0; // of the form, or of the file when that is shorter
+    int64_t m_tags = 0;
+    bool m_isCompressedForm = false;
+    bool m_afterOddChunk = false;
+    std::string m_previous; // name of the chunk before
+};
+
+bool FormCheck::CheckForm()
+{
+    const auto header = m_headers.At(0, kFormHeaderSize);
+    if (std::ssize(header) < kFormHeaderSize) {
+        m_findings.problem = "is too short to be an AIFF file";
+        return false;
+    }
+    const uint32_t code = CodeAt(&header[0]);
+    const uint32_t type = CodeAt(&header[8]);
+    if (!clAIFFHandler::CompareID(code, kChunkForm, true)) {
+        m_findings.problem = "is not an AIFF file (it does not begin with 'FORM')";
+        return false;
+    }
+    m_isCompressedForm = type == FourCC(kFormTypeAIFC);
+    if (type != FourCC(kFormTypeAIFF) && !m_isCompressedForm)
+        Say("is a form of type " + CodeText(type) + ", neither 'AIFF' nor 'AIFC'");
+    if (code != FourCC(kChunkForm))
+        Say("begins with " + CodeText(code) + " in place of 'FORM'");
+    const int64_t size = clAIFFHandler::SizeToInt64(&header[4]);
+    const int64_t formEnd = size + kChunkHeaderSize;
+    if (size % 2 != 0)
+        Say("has a form of an odd size (" + Number(size) + " bytes)");
+    if (formEnd > m_fileSize)
+        Say("is cut off: its form lacks " + Number(formEnd - m_fileSize) + " bytes at the end");
+    m_end = std::min(formEnd, m_fileSize);
+    if (formEnd < kFormHeaderSize || (formEnd == kFormHeaderSize && m_fileSize > formEnd)) {
+        Say("was never finished: its form says that it is empty");
+        m_end = m_fileSize;
+    } else if (formEnd < m_fileSize) {
+        Say("has " + Number(m_fileSize - formEnd) + " bytes behind the end of its form");
+    }
+    return true;
+}
+
+bool FormCheck::ReadHeader(int64_t position, ChunkHeader& chunk)
+{
+    const auto bytes = m_headers.At(position, kChunkHeaderSize);
+    if (std::ssize(bytes) < kChunkHeaderSize || position + kChunkHeaderSize > m_end)
+        return false;
+    chunk.code = CodeAt(&bytes[0]);
+    chunk.nSize = clAIFFHandler::SizeToInt64(&bytes[4]);
+    return true;
+}
+
+// Finds the header at the position, or one byte before it where a pad byte was left out.
+bool FormCheck::FindHeader(ChunkHeader& chunk)
+{
+    const bool found = ReadHeader(m_position, chunk);
+    if (found && IsTextCode(chunk.code))
+        return true;
+    ChunkHeader earlier;
+    if (m_afterOddChunk && ReadHeader(m_position - 1, earlier) && IsTextCode(earlier.code) &&
+        earlier.nSize <= m_end - m_position + 1 - kChunkHeaderSize) {
+        Say("lacks the pad byte behind the chunk " + m_previous + ", which has an odd size");
+        --m_position;
+        chunk = earlier;
+        return true;
+    }
+    if (found)
+        Say("has no chunk where one is due, at byte " + Number(m_position));
+    else
+        Say("has " + Number(m_end - m_position) + " stray bytes at its end, too few for a chunk");
+    return false;
+}
+
+bool FormCheck::CheckChunk()
+{
+    ChunkHeader chunk;
+    if (!FindHeader(chunk))
+        return false;
+    const std::string name = CodeText(chunk.code) + " at byte " + Number(m_position);
+    const int64_t start = m_position + kChunkHeaderSize;
+    const int64_t left = m_end - start;
+    const int64_t size = std::min(chunk.nSize, left);
+    if (chunk.nSize > left)
+        Say("has a chunk " + name + " that claims " + Number(chunk.nSize) + " bytes where " +
+            Number(left) + " are left");
+    if (clAIFFHandler::CompareID(chunk.code, kChunkID3, true))
+        CheckTag(name, start, size);
+    else
+        m_sound.Take(chunk.code, m_file, start, size,
+                     [this](const std::string& text) { Say(text); });
+    m_previous = name;
+    m_afterOddChunk = size % 2 != 0;
+    m_position = start + PaddedSize(size);
+    if (m_afterOddChunk)
+        CheckPad(chunk.code, start + size);
+    return chunk.nSize <= left;
+}
+
+void FormCheck::CheckPad(uint32_t code, int64_t position)
+{
+    if (position >= m_end) {
+        Say("ends without the pad byte of its last chunk " + CodeText(code));
+        return;
+    }
+    ChunkHeader next;
+    const bool missing = ReadHeader(position, next) && IsTextCode(next.code);
+    const auto pad = m_headers.At(position, 1);
+    if (!missing && !pad.empty() && pad[0] != 0)
+        Say("has a pad byte that is not zero, behind the chunk " + m_previous);
+}
+
+void FormCheck::CheckTag(const std::string& name, int64_t position, int64_t size)
+{
+    ++m_tags;
+    if (size == 0) {
+        Say("has an empty tag chunk " + name);
+        return;
+    }
+    std::vector<uint8_t> bytes(static_cast<size_t>(std::min(size, kMostTagBytes)));
+    bytes.resize(m_file.ReadAt(position, bytes));
+    const int64_t tagSize = TagSizeFromHeader(bytes);
+    NTag list;
+    if (tagSize == 0)
+        Say("has no ID3v2 tag in its tag chunk " + name);
+    else if (tagSize > size)
+        Say("has a tag of " + Number(tagSize) + " bytes in a chunk of " + Number(size) + ", " +
+            name);
+    else if (!ReadTagList(bytes, list))
+        Say("has a tag that cannot be read, in the chunk " + name);
+}
+
+} // namespace
+
+FileFindings CheckFile(const std::string& path)
+{
+    FileFindings findings;
+    XFile file;
+    if (!file.Open(DiskFile::Open(path, XFile::Access::Read)))
+        findings.problem = std::strerror(errno);
+    else
+        FormCheck(file, findings).Run();
+    return findings;
+}
+
+} // namespace host

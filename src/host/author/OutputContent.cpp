@@ -1,0 +1,32 @@
+#include "host/author/OutputContent.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+
+namespace host
+{
+
+OutputContent::OutputContent(const OutputFile& output)
+    : DiskFile(FileDescriptor(fcntl(output.Descriptor(), F_DUPFD_CLOEXEC, 0)))
+{
+}
+
+bool OutputContent::WriteAt(int64_t position, std::span<const uint8_t> bytes)
+{
+    return Checked(DiskFile::WriteAt(position, bytes));
+}
+
+bool OutputContent::SetSize(int64_t size)
+{
+    return Checked(DiskFile::SetSize(size));
+}
+
+bool OutputContent::Checked(bool done)
+{
+    if (!done && m_problem.empty())
+        m_problem = std::strerror(errno);
+    return done;
+}
+
+} // namespace host

@@ -1,0 +1,119 @@
+#include "host/author/SoundCheck.h"
+
+#include "aiff/AIFFHandler.h"
+#include "host/author/ChunkCode.h"
+
+#include <algorithm>
+#include <array>
+#include <span>
+
+namespace host
+{
+namespace
+{
+
+constexpr const char* kChunkVersion = "FVER";
+constexpr int kMostBits = 32;
+
+} // namespace
+
+void SoundCheck::Take(uint32_t code, const XFile& file, int64_t position, int64_t size,
+                      const Say& say)
+{
+    if (code == FourCC(kChunkCommon)) {
+        if (++m_commons == 1)
+            TakeCommon(file, position, size, say);
+    } else if (code == FourCC(kChunkSound)) {
+        if (++m_sounds == 1)
+            TakeSound(file, position, size, say);
+    } else if (clAIFFHandler::CompareID(code, kChunkCommon, true) ||
+               clAIFFHandler::CompareID(code, kChunkSound, true)) {
+        say("has a COMM or SSND chunk in lower-case letters, which most readers overlook");
+    }
+    m_hasVersion |= code == FourCC(kChunkVersion);
+}
+
+void SoundCheck::TakeCommon(const XFile& file, int64_t position, int64_t size, const Say& say)
+{
+    std::array<uint8_t, kCommonSizeWithType> body{};
+    const size_t wanted = static_cast<size_t>(std::min(size, std::ssize(body)));
+    if (size < kLeastCommonSize || size > kMostCommonSize ||
+        file.ReadAt(position, std::span(body).first(wanted)) != wanted) {
+        say("has a COMM chunk of " + std::to_string(size) + " bytes, which cannot be used");
+        return;
+    }
+    m_formatKnown = true;
+    m_channels = clAIFFHandler::SizeToInt(&body[0]);
+    m_frames = clAIFFHandler::SizeToInt64(&body[2]);
+    m_bits = clAIFFHandler::SizeToInt(&body[6]);
+    m_rate = clAIFFHandler::ConvertFromIeeeExtended(&body[8]);
+    m_namesCompression = size >= kCommonSizeWithType;
+    m_compression = CodeAt(&body[kLeastCommonSize]);
+}
+
+void SoundCheck::TakeSound(const XFile& file, int64_t position, int64_t size, const Say& say)
+{
+    std::array<uint8_t, kSoundPrefixSize> prefix{};
+    if (size < kSoundPrefixSize || file.ReadAt(position, prefix) != prefix.size()) {
+        say("has an SSND chunk that is too short for its own fields");
+        return;
+    }
+    m_soundKnown = true;
+    const int64_t offset = clAIFFHandler::SizeToInt64(prefix.data());
+    if (offset != 0)
+        say("has its samples " + std::to_string(offset) +
+            " bytes into its SSND chunk, which some readers ignore");
+    m_soundBytes = std::max<int64_t>(size - kSoundPrefixSize - offset, 0);
+}
+
+void SoundCheck::Finish(bool isAifc, const Say& say) const
+{
+    if (m_commons == 0)
+        say("has no COMM chunk, so its audio format is unknown");
+    if (m_commons > 1)
+        say("has " + std::to_string(m_commons) + " COMM chunks, where one is allowed");
+    if (m_sounds > 1)
+        say("has " + std::to_string(m_sounds) + " SSND chunks, where one is allowed");
+    if (isAifc && !m_hasVersion)
+        say("is AIFF-C and has no FVER chunk");
+    if (m_formatKnown)
+        CheckFormat(isAifc, say);
+    if (m_sounds == 0 && m_frames > 0)
+        say("has no SSND chunk, although its COMM chunk counts " + std::to_string(m_frames) +
+            " sample frames");
+}
+
+void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
+{
+    const bool possible = m_channels >= 1 && m_bits >= 1 && m_bits <= kMostBits;
+    if (!possible)
+        say("has an impossible format: " + std::to_string(m_channels) + " channels, " +
+            std::to_string(m_bits) + " bits");
+    if (m_rate <= 0)
+        say("has an impossible sample rate");
+    if (isAifc && !m_namesCompression) {
+        say("is AIFF-C and does not name its compression");
+        return;
+    }
+    const uint16_t tag =
+        isAifc ? clAIFFHandler::CompID2WFXFormatTag(m_compression) : uint16_t{kTagPCM};
+    if (tag == kTagUnknown)
+        say("has an unknown compression " + CodeText(m_compression));
+    const bool plain = tag == kTagPCM || tag == kTagLittleEndianPCM;
+    if (plain && possible && m_soundKnown)
+        CompareFrames(say);
+}
+
+void SoundCheck::CompareFrames(const Say& say) const
+{
+    const int64_t frameBytes = int64_t{m_channels} * ((m_bits + 7) / 8);
+    const int64_t held = m_soundBytes / frameBytes;
+    if (m_soundBytes % frameBytes != 0)
+        say("has " + std::to_string(m_soundBytes % frameBytes) +
+            " bytes of sound too many for whole sample frames");
+    if (held != m_frames)
+        say("counts " + std::to_string(m_frames) + " sample frames in its COMM chunk and holds " +
+            std::to_string(held) + " in its SSND chunk");
+}
+
+} // namespace host

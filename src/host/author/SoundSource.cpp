@@ -1,0 +1,47 @@
+#include "host/author/SoundSource.h"
+
+#include "host/author/AiffSource.h"
+#include "host/author/SndfileSource.h"
+
+#include <algorithm>
+
+namespace host
+{
+namespace
+{
+
+// What the second cache holds: a block is read, swapped and written out of it.
+constexpr size_t kBlockBytes = 128 * 1024;
+
+} // namespace
+
+std::unique_ptr<SoundSource> SoundSource::Open(const std::string& path, std::string& problem)
+{
+    auto aiff = std::make_unique<AiffSource>();
+    if (aiff->IsAiff(path))
+        return aiff->Open(problem) ? std::move(aiff) : nullptr;
+    auto other = std::make_unique<SndfileSource>();
+    return other->Open(path, problem) ? std::move(other) : nullptr;
+}
+
+void SoundSource::SetFormat(int channels, int64_t rate, int bits)
+{
+    m_format.nFormatTag = QV_FORMAT_PCM;
+    m_format.nChannels = static_cast<uint16_t>(channels);
+    m_format.nSamplesPerSec = static_cast<uint32_t>(rate);
+    m_format.nBitsPerSample = static_cast<uint16_t>(bits);
+    m_format.nBlockAlign = static_cast<uint16_t>(channels * ((bits + 7) / 8));
+}
+
+int SoundSource::SampleBits() const
+{
+    return (m_format.nBitsPerSample + 7) / 8 * 8;
+}
+
+size_t SoundSource::BlockBytes() const
+{
+    const size_t frame = m_format.nBlockAlign;
+    return std::max(kBlockBytes / frame, size_t{1}) * frame;
+}
+
+} // namespace host

@@ -1,0 +1,65 @@
+#include "host/base/Input.h"
+
+#include "host/base/WideText.h"
+
+#include <cerrno>
+#include <cstring>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace host
+{
+namespace
+{
+
+constexpr char kUrlStart[] = "http://";
+constexpr size_t kUrlStartLength = sizeof kUrlStart - 1;
+
+} // namespace
+
+Input::Input(std::string name)
+    : m_name(std::move(name)), m_wideName(WideFileName(m_name)),
+      m_isUrl(strncasecmp(m_name.c_str(), kUrlStart, kUrlStartLength) == 0)
+{
+}
+
+std::string Input::BaseName() const
+{
+    if (!m_isUrl)
+        return m_name.substr(m_name.rfind('/') + 1);
+    const std::string location =
+        m_name.substr(kUrlStartLength, m_name.find_first_of("?#") - kUrlStartLength);
+    const size_t slash = location.rfind('/');
+    const bool named = slash != std::string::npos && slash + 1 < location.size();
+    return named ? location.substr(slash + 1) : "stream";
+}
+
+std::string Input::Extension() const
+{
+    const std::string base = BaseName();
+    const size_t dot = base.rfind('.');
+    return dot == std::string::npos || dot == 0 ? std::string() : base.substr(dot);
+}
+
+std::string Input::FileProblem() const
+{
+    if (m_isUrl)
+        return {};
+    struct stat status;
+    if (stat(m_name.c_str(), &status) != 0)
+        return std::strerror(errno);
+    if (S_ISDIR(status.st_mode))
+        return "is a folder";
+    if (!S_ISREG(status.st_mode))
+        return "is a pipe or device, not a file (store its data in a file first)";
+    return status.st_size == 0 ? "is empty" : "";
+}
+
+std::string Input::AccessProblem() const
+{
+    const bool readable = m_isUrl || access(m_name.c_str(), R_OK) == 0;
+    return readable ? "" : std::strerror(errno);
+}
+
+} // namespace host

@@ -1,0 +1,96 @@
+#include "host/batch/OutputPlan.h"
+
+#include <map>
+#include <set>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace host
+{
+namespace
+{
+
+using ExtensionTest = std::function<bool(const std::string&)>;
+
+// "song.aiff" becomes "song.wav". Only a known extension is replaced: in "Opus 1.
+// Allegro" nothing is.
+std::string OutputName(const Input& input, const std::string& extension,
+                       const ExtensionTest& isKnownExtension)
+{
+    std::string name = input.BaseName();
+    const std::string old = input.Extension();
+    if (!old.empty() && isKnownExtension(old))
+        name.resize(name.size() - old.size());
+    return name + extension;
+}
+
+bool NoClash(const OutputPlan& plan, std::string& problem)
+{
+    std::map<std::string, const Input*> taken;
+    for (const OutputPlan::Item& item : plan.items) {
+        const auto [entry, isNew] = taken.emplace(item.output, &item.input);
+        if (isNew)
+            continue;
+        problem = "'" + entry->second->Name() + "' and '" + item.input.Name() +
+                  "' would both be written to '" + item.output + "'";
+        return false;
+    }
+    return true;
+}
+
+bool NoInputWrittenOver(const OutputPlan& plan, std::string& problem)
+{
+    using FileIdentity = std::pair<dev_t, ino_t>;
+    std::set<FileIdentity> inputs;
+    struct stat status;
+    for (const OutputPlan::Item& item : plan.items) {
+        if (!item.input.IsUrl() && stat(item.input.Name().c_str(), &status) == 0)
+            inputs.emplace(status.st_dev, status.st_ino);
+    }
+    for (const OutputPlan::Item& item : plan.items) {
+        const int found =
+            item.output == "-" ? fstat(STDOUT_FILENO, &status) : stat(item.output.c_str(), &status);
+        if (found == 0 && S_ISREG(status.st_mode) &&
+            inputs.contains({status.st_dev, status.st_ino})) {
+            problem = "the output '" + item.output + "' is one of the inputs";
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
+                 const std::string& extension, const ExtensionTest& isKnownExtension,
+                 OutputPlan& plan, std::string& problem)
+{
+    if (target.empty()) {
+        problem = "the name of the output is empty";
+        return false;
+    }
+    struct stat status;
+    const bool exists = target != "-" && stat(target.c_str(), &status) == 0;
+    const bool isFolder = exists && S_ISDIR(status.st_mode);
+    const bool several = inputs.size() > 1;
+    if (several && (target == "-" || (exists && !isFolder))) {
+        problem = "several inputs need a folder to be written to, which '" + target + "' is not";
+        return false;
+    }
+    const bool intoFolder = isFolder || several || (!exists && target.ends_with('/'));
+    if (intoFolder && !isFolder)
+        plan.newFolder = target;
+    for (const std::string& name : inputs) {
+        Input input(name);
+        std::string output = target;
+        if (intoFolder) {
+            output += target.ends_with('/') ? "" : "/";
+            output += OutputName(input, extension, isKnownExtension);
+        }
+        plan.items.push_back({std::move(input), std::move(output)});
+    }
+    return NoClash(plan, problem) && NoInputWrittenOver(plan, problem);
+}
+
+} // namespace host

@@ -1,0 +1,102 @@
+#include "host/author/FileCheck.h"
+#include "host/base/ExitCode.h"
+#include "host/base/Input.h"
+#include "host/base/WideText.h"
+#include "host/commands/Command.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace host
+{
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+constexpr char kExamples[] = R"(Examples:
+  aiffconv check song.aiff
+  aiffconv check -q *.aiff                     only those that are irregular
+  aiffconv check *.aiff --json | jq -r 'select(.status != "clean").file'
+
+Exit codes: 0 all files are clean, 4 some are irregular, 1 some cannot be read as AIFF.)";
+
+const char* StatusName(const FileFindings& findings)
+{
+    if (!findings.IsReadable())
+        return "unreadable";
+    return findings.IsClean() ? "clean" : "irregular";
+}
+
+class CheckCommand : public Command
+{
+public:
+    CLI::App* AddTo(CLI::App& program) override;
+    int Run(const GlobalOptions& global) override;
+
+private:
+    void Show(const std::string& name, const FileFindings& findings) const;
+
+    std::vector<std::string> m_inputs;
+    bool m_json = false;
+    bool m_quiet = false;
+};
+
+CLI::App* CheckCommand::AddTo(CLI::App& program)
+{
+    CLI::App* command = program.add_subcommand("check", "Tell what is irregular about AIFF files");
+    command->add_option("FILE", m_inputs, "Files to check")->required();
+    command->add_flag("--json", m_json, "Write one JSON object per file and line");
+    command->add_flag("-q,--quiet", m_quiet, "Leave out files that are clean");
+    command->footer(kExamples);
+    return command;
+}
+
+int CheckCommand::Run(const GlobalOptions&)
+{
+    bool unreadable = false;
+    bool irregular = false;
+    for (const std::string& name : m_inputs) {
+        const Input input(name);
+        FileFindings findings;
+        findings.problem =
+            input.IsUrl() ? "is a URL, only files can be checked" : input.FileProblem();
+        if (findings.IsReadable())
+            findings = CheckFile(name);
+        unreadable |= !findings.IsReadable();
+        irregular |= !findings.irregular.empty();
+        if (!m_quiet || !findings.IsClean())
+            Show(name, findings);
+    }
+    if (unreadable)
+        return kExitSomeFailed;
+    return irregular ? kExitDamaged : kExitDone;
+}
+
+void CheckCommand::Show(const std::string& name, const FileFindings& findings) const
+{
+    if (m_json) {
+        const Json line = {{"file", name},
+                           {"status", StatusName(findings)},
+                           {"findings", findings.irregular},
+                           {"problem", findings.IsReadable() ? Json() : Json(findings.problem)}};
+        std::printf("%s\n", line.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+        return;
+    }
+    if (!findings.IsReadable())
+        SayProblem(name + ": " + findings.problem);
+    else
+        std::printf("%s: %s\n", Printable(name).c_str(), StatusName(findings));
+    for (const std::string& text : findings.irregular)
+        std::printf("  %s\n", Printable(text).c_str());
+}
+
+} // namespace
+
+std::unique_ptr<Command> MakeCheckCommand()
+{
+    return std::make_unique<CheckCommand>();
+}
+
+} // namespace host

@@ -1,0 +1,119 @@
+#include "host/base/ExitCode.h"
+#include "host/base/WideText.h"
+#include "host/commands/Command.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace host
+{
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+using codecs::CodecKind;
+using codecs::PluginFile;
+
+constexpr char kExamples[] =
+    R"(The plug-ins stand in Codecs/Bin/decoder, encoder and dsp below the folder named
+by QVCODECPATH, or, when that is not set, below the program's own folder, its
+parent or lib/aiffconv beside it.)";
+
+std::string Status(const PluginFile& file)
+{
+    if (file.kind != CodecKind::Decoder)
+        return "present";
+    return file.decoder != nullptr ? "usable" : "not usable";
+}
+
+void PrintFile(const PluginFile& file)
+{
+    std::printf("%s %s: %s\n", KindName(file.kind), Printable(file.path).c_str(),
+                Status(file).c_str());
+    if (!file.problem.empty())
+        std::printf("  %s\n", Printable(file.problem).c_str());
+    if (file.decoder == nullptr)
+        return;
+    std::printf("  %s\n", Printable(Utf8(file.decoder->description)).c_str());
+    for (const codecs::FileFormat& format : file.decoder->formats)
+        std::printf("  %-8s %s\n", Printable(Utf8(format.extension)).c_str(),
+                    Printable(Utf8(format.name)).c_str());
+    for (const std::wstring& type : file.decoder->mimeTypes)
+        std::printf("  %s\n", Printable(Utf8(type)).c_str());
+}
+
+Json FileJson(const PluginFile& file)
+{
+    Json entry = {{"path", file.path}, {"kind", KindName(file.kind)}, {"status", Status(file)}};
+    if (!file.problem.empty())
+        entry["problem"] = file.problem;
+    if (file.decoder == nullptr)
+        return entry;
+    entry["description"] = Utf8(file.decoder->description);
+    entry["formats"] = Json::array();
+    for (const codecs::FileFormat& format : file.decoder->formats)
+        entry["formats"].push_back(
+            {{"extension", Utf8(format.extension)}, {"name", Utf8(format.name)}});
+    entry["mimeTypes"] = Json::array();
+    for (const std::wstring& type : file.decoder->mimeTypes)
+        entry["mimeTypes"].push_back(Utf8(type));
+    return entry;
+}
+
+class CodecsCommand : public Command
+{
+public:
+    CLI::App* AddTo(CLI::App& program) override
+    {
+        CLI::App* command =
+            program.add_subcommand("codecs", "Show which plug-ins were found, and where");
+        command->add_flag("--json", m_json, "Write a JSON object");
+        command->footer(kExamples);
+        return command;
+    }
+
+    int Run(const GlobalOptions&) override
+    {
+        codecs::CodecLoader loader;
+        loader.Load();
+        if (m_json)
+            PrintJson(loader);
+        else
+            PrintText(loader);
+        return loader.Decoders().empty() ? kExitNoDecoder : kExitDone;
+    }
+
+private:
+    static void PrintText(const codecs::CodecLoader& loader)
+    {
+        for (const std::string& root : loader.SearchedRoots())
+            std::printf("%s %s\n", root == loader.Root() ? "used    " : "searched",
+                        Printable(root).c_str());
+        for (const PluginFile& file : loader.Files())
+            PrintFile(file);
+        if (loader.Decoders().empty())
+            std::printf("no usable decoder\n");
+    }
+
+    static void PrintJson(const codecs::CodecLoader& loader)
+    {
+        Json result = {{"folder", loader.Root()},
+                       {"searched", loader.SearchedRoots()},
+                       {"plugins", Json::array()}};
+        for (const PluginFile& file : loader.Files())
+            result["plugins"].push_back(FileJson(file));
+        std::printf("%s\n", result.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+    }
+
+    bool m_json = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeCodecsCommand()
+{
+    return std::make_unique<CodecsCommand>();
+}
+
+} // namespace host

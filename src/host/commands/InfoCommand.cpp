@@ -1,0 +1,178 @@
+#include "host/base/ExitCode.h"
+#include "host/base/WideText.h"
+#include "host/commands/Command.h"
+#include "host/commands/TimePoint.h"
+#include "host/session/DecoderSession.h"
+#include "host/session/Reason.h"
+#include "host/session/TagText.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace host
+{
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+
+constexpr char kExamples[] = R"(Examples:
+  aiffconv info song.aiff
+  aiffconv info *.aiff --json | jq '.[].format')";
+
+int64_t Frames(const STQvAudioInfo& info)
+{
+    const int64_t align = info.WaveFormat.nBlockAlign;
+    return info.nLengthBytes / std::max<int64_t>(align, 1);
+}
+
+void PrintLine(const char* label, const std::string& value)
+{
+    std::printf("  %-18s %s\n", label, Printable(value).c_str());
+}
+
+std::string FormatText(const STQvAudioInfo& info)
+{
+    const STQvWaveFormat format = info.WaveFormat;
+    std::string text = std::to_string(format.nSamplesPerSec) + " Hz, " +
+                       std::to_string(format.nBitsPerSample) + " bit, " +
+                       std::to_string(format.nChannels) +
+                       (format.nChannels == 1 ? " channel" : " channels");
+    return format.nFormatTag == QV_FORMAT_PCM ? text : text + ", not plain PCM";
+}
+
+std::string LengthText(const DecoderSession& session)
+{
+    if (session.HasUnknownLength())
+        return "unknown";
+    const STQvAudioInfo& info = session.AudioInfo();
+    const int64_t length = info.nLengthMS;
+    const int64_t bytes = info.nLengthBytes;
+    return FormatDuration(length) + " (" + std::to_string(Frames(info)) + " frames, " +
+           std::to_string(bytes) + " bytes)";
+}
+
+// Null where it is unknown.
+Json LengthJson(const DecoderSession& session)
+{
+    if (session.HasUnknownLength())
+        return nullptr;
+    const STQvAudioInfo& info = session.AudioInfo();
+    return {{"milliseconds", int64_t{info.nLengthMS}},
+            {"frames", Frames(info)},
+            {"bytes", int64_t{info.nLengthBytes}}};
+}
+
+void PrintInfo(const DecoderSession& session, const std::string& warning)
+{
+    const STQvAudioInfo& info = session.AudioInfo();
+    std::printf("%s\n", Printable(session.Source().Name()).c_str());
+    PrintLine("Format", FormatText(info));
+    PrintLine("Length", LengthText(session));
+    PrintLine("Bit rate", std::to_string(info.nBitRate / 1000) + " kbit/s");
+    PrintLine("Decoder", Utf8(session.UsedDecoder().description));
+    if (!warning.empty())
+        PrintLine("Problem", warning);
+    for (const TagItem& item : session.Properties())
+        PrintLine(item.name.c_str(), item.value);
+    const std::vector<TagItem> tags = session.Tags();
+    if (!tags.empty())
+        std::printf("  Tags\n");
+    PrintTags(tags, 4);
+}
+
+Json InfoJson(const DecoderSession& session, const std::string& warning)
+{
+    const STQvAudioInfo info = session.AudioInfo();
+    const STQvWaveFormat format = info.WaveFormat;
+    Json properties = Json::object();
+    for (const TagItem& item : session.Properties())
+        properties[item.name] = item.value;
+    Json entry = {{"file", session.Source().Name()},
+                  {"decoder", Utf8(session.UsedDecoder().description)},
+                  {"format",
+                   {{"formatTag", int{format.nFormatTag}},
+                    {"sampleRate", uint32_t{format.nSamplesPerSec}},
+                    {"channels", int{format.nChannels}},
+                    {"bitsPerSample", int{format.nBitsPerSample}},
+                    {"bitRate", uint32_t{info.nBitRate}}}},
+                  {"length", LengthJson(session)},
+                  {"properties", std::move(properties)},
+                  {"tags", TagsJson(session.Tags())}};
+    if (!warning.empty())
+        entry["problem"] = warning;
+    return entry;
+}
+
+class InfoCommand : public DecoderCommand
+{
+public:
+    CLI::App* AddTo(CLI::App& program) override;
+
+private:
+    int Work(const codecs::CodecLoader& loader, const Trace& trace) override;
+    int Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+             Json& list) const;
+
+    std::vector<std::string> m_inputs;
+    bool m_json = false;
+};
+
+CLI::App* InfoCommand::AddTo(CLI::App& program)
+{
+    CLI::App* command = program.add_subcommand("info", "Show format, length, properties and tags");
+    command->add_option("IN", m_inputs, "Files, or URLs that begin with http://")->required();
+    command->add_flag("--json", m_json, "Write a JSON array with one object per input");
+    command->footer(kExamples);
+    return command;
+}
+
+int InfoCommand::Work(const codecs::CodecLoader& loader, const Trace& trace)
+{
+    ReportCapture report(trace);
+    Json list = Json::array();
+    bool failed = false;
+    bool damaged = false;
+    for (const std::string& name : m_inputs) {
+        const int result = Show(loader, report, Input(name), list);
+        failed |= result == kExitSomeFailed;
+        damaged |= result == kExitDamaged;
+    }
+    if (m_json)
+        std::printf("%s\n", list.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+    if (failed)
+        return kExitSomeFailed;
+    return damaged ? kExitDamaged : kExitDone;
+}
+
+int InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+                      Json& list) const
+{
+    DecoderSession session(loader, report);
+    std::string problem = input.FileProblem();
+    constexpr uint32_t kFlags = QV_OPEN_AUDIO_INFO | QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
+    if (problem.empty() && !session.Open(input, kFlags))
+        problem = FailureReason(session);
+    if (!problem.empty()) {
+        SayProblem(input.Name() + ": " + problem);
+        list.push_back({{"file", input.Name()}, {"error", problem}});
+        return kExitSomeFailed;
+    }
+    const std::string warning = DamageWarning(session);
+    if (m_json)
+        list.push_back(InfoJson(session, warning));
+    else
+        PrintInfo(session, warning);
+    return warning.empty() ? kExitDone : kExitDamaged;
+}
+
+} // namespace
+
+std::unique_ptr<Command> MakeInfoCommand()
+{
+    return std::make_unique<InfoCommand>();
+}
+
+} // namespace host

@@ -1,0 +1,203 @@
+#include "host/session/Reason.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <unistd.h>
+
+namespace host
+{
+namespace
+{
+
+// How a line of a decoder's report is put for people. "%" stands for what follows
+// the start of the line, "@" for what is found out about the compression.
+struct Phrase {
+    std::string_view start;
+    std::string_view text;
+};
+
+constexpr std::string_view kChunkOutOfFile = "Error Chunk is out of file.";
+constexpr std::string_view kChunkOutOfForm = "Warning Chunk is out of AIFF area";
+
+constexpr std::string_view kErrorOpening = "Error opening file '";
+constexpr std::string_view kErrorWriting = "Error writing file '";
+constexpr std::string_view kStreamFault = "Cannot open stream: ";
+
+constexpr Phrase kPhrases[] = {
+    {"Error first chunk unknown: ", "is not an AIFF file (it begins with \"%\")"},
+    {"Error: File too small for AIFF.", "is too short to be an AIFF file"},
+    {"Error cannot find 'COMM' chunk.",
+     "says nothing about its audio format (no COMM chunk): damaged, or not an AIFF file"},
+    {"Error cannot find 'SSND' chunk.", "holds no sound data (no SSND chunk)"},
+    {"Error 'COMM' chunk is a bad size.",
+     "has a damaged description of its audio format (COMM chunk of a wrong size)"},
+    {"Error cannot read 'COMM' chunk from file.",
+     "is cut off within the description of its audio format (COMM chunk)"},
+    {"Error - file has compressed audio (not supported).",
+     "holds compressed audio@, which is not supported"},
+    {"Error reading data from file.", "cannot be read to the end of its sound data"},
+    {kErrorOpening, "cannot be opened"},
+    {"Error unknown Chunk too large for streaming.",
+     "has a chunk before its sound that a stream cannot skip (download the file first)"},
+    {"Error wave file has no COMM format chunk.",
+     "has its audio format behind the sound, which a stream cannot use (download the file "
+     "first)"},
+};
+
+// The same for a change of tags.
+constexpr Phrase kEditPhrases[] = {
+    {"Error the file is left as it is: ", "is left as it is: %"},
+    {"Error the old tag cannot be read whole, or the new one would be too large.",
+     "is left as it is: its tag cannot be read whole, or would be too large"},
+    {"Error writing to file, disk full?", "cannot be written (is the disk full?)"},
+    {"Error Setting File", "cannot be written (is the disk full?)"},
+};
+
+bool AnyStartsWith(const std::vector<std::string>& lines, std::string_view start)
+{
+    return std::any_of(lines.begin(), lines.end(),
+                       [start](const std::string& line) { return line.starts_with(start); });
+}
+
+// The properties of the input, read by an instance of their own: asked only once
+// something has gone wrong, so that plain files pay nothing for it.
+std::vector<std::pair<std::string, std::string>> ReadProperties(const DecoderSession& session)
+{
+    ReportCapture silent{Trace{}};
+    DecoderSession reader(session.Loader(), silent);
+    std::vector<std::pair<std::string, std::string>> properties;
+    if (reader.Open(session.Source(), QV_OPEN_PROPERTIES)) {
+        for (const TagItem& item : reader.Properties())
+            properties.emplace_back(item.name, item.value);
+    }
+    return properties;
+}
+
+std::string Property(const DecoderSession& session, std::string_view name)
+{
+    for (const auto& [key, value] : ReadProperties(session)) {
+        if (key == name)
+            return value;
+    }
+    return {};
+}
+
+// " (ulaw, µLaw 2:1)" from the property "ulaw (µLaw 2:1)"; empty when unknown.
+std::string Compression(const DecoderSession& session)
+{
+    const std::string settings = Property(session, "Encoder Settings");
+    const size_t bracket = settings.find(" (");
+    if (settings.empty() || bracket == std::string::npos)
+        return {};
+    std::string name = settings.substr(bracket + 2);
+    name.pop_back();
+    const std::string code = settings.substr(0, bracket);
+    return " (" + code + (name.empty() ? "" : ", " + name) + ")";
+}
+
+// The text of a phrase for a line that begins as it does.
+std::string Filled(const Phrase& phrase, const std::string& line)
+{
+    std::string text(phrase.text);
+    if (const size_t mark = text.find('%'); mark != std::string::npos)
+        text.replace(mark, 1, line.substr(phrase.start.size()));
+    return text;
+}
+
+// The text of a known error line; empty for an unknown one.
+std::string Translate(const DecoderSession& session, const std::string& line)
+{
+    for (const Phrase& phrase : kPhrases) {
+        if (!line.starts_with(phrase.start))
+            continue;
+        std::string text = Filled(phrase, line);
+        if (const size_t mark = text.find('@'); mark != std::string::npos)
+            text.replace(mark, 1, Compression(session));
+        return text;
+    }
+    return {};
+}
+
+// The same for a change of tags.
+std::string TranslateEdit(const Input& input, const std::string& line)
+{
+    for (const Phrase& phrase : kEditPhrases) {
+        if (line.starts_with(phrase.start))
+            return Filled(phrase, line);
+    }
+    const std::string writing = std::string(kErrorWriting) + input.Name() + "': ";
+    if (line.starts_with(writing))
+        return "cannot be written: " + line.substr(writing.size());
+    if (!line.starts_with(kErrorOpening))
+        return {};
+    if (access(input.Name().c_str(), W_OK) != 0)
+        return std::string("cannot be changed: ") + std::strerror(errno);
+    return "cannot be opened for writing: another program may be changing it";
+}
+
+// Why a stream could not be opened; empty when that was not it.
+std::string StreamFault(const std::vector<std::string>& information)
+{
+    for (const std::string& line : information) {
+        if (line.starts_with(kStreamFault))
+            return "cannot be opened: " + line.substr(kStreamFault.size());
+    }
+    return {};
+}
+
+// A chunk that runs out of the file ends the list of chunks, so the sound is the
+// one that was cut when it stands last.
+bool SoundIsLastChunk(const DecoderSession& session)
+{
+    const std::string chunks = Property(session, "Riff Chunks");
+    const size_t last = chunks.rfind(",  '");
+    const std::string_view entry =
+        std::string_view(chunks).substr(last == std::string::npos ? 0 : last + 3);
+    return entry.starts_with("'SSND'") || entry.starts_with("'ssnd'");
+}
+
+} // namespace
+
+std::string FailureReason(const DecoderSession& session)
+{
+    if (const std::string problem = session.Source().AccessProblem(); !problem.empty())
+        return problem;
+    if (const std::string fault = StreamFault(session.Information()); !fault.empty())
+        return fault;
+    const auto& errors = session.Errors();
+    for (auto line = errors.rbegin(); line != errors.rend(); ++line) {
+        const std::string text = Translate(session, *line);
+        if (!text.empty())
+            return text + (AnyStartsWith(errors, kChunkOutOfFile) ? "; the file is cut off" : "");
+    }
+    if (errors.empty())
+        return "cannot be decoded (the decoder gives no reason)";
+    return "cannot be decoded: " + errors.back();
+}
+
+std::string EditFailureReason(const Input& input, const std::vector<std::string>& errors)
+{
+    for (auto line = errors.rbegin(); line != errors.rend(); ++line) {
+        std::string text = TranslateEdit(input, *line);
+        if (text.ends_with('.'))
+            text.pop_back();
+        if (!text.empty())
+            return text;
+    }
+    if (errors.empty())
+        return "cannot be changed (the decoder gives no reason)";
+    return "cannot be changed: " + errors.back();
+}
+
+std::string DamageWarning(const DecoderSession& session)
+{
+    const bool suspicious = AnyStartsWith(session.Errors(), kChunkOutOfFile) ||
+                            AnyStartsWith(session.Information(), kChunkOutOfForm);
+    if (!suspicious || !SoundIsLastChunk(session))
+        return {};
+    return "is cut off: its sound data is shorter than the file says";
+}
+
+} // namespace host

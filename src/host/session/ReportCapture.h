@@ -1,0 +1,55 @@
+#pragma once
+
+#include "host/base/Trace.h"
+#include "qvcodec.h"
+
+#include <string>
+#include <vector>
+
+namespace host
+{
+
+// Collects what decoders report about one input after the other, and shows it
+// when a trace is wanted. Used by one thread, for any number of instances.
+//
+// The lines pass through pipes whose writing ends never block, so a decoder that
+// writes without end loses lines rather than waiting for a reader.
+class ReportCapture
+{
+public:
+    explicit ReportCapture(const Trace& trace);
+    ReportCapture(const ReportCapture&) = delete;
+    ReportCapture& operator=(const ReportCapture&) = delete;
+    ~ReportCapture();
+
+    // For Create; valid as long as this object lives.
+    STNStdReport Handles() const;
+
+    // Takes in what was written since the last call.
+    void Collect();
+    // Forgets everything, for the next input.
+    void Clear();
+
+    // Lines collected since Clear, without line ends and "  [operation]".
+    const std::vector<std::string>& Errors() const { return m_errors.lines; }
+    const std::vector<std::string>& Information() const { return m_information.lines; }
+
+private:
+    struct Channel {
+        int reading = -1;
+        int writing = -1;
+        bool shown = false; // copied to the trace
+        std::string partial;
+        std::vector<std::string> lines;
+    };
+
+    static void OpenChannel(Channel& channel);
+    static void CloseChannel(Channel& channel);
+    void Read(Channel& channel);
+
+    Trace m_trace;
+    Channel m_errors;
+    Channel m_information;
+};
+
+} // namespace host

@@ -1,0 +1,223 @@
+#include "host/session/TagBlob.h"
+
+#include "host/base/WideText.h"
+
+#include <algorithm>
+#include <limits>
+#include <strings.h>
+
+namespace host
+{
+namespace
+{
+
+constexpr std::string_view kTagVersion = "TagVersion";
+
+// Little-endian fields at the front of a block; each read takes its bytes off.
+class BlobReader
+{
+public:
+    explicit BlobReader(std::span<const uint8_t> bytes) : m_left(bytes) {}
+
+    std::span<const uint8_t> Left() const { return m_left; }
+
+    [[nodiscard]] bool ReadInt32(int32_t& value)
+    {
+        if (m_left.size() < 4)
+            return false;
+        uint32_t bits = 0;
+        for (size_t i = 4; i-- > 0;)
+            bits = bits << 8 | m_left[i];
+        value = static_cast<int32_t>(bits);
+        m_left = m_left.subspan(4);
+        return true;
+    }
+
+    [[nodiscard]] bool ReadBytes(size_t size, std::span<const uint8_t>& bytes)
+    {
+        if (size > m_left.size())
+            return false;
+        bytes = m_left.first(size);
+        m_left = m_left.subspan(size);
+        return true;
+    }
+
+    // A text of 16-bit units up to its zero; surrogate pairs become one character.
+    [[nodiscard]] bool ReadText(std::string& text)
+    {
+        std::wstring wide;
+        while (m_left.size() >= 2) {
+            const uint32_t unit = m_left[0] | static_cast<uint32_t>(m_left[1]) << 8;
+            m_left = m_left.subspan(2);
+            if (unit == 0) {
+                text = Utf8(wide);
+                return true;
+            }
+            Append(wide, unit);
+        }
+        return false;
+    }
+
+private:
+    static void Append(std::wstring& wide, uint32_t unit)
+    {
+        const uint32_t last = wide.empty() ? 0 : static_cast<uint32_t>(wide.back());
+        const bool pair = last >= 0xD800 && last < 0xDC00 && unit >= 0xDC00 && unit < 0xE000;
+        if (pair)
+            wide.back() = static_cast<wchar_t>(0x10000 + ((last - 0xD800) << 10) + (unit - 0xDC00));
+        else
+            wide.push_back(static_cast<wchar_t>(unit));
+    }
+
+    std::span<const uint8_t> m_left;
+};
+
+void AppendInt32(std::vector<uint8_t>& bytes, size_t value)
+{
+    for (int shift = 0; shift < 32; shift += 8)
+        bytes.push_back(static_cast<uint8_t>(value >> shift));
+}
+
+bool AppendText(std::vector<uint8_t>& bytes, const std::string& text, std::string& problem)
+{
+    std::u16string units;
+    if (!Utf16Units(text, units, problem))
+        return false;
+    units.push_back(0);
+    for (const char16_t unit : units) {
+        bytes.push_back(static_cast<uint8_t>(unit));
+        bytes.push_back(static_cast<uint8_t>(unit >> 8));
+    }
+    return true;
+}
+
+} // namespace
+
+bool TagItem::IsPicture() const
+{
+    return name.starts_with(kPicturePrefix);
+}
+
+bool TagItem::IsInformation() const
+{
+    return SameName(name, kTagVersion);
+}
+
+std::vector<std::string> TagItem::Values() const
+{
+    std::vector<std::string> values;
+    std::string_view left = value;
+    for (size_t end = left.find('\r'); end != std::string_view::npos; end = left.find('\r')) {
+        values.emplace_back(left.substr(0, end));
+        left.remove_prefix(end + 1);
+    }
+    values.emplace_back(left);
+    return values;
+}
+
+std::string TagItem::PictureDescription() const
+{
+    const size_t separator = name.find(kSubDescription);
+    return separator == std::string::npos ? "" : name.substr(separator + kSubDescription.size());
+}
+
+std::string TagItem::PictureRole() const
+{
+    const size_t index = std::min(name.size(), kPicturePrefix.size());
+    const size_t separator = name.find('_', index);
+    if (separator == std::string::npos)
+        return {};
+    const std::string role = name.substr(separator + 1);
+    return role.substr(0, role.find(kSubDescription));
+}
+
+std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob)
+{
+    std::vector<TagItem> items;
+    BlobReader reader(blob);
+    int32_t count = 0;
+    if (!reader.ReadInt32(count))
+        return items;
+    for (int32_t i = 0; i < count; ++i) {
+        int32_t size = 0;
+        std::span<const uint8_t> body;
+        if (!reader.ReadInt32(size) || size < 4 ||
+            !reader.ReadBytes(static_cast<size_t>(size) - 4, body))
+            break;
+        BlobReader fields(body);
+        TagItem item;
+        if (!fields.ReadText(item.name) || !fields.ReadText(item.value))
+            break;
+        item.data = fields.Left();
+        items.push_back(std::move(item));
+    }
+    return items;
+}
+
+bool MakeTagBlob(const std::vector<TagItem>& items, std::vector<uint8_t>& blob,
+                 std::string& problem)
+{
+    blob.clear();
+    AppendInt32(blob, items.size());
+    for (const TagItem& item : items) {
+        std::vector<uint8_t> texts;
+        std::string why;
+        if (!AppendText(texts, item.name, why) || !AppendText(texts, item.value, why)) {
+            problem = "\"" + item.name + "\" " + why;
+            return false;
+        }
+        constexpr size_t kLimit = std::numeric_limits<int32_t>::max();
+        const size_t size = sizeof(int32_t) + texts.size() + item.data.size();
+        if (size > kLimit - blob.size()) {
+            problem = "\"" + item.name + "\" is too large for a tag";
+            return false;
+        }
+        AppendInt32(blob, size);
+        blob.insert(blob.end(), texts.begin(), texts.end());
+        blob.insert(blob.end(), item.data.begin(), item.data.end());
+    }
+    return true;
+}
+
+bool SameName(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name)
+{
+    const auto found = std::find_if(items.begin(), items.end(), [name](const TagItem& item) {
+        return SameName(item.name, name);
+    });
+    return found == items.end() ? nullptr : &*found;
+}
+
+std::string FindValue(const std::vector<TagItem>& items, std::string_view name)
+{
+    const auto found = std::find_if(items.begin(), items.end(),
+                                    [name](const TagItem& item) { return item.name == name; });
+    return found == items.end() ? std::string() : found->value;
+}
+
+const char* PictureType(std::span<const uint8_t> picture)
+{
+    struct Signature {
+        std::string_view start;
+        const char* type;
+    };
+    static constexpr Signature kSignatures[] = {
+        {"\xFF\xD8\xFF", "image/jpeg"},
+        {"\x89PNG\r\n\x1A\n", "image/png"},
+        {"GIF8", "image/gif"},
+        {"BM", "image/bmp"},
+    };
+    for (const Signature& signature : kSignatures) {
+        const auto same = [](char a, uint8_t b) { return static_cast<uint8_t>(a) == b; };
+        if (picture.size() >= signature.start.size() &&
+            std::equal(signature.start.begin(), signature.start.end(), picture.begin(), same))
+            return signature.type;
+    }
+    return "";
+}
+
+} // namespace host

@@ -1,0 +1,85 @@
+#include "host/session/TagFile.h"
+
+#include "host/base/WideText.h"
+#include "host/batch/Interruption.h"
+#include "host/session/Reason.h"
+
+#include <algorithm>
+
+namespace host
+{
+
+TagFile::TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input)
+    : m_report(report), m_input(input), m_session(loader, report)
+{
+}
+
+// A decoder counts a change to a file that it does not know as done, so whether it knows
+// the file is found out here.
+bool TagFile::Read()
+{
+    const std::string problem = m_input.FileProblem();
+    if (!problem.empty())
+        return Fail(problem);
+    if (!m_session.Open(m_input, QV_OPEN_READ_TAGS))
+        return Fail(FailureReason(m_session));
+    m_items = m_session.Tags();
+    return true;
+}
+
+bool TagFile::Write(const std::vector<TagItem>& items)
+{
+    std::vector<TagItem> kept;
+    std::copy_if(items.begin(), items.end(), std::back_inserter(kept),
+                 [](const TagItem& item) { return !item.IsInformation(); });
+    std::vector<uint8_t> blob;
+    if (!MakeTagBlob(kept, blob, m_problem))
+        return false;
+    return Change([&](codecs::DecoderInstance& instance) {
+        STQvCodecGetSet record{};
+        record.pText1 = m_input.WideName().c_str();
+        record.pData = blob.data();
+        record.nDataSize = static_cast<int32_t>(blob.size());
+        return instance.Set(QV_KEY_ID_TAGS, record);
+    });
+}
+
+bool TagFile::Remove(const std::vector<std::string>& names)
+{
+    std::wstring packed; // an empty list would mean everything
+    for (const std::string& name : names) {
+        if (name.empty())
+            return Fail("an empty name names no field");
+        packed += WideFileName(name) + L'\0';
+    }
+    return packed.empty() || Change([&](codecs::DecoderInstance& instance) {
+               return instance.DeleteATag(m_input.WideName().c_str(), packed.c_str());
+           });
+}
+
+bool TagFile::RemoveAll()
+{
+    return Change([&](codecs::DecoderInstance& instance) {
+        return instance.DeleteATag(m_input.WideName().c_str(), nullptr);
+    });
+}
+
+template <class Call>
+bool TagFile::Change(Call call)
+{
+    if (m_input.IsUrl())
+        return Fail("is a URL; only the tags of files can be changed");
+    m_report.Clear();
+    codecs::DecoderInstance instance(m_session.UsedDecoder().codec, m_report.Handles());
+    const bool done = Interruption::Undisturbed([&] { return call(instance); });
+    m_report.Collect();
+    return done || Fail(EditFailureReason(m_input, m_report.Errors()));
+}
+
+bool TagFile::Fail(const std::string& what)
+{
+    m_problem = what;
+    return false;
+}
+
+} // namespace host

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "host/session/TagBlob.h"
+
+#include <nlohmann/json.hpp>
+#include <vector>
+
+namespace host
+{
+
+// Prints a line for each item (several values: several lines) on standard output.
+void PrintTags(const std::vector<TagItem>& tags, int indent);
+
+// An array with an object for each item: "name", and "value" with "values", or
+// "picture".
+nlohmann::ordered_json TagsJson(const std::vector<TagItem>& tags);
+
+} // namespace host

@@ -1,0 +1,17 @@
+#include "host/writers/AudioWriter.h"
+
+#include "host/writers/FlacWriter.h"
+#include "host/writers/WavWriter.h"
+
+namespace host
+{
+
+std::unique_ptr<AudioWriter> AudioWriter::Make(AudioFormat format, OutputFile& output,
+                                               const std::vector<TagItem>& tags)
+{
+    if (format == AudioFormat::Flac)
+        return std::make_unique<FlacWriter>(output, tags);
+    return std::make_unique<WavWriter>(output, tags);
+}
+
+} // namespace host

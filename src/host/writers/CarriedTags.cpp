@@ -1,0 +1,288 @@
+#include "host/writers/CarriedTags.h"
+
+#include "host/writers/FieldNames.h"
+#include "host/writers/PictureKinds.h"
+
+#include <algorithm>
+#include <attachedpictureframe.h>
+#include <charconv>
+#include <commentsframe.h>
+#include <flacpicture.h>
+#include <id3v2tag.h>
+#include <infotag.h>
+#include <popularimeterframe.h>
+#include <textidentificationframe.h>
+#include <unsynchronizedlyricsframe.h>
+#include <urllinkframe.h>
+#include <xiphcomment.h>
+
+namespace host
+{
+namespace
+{
+
+using TagLib::ByteVector;
+using TagLib::String;
+using TagLib::StringList;
+namespace ID3v2 = TagLib::ID3v2;
+
+constexpr auto kUtf8 = String::UTF8;
+
+// An ID3v2 tag says its size in 28 bits, a FLAC block in 24.
+constexpr size_t kMaxId3Size = (size_t{1} << 28) - 1;
+constexpr size_t kMaxBlockSize = (size_t{1} << 24) - 1;
+constexpr uint8_t kCommentBlock = 4;
+constexpr uint8_t kPictureBlock = 6;
+constexpr uint8_t kLastBlock = 0x80;
+
+String Text(std::string_view utf8)
+{
+    return String(std::string(utf8), kUtf8);
+}
+
+StringList Texts(const std::vector<std::string>& values)
+{
+    StringList list;
+    for (const std::string& value : values)
+        list.append(Text(value));
+    return list;
+}
+
+ByteVector Bytes(std::span<const uint8_t> bytes)
+{
+    return ByteVector(reinterpret_cast<const char*>(bytes.data()),
+                      static_cast<unsigned>(bytes.size()));
+}
+
+void Append(std::vector<uint8_t>& bytes, const ByteVector& more)
+{
+    bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
+bool IsField(const TagItem& item)
+{
+    return !item.IsInformation() && !item.name.starts_with('_');
+}
+
+// What stands behind "Comment " or "User defined URL link "; false for other fields.
+bool TakeDescription(const std::string& name, std::string_view field, std::string& description)
+{
+    const std::string_view whole = name;
+    if (!SameName(whole.substr(0, field.size()), field))
+        return false;
+    if (whole.size() > field.size() && whole[field.size()] != ' ')
+        return false;
+    description = whole.substr(std::min(field.size() + 1, whole.size()));
+    return true;
+}
+
+void AddComments(ID3v2::Tag& tag, const std::string& description, const TagItem& item)
+{
+    for (const std::string& value : item.Values()) {
+        auto* frame = new ID3v2::CommentsFrame(kUtf8); // the tag owns its frames
+        frame->setDescription(Text(description));
+        frame->setText(Text(value));
+        tag.addFrame(frame);
+    }
+}
+
+void AddUserUrls(ID3v2::Tag& tag, const std::string& description, const TagItem& item)
+{
+    for (const std::string& value : item.Values()) {
+        auto* frame = new ID3v2::UserUrlLinkFrame(kUtf8);
+        frame->setDescription(Text(description));
+        frame->setUrl(Text(value));
+        tag.addFrame(frame);
+    }
+}
+
+void AddUserText(ID3v2::Tag& tag, const TagItem& item)
+{
+    auto* frame = new ID3v2::UserTextIdentificationFrame(kUtf8);
+    frame->setDescription(Text(item.name));
+    frame->setText(Texts(item.Values()));
+    tag.addFrame(frame);
+}
+
+// Ratings run from 1 to 10, in a frame from 1 to 255.
+void AddRating(ID3v2::Tag& tag, const std::string& value)
+{
+    static constexpr int kSteps[] = {0, 0, 1, 32, 64, 96, 128, 160, 196, 228, 255};
+    size_t rating = 0;
+    std::from_chars(value.data(), value.data() + value.size(), rating);
+    auto* frame = new ID3v2::PopularimeterFrame;
+    frame->setEmail("Windows Media Player 9 Series");
+    frame->setRating(kSteps[std::min(rating, std::size(kSteps) - 1)]);
+    tag.addFrame(frame);
+}
+
+void AddNamedFrame(ID3v2::Tag& tag, std::string_view id, const TagItem& item)
+{
+    const ByteVector code(id.data(), static_cast<unsigned>(id.size()));
+    if (id == "USLT") {
+        auto* frame = new ID3v2::UnsynchronizedLyricsFrame(kUtf8);
+        frame->setText(Text(item.value));
+        tag.addFrame(frame);
+    } else if (id == "POPM") {
+        AddRating(tag, item.value);
+    } else if (id.front() == 'W') {
+        auto* frame = new ID3v2::UrlLinkFrame(code);
+        frame->setUrl(Text(item.Values().front()));
+        tag.addFrame(frame);
+    } else {
+        auto* frame = new ID3v2::TextIdentificationFrame(code, kUtf8);
+        frame->setText(Texts(item.Values()));
+        tag.addFrame(frame);
+    }
+}
+
+void AddFieldFrame(ID3v2::Tag& tag, const TagItem& item)
+{
+    std::string description;
+    if (TakeDescription(item.name, kCommentField, description))
+        AddComments(tag, description, item);
+    else if (TakeDescription(item.name, kUserUrlField, description))
+        AddUserUrls(tag, description, item);
+    else if (const FieldName* name = FindFieldName(item.name); name != nullptr)
+        AddNamedFrame(tag, name->frame, item);
+    else
+        AddUserText(tag, item);
+}
+
+void AddPictureFrame(ID3v2::Tag& tag, const TagItem& item)
+{
+    auto* frame = new ID3v2::AttachedPictureFrame;
+    frame->setTextEncoding(kUtf8);
+    frame->setMimeType(PictureType(item.data));
+    const unsigned type = PictureKindOfRole(item.PictureRole()).type;
+    frame->setType(static_cast<ID3v2::AttachedPictureFrame::Type>(type));
+    frame->setDescription(Text(item.PictureDescription()));
+    frame->setPicture(Bytes(item.data));
+    tag.addFrame(frame);
+}
+
+// An even number of bytes, whatever the size of the data.
+void AppendChunk(std::vector<uint8_t>& chunks, const char* id, const ByteVector& data)
+{
+    Append(chunks, id);
+    Append(chunks, ByteVector::fromUInt(data.size(), false));
+    Append(chunks, data);
+    if (data.size() % 2 != 0)
+        chunks.push_back(0);
+}
+
+ByteVector InfoList(const std::vector<TagItem>& tags)
+{
+    TagLib::RIFF::Info::Tag info;
+    for (const TagItem& item : tags) {
+        const FieldName* name = IsField(item) ? FindFieldName(item.name) : nullptr;
+        if (name != nullptr && !name->info.empty())
+            info.setFieldText(ByteVector(name->info.data(), 4),
+                              Texts(item.Values()).toString("; "));
+    }
+    return info.isEmpty() ? ByteVector() : info.render();
+}
+
+size_t DataSize(const std::vector<TagItem>& tags)
+{
+    size_t size = 0;
+    for (const TagItem& item : tags)
+        size += item.name.size() + item.value.size() + item.data.size();
+    return size;
+}
+
+// "3/12" is a number and a total, which Vorbis comments keep apart.
+void AddNumber(TagLib::Ogg::XiphComment& comment, const std::string& field, const TagItem& item)
+{
+    const std::string total = field == "TRACKNUMBER" ? "TRACKTOTAL" : "DISCTOTAL";
+    const size_t slash = item.value.find('/');
+    comment.addField(field, Text(item.value.substr(0, slash)), false);
+    if (slash != std::string::npos)
+        comment.addField(total, Text(item.value.substr(slash + 1)), false);
+}
+
+ByteVector CommentBlock(const std::vector<TagItem>& tags, std::span<const uint8_t> encoders)
+{
+    TagLib::Ogg::XiphComment comment(Bytes(encoders));
+    for (const TagItem& item : tags) {
+        if (!IsField(item))
+            continue;
+        const std::string field = VorbisName(item.name);
+        if (field == "TRACKNUMBER" || field == "DISCNUMBER") {
+            AddNumber(comment, field, item);
+            continue;
+        }
+        for (const std::string& value : item.Values())
+            comment.addField(field, Text(value), false);
+    }
+    return comment.render(false);
+}
+
+ByteVector PictureBlock(const TagItem& item)
+{
+    TagLib::FLAC::Picture picture;
+    const unsigned type = PictureKindOfRole(item.PictureRole()).type;
+    picture.setType(static_cast<TagLib::FLAC::Picture::Type>(type));
+    picture.setMimeType(PictureType(item.data));
+    picture.setDescription(Text(item.PictureDescription()));
+    picture.setData(Bytes(item.data));
+    return picture.render();
+}
+
+bool AppendBlock(std::vector<uint8_t>& blocks, uint8_t type, const ByteVector& data)
+{
+    if (data.size() > kMaxBlockSize)
+        return false;
+    blocks.push_back(type);
+    for (int shift = 16; shift >= 0; shift -= 8)
+        blocks.push_back(static_cast<uint8_t>(data.size() >> shift));
+    Append(blocks, data);
+    return true;
+}
+
+} // namespace
+
+bool WavTagChunks(const std::vector<TagItem>& tags, std::vector<uint8_t>& chunks, std::string& why)
+{
+    chunks.clear();
+    if (DataSize(tags) > kMaxId3Size / 2) {
+        why = "has tags too large to be carried over (--no-tags leaves them out)";
+        return false;
+    }
+    ID3v2::Tag tag;
+    for (const TagItem& item : tags) {
+        if (item.IsPicture())
+            AddPictureFrame(tag, item);
+        else if (IsField(item))
+            AddFieldFrame(tag, item);
+    }
+    if (tag.isEmpty())
+        return true;
+    const ByteVector info = InfoList(tags);
+    if (!info.isEmpty())
+        AppendChunk(chunks, "LIST", info);
+    AppendChunk(chunks, "id3 ", tag.render(ID3v2::v4));
+    return true;
+}
+
+bool FlacTagBlocks(const std::vector<TagItem>& tags, std::span<const uint8_t> comment,
+                   std::vector<uint8_t>& blocks, std::string& why)
+{
+    blocks.clear();
+    size_t last = 0;
+    bool fits = AppendBlock(blocks, kCommentBlock, CommentBlock(tags, comment));
+    for (const TagItem& item : tags) {
+        if (!item.IsPicture())
+            continue;
+        last = blocks.size();
+        fits = fits && AppendBlock(blocks, kPictureBlock, PictureBlock(item));
+    }
+    if (!fits) {
+        why = "has tags too large for FLAC (--no-tags leaves them out)";
+        return false;
+    }
+    blocks[last] |= kLastBlock;
+    return true;
+}
+
+} // namespace host

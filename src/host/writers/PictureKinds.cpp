@@ -1,0 +1,64 @@
+#include "host/writers/PictureKinds.h"
+
+#include "host/session/TagBlob.h"
+
+#include <algorithm>
+
+namespace host
+{
+namespace
+{
+
+constexpr PictureKind kKinds[] = {
+    {0, "other", "Undefined"},
+    {1, "icon", "32x32 Icon"},
+    {2, "other-icon", "Other Icon"},
+    {3, "front", "Front Album Cover"},
+    {4, "back", "Back Album Cover"},
+    {5, "leaflet", "Leaflet Page"},
+    {6, "media", "Media"},
+    {7, "lead-artist", "Lead Artist"},
+    {8, "artist", "Artist"},
+    {9, "conductor", "Conductor"},
+    {10, "band", "Band"},
+    {11, "composer", "Composer"},
+    {12, "writer", "Writer"},
+    {13, "location", "Recording Location"},
+    {14, "recording", "During Recording"},
+    {15, "performance", "During Performance"},
+    {16, "video", "Video Capture"},
+    {18, "illustration", "Illustration"},
+    {19, "artist-logo", "Artist Logo"},
+    {20, "publisher-logo", "Publisher Logo"},
+};
+
+} // namespace
+
+std::span<const PictureKind> PictureKinds()
+{
+    return kKinds;
+}
+
+const PictureKind& PictureKindOfRole(std::string_view role)
+{
+    const auto found = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                    [role](const auto& kind) { return SameName(kind.role, role); });
+    return found == std::end(kKinds) ? kKinds[0] : *found;
+}
+
+const PictureKind* PictureKindOfOption(std::string_view option)
+{
+    const auto found = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                    [option](const auto& kind) { return kind.option == option; });
+    return found == std::end(kKinds) ? nullptr : &*found;
+}
+
+std::string PictureItemName(const PictureKind& kind, std::string_view description)
+{
+    std::string name = std::string(kPicturePrefix) + "1_" + kind.role;
+    if (!description.empty())
+        name += std::string(kSubDescription) + std::string(description);
+    return name;
+}
+
+} // namespace host

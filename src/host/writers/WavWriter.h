@@ -1,0 +1,29 @@
+#pragma once
+
+#include "host/writers/AudioWriter.h"
+
+namespace host
+{
+
+// A WAV file, RF64 when it is large. Samples are copied as they come; the tags stand in
+// chunks behind them.
+class WavWriter : public AudioWriter
+{
+public:
+    WavWriter(OutputFile& output, const std::vector<TagItem>& tags) : AudioWriter(output, tags) {}
+
+    [[nodiscard]] bool Begin(const STQvWaveFormat& format, int64_t pcmBytes) override;
+    [[nodiscard]] bool Write(std::span<const uint8_t> pcm) override;
+    [[nodiscard]] bool End() override;
+
+private:
+    bool CorrectHeader();
+
+    STQvWaveFormat m_format{};
+    int64_t m_promised = 0; // bytes of PCM in the header
+    int64_t m_written = 0;  // bytes of PCM
+    size_t m_headerSize = 0;
+    std::vector<uint8_t> m_tagChunks;
+};
+
+} // namespace host
