@@ -6,9 +6,9 @@
 #include "support/TempDir.h"
 #include "tags/TagBuilder.h"
 #include "tags/TagPictures.h"
-#include "tags/id3parser/FrameRules.h"
-#include "tags/id3parser/FrameToMeta.h"
-#include "tags/id3parser/RawFrames.h"
+#include "tags/id3parser/fields/FrameToMeta.h"
+#include "tags/id3parser/frames/FrameRules.h"
+#include "tags/id3parser/frames/RawFrames.h"
 
 #include <set>
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "tags/NTag.h"
-#include "tags/id3parser/MetaMap.h"
-#include "tags/id3parser/Tag.h"
+#include "tags/id3parser/fields/MetaMap.h"
+#include "tags/id3parser/frames/Tag.h"
 
 #include <cstdint>
 #include <span>

@@ -2,7 +2,7 @@
 
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
-#include "tags/id3parser/FrameReader.h"
+#include "tags/id3parser/frames/FrameReader.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,6 +1,6 @@
 #include "tags/TagOptions.h"
 
-#include "tags/id3parser/TextEncodings.h"
+#include "tags/id3parser/text/TextEncodings.h"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 #include "tags/TagPictures.h"
 
 #include "tags/TagFields.h"
-#include "tags/id3parser/CodePages.h"
-#include "tags/id3parser/Errors.h"
-#include "tags/id3parser/FramePicture.h"
-#include "tags/id3parser/TextEncodings.h"
+#include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/frames/FramePicture.h"
+#include "tags/id3parser/text/CodePages.h"
+#include "tags/id3parser/text/TextEncodings.h"
 
 #include <algorithm>
 #include <functional>

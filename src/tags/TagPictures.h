@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tags/NTag.h"
-#include "tags/id3parser/Tag.h"
+#include "tags/id3parser/frames/Tag.h"
 
 #include <cstdint>
 #include <span>

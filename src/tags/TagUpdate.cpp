@@ -2,13 +2,13 @@
 
 #include "tags/TagFields.h"
 #include "tags/TagPictures.h"
-#include "tags/id3parser/CodePages.h"
-#include "tags/id3parser/Errors.h"
-#include "tags/id3parser/FieldNames.h"
-#include "tags/id3parser/FrameReader.h"
-#include "tags/id3parser/FrameToMeta.h"
-#include "tags/id3parser/MetaToFrame.h"
-#include "tags/id3parser/Serialize.h"
+#include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/fields/FieldNames.h"
+#include "tags/id3parser/fields/FrameToMeta.h"
+#include "tags/id3parser/fields/MetaToFrame.h"
+#include "tags/id3parser/frames/FrameReader.h"
+#include "tags/id3parser/frames/Serialize.h"
+#include "tags/id3parser/text/CodePages.h"
 
 #include <algorithm>
 #include <stdexcept>

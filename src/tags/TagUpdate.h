@@ -4,8 +4,8 @@
 
 #include "tags/NTag.h"
 #include "tags/TagOptions.h"
-#include "tags/id3parser/CarriedFrames.h"
-#include "tags/id3parser/MetaMap.h"
+#include "tags/id3parser/fields/CarriedFrames.h"
+#include "tags/id3parser/fields/MetaMap.h"
 
 #include <cstdint>
 #include <map>

@@ -7,8 +7,8 @@
 #include "support/TagList.h"
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
-#include "tags/id3parser/Errors.h"
-#include "tags/id3parser/Tag.h"
+#include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/frames/Tag.h"
 
 #include <span>
 #include <string_view>

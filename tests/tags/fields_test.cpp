@@ -1,8 +1,8 @@
 #include "TagBuilder.h"
-#include "tags/id3parser/FieldNames.h"
-#include "tags/id3parser/FrameRules.h"
-#include "tags/id3parser/FrameToMeta.h"
-#include "tags/id3parser/Genres.h"
+#include "tags/id3parser/fields/FieldNames.h"
+#include "tags/id3parser/fields/FrameToMeta.h"
+#include "tags/id3parser/fields/Genres.h"
+#include "tags/id3parser/frames/FrameRules.h"
 
 #include <gtest/gtest.h>
 

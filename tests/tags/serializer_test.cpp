@@ -1,5 +1,5 @@
 #include "TagBuilder.h"
-#include "tags/id3parser/Serialize.h"
+#include "tags/id3parser/frames/Serialize.h"
 
 #include <gtest/gtest.h>
 

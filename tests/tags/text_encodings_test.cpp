@@ -1,8 +1,8 @@
 #include "TagBuilder.h"
-#include "tags/id3parser/CodePages.h"
-#include "tags/id3parser/FramePicture.h"
-#include "tags/id3parser/FrameToMeta.h"
-#include "tags/id3parser/TextEncodings.h"
+#include "tags/id3parser/fields/FrameToMeta.h"
+#include "tags/id3parser/frames/FramePicture.h"
+#include "tags/id3parser/text/CodePages.h"
+#include "tags/id3parser/text/TextEncodings.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "host/writers/FieldNames.h"
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
-#include "tags/id3parser/CodePages.h"
+#include "tags/id3parser/text/CodePages.h"
 
 #include <fileref.h>
 #include <flacfile.h>

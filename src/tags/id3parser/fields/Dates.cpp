@@ -1,0 +1,57 @@
+#include "tags/id3parser/fields/Dates.h"
+
+namespace id3parser
+{
+
+bool _is_valid_date(std::string_view text, std::string_view pattern)
+{
+    if (text.size() != pattern.size())
+        return false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const bool digit = text[i] >= '0' && text[i] <= '9';
+        if (pattern[i] == '#' ? !digit : text[i] != pattern[i])
+            return false;
+    }
+    return true;
+}
+
+bool is_valid_year(std::string_view text)
+{
+    return _is_valid_date(text, "####");
+}
+
+std::string YearWithTYER(std::string_view present, std::string_view year)
+{
+    if (!is_valid_year(year))
+        return std::string(present.empty() ? year : present);
+    std::string result(year);
+    if (_is_valid_date(present, kDatePattern))
+        result += present.substr(4);
+    return result;
+}
+
+std::string YearWithTDAT(std::string_view present, std::string_view dayAndMonth)
+{
+    const bool known = is_valid_year(present) || _is_valid_date(present, kDatePattern);
+    std::string result(known ? present.substr(0, 4) : "0000");
+    const std::string_view day = dayAndMonth.substr(0, 2);
+    result.append("-").append(dayAndMonth.substr(2, 2));
+    if (day != "00")
+        result.append("-").append(day);
+    return result;
+}
+
+bool SplitOldDate(std::string_view date, std::string& year, std::string& dayAndMonth)
+{
+    year = date;
+    dayAndMonth.clear();
+    const bool full = _is_valid_date(date, kDatePattern) || _is_valid_date(date, "#### ## ##");
+    const bool month = _is_valid_date(date, "####-##");
+    if (!full && !month)
+        return is_valid_year(date);
+    year = date.substr(0, 4);
+    dayAndMonth.append(full ? date.substr(8, 2) : "00").append(date.substr(5, 2));
+    return true;
+}
+
+} // namespace id3parser

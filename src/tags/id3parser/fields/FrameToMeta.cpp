@@ -1,0 +1,263 @@
+#include "tags/id3parser/fields/FrameToMeta.h"
+
+#include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/fields/Dates.h"
+#include "tags/id3parser/fields/Genres.h"
+#include "tags/id3parser/frames/FrameRules.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace id3parser
+{
+
+namespace
+{
+
+// One frame on its way into the map.
+struct Reading {
+    const t_frame& frame;
+    t_tagRevision revision;
+    metaMap& map;
+    bool strict;
+
+    void Refuse(bool broken) const
+    {
+        if (broken && strict)
+            throw parseError();
+    }
+
+    std::string String(size_t index) const
+    {
+        std::string text;
+        frame.GetAsString(strict, text, index);
+        return text;
+    }
+};
+
+void _add_info_slashed(metaMap& map, std::string_view field, std::string_view text)
+{
+    for (const std::string& piece : SplitValues(text, '/'))
+        map.add(field, piece);
+}
+
+void frame_to_meta_multivalue(const Reading& in, std::string_view field)
+{
+    const size_t count = in.frame.GetStringCount();
+    if (count == 1 && in.revision < kRevision4) {
+        _add_info_slashed(in.map, field, in.String(0));
+        return;
+    }
+    in.Refuse(in.revision < kRevision4);
+    t_frameWalk walk;
+    std::string text;
+    for (size_t i = 0; i < count; ++i) {
+        in.frame.EnumString(in.strict, text, i, walk);
+        in.map.add(field, text);
+    }
+}
+
+void frame_to_meta_genre(const Reading& in, std::string_view field)
+{
+    const size_t count = in.frame.GetStringCount();
+    t_frameWalk walk;
+    std::string text;
+    for (size_t i = 0; i < count; ++i) {
+        in.frame.EnumString(in.strict, text, i, walk);
+        if (in.revision < kRevision4) {
+            for (const std::string& genre : unmangle_genres(text))
+                in.map.add(field, genre);
+        } else if (const std::string genre = unmangle_genre(text); !genre.empty()) {
+            in.map.add(field, genre);
+        }
+    }
+}
+
+// The first value of the field, created empty when there is none.
+std::string& FirstValue(metaMap& map, std::string_view field)
+{
+    metaMap::Values& values = map.findOrAdd(field);
+    if (values.empty())
+        values.emplace_back();
+    return values.front();
+}
+
+void frame_to_meta_tyer(const Reading& in, std::string_view field)
+{
+    const std::string text = in.String(0);
+    in.Refuse(!is_valid_year(text));
+    std::string& year = FirstValue(in.map, field);
+    year = YearWithTYER(year, text);
+}
+
+void frame_to_meta_tdat(const Reading& in, std::string_view field)
+{
+    const std::string text = in.String(0);
+    in.Refuse(!_is_valid_date(text, "####"));
+    if (!_is_valid_date(text, "####"))
+        return;
+    std::string& year = FirstValue(in.map, field);
+    year = YearWithTDAT(year, text);
+}
+
+// The body: an e-mail address, a 0, the rating and perhaps a play counter.
+std::optional<uint8_t> RatingOf(const t_frame& frame)
+{
+    const auto body = frame.data.view();
+    const auto end = std::ranges::find(body, uint8_t{0});
+    if (end == body.end() || end + 1 == body.end())
+        return std::nullopt;
+    return *(end + 1);
+}
+
+void frame_to_meta_popm(const Reading& in, std::string_view field)
+{
+    const std::optional<uint8_t> byte = RatingOf(in.frame);
+    if (!byte.has_value())
+        throw parseError();
+    if (*byte != 0)
+        in.map.set(field, std::to_string(POPMToRating(*byte)));
+}
+
+void frame_to_meta_custom_text(const Reading& in, size_t count, std::string key)
+{
+    if (IsRGMeta(key)) {
+        const std::string value = in.String(1);
+        in.Refuse(!IsSaneRGVal(value));
+        if (IsSaneRGVal(value))
+            in.map.add(key, value);
+        return;
+    }
+    multiTXXX_undecorate(key);
+    if (in.revision < kRevision4 && count == 2 && isFieldNameSlashTXXX(key)) {
+        _add_info_slashed(in.map, key, in.String(1));
+        return;
+    }
+    t_frameWalk walk;
+    std::string value;
+    for (size_t i = 1; i < count; ++i) {
+        in.frame.EnumString(in.strict, value, i, walk);
+        in.map.add(key, value);
+    }
+}
+
+void frame_to_meta_custom(const Reading& in)
+{
+    const size_t count = in.frame.GetStringCount();
+    in.Refuse(count < 2);
+    if (count < 2)
+        return;
+    const std::string description = in.String(0);
+    if (in.frame.id == kFrameWXXX) {
+        std::string url;
+        in.frame.GetAsWXXX(in.strict, url);
+        in.map.add(FieldWithDescription(kFieldUserUrl, description), url);
+    } else if (!description.empty()) {
+        frame_to_meta_custom_text(in, count, description);
+    }
+}
+
+void ApplyRule(const Reading& in, const FrameRule& rule)
+{
+    switch (rule.read) {
+    case ReadRule::Single:
+        in.map.add(rule.field, in.String(0));
+        return;
+    case ReadRule::MultiValue:
+        return frame_to_meta_multivalue(in, rule.field);
+    case ReadRule::SecondString:
+        in.map.add(rule.field, in.String(1));
+        return;
+    case ReadRule::Url: {
+        std::string url;
+        in.frame.GetAsURL(url);
+        in.map.add(rule.field, url);
+        return;
+    }
+    case ReadRule::Genre:
+        return frame_to_meta_genre(in, rule.field);
+    case ReadRule::Year:
+        return frame_to_meta_tyer(in, rule.field);
+    case ReadRule::DayAndMonth:
+        return frame_to_meta_tdat(in, rule.field);
+    case ReadRule::Rating:
+        return frame_to_meta_popm(in, rule.field);
+    case ReadRule::Comment:
+        in.map.add(FieldWithDescription(kFieldComment, in.String(0)), in.String(1));
+        return;
+    case ReadRule::UserText:
+    case ReadRule::UserUrl:
+        return frame_to_meta_custom(in);
+    }
+}
+
+void CheckStrictly(const t_frame& frame, t_tagRevision revision, const FrameRule& rule)
+{
+    if (!rule.FitsRevision(revision))
+        throw parseError();
+    const size_t usual = frame.isUserTextFrame() ? 2 : 1;
+    if (revision < kRevision4 && frame.isTextFrame() && frame.GetStringCount() != usual)
+        throw parseError();
+}
+
+// The description of a frame that has one; false for a body that cannot be read.
+bool DescriptionOf(const t_frame& frame, std::string& description)
+{
+    try {
+        if (frame.id != kFrameCOMM && frame.GetStringCount() == 0)
+            return false;
+        frame.GetAsString(false, description, 0);
+        return true;
+    } catch (const parseError&) {
+        return false;
+    }
+}
+
+} // namespace
+
+void frame_to_infos(const t_frame& frame, t_tagRevision revision, metaMap& map, bool strict)
+{
+    const FrameRule* rule = RuleForFrame(frame.id);
+    if (rule == nullptr || (frame.data.get_size() == 0 && !strict))
+        return;
+    try {
+        if (strict)
+            CheckStrictly(frame, revision, *rule);
+        ApplyRule({frame, revision, map, strict}, *rule);
+    } catch (const parseError&) {
+        if (strict)
+            throw;
+    }
+}
+
+void tag_to_metaMap(const t_tag& tag, metaMap& map, bool strict)
+{
+    for (const t_frame& frame : tag.Frames())
+        frame_to_infos(frame, tag.Revision(), map, strict);
+}
+
+std::string FieldOfFrame(const t_frame& frame)
+{
+    const FrameRule* rule = RuleForFrame(frame.id);
+    if (rule == nullptr)
+        return {};
+    // Of frames that stand once in a tag the identifier tells enough.
+    if (frame.data.get_size() == 0 && !frame.isStdTextFrame())
+        return {};
+    if (frame.id == kFramePOPM && RatingOf(frame).value_or(0) == 0)
+        return {};
+    if (!rule->field.empty())
+        return std::string(rule->field);
+    std::string description;
+    if (!DescriptionOf(frame, description))
+        return {};
+    if (rule->read == ReadRule::Comment)
+        return FieldWithDescription(kFieldComment, description);
+    if (rule->read == ReadRule::UserUrl)
+        return FieldWithDescription(kFieldUserUrl, description);
+    if (!IsRGMeta(description))
+        multiTXXX_undecorate(description);
+    return description;
+}
+
+} // namespace id3parser

@@ -1,0 +1,26 @@
+// Genres: the numbered list of ID3v1 and the forms of the TCON frame.
+#pragma once
+
+#include "tags/id3parser/fields/MetaMap.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace id3parser
+{
+
+inline constexpr size_t kGenreCount = 126;
+extern const std::array<std::string_view, kGenreCount> GenreList;
+
+// The genre that one entry of a TCON string means: "17" and "(17)" are Rock, "(RX)"
+// is Remix, "((x" is "(x". Empty when it means none.
+std::string unmangle_genre(std::string_view entry);
+
+// The entries of a TCON string below ID3v2.4: a list separated by ";".
+metaMap::Values unmangle_genres(std::string_view text);
+
+// The entry that is read as `genre`: what begins with "(" is escaped.
+std::string MangleGenre(std::string_view genre);
+
+} // namespace id3parser

@@ -1,0 +1,310 @@
+#include "tags/id3parser/frames/FrameReader.h"
+
+#include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/frames/Tag.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+
+namespace id3parser
+{
+
+namespace
+{
+
+struct V2Translation {
+    std::string_view id22;
+    uint32_t id;
+};
+
+constexpr V2Translation kV2Translations[] = {
+    {"TT1", FrameId("TIT1")}, {"TT2", FrameId("TIT2")}, {"TT3", FrameId("TIT3")},
+    {"TP1", FrameId("TPE1")}, {"TP2", FrameId("TPE2")}, {"TP3", FrameId("TPE3")},
+    {"TP4", FrameId("TPE4")}, {"TCM", FrameId("TCOM")}, {"TXT", FrameId("TEXT")},
+    {"TLA", FrameId("TLAN")}, {"TCO", FrameId("TCON")}, {"TAL", FrameId("TALB")},
+    {"TRK", FrameId("TRCK")}, {"TRC", FrameId("TSRC")}, {"TYE", FrameId("TYER")},
+    {"TBP", FrameId("TBPM")}, {"TCR", FrameId("TCOP")}, {"TPB", FrameId("TPUB")},
+    {"TEN", FrameId("TENC")}, {"TSS", FrameId("TSSE")}, {"TOA", FrameId("TOPE")},
+    {"TXX", FrameId("TXXX")}, {"TPA", FrameId("TPOS")}, {"WAF", FrameId("WOAF")},
+    {"WAR", FrameId("WOAR")}, {"WAS", FrameId("WOAS")}, {"WCP", FrameId("WCOP")},
+    {"WCM", FrameId("WCOM")}, {"WPB", FrameId("WPUB")}, {"WXX", FrameId("WXXX")},
+    {"COM", FrameId("COMM")}, {"PIC", FrameId("APIC")},
+};
+static_assert(std::size(kV2Translations) == 32);
+
+uint8_t ReadByte(streamIn& in)
+{
+    uint8_t byte = 0;
+    in.readObj(&byte, 1);
+    return byte;
+}
+
+// Reads an identifier and its 0 terminator; false at the end or at padding.
+template <size_t Length>
+bool ReadName(streamIn& in, std::array<char, Length + 1>& name)
+{
+    name = {};
+    return in.read(name.data(), Length) == Length && name[0] != 0 &&
+           validate_name(name.data(), Length);
+}
+
+void CheckFrameSize(uint32_t size)
+{
+    if (size >= kFrameSizeLimit)
+        throw parseError();
+}
+
+// The length of the result is not known in advance: the body grows as it is read.
+void ReadUnsynchronised(streamIn& in, size_t size, t_byteVector& body)
+{
+    streamLimited limited(in, size);
+    streamFixSync fixed(limited);
+    body.set_size(0);
+    size_t chunk = 256;
+    for (;;) {
+        const size_t done = body.get_size();
+        body.set_size(done + chunk);
+        const size_t got = fixed.read(body.get_ptr() + done, chunk);
+        if (got < chunk) {
+            body.set_size(done + got);
+            return;
+        }
+        if (chunk * 2 <= chunk)
+            throw std::overflow_error("overflow");
+        chunk *= 2;
+    }
+}
+
+} // namespace
+
+uint32_t read_big_endian(streamIn& in)
+{
+    uint8_t b[4];
+    in.readObj(b, sizeof b);
+    return uint32_t{b[0]} << 24 | uint32_t{b[1]} << 16 | uint32_t{b[2]} << 8 | b[3];
+}
+
+uint32_t read_sync_safe_integer(streamIn& in)
+{
+    uint8_t b[4];
+    in.readObj(b, sizeof b);
+    if ((b[0] | b[1] | b[2] | b[3]) & 0x80)
+        throw parseError();
+    return uint32_t{b[0]} << 21 | uint32_t{b[1]} << 14 | uint32_t{b[2]} << 7 | b[3];
+}
+
+TagHeader ReadTagHeader(streamIn& in)
+{
+    char magic[3];
+    in.readObj(magic, sizeof magic);
+    if (std::memcmp(magic, "ID3", sizeof magic) != 0)
+        throw parseError();
+    TagHeader header;
+    header.major = ReadByte(in);
+    ReadByte(in); // the minor version never breaks compatibility
+    header.flags = ReadByte(in);
+    header.size = read_sync_safe_integer(in);
+    return header;
+}
+
+void SkipExtendedHeader_v3(uint8_t flags, streamIn& in)
+{
+    if (flags & tagFlags::kExtendedHeader)
+        in.skipObj(read_big_endian(in)); // does not count the size field
+}
+
+void SkipExtendedHeader_v4(uint8_t flags, streamIn& in)
+{
+    if (!(flags & tagFlags::kExtendedHeader))
+        return;
+    const uint32_t size = read_sync_safe_integer(in); // counts the size field
+    if (size < 6)
+        throw parseError();
+    in.skipObj(size - 4);
+}
+
+bool ReadFrameHeader_v2(streamIn& in, FrameHeader& header)
+{
+    std::array<char, 4> name;
+    if (!ReadName<3>(in, name))
+        return false;
+    uint8_t b[3];
+    in.readObj(b, sizeof b);
+    header = {};
+    header.id = translate_v2_id(name.data());
+    header.size = uint32_t{b[0]} << 16 | uint32_t{b[1]} << 8 | b[2];
+    CheckFrameSize(header.size);
+    return true;
+}
+
+bool ReadFrameHeader_v3(streamIn& in, FrameHeader& header)
+{
+    std::array<char, 5> name;
+    if (!ReadName<4>(in, name))
+        return false;
+    header = {};
+    header.size = read_big_endian(in);
+    header.statusFlags = ReadByte(in);
+    header.formatFlags = ReadByte(in);
+    CheckFrameSize(header.size);
+    header.id = ReadFrameID(name.data());
+    return true;
+}
+
+bool ReadFrameHeader_v4(streamIn& in, FrameHeader& header, bool plainSize)
+{
+    std::array<char, 5> name;
+    if (!ReadName<4>(in, name))
+        return false;
+    header = {};
+    header.size = plainSize ? read_big_endian(in) : read_sync_safe_integer(in);
+    // Missing flags show soon enough: the body is missing, too.
+    in.read(&header.statusFlags, 1);
+    in.read(&header.formatFlags, 1);
+    CheckFrameSize(header.size);
+    header.id = ReadFrameID(name.data());
+    return true;
+}
+
+bool IsRead_v3(const FrameHeader& header)
+{
+    return header.size != 0 && !(header.formatFlags & (format3::kEncrypted | format3::kGrouped));
+}
+
+bool IsRead_v4(const FrameHeader& header)
+{
+    constexpr uint8_t kPreservation = 0x40 | 0x20; // when the tag or the file is altered
+    return header.size != 0 && !(header.statusFlags & (kPreservation | kReadOnly_v4)) &&
+           !(header.formatFlags & (format4::kGrouped | format4::kEncrypted));
+}
+
+void ReadBody(streamIn& in, size_t size, t_byteVector& body)
+{
+    constexpr size_t kFirstPiece = 256 * 1024;
+    const size_t left = in.left();
+    if (left != streamIn::kUnknown && size > left)
+        throw parseError();
+    body.set_size(0);
+    size_t piece = left == streamIn::kUnknown ? kFirstPiece : size;
+    for (size_t done = 0; done < size; done += piece, piece = done) {
+        piece = std::min(piece, size - done);
+        body.set_size(done + piece);
+        in.readObj(body.get_ptr() + done, piece);
+    }
+}
+
+bool ReadBody_v3(streamIn& in, const FrameHeader& header, t_byteVector& body)
+{
+    if (!(header.formatFlags & format3::kCompressed)) {
+        ReadBody(in, header.size, body);
+        return true;
+    }
+    if (header.size < kDataLengthSize)
+        throw parseError();
+    in.skipObj(kDataLengthSize);
+    ReadBody(in, header.size - kDataLengthSize, body);
+    return zlib_decode_inplace(body);
+}
+
+void ReadBody_v4(streamIn& in, const FrameHeader& header, t_byteVector& body)
+{
+    size_t size = header.size;
+    if (header.formatFlags & format4::kDataLength) {
+        if (size < kDataLengthSize)
+            throw parseError();
+        size -= kDataLengthSize;
+        in.skipObj(kDataLengthSize);
+    }
+    if (header.formatFlags & format4::kUnsynchronised)
+        ReadUnsynchronised(in, size, body);
+    else
+        ReadBody(in, size, body);
+    if ((header.formatFlags & format4::kCompressed) && !zlib_decode_inplace(body))
+        throw parseError();
+}
+
+void PostprocessV2Frame(t_frame& frame)
+{
+    if (frame.id == kFrameAPIC)
+        PostprocessV2PIC(frame.data);
+}
+
+void PostprocessV2PIC(t_byteVector& body)
+{
+    constexpr size_t kFormatStart = 1, kFormatEnd = 4;
+    const size_t size = body.get_size();
+    if (size < kFormatEnd || body.get_ptr()[0] > 1) // ISO-8859-1 and UTF-16 only
+        throw parseError();
+    const char* mime =
+        ImageTypeToMime(reinterpret_cast<const char*>(body.get_ptr() + kFormatStart));
+    const size_t mimeSize = std::strlen(mime) + 1;
+    body.set_size(size - (kFormatEnd - kFormatStart) + mimeSize);
+    uint8_t* bytes = body.get_ptr();
+    std::memmove(bytes + kFormatStart + mimeSize, bytes + kFormatEnd, size - kFormatEnd);
+    std::memcpy(bytes + kFormatStart, mime, mimeSize);
+}
+
+const char* ImageTypeToMime(const char* format3)
+{
+    const std::string_view format(format3, 3);
+    if (format == "PNG")
+        return "image/png";
+    if (format == "JPG")
+        return "image/jpeg";
+    if (format == "GIF")
+        return "image/gif";
+    return "image/x-unknown";
+}
+
+uint32_t translate_v2_id(const char* id3)
+{
+    const std::string_view name(id3);
+    const auto* row = std::find_if(std::begin(kV2Translations), std::end(kV2Translations),
+                                   [=](const V2Translation& t) { return t.id22 == name; });
+    return row == std::end(kV2Translations) ? 0 : row->id;
+}
+
+uint32_t ReadFrameID(const char* id4)
+{
+    if (id4[3] == 0)
+        return translate_v2_id(id4); // an ID3v2.2 identifier in a later tag
+    uint32_t id = 0;
+    for (int i = 0; i < 4; ++i)
+        id = id << 8 | static_cast<uint8_t>(id4[i]);
+    return id;
+}
+
+bool validate_name(const char*, size_t)
+{
+    return true;
+}
+
+bool test_for_false_sync(streamIn& in)
+{
+    uint8_t buffer[4096];
+    bool afterFF = false;
+    while (const size_t count = in.read(buffer, sizeof buffer)) {
+        for (size_t i = 0; i < count; ++i) {
+            if (afterFF && buffer[i] >= 0xE0)
+                return true;
+            afterFF = buffer[i] == 0xFF;
+        }
+    }
+    return afterFF;
+}
+
+bool test_for_false_sync(const void* data, size_t size)
+{
+    streamInMem in(data, size);
+    return test_for_false_sync(in);
+}
+
+bool zlib_decode_inplace(t_byteVector&)
+{
+    return false;
+}
+
+} // namespace id3parser

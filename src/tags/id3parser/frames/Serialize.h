@@ -1,0 +1,43 @@
+// Writing tags: the pieces below t_tag::Write. They throw writeError for what the
+// format cannot express.
+#pragma once
+
+#include "tags/id3parser/frames/Tag.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace id3parser
+{
+
+// Both take 28 bits, so that a size reads the same in every revision.
+void write_big_endian(streamOut& out, uint32_t value);
+void write_sync_safe_integer(streamOut& out, uint32_t value);
+
+// Throws std::overflow_error("overflow") for what 32 bits do not hold.
+uint32_t safeDowncast(uint64_t value);
+
+// Applies unsynchronisation: a 0 goes behind every 0xFF that is followed by a 0,
+// by a byte of 0xE0 or above, or by nothing.
+void unsync(streamIn& in, streamOut& out);
+
+void WriteFrame_v3(const t_frame& frame, streamOut& out);
+// Unsynchronises the body when it holds a false synchronisation.
+void WriteFrame_v4(const t_frame& frame, streamOut& out);
+
+// The pieces of a frame: header, and a body for ID3v2.4 that is unsynchronised.
+void WriteFrameHeader(uint32_t id, t_tagRevision revision, size_t size, uint8_t statusFlags,
+                      uint8_t formatFlags, streamOut& out);
+void WriteUnsynchronisedFrame_v4(uint32_t id, uint8_t statusFlags, std::span<const uint8_t> body,
+                                 streamOut& out);
+
+// The header of a tag of revision 3 or 4; `size` counts what follows it.
+void WriteTagHeader(t_tagRevision revision, uint64_t size, streamOut& out);
+void WritePadding(uint64_t size, streamOut& out);
+
+// Bytes of padding for a tag of `total` bytes, header included; the parameters are
+// those of t_tag::Write.
+uint64_t PaddingFor(uint64_t total, uint64_t availableSize, uint64_t maxPadding, size_t alignment);
+
+} // namespace id3parser

@@ -1,0 +1,296 @@
+#include "tags/id3parser/text/CodePages.h"
+
+#include "support/text/CodePage1252.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace id3parser::conv
+{
+
+namespace
+{
+
+constexpr uint32_t kSubstitute = '?';
+
+// Lead bytes of UTF-8 sequences of 1 to 6 bytes.
+struct Utf8Lead {
+    uint8_t mask;
+    uint8_t value;
+};
+constexpr Utf8Lead kUtf8Leads[] = {
+    {0x80, 0x00}, {0xE0, 0xC0}, {0xF0, 0xE0}, {0xF8, 0xF0}, {0xFC, 0xF8}, {0xFE, 0xFC},
+};
+
+constexpr bool IsHighSurrogate(uint32_t unit)
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+constexpr bool IsLowSurrogate(uint32_t unit)
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+constexpr uint32_t JoinSurrogates(uint32_t high, uint32_t low)
+{
+    return 0x10000 + ((high & 0x3FF) << 10 | (low & 0x3FF));
+}
+
+std::span<const uint8_t> BytesOf(std::string_view text)
+{
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+} // namespace
+
+uint32_t charImport1252(uint8_t byte)
+{
+    return CodePointOf1252(byte);
+}
+
+uint32_t charImportASCII(uint8_t byte)
+{
+    return byte < 0x80 ? byte : kSubstitute;
+}
+
+uint32_t charImportISO(uint8_t byte)
+{
+    return byte < 0x80 || byte >= 0xA0 ? byte : kSubstitute;
+}
+
+uint8_t charExport1252(uint32_t codePoint)
+{
+    if (codePoint < 0x80 || (codePoint >= 0xA0 && codePoint <= 0xFF))
+        return static_cast<uint8_t>(codePoint);
+    const auto* found =
+        std::find(std::begin(kCodePage1252High), std::end(kCodePage1252High), codePoint);
+    if (found == std::end(kCodePage1252High))
+        return kSubstitute;
+    return static_cast<uint8_t>(0x80 + (found - kCodePage1252High));
+}
+
+uint8_t charExportASCII(uint32_t codePoint)
+{
+    return static_cast<uint8_t>(codePoint < 0x80 ? codePoint : kSubstitute);
+}
+
+uint8_t charExportISO(uint32_t codePoint)
+{
+    const bool held = codePoint < 0x80 || (codePoint >= 0xA0 && codePoint <= 0xFF);
+    return static_cast<uint8_t>(held ? codePoint : kSubstitute);
+}
+
+size_t utf8_decode_char(std::span<const uint8_t> bytes, uint32_t& codePoint)
+{
+    codePoint = 0;
+    if (bytes.empty())
+        return 0;
+    const uint8_t lead = bytes[0];
+    if (lead < 0x80) {
+        codePoint = lead;
+        return lead == 0 ? 0 : 1;
+    }
+    const size_t longest = std::min(bytes.size(), std::size(kUtf8Leads));
+    size_t length = 2;
+    while (length <= longest &&
+           (lead & kUtf8Leads[length - 1].mask) != kUtf8Leads[length - 1].value)
+        ++length;
+    if (length > longest || (length == 2 && (lead & 0x1E) == 0))
+        return 0;
+    const uint32_t payload = lead & ~uint32_t{kUtf8Leads[length - 1].mask} & 0xFF;
+    // Bits of the second byte that a shorter form would not have needed.
+    const uint32_t significant = 0x3F & ~((1u << (8 - length)) - 1);
+    if (length > 2 && payload == 0 && (bytes[1] & significant) == 0)
+        return 0;
+    uint32_t value = payload;
+    for (size_t i = 1; i < length; ++i) {
+        if ((bytes[i] & 0xC0) != 0x80)
+            return 0;
+        value = value << 6 | (bytes[i] & 0x3Fu);
+    }
+    codePoint = value;
+    return length;
+}
+
+size_t utf16_decode_char(std::u16string_view units, uint32_t& codePoint)
+{
+    codePoint = units.empty() ? 0u : units[0];
+    if (codePoint == 0)
+        return 0;
+    if (units.size() < 2 || !IsHighSurrogate(units[0]) || !IsLowSurrogate(units[1]))
+        return 1;
+    codePoint = JoinSurrogates(units[0], units[1]);
+    return 2;
+}
+
+size_t utf8_encode_char(uint32_t codePoint, char* out)
+{
+    if (codePoint < 0x80) {
+        if (out != nullptr)
+            *out = static_cast<char>(codePoint);
+        return 1;
+    }
+    constexpr uint32_t kLimits[] = {0x80, 0x800, 0x10000, 0x200000, 0x4000000, 0x80000000};
+    const auto* limit = std::upper_bound(std::begin(kLimits), std::end(kLimits), codePoint);
+    if (limit == std::end(kLimits))
+        return 0;
+    const auto length = static_cast<size_t>(limit - kLimits) + 1;
+    if (out == nullptr)
+        return length;
+    for (size_t i = length - 1; i > 0; --i, codePoint >>= 6)
+        out[i] = static_cast<char>(0x80 | (codePoint & 0x3F));
+    out[0] = static_cast<char>(kUtf8Leads[length - 1].value | codePoint);
+    return length;
+}
+
+size_t utf16_encode_char(uint32_t codePoint, char16_t* out)
+{
+    if (codePoint >= 0x100000)
+        codePoint = kSubstitute;
+    const size_t length = codePoint < 0x10000 ? 1 : 2;
+    if (out == nullptr)
+        return length;
+    if (length == 1) {
+        out[0] = static_cast<char16_t>(codePoint);
+    } else {
+        out[0] = static_cast<char16_t>(0xD800 | ((codePoint - 0x10000) >> 10 & 0x3FF));
+        out[1] = static_cast<char16_t>(0xDC00 | (codePoint & 0x3FF));
+    }
+    return length;
+}
+
+size_t utf16_char_len(uint32_t codePoint)
+{
+    return utf16_encode_char(codePoint, nullptr);
+}
+
+uint32_t decodeCP(CodePage codePage, std::span<const uint8_t> bytes, size_t& position)
+{
+    if (position >= bytes.size() || bytes[position] == 0)
+        return 0;
+    uint32_t codePoint = 0;
+    switch (codePage) {
+    case CodePage::Windows1252:
+        return charImport1252(bytes[position++]);
+    case CodePage::Ascii:
+        return charImportASCII(bytes[position++]);
+    case CodePage::Iso8859_1:
+        return charImportISO(bytes[position++]);
+    case CodePage::Utf8:
+        position += utf8_decode_char(bytes.subspan(position), codePoint);
+        return codePoint;
+    }
+    return 0;
+}
+
+size_t encodeCP(CodePage codePage, uint32_t codePoint, char* out)
+{
+    uint8_t byte = 0;
+    switch (codePage) {
+    case CodePage::Windows1252:
+        byte = charExport1252(codePoint);
+        break;
+    case CodePage::Ascii:
+        byte = charExportASCII(codePoint);
+        break;
+    case CodePage::Iso8859_1:
+        byte = charExportISO(codePoint);
+        break;
+    case CodePage::Utf8:
+        return utf8_encode_char(codePoint, out);
+    }
+    if (out != nullptr)
+        *out = static_cast<char>(byte);
+    return 1;
+}
+
+size_t estimate_codepage_to_wide(CodePage codePage, std::span<const uint8_t> bytes)
+{
+    size_t count = 1;
+    size_t position = 0;
+    while (const uint32_t codePoint = decodeCP(codePage, bytes, position))
+        count += utf16_char_len(codePoint);
+    return count;
+}
+
+void convert_codepage_to_wide(CodePage codePage, std::span<const uint8_t> bytes, char16_t* out)
+{
+    size_t position = 0;
+    while (const uint32_t codePoint = decodeCP(codePage, bytes, position))
+        out += utf16_encode_char(codePoint, out);
+    *out = 0;
+}
+
+std::u16string codepageToWide(CodePage codePage, std::span<const uint8_t> bytes)
+{
+    std::u16string wide(estimate_codepage_to_wide(codePage, bytes), u'\0');
+    convert_codepage_to_wide(codePage, bytes, wide.data());
+    wide.pop_back();
+    return wide;
+}
+
+size_t estimate_wide_to_codepage(CodePage codePage, std::u16string_view units)
+{
+    size_t count = 1;
+    uint32_t codePoint = 0;
+    while (const size_t taken = utf16_decode_char(units, codePoint)) {
+        count += encodeCP(codePage, codePoint, nullptr);
+        units.remove_prefix(taken);
+    }
+    return count;
+}
+
+void convert_wide_to_codepage(CodePage codePage, std::u16string_view units, char* out)
+{
+    uint32_t codePoint = 0;
+    while (const size_t taken = utf16_decode_char(units, codePoint)) {
+        out += encodeCP(codePage, codePoint, out);
+        units.remove_prefix(taken);
+    }
+    *out = 0;
+}
+
+std::string wideToCodepage(CodePage codePage, std::u16string_view units)
+{
+    std::string bytes(estimate_wide_to_codepage(codePage, units), '\0');
+    convert_wide_to_codepage(codePage, units, bytes.data());
+    bytes.pop_back();
+    return bytes;
+}
+
+bool isValidUTF8(std::span<const uint8_t> bytes)
+{
+    const std::string back = wideToCodepage(CodePage::Utf8, codepageToWide(CodePage::Utf8, bytes));
+    return std::ranges::equal(BytesOf(back), bytes);
+}
+
+std::wstring Utf8ToText(std::string_view utf8)
+{
+    std::wstring text;
+    text.reserve(utf8.size());
+    size_t position = 0;
+    while (const uint32_t codePoint = decodeCP(CodePage::Utf8, BytesOf(utf8), position))
+        text += static_cast<wchar_t>(codePoint);
+    return text;
+}
+
+std::string TextToUtf8(std::wstring_view text)
+{
+    text = text.substr(0, text.find(L'\0'));
+    std::string utf8;
+    utf8.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        auto codePoint = static_cast<uint32_t>(text[i]);
+        const uint32_t next = i + 1 < text.size() ? static_cast<uint32_t>(text[i + 1]) : 0;
+        if (IsHighSurrogate(codePoint) && IsLowSurrogate(next)) {
+            codePoint = JoinSurrogates(codePoint, next);
+            ++i;
+        }
+        char bytes[6];
+        utf8.append(bytes, utf8_encode_char(codePoint > 0x10FFFF ? kSubstitute : codePoint, bytes));
+    }
+    return utf8;
+}
+
+} // namespace id3parser::conv
