@@ -11,8 +11,6 @@ namespace id3parser
 
 inline constexpr std::string_view kFieldComment = "Comment";
 inline constexpr std::string_view kFieldUserUrl = "User defined URL link";
-inline constexpr std::string_view kFieldRating = "Rating";
-inline constexpr std::string_view kFieldYear = "Year";
 
 inline constexpr std::string_view kReplayGainFields[] = {
     "replaygain_track_gain", "replaygain_track_peak", "replaygain_album_gain",

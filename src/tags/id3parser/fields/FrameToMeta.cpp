@@ -2,6 +2,7 @@
 
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/fields/Dates.h"
+#include "tags/id3parser/fields/FieldNames.h"
 #include "tags/id3parser/fields/Genres.h"
 #include "tags/id3parser/frames/FrameRules.h"
 
@@ -160,6 +161,8 @@ void frame_to_meta_custom(const Reading& in)
 void ApplyRule(const Reading& in, const FrameRule& rule)
 {
     switch (rule.read) {
+    case ReadRule::None:
+        return;
     case ReadRule::Single:
         in.map.add(rule.field, in.String(0));
         return;

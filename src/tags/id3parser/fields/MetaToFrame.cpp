@@ -2,6 +2,7 @@
 
 #include "tags/id3parser/fields/Dates.h"
 #include "tags/id3parser/fields/ExistingFrames.h"
+#include "tags/id3parser/fields/FieldNames.h"
 #include "tags/id3parser/fields/Genres.h"
 #include "tags/id3parser/frames/FrameRules.h"
 #include "tags/id3parser/text/TextEncodings.h"

@@ -1,6 +1,7 @@
 #include "tags/id3parser/frames/FrameReader.h"
 
 #include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/frames/FrameRules.h"
 #include "tags/id3parser/frames/Tag.h"
 
 #include <algorithm>
@@ -14,26 +15,6 @@ namespace id3parser
 
 namespace
 {
-
-struct V2Translation {
-    std::string_view id22;
-    uint32_t id;
-};
-
-constexpr V2Translation kV2Translations[] = {
-    {"TT1", FrameId("TIT1")}, {"TT2", FrameId("TIT2")}, {"TT3", FrameId("TIT3")},
-    {"TP1", FrameId("TPE1")}, {"TP2", FrameId("TPE2")}, {"TP3", FrameId("TPE3")},
-    {"TP4", FrameId("TPE4")}, {"TCM", FrameId("TCOM")}, {"TXT", FrameId("TEXT")},
-    {"TLA", FrameId("TLAN")}, {"TCO", FrameId("TCON")}, {"TAL", FrameId("TALB")},
-    {"TRK", FrameId("TRCK")}, {"TRC", FrameId("TSRC")}, {"TYE", FrameId("TYER")},
-    {"TBP", FrameId("TBPM")}, {"TCR", FrameId("TCOP")}, {"TPB", FrameId("TPUB")},
-    {"TEN", FrameId("TENC")}, {"TSS", FrameId("TSSE")}, {"TOA", FrameId("TOPE")},
-    {"TXX", FrameId("TXXX")}, {"TPA", FrameId("TPOS")}, {"WAF", FrameId("WOAF")},
-    {"WAR", FrameId("WOAR")}, {"WAS", FrameId("WOAS")}, {"WCP", FrameId("WCOP")},
-    {"WCM", FrameId("WCOM")}, {"WPB", FrameId("WPUB")}, {"WXX", FrameId("WXXX")},
-    {"COM", FrameId("COMM")}, {"PIC", FrameId("APIC")},
-};
-static_assert(std::size(kV2Translations) == 32);
 
 uint8_t ReadByte(streamIn& in)
 {
@@ -257,14 +238,6 @@ const char* ImageTypeToMime(const char* format3)
     if (format == "GIF")
         return "image/gif";
     return "image/x-unknown";
-}
-
-uint32_t translate_v2_id(const char* id3)
-{
-    const std::string_view name(id3);
-    const auto* row = std::find_if(std::begin(kV2Translations), std::end(kV2Translations),
-                                   [=](const V2Translation& t) { return t.id22 == name; });
-    return row == std::end(kV2Translations) ? 0 : row->id;
 }
 
 uint32_t ReadFrameID(const char* id4)

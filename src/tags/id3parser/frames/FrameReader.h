@@ -92,8 +92,8 @@ void PostprocessV2Frame(t_frame& frame);
 void PostprocessV2PIC(t_byteVector& body);
 const char* ImageTypeToMime(const char* format3);
 
-// The four-character identifier, or 0 for one without translation.
-uint32_t translate_v2_id(const char* id3);
+// The identifier of four characters; of three and a zero it is an ID3v2.2 name, with 0 for
+// one that reading does not know.
 uint32_t ReadFrameID(const char* id4);
 // Accepts every name: what is no sensible identifier is kept as it is.
 bool validate_name(const char* name, size_t length);

@@ -1,6 +1,7 @@
 #include "tags/id3parser/frames/RawFrames.h"
 
 #include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/frames/FrameRules.h"
 
 #include <algorithm>
 #include <string_view>
@@ -54,20 +55,10 @@ bool IsPlausibleId(uint32_t id)
     return true;
 }
 
-// What ID3v2.3 calls a frame that the parser of ID3v2.2 has no name for, 0 when its body
-// would not be the same. TDA is missing: it would change the year that is shown.
-uint32_t CarriedId_v2(Bytes name)
+// The identifier of the ID3v2.2 frame at the front of at least a whole header.
+std::string_view NameOf_v2(Bytes frame)
 {
-    constexpr std::string_view kRows =
-        "BUF=RBUF CNT=PCNT CRA=AENC EQU=EQUA ETC=ETCO GEO=GEOB IPL=IPLS MCI=MCDI MLL=MLLT "
-        "POP=POPM REV=RVRB RVA=RVAD SLT=SYLT STC=SYTC TCP=TCMP TDY=TDLY TFT=TFLT TIM=TIME "
-        "TKE=TKEY TLE=TLEN TMT=TMED TOF=TOFN TOL=TOLY TOR=TORY TOT=TOAL TRD=TRDA TS2=TSO2 "
-        "TSA=TSOA TSC=TSOC TSI=TSIZ TSP=TSOP TST=TSOT UFI=UFID ULT=USLT ";
-    constexpr size_t kNameSize = 3, kRowSize = 9;
-    for (size_t row = 0; row < kRows.size(); row += kRowSize)
-        if (std::ranges::equal(name.first(kNameSize), kRows.substr(row, kNameSize)))
-            return ReadFrameID(kRows.data() + row + kNameSize + 1);
-    return 0;
+    return {reinterpret_cast<const char*>(frame.data()), 3};
 }
 
 bool ReadFrameHeader(streamIn& in, t_tagRevision revision, bool plainSizes, FrameHeader& header)
@@ -100,7 +91,7 @@ Walk WalkContent(Bytes content, t_tagRevision revision, bool plainSizes)
                 break;
             }
             if (revision == kRevision2)
-                frame.carriedId = CarriedId_v2(rest);
+                frame.carriedId = CarriedId_v2(NameOf_v2(rest));
             frame.body = in.take(plainSizes ? frame.header.size
                                             : BodySize(frame.header, revision, in.left()));
             if (frame.header.size != 0)
