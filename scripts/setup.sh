@@ -12,7 +12,7 @@ set -euo pipefail
 packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
     libtag1-dev)
 packages_test=(libgtest-dev nginx-light python3 python3-mutagen)
-packages_ci=(clang clang-format libclang-rt-14-dev lintian strace sox sndfile-programs
+packages_ci=(clang clang-format clang-tidy libclang-rt-14-dev lintian strace sox sndfile-programs
     ffmpeg)
 
 is_installed() {
