@@ -1,6 +1,7 @@
 #include "codecs/CodecLoader.h"
 
 #include "codecs/DecoderInstance.h"
+#include "support/text/Ascii.h"
 
 #include <cwchar>
 #include <functional>
@@ -20,17 +21,6 @@ std::wstring BoundedText(const wchar_t* text)
     if (text == nullptr)
         return {};
     return std::wstring(text, wcsnlen(text, kMaxTextLength));
-}
-
-// Extensions and MIME types are ASCII, so folding needs no locale.
-std::wstring Folded(std::wstring_view text)
-{
-    std::wstring folded(text);
-    for (wchar_t& c : folded) {
-        if (c >= L'A' && c <= L'Z')
-            c += L'a' - L'A';
-    }
-    return folded;
 }
 
 // Asks for the items of a list until the decoder has no more.
@@ -112,20 +102,20 @@ void CodecLoader::AddDecoder(PluginFile& file)
     m_decoders.push_back(std::move(decoder));
     file.decoder = &m_decoders.back();
     for (const FileFormat& format : file.decoder->formats)
-        m_byExtension.emplace(Folded(format.extension), file.decoder);
+        m_byExtension.emplace(FoldCase(format.extension), file.decoder);
     for (const std::wstring& type : file.decoder->mimeTypes)
-        m_byMimeType.emplace(Folded(type), file.decoder);
+        m_byMimeType.emplace(FoldCase(type), file.decoder);
 }
 
 const Decoder* CodecLoader::ForExtension(std::wstring_view extension) const
 {
-    const auto found = m_byExtension.find(Folded(extension));
+    const auto found = m_byExtension.find(FoldCase(extension));
     return found == m_byExtension.end() ? nullptr : found->second;
 }
 
 const Decoder* CodecLoader::ForMimeType(std::wstring_view mimeType) const
 {
-    const auto found = m_byMimeType.find(Folded(mimeType));
+    const auto found = m_byMimeType.find(FoldCase(mimeType));
     return found == m_byMimeType.end() ? nullptr : found->second;
 }
 

@@ -114,7 +114,7 @@ void TagUpdate::ApplyField(const STInternalTag& item, bool deleteMode)
     const XStr name = PreTranslateField(item.name);
     const std::string field =
         id3parser::CanonicalField(name == item.name ? shown : id3parser::conv::TextToUtf8(name));
-    if (!id3parser::metaCompare::Equal(shown, field) || deleteMode || item.value.empty())
+    if (!EqualNoCase(shown, field) || deleteMode || item.value.empty())
         RemoveField(shown);
     if (deleteMode || item.value.empty())
         RemoveField(field);

@@ -1,10 +1,9 @@
 #include "host/base/Input.h"
 
-#include "host/base/WideText.h"
+#include "support/text/XStr.h"
 
 #include <cerrno>
 #include <cstring>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,14 +12,13 @@ namespace host
 namespace
 {
 
-constexpr char kUrlStart[] = "http://";
-constexpr size_t kUrlStartLength = sizeof kUrlStart - 1;
+constexpr std::string_view kUrlStart = "http://";
 
 } // namespace
 
 Input::Input(std::string name)
-    : m_name(std::move(name)), m_wideName(WideFileName(m_name)),
-      m_isUrl(strncasecmp(m_name.c_str(), kUrlStart, kUrlStartLength) == 0)
+    : m_name(std::move(name)), m_wideName(FromPathBytes(m_name)),
+      m_isUrl(BeginsNoCase(m_name, kUrlStart))
 {
 }
 
@@ -29,7 +27,7 @@ std::string Input::BaseName() const
     if (!m_isUrl)
         return m_name.substr(m_name.rfind('/') + 1);
     const std::string location =
-        m_name.substr(kUrlStartLength, m_name.find_first_of("?#") - kUrlStartLength);
+        m_name.substr(kUrlStart.size(), m_name.find_first_of("?#") - kUrlStart.size());
     const size_t slash = location.rfind('/');
     const bool named = slash != std::string::npos && slash + 1 < location.size();
     return named ? location.substr(slash + 1) : "stream";

@@ -1,6 +1,6 @@
 #include "host/base/Problem.h"
 
-#include "host/base/WideText.h"
+#include "host/base/Printable.h"
 
 #include <cstdio>
 

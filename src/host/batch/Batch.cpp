@@ -1,8 +1,8 @@
 #include "host/batch/Batch.h"
 
 #include "host/base/ExitCode.h"
+#include "host/base/Printable.h"
 #include "host/base/Problem.h"
-#include "host/base/WideText.h"
 #include "host/batch/Interruption.h"
 #include "host/batch/Jobs.h"
 #include "host/batch/Progress.h"

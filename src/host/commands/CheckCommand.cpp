@@ -1,7 +1,7 @@
 #include "host/author/FileCheck.h"
 #include "host/base/ExitCode.h"
 #include "host/base/Input.h"
-#include "host/base/WideText.h"
+#include "host/base/Printable.h"
 #include "host/commands/Command.h"
 
 #include <CLI/CLI.hpp>

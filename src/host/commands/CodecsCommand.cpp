@@ -1,6 +1,7 @@
 #include "host/base/ExitCode.h"
-#include "host/base/WideText.h"
+#include "host/base/Printable.h"
 #include "host/commands/Command.h"
+#include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -35,12 +36,12 @@ void PrintFile(const PluginFile& file)
         std::printf("  %s\n", Printable(file.problem).c_str());
     if (file.decoder == nullptr)
         return;
-    std::printf("  %s\n", Printable(Utf8(file.decoder->description)).c_str());
+    std::printf("  %s\n", Printable(ToUtf8(file.decoder->description)).c_str());
     for (const codecs::FileFormat& format : file.decoder->formats)
-        std::printf("  %-8s %s\n", Printable(Utf8(format.extension)).c_str(),
-                    Printable(Utf8(format.name)).c_str());
+        std::printf("  %-8s %s\n", Printable(ToUtf8(format.extension)).c_str(),
+                    Printable(ToUtf8(format.name)).c_str());
     for (const std::wstring& type : file.decoder->mimeTypes)
-        std::printf("  %s\n", Printable(Utf8(type)).c_str());
+        std::printf("  %s\n", Printable(ToUtf8(type)).c_str());
 }
 
 Json FileJson(const PluginFile& file)
@@ -50,14 +51,14 @@ Json FileJson(const PluginFile& file)
         entry["problem"] = file.problem;
     if (file.decoder == nullptr)
         return entry;
-    entry["description"] = Utf8(file.decoder->description);
+    entry["description"] = ToUtf8(file.decoder->description);
     entry["formats"] = Json::array();
     for (const codecs::FileFormat& format : file.decoder->formats)
         entry["formats"].push_back(
-            {{"extension", Utf8(format.extension)}, {"name", Utf8(format.name)}});
+            {{"extension", ToUtf8(format.extension)}, {"name", ToUtf8(format.name)}});
     entry["mimeTypes"] = Json::array();
     for (const std::wstring& type : file.decoder->mimeTypes)
-        entry["mimeTypes"].push_back(Utf8(type));
+        entry["mimeTypes"].push_back(ToUtf8(type));
     return entry;
 }
 

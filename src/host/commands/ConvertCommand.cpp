@@ -1,10 +1,10 @@
 #include "host/base/ExitCode.h"
-#include "host/base/WideText.h"
 #include "host/batch/Batch.h"
 #include "host/batch/OutputPlan.h"
 #include "host/commands/Command.h"
 #include "host/commands/FileConversion.h"
 #include "host/session/ReportCapture.h"
+#include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -131,7 +131,7 @@ AudioFormat ConvertCommand::ChosenFormat() const
 {
     if (!m_format.empty())
         return m_format == kFlac ? AudioFormat::Flac : AudioFormat::Wav;
-    const bool named = SameName(Input(m_batch.output).Extension(), std::string(".") + kFlac);
+    const bool named = EqualNoCase(Input(m_batch.output).Extension(), std::string(".") + kFlac);
     return named && !IsFolder(m_batch.output) ? AudioFormat::Flac : AudioFormat::Wav;
 }
 
@@ -139,7 +139,7 @@ bool ConvertCommand::MakePlan(const codecs::CodecLoader& loader, OutputPlan& pla
 {
     std::string problem;
     const auto isKnown = [&loader](const std::string& extension) {
-        return loader.ForExtension(WideFileName(extension)) != nullptr;
+        return loader.ForExtension(FromPathBytes(extension)) != nullptr;
     };
     const bool isFlac = m_options.format == AudioFormat::Flac;
     const std::string extension = std::string(".") + (isFlac ? kFlac : kWav);

@@ -2,12 +2,12 @@
 #include "host/base/ExitCode.h"
 #include "host/batch/Batch.h"
 #include "host/commands/Command.h"
+#include "support/text/Ascii.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <strings.h>
 
 namespace host
 {
@@ -32,9 +32,8 @@ Reads AIFF, WAV, FLAC and whatever else libsndfile reads with integer samples of
 
 bool IsInputExtension(const std::string& extension)
 {
-    return std::ranges::any_of(kInputExtensions, [&](const char* known) {
-        return strcasecmp(known, extension.c_str()) == 0;
-    });
+    return std::ranges::any_of(kInputExtensions,
+                               [&](const char* known) { return EqualNoCase(known, extension); });
 }
 
 class EncodeCommand : public Command

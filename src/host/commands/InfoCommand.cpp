@@ -1,10 +1,11 @@
 #include "host/base/ExitCode.h"
-#include "host/base/WideText.h"
+#include "host/base/Printable.h"
 #include "host/commands/Command.h"
 #include "host/commands/TimePoint.h"
 #include "host/session/DecoderSession.h"
 #include "host/session/Reason.h"
 #include "host/session/TagText.h"
+#include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -72,7 +73,7 @@ void PrintInfo(const DecoderSession& session, const std::string& warning)
     PrintLine("Format", FormatText(info));
     PrintLine("Length", LengthText(session));
     PrintLine("Bit rate", std::to_string(info.nBitRate / 1000) + " kbit/s");
-    PrintLine("Decoder", Utf8(session.UsedDecoder().description));
+    PrintLine("Decoder", ToUtf8(session.UsedDecoder().description));
     if (!warning.empty())
         PrintLine("Problem", warning);
     for (const TagItem& item : session.Properties())
@@ -91,7 +92,7 @@ Json InfoJson(const DecoderSession& session, const std::string& warning)
     for (const TagItem& item : session.Properties())
         properties[item.name] = item.value;
     Json entry = {{"file", session.Source().Name()},
-                  {"decoder", Utf8(session.UsedDecoder().description)},
+                  {"decoder", ToUtf8(session.UsedDecoder().description)},
                   {"format",
                    {{"formatTag", int{format.nFormatTag}},
                     {"sampleRate", uint32_t{format.nSamplesPerSec}},

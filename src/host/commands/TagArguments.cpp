@@ -1,5 +1,7 @@
 #include "host/commands/TagArguments.h"
 
+#include "support/text/Ascii.h"
+
 #include <algorithm>
 #include <sys/stat.h>
 
@@ -48,7 +50,7 @@ bool ReadAssignments(const std::vector<std::string>& assignments, std::vector<Ta
         }
         item.value = text.substr(equals + 1);
         const auto same = std::find_if(items.begin(), items.end(), [&item](const TagItem& other) {
-            return SameName(other.name, item.name);
+            return EqualNoCase(other.name, item.name);
         });
         if (same == items.end())
             items.push_back(std::move(item));

@@ -1,10 +1,11 @@
 #include "host/commands/TagCommands.h"
 
 #include "host/base/ExitCode.h"
-#include "host/base/WideText.h"
+#include "host/base/Printable.h"
 #include "host/commands/CommandGroup.h"
 #include "host/commands/TagArguments.h"
 #include "host/session/TagText.h"
+#include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -190,7 +191,7 @@ private:
         FilesAndRest split;
         std::string problem;
         const auto isFile = [&loader](const std::string& argument) {
-            const std::wstring extension = WideFileName(Input(argument).Extension());
+            const std::wstring extension = FromPathBytes(Input(argument).Extension());
             return ExistsAsFile(argument) || loader.ForExtension(extension) != nullptr;
         };
         if (!SplitArguments(m_arguments, isFile, "names of fields", split, problem))

@@ -1,5 +1,5 @@
 #include "host/base/ExitCode.h"
-#include "host/base/WideText.h"
+#include "host/base/Printable.h"
 #include "host/commands/TagCommands.h"
 
 #include <cstdio>

@@ -1,5 +1,7 @@
 #include "host/commands/TimePoint.h"
 
+#include "support/text/Ascii.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -18,8 +20,7 @@ constexpr size_t kMaxDecimals = 12;
 
 bool ReadNumber(std::string_view digits, int64_t& value)
 {
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    if (digits.empty() || !std::all_of(digits.begin(), digits.end(), isDigit))
+    if (digits.empty() || !std::ranges::all_of(digits, IsAsciiDigit<char>))
         return false;
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
     return result.ec == std::errc();

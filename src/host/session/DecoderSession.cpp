@@ -1,6 +1,6 @@
 #include "host/session/DecoderSession.h"
 
-#include "host/base/WideText.h"
+#include "support/text/XStr.h"
 
 namespace host
 {
@@ -36,7 +36,7 @@ DecoderSession::DecoderSession(const codecs::CodecLoader& loader, ReportCapture&
 bool DecoderSession::Open(const Input& input, uint32_t flags, FrameRange range)
 {
     m_input = &input;
-    const codecs::Decoder* expected = m_loader.ForExtension(WideFileName(input.Extension()));
+    const codecs::Decoder* expected = m_loader.ForExtension(FromPathBytes(input.Extension()));
     if (expected != nullptr && Try(*expected, flags, range))
         return true;
     for (const codecs::Decoder& decoder : m_loader.Decoders()) {
@@ -90,7 +90,7 @@ bool DecoderSession::HasSignedBytes() const
     constexpr uint16_t kByteBits = 8;
     const uint16_t bits = m_record.AudioInfo.WaveFormat.nBitsPerSample;
     return bits == kByteBits &&
-           SameName(FindValue(Properties(), "Encoder Settings").substr(0, 4), kLittleEndianCode);
+           EqualNoCase(FindValue(Properties(), "Encoder Settings").substr(0, 4), kLittleEndianCode);
 }
 
 // A length of 0 milliseconds beside bytes for some is how a decoder says so.

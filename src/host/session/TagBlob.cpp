@@ -1,10 +1,10 @@
 #include "host/session/TagBlob.h"
 
-#include "host/base/WideText.h"
+#include "support/text/Utf8.h"
+#include "support/text/XStr.h"
 
 #include <algorithm>
 #include <limits>
-#include <strings.h>
 
 namespace host
 {
@@ -45,30 +45,20 @@ public:
     // A text of 16-bit units up to its zero; surrogate pairs become one character.
     [[nodiscard]] bool ReadText(std::string& text)
     {
-        std::wstring wide;
+        std::u16string units;
         while (m_left.size() >= 2) {
-            const uint32_t unit = m_left[0] | static_cast<uint32_t>(m_left[1]) << 8;
+            const auto unit = static_cast<char16_t>(m_left[0] | m_left[1] << 8);
             m_left = m_left.subspan(2);
             if (unit == 0) {
-                text = Utf8(wide);
+                text = ToUtf8(units);
                 return true;
             }
-            Append(wide, unit);
+            units.push_back(unit);
         }
         return false;
     }
 
 private:
-    static void Append(std::wstring& wide, uint32_t unit)
-    {
-        const uint32_t last = wide.empty() ? 0 : static_cast<uint32_t>(wide.back());
-        const bool pair = last >= 0xD800 && last < 0xDC00 && unit >= 0xDC00 && unit < 0xE000;
-        if (pair)
-            wide.back() = static_cast<wchar_t>(0x10000 + ((last - 0xD800) << 10) + (unit - 0xDC00));
-        else
-            wide.push_back(static_cast<wchar_t>(unit));
-    }
-
     std::span<const uint8_t> m_left;
 };
 
@@ -78,16 +68,32 @@ void AppendInt32(std::vector<uint8_t>& bytes, size_t value)
         bytes.push_back(static_cast<uint8_t>(value >> shift));
 }
 
-bool AppendText(std::vector<uint8_t>& bytes, const std::string& text, std::string& problem)
+void AppendUnit(std::vector<uint8_t>& bytes, uint32_t unit)
 {
-    std::u16string units;
-    if (!Utf16Units(text, units, problem))
-        return false;
-    units.push_back(0);
-    for (const char16_t unit : units) {
-        bytes.push_back(static_cast<uint8_t>(unit));
-        bytes.push_back(static_cast<uint8_t>(unit >> 8));
+    bytes.push_back(static_cast<uint8_t>(unit));
+    bytes.push_back(static_cast<uint8_t>(unit >> 8));
+}
+
+// A blob has one unit for each character. False with the reason in `why` when the text
+// is not UTF-8 or holds a character that needs two.
+bool AppendText(std::vector<uint8_t>& bytes, std::string_view text, std::string& why)
+{
+    while (!text.empty()) {
+        const std::string_view before = text;
+        uint32_t character = 0;
+        if (!TakeUtf8(text, Utf8Policy::Strict, character)) {
+            why = "is not UTF-8";
+            return false;
+        }
+        if (character > 0xFFFF) {
+            why = "holds the character '" +
+                  std::string(before.substr(0, before.size() - text.size())) +
+                  "', which lies beyond U+FFFF and cannot be stored";
+            return false;
+        }
+        AppendUnit(bytes, character);
     }
+    AppendUnit(bytes, 0);
     return true;
 }
 
@@ -100,7 +106,7 @@ bool TagItem::IsPicture() const
 
 bool TagItem::IsInformation() const
 {
-    return SameName(name, kTagVersion);
+    return EqualNoCase(name, kTagVersion);
 }
 
 std::vector<std::string> TagItem::Values() const
@@ -179,15 +185,10 @@ bool MakeTagBlob(const std::vector<TagItem>& items, std::vector<uint8_t>& blob,
     return true;
 }
 
-bool SameName(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name)
 {
     const auto found = std::find_if(items.begin(), items.end(), [name](const TagItem& item) {
-        return SameName(item.name, name);
+        return EqualNoCase(item.name, name);
     });
     return found == items.end() ? nullptr : &*found;
 }

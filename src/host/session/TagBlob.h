@@ -39,9 +39,6 @@ std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob);
 [[nodiscard]] bool MakeTagBlob(const std::vector<TagItem>& items, std::vector<uint8_t>& blob,
                                std::string& problem);
 
-// Whether two field names are the same, which they are in upper and lower case.
-bool SameName(std::string_view a, std::string_view b);
-
 // The first item of that name in any case; null when there is none.
 const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name);
 

@@ -1,8 +1,8 @@
 #include "host/session/TagFile.h"
 
-#include "host/base/WideText.h"
 #include "host/batch/Interruption.h"
 #include "host/session/Reason.h"
+#include "support/text/XStr.h"
 
 #include <algorithm>
 
@@ -50,7 +50,7 @@ bool TagFile::Remove(const std::vector<std::string>& names)
     for (const std::string& name : names) {
         if (name.empty())
             return Fail("an empty name names no field");
-        packed += WideFileName(name) + L'\0';
+        packed += FromPathBytes(name) + L'\0';
     }
     return packed.empty() || Change([&](codecs::DecoderInstance& instance) {
                return instance.DeleteATag(m_input.WideName().c_str(), packed.c_str());

@@ -1,6 +1,6 @@
 #include "host/session/TagText.h"
 
-#include "host/base/WideText.h"
+#include "host/base/Printable.h"
 
 #include <cstdio>
 

@@ -2,6 +2,7 @@
 
 #include "host/writers/FieldNames.h"
 #include "host/writers/PictureKinds.h"
+#include "support/text/Ascii.h"
 
 #include <algorithm>
 #include <attachedpictureframe.h>
@@ -68,7 +69,7 @@ bool IsField(const TagItem& item)
 bool TakeDescription(const std::string& name, std::string_view field, std::string& description)
 {
     const std::string_view whole = name;
-    if (!SameName(whole.substr(0, field.size()), field))
+    if (!EqualNoCase(whole.substr(0, field.size()), field))
         return false;
     if (whole.size() > field.size() && whole[field.size()] != ' ')
         return false;

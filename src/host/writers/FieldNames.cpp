@@ -1,6 +1,7 @@
 #include "host/writers/FieldNames.h"
 
 #include "host/session/TagBlob.h"
+#include "support/text/Ascii.h"
 
 #include <algorithm>
 
@@ -80,19 +81,19 @@ constexpr OtherName kOtherNames[] = {
 const FieldName* FindVorbisName(std::string_view comment)
 {
     for (const OtherName& row : kOtherNames) {
-        if (SameName(row.other, comment))
+        if (EqualNoCase(row.other, comment))
             comment = row.vorbis;
     }
     const auto found =
         std::find_if(std::begin(kNames), std::end(kNames),
-                     [comment](const auto& row) { return SameName(row.vorbis, comment); });
+                     [comment](const auto& row) { return EqualNoCase(row.vorbis, comment); });
     return found == std::end(kNames) ? nullptr : &*found;
 }
 
 const FieldName* FindFieldName(std::string_view field)
 {
     const auto found = std::find_if(std::begin(kNames), std::end(kNames), [field](const auto& row) {
-        return SameName(row.field, field);
+        return EqualNoCase(row.field, field);
     });
     return found == std::end(kNames) ? nullptr : &*found;
 }

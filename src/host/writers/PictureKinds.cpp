@@ -1,6 +1,7 @@
 #include "host/writers/PictureKinds.h"
 
 #include "host/session/TagBlob.h"
+#include "support/text/Ascii.h"
 
 #include <algorithm>
 
@@ -41,8 +42,9 @@ std::span<const PictureKind> PictureKinds()
 
 const PictureKind& PictureKindOfRole(std::string_view role)
 {
-    const auto found = std::find_if(std::begin(kKinds), std::end(kKinds),
-                                    [role](const auto& kind) { return SameName(kind.role, role); });
+    const auto found = std::find_if(std::begin(kKinds), std::end(kKinds), [role](const auto& kind) {
+        return EqualNoCase(kind.role, role);
+    });
     return found == std::end(kKinds) ? kKinds[0] : *found;
 }
 

@@ -32,7 +32,7 @@ bool ReadStatusLine(std::string_view line, int& status)
         return false;
     line.remove_prefix(kVersion.size());
     const std::string_view minor = TakeUntil(line, ' ');
-    line = TrimAscii(line);
+    line = Trim(line);
     int64_t number = 0;
     if (minor.size() != 1 || !IsAsciiDigit(minor[0]) ||
         !ReadNumber(line.substr(0, line.find(' ')), number) || number < 100 || number > 999)
@@ -46,7 +46,7 @@ StreamFault ReadContentLength(std::string_view value, STHttpHead& head)
 {
     do {
         int64_t length = 0;
-        if (!ReadNumber(TrimAscii(TakeUntil(value, ',')), length) ||
+        if (!ReadNumber(Trim(TakeUntil(value, ',')), length) ||
             (head.nContentLength >= 0 && head.nContentLength != length))
             return StreamFault::BadResponse;
         head.nContentLength = length;
@@ -58,10 +58,10 @@ StreamFault ReadContentLength(std::string_view value, STHttpHead& head)
 StreamFault ReadTransferEncoding(std::string_view value, STHttpHead& head)
 {
     while (!value.empty()) {
-        const std::string_view coding = TrimAscii(TakeUntil(value, ','));
-        if (coding.empty() || EqualAsciiNoCase(coding, "identity"))
+        const std::string_view coding = Trim(TakeUntil(value, ','));
+        if (coding.empty() || EqualNoCase(coding, "identity"))
             continue;
-        if (!EqualAsciiNoCase(coding, "chunked") || head.isChunked)
+        if (!EqualNoCase(coding, "chunked") || head.isChunked)
             return StreamFault::UnknownCoding;
         head.isChunked = true;
     }
@@ -70,14 +70,14 @@ StreamFault ReadTransferEncoding(std::string_view value, STHttpHead& head)
 
 StreamFault ReadContentEncoding(std::string_view value, STHttpHead&)
 {
-    const bool isPlain = value.empty() || EqualAsciiNoCase(value, "identity");
+    const bool isPlain = value.empty() || EqualNoCase(value, "identity");
     return isPlain ? StreamFault::None : StreamFault::UnknownCoding;
 }
 
 StreamFault ReadAcceptRanges(std::string_view value, STHttpHead& head)
 {
     while (!value.empty())
-        if (EqualAsciiNoCase(TrimAscii(TakeUntil(value, ',')), "bytes"))
+        if (EqualNoCase(Trim(TakeUntil(value, ',')), "bytes"))
             head.servesRanges = true;
     return StreamFault::None;
 }
@@ -86,11 +86,11 @@ StreamFault ReadAcceptRanges(std::string_view value, STHttpHead& head)
 StreamFault ReadContentRange(std::string_view value, STHttpHead& head)
 {
     const std::string_view unit = TakeUntil(value, ' ');
-    const std::string_view first = TrimAscii(TakeUntil(value, '-'));
-    const std::string_view last = TrimAscii(TakeUntil(value, '/'));
-    const std::string_view total = TrimAscii(value);
+    const std::string_view first = Trim(TakeUntil(value, '-'));
+    const std::string_view last = Trim(TakeUntil(value, '/'));
+    const std::string_view total = Trim(value);
     STContentRange range;
-    if (!EqualAsciiNoCase(unit, "bytes") || !ReadNumber(first, range.nFirst) ||
+    if (!EqualNoCase(unit, "bytes") || !ReadNumber(first, range.nFirst) ||
         !ReadNumber(last, range.nLast) || (total != "*" && !ReadNumber(total, range.nTotal)) ||
         range.nLast < range.nFirst || (total != "*" && range.nTotal <= range.nLast))
         return StreamFault::None;
@@ -135,19 +135,19 @@ StreamFault ReadField(std::string_view line, STHttpHead& head)
     const size_t colon = line.find(':');
     if (colon == std::string_view::npos)
         return StreamFault::None;
-    const std::string_view name = TrimAscii(line.substr(0, colon));
+    const std::string_view name = Trim(line.substr(0, colon));
     for (const FieldRule& rule : kFields)
-        if (EqualAsciiNoCase(rule.name, name))
-            return rule.read(TrimAscii(line.substr(colon + 1)), head);
+        if (EqualNoCase(rule.name, name))
+            return rule.read(Trim(line.substr(colon + 1)), head);
     return StreamFault::None;
 }
 
 // The next line, together with those that continue it: they begin with a blank.
 std::string TakeLine(std::string_view& bytes)
 {
-    std::string line(TrimAscii(TakeUntil(bytes, '\n')));
+    std::string line(Trim(TakeUntil(bytes, '\n')));
     while (!bytes.empty() && (bytes.front() == ' ' || bytes.front() == '\t'))
-        line.append(" ").append(TrimAscii(TakeUntil(bytes, '\n')));
+        line.append(" ").append(Trim(TakeUntil(bytes, '\n')));
     return line;
 }
 

@@ -147,7 +147,7 @@ std::string STUrl::HostField() const
 
 bool ParseUrl(std::string_view address, STUrl& url)
 {
-    if (!IsAcceptable(address) || !EqualAsciiNoCase(address.substr(0, kScheme.size()), kScheme))
+    if (!IsAcceptable(address) || !BeginsNoCase(address, kScheme))
         return false;
     address.remove_prefix(kScheme.size());
     const size_t end = std::min(address.find_first_of("/?#"), address.size());
@@ -164,7 +164,7 @@ StreamFault ResolveUrl(const STUrl& base, std::string_view reference, STUrl& url
     };
     if (!IsAcceptable(reference))
         return StreamFault::RedirectWithoutTarget;
-    if (EqualAsciiNoCase(reference.substr(0, kScheme.size()), kScheme))
+    if (BeginsNoCase(reference, kScheme))
         return parsed(reference);
     if (HasScheme(reference))
         return StreamFault::RedirectElsewhere;

@@ -1,5 +1,7 @@
 #include "tags/id3parser/fields/Dates.h"
 
+#include "support/text/Ascii.h"
+
 namespace id3parser
 {
 
@@ -8,8 +10,7 @@ bool _is_valid_date(std::string_view text, std::string_view pattern)
     if (text.size() != pattern.size())
         return false;
     for (size_t i = 0; i < text.size(); ++i) {
-        const bool digit = text[i] >= '0' && text[i] <= '9';
-        if (pattern[i] == '#' ? !digit : text[i] != pattern[i])
+        if (pattern[i] == '#' ? !IsAsciiDigit(text[i]) : text[i] != pattern[i])
             return false;
     }
     return true;

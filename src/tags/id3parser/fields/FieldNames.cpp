@@ -1,5 +1,6 @@
 #include "tags/id3parser/fields/FieldNames.h"
 
+#include "support/text/Ascii.h"
 #include "tags/id3parser/fields/MetaMap.h"
 
 #include <algorithm>
@@ -17,21 +18,15 @@ constexpr std::string_view kITunesNormalisation = "iTunNORM";
 constexpr uint8_t POPM10_Table[] = {0x00, 0x00, 0x01, 0x20, 0x40, 0x60,
                                     0x80, 0xA0, 0xC4, 0xE4, 0xFF};
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 template <class Names>
 bool IsOneOf(std::string_view name, const Names& names)
 {
-    return std::ranges::any_of(names,
-                               [=](std::string_view n) { return metaCompare::Equal(n, name); });
+    return std::ranges::any_of(names, [=](std::string_view n) { return EqualNoCase(n, name); });
 }
 
 bool SkipPrefix(std::string_view& field, std::string_view prefix)
 {
-    if (!metaCompare::Begins(field, prefix))
+    if (!BeginsNoCase(field, prefix))
         return false;
     field.remove_prefix(prefix.size());
     field.remove_prefix(std::min(field.find_first_not_of(' '), field.size()));
@@ -47,7 +42,7 @@ bool IsRGMeta(std::string_view field)
 
 bool IsSaneRGVal(std::string_view value)
 {
-    return std::ranges::any_of(value, IsDigit);
+    return std::ranges::any_of(value, IsAsciiDigit<char>);
 }
 
 bool isFieldNameSlashTXXX(std::string_view field)
@@ -60,7 +55,7 @@ void multiTXXX_undecorate(std::string& field)
     if (field.empty() || field.back() != ']')
         return;
     size_t open = field.size() - 1;
-    while (open > 0 && IsDigit(field[open - 1]))
+    while (open > 0 && IsAsciiDigit(field[open - 1]))
         --open;
     const bool anyDigit = open < field.size() - 1;
     if (anyDigit && open > 1 && field[open - 1] == '[')
@@ -97,7 +92,7 @@ std::string CanonicalField(std::string_view field)
 
 std::string commNameSanity(std::string_view description)
 {
-    const bool normalisation = metaCompare::Equal(description, kITunesNormalisation);
+    const bool normalisation = EqualNoCase(description, kITunesNormalisation);
     return std::string(normalisation ? kITunesNormalisation : description);
 }
 
@@ -109,7 +104,7 @@ bool IsItunesCrap(std::string_view description)
 bool iTunIsNumeric(std::string_view text)
 {
     return std::ranges::all_of(
-        text, [](char c) { return c == ' ' || IsDigit(c) || (c >= 'A' && c <= 'F'); });
+        text, [](char c) { return c == ' ' || IsAsciiDigit(c) || (c >= 'A' && c <= 'F'); });
 }
 
 int POPMToRating(uint8_t byte)

@@ -1,4 +1,5 @@
 // The gapless information that iTunes keeps in a comment.
+#include "support/text/Ascii.h"
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/fields/FrameToMeta.h"
 
@@ -12,24 +13,13 @@ namespace
 
 constexpr std::string_view kGaplessDescription = "iTunSMPB";
 
-uint64_t HexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return static_cast<uint64_t>(c - '0');
-    if (c >= 'a' && c <= 'f')
-        return static_cast<uint64_t>(c - 'a') + 10;
-    if (c >= 'A' && c <= 'F')
-        return static_cast<uint64_t>(c - 'A') + 10;
-    return 0;
-}
-
 // Takes the next of the numbers between blanks; 0 when there is none.
 uint64_t TakeNumber(std::string_view& text)
 {
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     uint64_t number = 0;
     while (!text.empty() && text[0] != ' ') {
-        number = number << 4 | HexDigit(text[0]);
+        number = number << 4 | static_cast<uint64_t>(std::max(HexValue(text[0]), 0));
         text.remove_prefix(1);
     }
     return number;

@@ -1,5 +1,7 @@
 #include "tags/id3parser/fields/Genres.h"
 
+#include "support/text/Ascii.h"
+
 #include <algorithm>
 
 namespace id3parser
@@ -135,16 +137,11 @@ const std::array<std::string_view, kGenreCount> GenreList = {"Blues",
 namespace
 {
 
-bool IsDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 // The genre with the number at the front of `digits`, or `other`.
 std::string GenreOfNumber(std::string_view digits, std::string_view other)
 {
     size_t number = 0;
-    for (size_t i = 0; i < digits.size() && IsDigit(digits[i]) && number < kGenreCount; ++i)
+    for (size_t i = 0; i < digits.size() && IsAsciiDigit(digits[i]) && number < kGenreCount; ++i)
         number = number * 10 + static_cast<size_t>(digits[i] - '0');
     return std::string(number < kGenreCount ? GenreList[number] : other);
 }
@@ -155,12 +152,12 @@ std::string unmangle_genre(std::string_view entry)
 {
     if (entry.empty())
         return {};
-    if (std::ranges::all_of(entry, IsDigit))
+    if (std::ranges::all_of(entry, IsAsciiDigit<char>))
         return GenreOfNumber(entry, entry);
     if (entry[0] != '(')
         return std::string(entry);
     const std::string_view rest = entry.substr(1);
-    if (!rest.empty() && IsDigit(rest[0]))
+    if (!rest.empty() && IsAsciiDigit(rest[0]))
         return GenreOfNumber(rest, {});
     if (rest.starts_with("RX)"))
         return "Remix";

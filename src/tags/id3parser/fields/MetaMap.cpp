@@ -21,16 +21,6 @@ bool metaCompare::operator()(std::string_view a, std::string_view b) const
     return a.size() < b.size();
 }
 
-bool metaCompare::Equal(std::string_view a, std::string_view b)
-{
-    return std::ranges::equal(a, b, {}, lower, lower);
-}
-
-bool metaCompare::Begins(std::string_view text, std::string_view prefix)
-{
-    return text.size() >= prefix.size() && Equal(text.substr(0, prefix.size()), prefix);
-}
-
 void metaMap::add(std::string_view name, std::string_view value)
 {
     findOrAdd(name).emplace_back(value);

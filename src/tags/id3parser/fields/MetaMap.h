@@ -2,6 +2,8 @@
 // UTF-8.
 #pragma once
 
+#include "support/text/Ascii.h"
+
 #include <cstddef>
 #include <map>
 #include <string>
@@ -15,13 +17,8 @@ namespace id3parser
 struct metaCompare {
     using is_transparent = void;
 
-    static constexpr char lower(char c)
-    {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    }
+    static constexpr char lower(char c) { return LowerAscii(c); }
     bool operator()(std::string_view a, std::string_view b) const;
-    static bool Equal(std::string_view a, std::string_view b);
-    static bool Begins(std::string_view text, std::string_view prefix);
 };
 
 class metaMap

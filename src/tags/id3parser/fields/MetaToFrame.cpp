@@ -1,5 +1,6 @@
 #include "tags/id3parser/fields/MetaToFrame.h"
 
+#include "support/text/Ascii.h"
 #include "tags/id3parser/fields/Dates.h"
 #include "tags/id3parser/fields/ExistingFrames.h"
 #include "tags/id3parser/fields/FieldNames.h"
@@ -159,7 +160,7 @@ void FrameBuilder::meta_olddate_to_frames(std::string_view date)
 void FrameBuilder::meta_date_to_frame(uint32_t id, std::string_view date)
 {
     const bool numeric = std::ranges::all_of(date, [](char c) {
-        return (c >= '0' && c <= '9') || c == '-' || c == ':' || c == 'T' || c == ' ';
+        return IsAsciiDigit(c) || c == '-' || c == ':' || c == 'T' || c == ' ';
     });
     if (numeric)
         Add(id).SetAsNumeric(date);

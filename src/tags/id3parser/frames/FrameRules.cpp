@@ -140,7 +140,7 @@ constexpr bool IsWrittenTwice(t_tagRevision revision)
 {
     const auto writes = [=](const FrameRule& rule, std::string_view field) {
         return rule.write != W::None && rule.FitsRevision(revision) &&
-               EqualAsciiNoCase(rule.field, field);
+               EqualNoCase(rule.field, field);
     };
     return std::ranges::any_of(kFrameRules, [&](const FrameRule& rule) {
         return std::ranges::count_if(kFrameRules, [&](const FrameRule& other) {

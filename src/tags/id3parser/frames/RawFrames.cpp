@@ -1,5 +1,6 @@
 #include "tags/id3parser/frames/RawFrames.h"
 
+#include "support/text/Ascii.h"
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/frames/FrameRules.h"
 
@@ -49,7 +50,7 @@ bool IsPlausibleId(uint32_t id)
 {
     for (uint32_t rest = id; rest != 0; rest >>= 8) {
         const uint32_t c = rest & 0xFF;
-        if (!(c >= 'A' && c <= 'Z') && !(c >= '0' && c <= '9'))
+        if (!IsAsciiUpper(c) && !IsAsciiDigit(c))
             return false;
     }
     return true;

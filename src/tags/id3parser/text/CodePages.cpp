@@ -1,9 +1,10 @@
 #include "tags/id3parser/text/CodePages.h"
 
 #include "support/text/CodePage1252.h"
+#include "support/text/Unicode.h"
+#include "support/text/Utf8.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace id3parser::conv
 {
@@ -12,30 +13,6 @@ namespace
 {
 
 constexpr uint32_t kSubstitute = '?';
-
-// Lead bytes of UTF-8 sequences of 1 to 6 bytes.
-struct Utf8Lead {
-    uint8_t mask;
-    uint8_t value;
-};
-constexpr Utf8Lead kUtf8Leads[] = {
-    {0x80, 0x00}, {0xE0, 0xC0}, {0xF0, 0xE0}, {0xF8, 0xF0}, {0xFC, 0xF8}, {0xFE, 0xFC},
-};
-
-constexpr bool IsHighSurrogate(uint32_t unit)
-{
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
-
-constexpr bool IsLowSurrogate(uint32_t unit)
-{
-    return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-constexpr uint32_t JoinSurrogates(uint32_t high, uint32_t low)
-{
-    return 0x10000 + ((high & 0x3FF) << 10 | (low & 0x3FF));
-}
 
 std::span<const uint8_t> BytesOf(std::string_view text)
 {
@@ -83,65 +60,22 @@ uint8_t charExportISO(uint32_t codePoint)
 
 size_t utf8_decode_char(std::span<const uint8_t> bytes, uint32_t& codePoint)
 {
-    codePoint = 0;
-    if (bytes.empty())
+    std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (!TakeUtf8(rest, Utf8Policy::Extended, codePoint) || codePoint == 0)
         return 0;
-    const uint8_t lead = bytes[0];
-    if (lead < 0x80) {
-        codePoint = lead;
-        return lead == 0 ? 0 : 1;
-    }
-    const size_t longest = std::min(bytes.size(), std::size(kUtf8Leads));
-    size_t length = 2;
-    while (length <= longest &&
-           (lead & kUtf8Leads[length - 1].mask) != kUtf8Leads[length - 1].value)
-        ++length;
-    if (length > longest || (length == 2 && (lead & 0x1E) == 0))
-        return 0;
-    const uint32_t payload = lead & ~uint32_t{kUtf8Leads[length - 1].mask} & 0xFF;
-    // Bits of the second byte that a shorter form would not have needed.
-    const uint32_t significant = 0x3F & ~((1u << (8 - length)) - 1);
-    if (length > 2 && payload == 0 && (bytes[1] & significant) == 0)
-        return 0;
-    uint32_t value = payload;
-    for (size_t i = 1; i < length; ++i) {
-        if ((bytes[i] & 0xC0) != 0x80)
-            return 0;
-        value = value << 6 | (bytes[i] & 0x3Fu);
-    }
-    codePoint = value;
-    return length;
+    return bytes.size() - rest.size();
 }
 
 size_t utf16_decode_char(std::u16string_view units, uint32_t& codePoint)
 {
-    codePoint = units.empty() ? 0u : units[0];
-    if (codePoint == 0)
-        return 0;
-    if (units.size() < 2 || !IsHighSurrogate(units[0]) || !IsLowSurrogate(units[1]))
-        return 1;
-    codePoint = JoinSurrogates(units[0], units[1]);
-    return 2;
+    std::u16string_view rest = units;
+    codePoint = rest.empty() ? 0 : TakeUtf16(rest);
+    return codePoint == 0 ? 0 : units.size() - rest.size();
 }
 
 size_t utf8_encode_char(uint32_t codePoint, char* out)
 {
-    if (codePoint < 0x80) {
-        if (out != nullptr)
-            *out = static_cast<char>(codePoint);
-        return 1;
-    }
-    constexpr uint32_t kLimits[] = {0x80, 0x800, 0x10000, 0x200000, 0x4000000, 0x80000000};
-    const auto* limit = std::upper_bound(std::begin(kLimits), std::end(kLimits), codePoint);
-    if (limit == std::end(kLimits))
-        return 0;
-    const auto length = static_cast<size_t>(limit - kLimits) + 1;
-    if (out == nullptr)
-        return length;
-    for (size_t i = length - 1; i > 0; --i, codePoint >>= 6)
-        out[i] = static_cast<char>(0x80 | (codePoint & 0x3F));
-    out[0] = static_cast<char>(kUtf8Leads[length - 1].value | codePoint);
-    return length;
+    return EncodeUtf8(codePoint, out);
 }
 
 size_t utf16_encode_char(uint32_t codePoint, char16_t* out)
@@ -154,8 +88,8 @@ size_t utf16_encode_char(uint32_t codePoint, char16_t* out)
     if (length == 1) {
         out[0] = static_cast<char16_t>(codePoint);
     } else {
-        out[0] = static_cast<char16_t>(0xD800 | ((codePoint - 0x10000) >> 10 & 0x3FF));
-        out[1] = static_cast<char16_t>(0xDC00 | (codePoint & 0x3FF));
+        out[0] = HighSurrogateOf(codePoint);
+        out[1] = LowSurrogateOf(codePoint);
     }
     return length;
 }
@@ -280,15 +214,9 @@ std::string TextToUtf8(std::wstring_view text)
     text = text.substr(0, text.find(L'\0'));
     std::string utf8;
     utf8.reserve(text.size());
-    for (size_t i = 0; i < text.size(); ++i) {
-        auto codePoint = static_cast<uint32_t>(text[i]);
-        const uint32_t next = i + 1 < text.size() ? static_cast<uint32_t>(text[i + 1]) : 0;
-        if (IsHighSurrogate(codePoint) && IsLowSurrogate(next)) {
-            codePoint = JoinSurrogates(codePoint, next);
-            ++i;
-        }
-        char bytes[6];
-        utf8.append(bytes, utf8_encode_char(codePoint > 0x10FFFF ? kSubstitute : codePoint, bytes));
+    while (!text.empty()) {
+        const uint32_t codePoint = TakeUtf16(text);
+        AppendUtf8(utf8, codePoint > 0x10FFFF ? kSubstitute : codePoint);
     }
     return utf8;
 }

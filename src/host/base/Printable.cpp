@@ -1,0 +1,26 @@
+#include "host/base/Printable.h"
+
+#include "support/text/Utf8.h"
+
+namespace host
+{
+
+std::string Printable(std::string_view utf8)
+{
+    std::string line;
+    line.reserve(utf8.size());
+    while (!utf8.empty()) {
+        uint32_t c = 0;
+        if (!TakeUtf8(utf8, Utf8Policy::Strict, c)) {
+            utf8.remove_prefix(1);
+            c = '?';
+        }
+        if (c == '\r' || c == '\n')
+            line += "; ";
+        else
+            AppendUtf8(line, c < 0x20 || (c >= 0x7F && c < 0xA0) ? '?' : c);
+    }
+    return line;
+}
+
+} // namespace host
