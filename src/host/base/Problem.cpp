@@ -2,14 +2,26 @@
 
 #include "host/base/Printable.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace host
 {
 
-void SayProblem(std::string_view line)
+Problem Problem::FromErrno()
 {
-    std::fprintf(stderr, "aiffconv: %s\n", Printable(line).c_str());
+    return std::strerror(errno);
+}
+
+Problem Problem::About(std::string_view subject) const
+{
+    return m_text.empty() ? Problem() : std::string(subject) + ": " + m_text;
+}
+
+void SayProblem(const Problem& problem)
+{
+    std::fprintf(stderr, "aiffconv: %s\n", Printable(problem.Text()).c_str());
 }
 
 } // namespace host

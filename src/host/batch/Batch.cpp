@@ -148,7 +148,7 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
         const FileResult result = RunFile(item, works[worker], options.skipExisting);
         counts.Add(result.outcome);
         if (!result.problem.empty())
-            progress.Problem(Printable(item.input.Name() + ": " + result.problem));
+            progress.ShowProblem(Printable(item.input.Name() + ": " + result.problem));
         if (options.json)
             PrintResult(item, result, std::chrono::duration<double>(Clock::now() - start).count());
         progress.FileDone(worker, Line(item, result.outcome));

@@ -73,7 +73,7 @@ void Progress::Summary(std::string_view line)
         Write(line);
 }
 
-void Progress::Problem(std::string_view line)
+void Progress::ShowProblem(std::string_view line)
 {
     const std::lock_guard lock(m_access);
     Write("aiffconv: " + std::string(line));

@@ -55,7 +55,7 @@ public:
     // How it went as a whole; shown unless quiet.
     void Summary(std::string_view line);
     // Something the user must see in every style.
-    void Problem(std::string_view line);
+    void ShowProblem(std::string_view line);
 
 private:
     using Clock = std::chrono::steady_clock;
