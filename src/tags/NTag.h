@@ -92,6 +92,10 @@ public:
     void InitFromRawMemory(const void* bytes, long size);
     void InitFromRawMemoryUTF8(const void* bytes, long size);
 
+    // The form of a text in a blob of 16-bit units: cut at its first zero, and each
+    // character cut to 16 bits.
+    static XStr AsInBlob(std::wstring_view text);
+
     // --- Album art (AlbumArt.cpp): names of picture items ---
 
     // "_Front Album Cover" for the ID3v2 picture type 3; empty for types without name.

@@ -161,6 +161,14 @@ std::span<const uint8_t> BlobView(const void* bytes, long size)
 
 } // namespace
 
+XStr NTag::AsInBlob(std::wstring_view text)
+{
+    XStr cut(text);
+    for (wchar_t& c : cut)
+        c = static_cast<wchar_t>(static_cast<uint32_t>(c) & 0xFFFF);
+    return XStr(UpToZero(cut));
+}
+
 size_t NTag::GetRawTagItemSize(long position) const
 {
     return ItemSize<Utf16Form>((*this)[position]);

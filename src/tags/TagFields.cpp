@@ -1,5 +1,6 @@
 #include "tags/TagFields.h"
 
+#include "support/text/Ascii.h"
 #include "tags/TagPictures.h"
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/fields/FrameToMeta.h"
@@ -57,7 +58,7 @@ void AppendTagToList(t_tag& tag, NTag& list)
     tag_to_metaMap(tag, map);
     for (const auto& [field, values] : map)
         if (field.empty() || field[0] != '_')
-            list.AddTag(id3parser::conv::Utf8ToText(field), ItemValue(values));
+            list.AddTag({id3parser::conv::Utf8ToText(field), ItemValue(values), {}});
     AppendPicturesToList(tag, list);
 }
 
@@ -67,27 +68,18 @@ XStr ItemValue(const metaMap::Values& values)
         id3parser::JoinValues(values, std::string_view(&kItemValueSeparator, 1)));
 }
 
-XStr AsInBlob(std::wstring_view text)
+std::string_view PreTranslateField(std::string_view name)
 {
-    XStr cut(text);
-    for (wchar_t& c : cut)
-        c = static_cast<wchar_t>(static_cast<uint32_t>(c) & 0xFFFF);
-    cut.resize(std::min(cut.find(L'\0'), cut.size()));
-    return cut;
-}
-
-XStr PreTranslateField(const XStr& name)
-{
-    if (EqualNoCase(name, L"content group description"))
-        return L"style";
-    if (EqualNoCase(name, L"ITUNNORM"))
-        return L"COMMENT ITUNNORM";
+    if (EqualNoCase(name, "content group description"))
+        return "style";
+    if (EqualNoCase(name, "ITUNNORM"))
+        return "COMMENT ITUNNORM";
     return name;
 }
 
-bool isMultiValField(const XStr& name)
+bool isMultiValField(std::string_view name)
 {
-    constexpr std::wstring_view kSingle[] = {L"LYRICS", L"UNSYNCED LYRICS", L"COMMENT"};
-    return std::ranges::none_of(
-        kSingle, [&](std::wstring_view single) { return EqualNoCase(name, single); });
+    constexpr std::string_view kSingle[] = {"LYRICS", "UNSYNCED LYRICS", "COMMENT"};
+    return std::ranges::none_of(kSingle,
+                                [=](std::string_view single) { return EqualNoCase(name, single); });
 }

@@ -1,6 +1,5 @@
 #include "tags/TagPictures.h"
 
-#include "tags/TagFields.h"
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/frames/FramePicture.h"
 #include "tags/id3parser/text/CodePages.h"
@@ -10,6 +9,7 @@
 #include <functional>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <set>
 
 using id3parser::t_frame;
@@ -20,18 +20,54 @@ namespace
 
 constexpr std::wstring_view kUndefined = L"_Undefined";
 
-// The part of an item's name that tells a picture type.
+// The part of an item's name that tells a picture type; types without a name share one.
 XStr ElementDescription(int type)
 {
     const XStr description = NTag::AlbumArtAPICPicTypeToElementDescription(type);
     return description.empty() ? XStr(kUndefined) : description;
 }
 
-// A picture as an item shows it.
-struct ShownPicture {
-    XStr element;        // tells the type; types without a name share one
-    XStr subDescription; // as the tag blob delivers it
+// What an item or a frame says of its picture. Points into it.
+struct Picture {
+    uint8_t type = 0;
+    XStr subDescription;
     std::span<const uint8_t> data;
+};
+
+Picture PictureOf(const STInternalTag& item)
+{
+    XStr description;
+    Picture picture;
+    NTag::SpiltAlbumArtDesctiptionLine(item.name, description, picture.subDescription);
+    picture.type = GetPictureType(description);
+    picture.data = item.data;
+    return picture;
+}
+
+// None for a frame that is no picture or cannot be read.
+std::optional<Picture> PictureOf(const t_frame& frame)
+{
+    if (!frame.isPicture())
+        return std::nullopt;
+    try {
+        const id3parser::PictureView view = id3parser::extractAPIC(frame.data.view());
+        return Picture{view.type, id3parser::conv::Utf8ToText(frame.getPictureDesc()), view.data};
+    } catch (const id3parser::parseError&) {
+        return std::nullopt;
+    }
+}
+
+// A picture as the tag blob shows it: equal ones need no new frame.
+struct ShownPicture {
+    XStr element;
+    XStr subDescription;
+    std::span<const uint8_t> data;
+
+    explicit ShownPicture(const Picture& picture)
+        : element(ElementDescription(picture.type)),
+          subDescription(NTag::AsInBlob(picture.subDescription)), data(picture.data)
+    {
+    }
 
     size_t Hash() const
     {
@@ -46,56 +82,16 @@ struct ShownPicture {
     }
 };
 
-// False for a frame that cannot be read.
-bool ReadPicture(const t_frame& frame, XStr& element, XStr& subDescription,
-                 std::span<const uint8_t>& data)
-{
-    if (!frame.isPicture())
-        return false;
-    try {
-        const id3parser::PictureView picture = id3parser::extractAPIC(frame.data.view());
-        subDescription = id3parser::conv::Utf8ToText(frame.getPictureDesc());
-        element = ElementDescription(picture.type);
-        data = picture.data;
-        return true;
-    } catch (const id3parser::parseError&) {
-        return false;
-    }
-}
-
-bool ShowFrame(const t_frame& frame, ShownPicture& shown)
-{
-    if (!ReadPicture(frame, shown.element, shown.subDescription, shown.data))
-        return false;
-    shown.subDescription = AsInBlob(shown.subDescription);
-    return true;
-}
-
-// Points into the item.
-ShownPicture ShowItem(const STInternalTag& item)
-{
-    XStr description;
-    ShownPicture shown;
-    NTag::SpiltAlbumArtDesctiptionLine(item.name, description, shown.subDescription);
-    shown.subDescription = AsInBlob(shown.subDescription);
-    shown.element = ElementDescription(GetPictureType(description));
-    shown.data = item.data;
-    return shown;
-}
-
 // A description beyond ASCII needs an encoding that everybody reads the same way.
-t_frame MakePicture(const STInternalTag& item)
+t_frame MakeFrame(const Picture& picture)
 {
-    XStr description, subDescription;
-    NTag::SpiltAlbumArtDesctiptionLine(item.name, description, subDescription);
-    const uint8_t type = GetPictureType(description);
-    const std::string mime = DetectPictureMimeType(item.data);
-    const std::string text = id3parser::conv::TextToUtf8(subDescription);
+    const std::string mime = DetectPictureMimeType(picture.data);
+    const std::string text = id3parser::conv::TextToUtf8(picture.subDescription);
     t_frame frame(id3parser::kFrameAPIC);
     const bool ascii =
         std::ranges::all_of(text, [](char c) { return static_cast<uint8_t>(c) < 0x80; });
     if (ascii) {
-        frame.setPicture(type, mime, text, item.data.data(), item.data.size());
+        frame.setPicture(picture.type, mime, text, picture.data.data(), picture.data.size());
         return frame;
     }
     id3parser::tagCreateContext context;
@@ -105,53 +101,57 @@ t_frame MakePicture(const STInternalTag& item)
     const auto body = encoded.data.view();
     frame.data.append_fromptr(body.data(), 1);
     frame.data.append_fromptr(mime.c_str(), mime.size() + 1);
-    frame.data.append_fromptr(&type, 1);
+    frame.data.append_fromptr(&picture.type, 1);
     frame.data.append_fromptr(body.data() + 1, body.size() - 1);
-    frame.data.append_fromptr(item.data.data(), item.data.size());
+    frame.data.append_fromptr(picture.data.data(), picture.data.size());
     return frame;
 }
 
-// Moves the pictures of the named types out of the tag.
-t_tag::FrameList TakePictures(t_tag& tag, const std::set<XStr>& elements)
-{
-    t_tag::FrameList taken;
-    for (auto it = tag.Frames().begin(); it != tag.Frames().end();) {
-        const auto frame = it++;
-        ShownPicture shown;
-        if (ShowFrame(*frame, shown) && elements.contains(shown.element))
-            taken.splice(taken.end(), tag.Frames(), frame);
-    }
-    return taken;
-}
-
-// The frame that shows what an item shows, if there is one that no item has yet.
-class PictureIndex
+// The pictures of some types, out of a tag.
+class TakenPictures
 {
 public:
-    explicit PictureIndex(t_tag::FrameList& frames) : m_frames(frames)
+    TakenPictures(t_tag& tag, const std::set<XStr>& elements)
     {
-        for (auto frame = frames.begin(); frame != frames.end(); ++frame)
-            if (ShownPicture shown; ShowFrame(*frame, shown))
-                m_byHash.emplace(shown.Hash(), frame);
+        for (auto next = tag.Frames().begin(); next != tag.Frames().end();) {
+            const auto frame = next++;
+            const std::optional<Picture> picture = PictureOf(*frame);
+            if (!picture.has_value())
+                continue;
+            ShownPicture shown(*picture);
+            if (!elements.contains(shown.element))
+                continue;
+            m_frames.splice(m_frames.end(), tag.Frames(), frame);
+            const size_t hash = shown.Hash();
+            m_byHash.emplace(hash, Entry{std::move(shown), frame});
+        }
     }
 
-    bool Take(const ShownPicture& wanted, t_tag::FrameList& out)
+    // Moves the first frame that shows `wanted` to the end of `out`, if there is one left.
+    void MoveFrame(const ShownPicture& wanted, t_tag::FrameList& out)
     {
         auto [entry, end] = m_byHash.equal_range(wanted.Hash());
-        for (; entry != end; ++entry) {
-            ShownPicture shown;
-            if (!ShowFrame(*entry->second, shown) || shown != wanted)
-                continue;
-            out.splice(out.end(), m_frames, entry->second);
-            m_byHash.erase(entry);
-            return true;
-        }
-        return false;
+        entry = std::find_if(entry, end, [&](const auto& e) { return e.second.shown == wanted; });
+        if (entry == end)
+            return;
+        out.splice(out.end(), m_frames, entry->second.frame);
+        m_byHash.erase(entry);
+    }
+
+    void Clear()
+    {
+        m_byHash.clear();
+        m_frames.clear();
     }
 
 private:
-    t_tag::FrameList& m_frames;
-    std::multimap<size_t, t_tag::FrameList::iterator> m_byHash; // equal ones in their order
+    struct Entry {
+        ShownPicture shown;
+        t_tag::FrameList::iterator frame;
+    };
+
+    t_tag::FrameList m_frames;
+    std::multimap<size_t, Entry> m_byHash; // equal ones in their order
 };
 
 } // namespace
@@ -180,50 +180,44 @@ void AppendPicturesToList(t_tag& tag, NTag& list)
 {
     size_t count = 0;
     for (t_frame& frame : tag.Frames()) {
-        XStr element, subDescription;
-        std::span<const uint8_t> data;
-        if (!ReadPicture(frame, element, subDescription, data))
+        const std::optional<Picture> picture = PictureOf(frame);
+        if (!picture.has_value())
             continue;
-        XStr name = XStr(kAlbumArtPrefix) + std::to_wstring(++count) + element;
-        if (!subDescription.empty())
-            name.append(kSubDescriptionMark).append(subDescription);
-        list.AddTag(name, XStr());
+        XStr name =
+            XStr(kAlbumArtPrefix) + std::to_wstring(++count) + ElementDescription(picture->type);
+        if (!picture->subDescription.empty())
+            name.append(kSubDescriptionMark).append(picture->subDescription);
         // The picture is the end of the body.
-        const auto offset = static_cast<ptrdiff_t>(frame.data.get_size() - data.size());
+        const auto offset = std::ssize(frame.data.view()) - std::ssize(picture->data);
         std::vector<uint8_t> bytes = frame.data.take();
         bytes.erase(bytes.begin(), bytes.begin() + offset);
-        list[list.Count() - 1].data = std::move(bytes);
+        list.AddTag({std::move(name), {}, std::move(bytes)});
     }
 }
 
-void ApplyPictures(t_tag& tag, const std::vector<const STInternalTag*>& items, bool remove)
+void ApplyPictures(t_tag& tag, const std::vector<const STInternalTag*>& items, bool deleteMode)
 {
     if (items.empty())
         return;
+    std::vector<Picture> pictures;
     std::set<XStr> elements;
-    for (const STInternalTag* item : items)
-        elements.insert(ShowItem(*item).element);
-    t_tag::FrameList present = TakePictures(tag, elements);
-    if (remove)
+    for (const STInternalTag* item : items) {
+        pictures.push_back(PictureOf(*item));
+        elements.insert(ElementDescription(pictures.back().type));
+    }
+    TakenPictures present(tag, elements);
+    if (deleteMode)
         return;
 
     // First what stays, so that the rest is gone before new pictures take memory.
-    struct Place {
-        const STInternalTag* item;
-        t_tag::FrameList frame;
-    };
-    std::vector<Place> places;
-    PictureIndex index(present);
-    for (const STInternalTag* item : items) {
-        if (item->data.empty())
-            continue;
-        Place& place = places.emplace_back(Place{item, {}});
-        index.Take(ShowItem(*item), place.frame);
-    }
-    present.clear();
-    for (Place& place : places) {
-        if (place.frame.empty())
-            place.frame.push_back(MakePicture(*place.item));
-        tag.Frames().splice(tag.Frames().end(), place.frame);
+    std::erase_if(pictures, [](const Picture& picture) { return picture.data.empty(); });
+    std::vector<t_tag::FrameList> frames(pictures.size());
+    for (size_t i = 0; i < pictures.size(); ++i)
+        present.MoveFrame(ShownPicture(pictures[i]), frames[i]);
+    present.Clear();
+    for (size_t i = 0; i < pictures.size(); ++i) {
+        if (frames[i].empty())
+            frames[i].push_back(MakeFrame(pictures[i]));
+        tag.Frames().splice(tag.Frames().end(), frames[i]);
     }
 }

@@ -15,12 +15,12 @@ uint8_t GetPictureType(const XStr& description);
 // By the letters of the PNG signature; empty for fewer than 8 bytes.
 std::string DetectPictureMimeType(std::span<const uint8_t> data);
 
-// Appends an item for every picture frame that can be read. Takes the frames' memory
-// with it.
+// Appends an item for every picture frame that can be read, and takes the frame's body
+// for it.
 void AppendPicturesToList(id3parser::t_tag& tag, NTag& list);
 
-// Replaces the pictures of the types that the items name. An item with data is a
-// picture of its type, one without data removes its type only, as does every item
-// when `remove` is set. A picture that an item repeats stays the frame it is.
+// Replaces the pictures of the types that the items name. An item with data is a picture
+// of its type; one without data removes its type only, as every item does in delete mode.
+// A picture that an item repeats keeps its frame.
 void ApplyPictures(id3parser::t_tag& tag, const std::vector<const STInternalTag*>& items,
-                   bool remove);
+                   bool deleteMode);

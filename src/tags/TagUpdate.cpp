@@ -1,5 +1,6 @@
 #include "tags/TagUpdate.h"
 
+#include "support/text/Ascii.h"
 #include "tags/TagFields.h"
 #include "tags/TagPictures.h"
 #include "tags/id3parser/bytes/Errors.h"
@@ -16,6 +17,8 @@
 using id3parser::metaMap;
 using id3parser::RawTag;
 using id3parser::t_frame;
+using id3parser::conv::TextToUtf8;
+using id3parser::conv::Utf8ToText;
 
 namespace
 {
@@ -62,9 +65,9 @@ TagUpdate::TagUpdate(const TagOptions& options, std::span<const std::span<const 
     for (const auto& [field, values] : m_fields) {
         if (std::ranges::none_of(field, IsBeyond16Bits))
             continue;
-        const XStr name = id3parser::conv::Utf8ToText(field);
-        if (const XStr cut = AsInBlob(name); cut != name)
-            m_cutNames.emplace(FoldCase(cut), field);
+        const XStr name = Utf8ToText(field);
+        if (const XStr cut = NTag::AsInBlob(name); cut != name)
+            m_cutNames.emplace(TextToUtf8(cut), field);
     }
 }
 
@@ -82,13 +85,12 @@ void TagUpdate::Apply(const NTag& list, bool deleteMode)
 }
 
 // The field of the old tag that reading shows under this name.
-std::string TagUpdate::ShownField(const XStr& name) const
+const std::string& TagUpdate::ShownField(const std::string& name) const
 {
-    std::string field = id3parser::conv::TextToUtf8(name);
-    if (m_cutNames.empty() || m_frames.Fields().haveField(field))
-        return field;
-    const auto cut = m_cutNames.find(FoldCase(name));
-    return cut == m_cutNames.end() ? field : cut->second;
+    if (m_cutNames.empty() || m_frames.Fields().haveField(name))
+        return name;
+    const auto cut = m_cutNames.find(name);
+    return cut == m_cutNames.end() ? name : cut->second;
 }
 
 bool TagUpdate::RestoreUnchanged(const std::string& field, const XStr& value)
@@ -97,7 +99,7 @@ bool TagUpdate::RestoreUnchanged(const std::string& field, const XStr& value)
     if (before == nullptr)
         return false;
     const XStr shown = ItemValue(*before);
-    if (value != shown && value != AsInBlob(shown))
+    if (value != shown && value != NTag::AsInBlob(shown))
         return false;
     m_fields.findOrAdd(field) = *before;
     return true;
@@ -105,29 +107,29 @@ bool TagUpdate::RestoreUnchanged(const std::string& field, const XStr& value)
 
 void TagUpdate::ApplyField(const STInternalTag& item, bool deleteMode)
 {
-    const std::string shown = ShownField(item.name);
+    const std::string itemName = TextToUtf8(item.name);
+    const std::string& shown = ShownField(itemName);
     if (!deleteMode && RestoreUnchanged(shown, item.value))
         return;
     // Tells where the list came from and is no field, but for removing one so named.
     if (!deleteMode && EqualNoCase(item.name, kTagVersionName))
         return;
-    const XStr name = PreTranslateField(item.name);
-    const std::string field =
-        id3parser::CanonicalField(name == item.name ? shown : id3parser::conv::TextToUtf8(name));
-    if (!EqualNoCase(shown, field) || deleteMode || item.value.empty())
+    const std::string_view name = PreTranslateField(itemName);
+    const std::string field = id3parser::CanonicalField(name == itemName ? shown : name);
+    const bool remove = deleteMode || item.value.empty();
+    if (remove || !EqualNoCase(shown, field))
         RemoveField(shown);
-    if (deleteMode || item.value.empty())
+    if (remove)
         RemoveField(field);
     else
         SetField(field, name, item.value);
 }
 
-void TagUpdate::SetField(const std::string& field, const XStr& name, const XStr& value)
+void TagUpdate::SetField(const std::string& field, std::string_view name, const XStr& value)
 {
     const bool yearOnly =
-        EqualNoCase(name, L"year") && !m_options.fullDateInYear && !m_options.strictYearDate;
-    const std::string text =
-        yearOnly ? std::to_string(LeadingInteger(value)) : id3parser::conv::TextToUtf8(value);
+        EqualNoCase(name, "year") && !m_options.fullDateInYear && !m_options.strictYearDate;
+    const std::string text = yearOnly ? std::to_string(LeadingInteger(value)) : TextToUtf8(value);
     metaMap::Values& values = m_fields.findOrAdd(field);
     if (isMultiValField(name))
         values = id3parser::SplitValues(text, kItemValueSeparator);

@@ -12,6 +12,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Order of calls: construct, Apply as often as wanted, Build once, then Size and
@@ -44,16 +45,17 @@ public:
                               std::vector<uint8_t>& tag);
 
 private:
-    std::string ShownField(const XStr& name) const;
+    const std::string& ShownField(const std::string& name) const;
     bool RestoreUnchanged(const std::string& field, const XStr& value);
     void ApplyField(const STInternalTag& item, bool deleteMode);
-    void SetField(const std::string& field, const XStr& name, const XStr& value);
+    void SetField(const std::string& field, std::string_view name, const XStr& value);
     void RemoveField(const std::string& field);
 
     TagOptions m_options;
     id3parser::CarriedFrames m_frames;
     id3parser::metaMap m_fields;
     std::set<std::string, id3parser::metaCompare> m_removed;
-    std::map<XStr, std::string> m_cutNames; // fields whose name the tag blob cuts
+    // The fields whose name the tag blob cuts, by the name that is left.
+    std::map<std::string, std::string, id3parser::metaCompare> m_cutNames;
     std::vector<uint8_t> m_bytes;
 };

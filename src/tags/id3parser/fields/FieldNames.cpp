@@ -1,7 +1,6 @@
 #include "tags/id3parser/fields/FieldNames.h"
 
 #include "support/text/Ascii.h"
-#include "tags/id3parser/fields/MetaMap.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 
 #include "tags/id3parser/fields/MetaMap.h"
 
-#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -11,7 +11,6 @@ namespace id3parser
 {
 
 inline constexpr size_t kGenreCount = 126;
-extern const std::array<std::string_view, kGenreCount> GenreList;
 
 // The genre that one entry of a TCON string means: "17" and "(17)" are Rock, "(RX)"
 // is Remix, "((x" is "(x". Empty when it means none.

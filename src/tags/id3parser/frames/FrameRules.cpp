@@ -136,19 +136,17 @@ static_assert(std::ranges::adjacent_find(kByName_v2,
                                          }) == kByName_v2.end(),
               "an ID3v2.2 name has one row");
 
-constexpr bool IsWrittenTwice(t_tagRevision revision)
+constexpr bool IsWrittenOnce(const FrameRule& rule)
 {
-    const auto writes = [=](const FrameRule& rule, std::string_view field) {
-        return rule.write != W::None && rule.FitsRevision(revision) &&
-               EqualNoCase(rule.field, field);
-    };
-    return std::ranges::any_of(kFrameRules, [&](const FrameRule& rule) {
+    return std::ranges::all_of(std::array{kRevision3, kRevision4}, [&](t_tagRevision revision) {
         return std::ranges::count_if(kFrameRules, [&](const FrameRule& other) {
-                   return writes(other, rule.field);
-               }) > 1;
+                   return EqualNoCase(other.field, rule.field) && other.write != W::None &&
+                          other.FitsRevision(revision);
+               }) <= 1;
     });
 }
-static_assert(!IsWrittenTwice(kRevision3) && !IsWrittenTwice(kRevision4), "one row writes a field");
+static_assert(std::ranges::all_of(kFrameRules, IsWrittenOnce),
+              "in a revision one row writes a field");
 
 uint32_t IdOf(std::string_view name, Use_v2 use)
 {

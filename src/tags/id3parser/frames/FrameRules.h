@@ -60,7 +60,7 @@ struct Name_v2 {
 struct FrameRule {
     uint32_t id = 0;
     Name_v2 name_v2;
-    std::string_view field; // empty: none, or its name depends on the frame's description
+    std::string_view field = {}; // empty: none, or its name depends on the frame's description
     ReadRule read = ReadRule::None;
     WriteRule write = WriteRule::None;
     Versions versions = Versions::All;
