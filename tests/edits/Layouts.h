@@ -1,7 +1,7 @@
 // Files in all the shapes that an edit has to cope with.
 #pragma once
 
-#include "EditHarness.h"
+#include "edits/EditHarness.h"
 
 inline Chunk TagChunk(const Bytes& tag, const char* code = "ID3 ")
 {

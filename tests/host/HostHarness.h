@@ -42,7 +42,7 @@ public:
         namespace fs = std::filesystem;
         const fs::path decoders = Path(".codecs/Codecs/Bin/decoder");
         fs::create_directories(decoders);
-        fs::create_symlink(AIFF_PLUGIN, decoders / "AIFF.so");
+        fs::create_symlink(AIFF_PLUGIN_PATH, decoders / "AIFF.so");
         fs::create_symlink(FIXTURE_ROOT "/Codecs/Bin/decoder/scripted.so",
                            decoders / "scripted.so");
     }
