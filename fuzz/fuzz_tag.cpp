@@ -7,6 +7,7 @@
 #include "tags/TagBuilder.h"
 #include "tags/TagPictures.h"
 #include "tags/id3parser/fields/FrameToMeta.h"
+#include "tags/id3parser/fields/Gapless.h"
 #include "tags/id3parser/frames/FrameRules.h"
 #include "tags/id3parser/frames/RawFrames.h"
 

@@ -65,7 +65,7 @@ void AppendTagToList(t_tag& tag, NTag& list)
 XStr ItemValue(const metaMap::Values& values)
 {
     return id3parser::conv::Utf8ToText(
-        id3parser::JoinValues(values, std::string_view(&kItemValueSeparator, 1)));
+        id3parser::JoinValues(values, id3parser::kItemValueSeparator));
 }
 
 std::string_view PreTranslateField(std::string_view name)

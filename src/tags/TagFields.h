@@ -15,9 +15,6 @@
 // The item for the version of the tag that a list was read from.
 inline constexpr wchar_t kTagVersionName[] = L"TagVersion";
 
-// Separates the values of an item.
-inline constexpr char kItemValueSeparator = '\r';
-
 // The size in bytes of the tag whose first 10 bytes these are, with header and
 // footer; 0 when they begin no tag.
 int64_t TagSizeFromHeader(std::span<const uint8_t> bytes);

@@ -132,7 +132,7 @@ void TagUpdate::SetField(const std::string& field, std::string_view name, const 
     const std::string text = yearOnly ? std::to_string(LeadingInteger(value)) : TextToUtf8(value);
     metaMap::Values& values = m_fields.findOrAdd(field);
     if (isMultiValField(name))
-        values = id3parser::SplitValues(text, kItemValueSeparator);
+        values = id3parser::SplitValues(text, id3parser::kItemValueSeparator);
     else
         values = {text};
 }

@@ -118,7 +118,6 @@ TEST(Fields, RulesOfWriting)
         {"genres", L"Genre=Rock\r(x", "TCON^Rock;((x", "TCON^Rock^((x"},
         {"user text", L"k=a\rb", "TXXX^k^a|TXXX^k^b", "TXXX^k^a^b"},
         {"slashed user text", L"Soloist=a\rb", "TXXX^Soloist^a/b", "TXXX^Soloist^a^b"},
-        {"gain", L"replaygain_track_gain=-6 dB", "TXXX^replaygain_track_gain^-6 dB"},
         {"comment keeps its lines", L"Comment=a\rb", "COMM^^a\rb"},
         {"comment of iTunes", L"itunnorm= 0A", "COMM:engiTunNORM\0 0A\0"s},
         {"comment like one of iTunes", L"Comment iTunx=0a;Comment x=0A", "COMM^iTunx^0a|COMM^x^0A"},
@@ -157,6 +156,32 @@ TEST(Fields, OptionsChooseEncodingVersionAndDates)
     for (const auto& [options, items, version, frames] : rows)
         EXPECT_EQ(Update({}, ListOf(items), options), Tag(version, frames, version == 4 ? 0x80 : 0))
             << frames;
+}
+
+TEST(Fields, NamesWithARuleOfTheirOwn)
+{
+    const std::string slashed[] = {"Soloist", "SoloistSort", "Soloists", "SoloistsSort",
+                                   "ConductorSort"};
+    EXPECT_EQ(std::size(slashed), std::size(id3parser::kSlashFields));
+    for (const std::string& name : slashed) {
+        const XStr item = FromUtf8(name) + L"=a\rb;";
+        EXPECT_EQ(Read(Tag(3, "TXXX:" + name + "\0a/b"s)), item);
+        EXPECT_EQ(ContentOf(Update({}, ListOf(item))), Frames(3, "TXXX^" + name + "^a/b"));
+    }
+    const std::string gains[] = {"replaygain_track_gain", "replaygain_track_peak",
+                                 "replaygain_album_gain", "replaygain_album_peak"};
+    EXPECT_EQ(std::size(gains), std::size(id3parser::kReplayGainFields));
+    for (const std::string& name : gains) {
+        const std::string frame = "TXXX:" + name + "\0"s;
+        EXPECT_EQ(Read(Tag(4, frame + "n/a|" + frame + "-6 dB\0x"s)), FromUtf8(name) + L"=-6 dB;");
+        const NTag list = ListOf(FromUtf8(name) + L"=1\r2");
+        EXPECT_EQ(ContentOf(Update({}, list, {L"ID3v2WriteV24"})),
+                  Frames(4, frame + "1\0|"s + frame + "2\0"s));
+        metaMap map;
+        EXPECT_FALSE(map.haveReplayGain());
+        map.set(name, "1");
+        EXPECT_TRUE(map.haveReplayGain());
+    }
 }
 
 // TagLib's list, but for names that tags have always spelled in another way.

@@ -1,5 +1,6 @@
 #include "TagBuilder.h"
 #include "tags/id3parser/fields/FrameToMeta.h"
+#include "tags/id3parser/fields/Gapless.h"
 #include "tags/id3parser/frames/FramePicture.h"
 #include "tags/id3parser/text/CodePages.h"
 #include "tags/id3parser/text/TextEncodings.h"

@@ -104,7 +104,7 @@ void CarriedFrames::MergeFrame(const RawFrame& raw, t_tagRevision from, bool hea
     t_frame& frame = one.emplace_back(id);
     if (IsOfInterest(id) && DecodeRawFrame(raw, from, frame)) {
         frame.id = id;
-        frame_to_infos(frame, from, fields, false);
+        frame_to_infos(frame, from, fields);
     }
 
     const std::string field = FieldOfFrame(frame);

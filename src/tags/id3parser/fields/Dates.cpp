@@ -42,17 +42,15 @@ std::string YearWithTDAT(std::string_view present, std::string_view dayAndMonth)
     return result;
 }
 
-bool SplitOldDate(std::string_view date, std::string& year, std::string& dayAndMonth)
+std::optional<OldDate> SplitOldDate(std::string_view date)
 {
-    year = date;
-    dayAndMonth.clear();
+    if (is_valid_year(date))
+        return OldDate{std::string(date), {}};
     const bool full = _is_valid_date(date, kDatePattern) || _is_valid_date(date, "#### ## ##");
-    const bool month = _is_valid_date(date, "####-##");
-    if (!full && !month)
-        return is_valid_year(date);
-    year = date.substr(0, 4);
-    dayAndMonth.append(full ? date.substr(8, 2) : "00").append(date.substr(5, 2));
-    return true;
+    if (!full && !_is_valid_date(date, "####-##"))
+        return std::nullopt;
+    const std::string day(full ? date.substr(8, 2) : "00");
+    return OldDate{std::string(date.substr(0, 4)), day + std::string(date.substr(5, 2))};
 }
 
 } // namespace id3parser

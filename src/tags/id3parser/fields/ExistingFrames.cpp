@@ -15,7 +15,7 @@ ExistingFrames::ExistingFrames(t_tag::FrameList frames, t_tagRevision revision, 
     : m_revision(revision)
 {
     for (const t_frame& frame : frames)
-        frame_to_infos(frame, revision, m_values, false);
+        frame_to_infos(frame, revision, m_values);
 
     while (!frames.empty()) {
         const auto frame = frames.begin();
@@ -37,7 +37,7 @@ ExistingFrames::ExistingFrames(t_tag::FrameList frames, t_tagRevision revision, 
 bool ExistingFrames::ShowsValue(const t_frame& frame) const
 {
     metaMap shown;
-    frame_to_infos(frame, m_revision, shown, false);
+    frame_to_infos(frame, m_revision, shown);
     return !shown.empty();
 }
 
@@ -66,7 +66,7 @@ ExistingFrames::ByValue ExistingFrames::FramesByValue(std::string_view field)
     t_tag::FrameList& frames = waiting->second;
     for (auto frame = frames.begin(); frame != frames.end(); ++frame) {
         metaMap single;
-        frame_to_infos(*frame, m_revision, single, false);
+        frame_to_infos(*frame, m_revision, single);
         const metaMap::Values* values = single.find(field);
         if (values != nullptr && values->size() == 1)
             byValue.emplace(values->front(), frame);

@@ -1,4 +1,4 @@
-// The frames of a tag that is being rebuilt: which of them stay as they are.
+// Decides which frames of a tag stay as they are when the tag is rebuilt.
 #pragma once
 
 #include "tags/id3parser/fields/MetaMap.h"
@@ -11,24 +11,23 @@
 namespace id3parser
 {
 
-// Frames move between lists without being copied, so their addresses last.
+// Frames move between lists without being copied, so their addresses stay valid.
 class ExistingFrames
 {
 public:
-    // Sorts the frames of a tag of that revision by what the new fields say of them:
-    // frames of a field of `map` wait to be taken, those of a field that `map` has
-    // lost are dropped, and what no field represents is the rest. Frames that would
-    // belong to a field, but show no value of it, are of the rest for as long as the
-    // field does not change.
+    // Sorts the frames of a tag of that revision by the new fields: frames of a field in
+    // `map` wait to be taken, those of a field that `map` no longer has are dropped, and
+    // frames that no field represents are the rest. Frames that belong to a field but
+    // show no value of it count as the rest as long as the field does not change.
     ExistingFrames(t_tag::FrameList frames, t_tagRevision revision, const metaMap& map);
 
-    // Moves the frames of a field to the end of `out` when they say the same values
-    // as before; returns false when they do not, and drops those that show no value.
+    // Moves the frames of a field to the end of `out` if its values are those that they
+    // hold. Otherwise returns false and drops the frames that show no value.
     bool TakeUnchanged(std::string_view field, const metaMap::Values& values,
                        t_tag::FrameList& out);
 
-    // For a field with a frame for each value: moves the frame that says a value, or
-    // has `build(value)` append a new one.
+    // For a field with a frame for each value: moves the frame that holds the value, or
+    // lets `build(value)` append a new one.
     template <class Build>
     void TakeOrBuild(std::string_view field, const metaMap::Values& values, t_tag::FrameList& out,
                      Build build)
@@ -52,10 +51,10 @@ private:
     ByValue FramesByValue(std::string_view field);
 
     t_tagRevision m_revision;
-    metaMap m_values; // what the frames said
+    metaMap m_values; // of all frames
     std::map<std::string, t_tag::FrameList, metaCompare> m_waiting;
     t_tag::FrameList m_rest;
-    // Of the rest, by field.
+    // Those of the rest that belong to a field, by field.
     std::multimap<std::string, t_tag::FrameList::iterator, metaCompare> m_silent;
 };
 

@@ -10,8 +10,6 @@ namespace id3parser
 namespace
 {
 
-constexpr std::string_view kSlashFields[] = {"Soloist", "SoloistSort", "Soloists", "SoloistsSort",
-                                             "ConductorSort"};
 constexpr std::string_view kITunesNormalisation = "iTunNORM";
 
 constexpr uint8_t POPM10_Table[] = {0x00, 0x00, 0x01, 0x20, 0x40, 0x60,

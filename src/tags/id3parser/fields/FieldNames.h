@@ -1,5 +1,5 @@
-// Names of fields that carry a meaning of their own, and the tests on them. Names
-// are compared without regard to the case of ASCII letters.
+// Fields that need a treatment of their own, told by their names. Names are compared
+// without regard to the case of ASCII letters.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,9 @@ bool IsRGMeta(std::string_view field);
 // A gain or peak holds at least one digit.
 bool IsSaneRGVal(std::string_view value);
 
-// Whether ID3v2.3 keeps the values of a user text field in one frame, joined
-// with "/".
+// User text fields whose values ID3v2.3 keeps in one frame, joined with "/".
+inline constexpr std::string_view kSlashFields[] = {"Soloist", "SoloistSort", "Soloists",
+                                                    "SoloistsSort", "ConductorSort"};
 bool isFieldNameSlashTXXX(std::string_view field);
 
 // Removes a counter at the end: "Artist[2]" becomes "Artist". A name that is nothing
@@ -31,12 +32,12 @@ void multiTXXX_undecorate(std::string& field);
 // The prefix alone, or the prefix, a blank and the description.
 std::string FieldWithDescription(std::string_view prefix, std::string_view description);
 
-// Strip "Comment" or "User defined URL link" and the blanks behind it off the
-// front; false when the name does not begin so.
+// Remove "Comment" or "User defined URL link" and the blanks after it from the front;
+// false for a name that does not begin with it.
 bool skip_comment_prefix(std::string_view& field);
 bool skip_www_prefix(std::string_view& field);
 
-// The name under which a field that is written as `field` will be read.
+// The name under which a field is read again after it was written as `field`.
 std::string CanonicalField(std::string_view field);
 
 // Comments of iTunes: the spelling it looks for, descriptions that are its own,
@@ -45,8 +46,8 @@ std::string commNameSanity(std::string_view description);
 bool IsItunesCrap(std::string_view description);
 bool iTunIsNumeric(std::string_view text);
 
-// Rating 0 to 10 and the byte of a POPM frame. A byte stands for the smallest
-// rating whose byte is no less.
+// Ratings from 0 to 10 and the bytes of a POPM frame. A byte means the smallest rating
+// whose own byte is not below it.
 int POPMToRating(uint8_t byte);
 uint8_t ratingToPOPM(int rating);
 inline constexpr std::string_view POPM_User = "Windows Media Player 9 Series";

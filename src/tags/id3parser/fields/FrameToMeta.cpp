@@ -22,7 +22,7 @@ struct Reading {
     metaMap& map;
     bool strict;
 
-    void Refuse(bool broken) const
+    void RefuseIf(bool broken) const
     {
         if (broken && strict)
             throw parseError();
@@ -38,7 +38,7 @@ struct Reading {
 
 void _add_info_slashed(metaMap& map, std::string_view field, std::string_view text)
 {
-    for (const std::string& piece : SplitValues(text, '/'))
+    for (const std::string& piece : SplitValues(text, kOldValueSeparator))
         map.add(field, piece);
 }
 
@@ -49,7 +49,7 @@ void frame_to_meta_multivalue(const Reading& in, std::string_view field)
         _add_info_slashed(in.map, field, in.String(0));
         return;
     }
-    in.Refuse(in.revision < kRevision4);
+    in.RefuseIf(in.revision < kRevision4);
     t_frameWalk walk;
     std::string text;
     for (size_t i = 0; i < count; ++i) {
@@ -86,7 +86,7 @@ std::string& FirstValue(metaMap& map, std::string_view field)
 void frame_to_meta_tyer(const Reading& in, std::string_view field)
 {
     const std::string text = in.String(0);
-    in.Refuse(!is_valid_year(text));
+    in.RefuseIf(!is_valid_year(text));
     std::string& year = FirstValue(in.map, field);
     year = YearWithTYER(year, text);
 }
@@ -94,8 +94,9 @@ void frame_to_meta_tyer(const Reading& in, std::string_view field)
 void frame_to_meta_tdat(const Reading& in, std::string_view field)
 {
     const std::string text = in.String(0);
-    in.Refuse(!_is_valid_date(text, "####"));
-    if (!_is_valid_date(text, "####"))
+    const bool valid = _is_valid_date(text, "####");
+    in.RefuseIf(!valid);
+    if (!valid)
         return;
     std::string& year = FirstValue(in.map, field);
     year = YearWithTDAT(year, text);
@@ -124,8 +125,9 @@ void frame_to_meta_custom_text(const Reading& in, size_t count, std::string key)
 {
     if (IsRGMeta(key)) {
         const std::string value = in.String(1);
-        in.Refuse(!IsSaneRGVal(value));
-        if (IsSaneRGVal(value))
+        const bool sane = IsSaneRGVal(value);
+        in.RefuseIf(!sane);
+        if (sane)
             in.map.add(key, value);
         return;
     }
@@ -145,7 +147,7 @@ void frame_to_meta_custom_text(const Reading& in, size_t count, std::string key)
 void frame_to_meta_custom(const Reading& in)
 {
     const size_t count = in.frame.GetStringCount();
-    in.Refuse(count < 2);
+    in.RefuseIf(count < 2);
     if (count < 2)
         return;
     const std::string description = in.String(0);
@@ -203,16 +205,17 @@ void CheckStrictly(const t_frame& frame, t_tagRevision revision, const FrameRule
         throw parseError();
 }
 
-// The description of a frame that has one; false for a body that cannot be read.
-bool DescriptionOf(const t_frame& frame, std::string& description)
+// The description of a frame that has one; nothing for a body that cannot be read.
+std::optional<std::string> DescriptionOf(const t_frame& frame)
 {
     try {
         if (frame.id != kFrameCOMM && frame.GetStringCount() == 0)
-            return false;
+            return std::nullopt;
+        std::string description;
         frame.GetAsString(false, description, 0);
-        return true;
+        return description;
     } catch (const parseError&) {
-        return false;
+        return std::nullopt;
     }
 }
 
@@ -244,23 +247,23 @@ std::string FieldOfFrame(const t_frame& frame)
     const FrameRule* rule = RuleForFrame(frame.id);
     if (rule == nullptr)
         return {};
-    // Of frames that stand once in a tag the identifier tells enough.
+    // A text frame occurs once in a tag: its identifier is enough.
     if (frame.data.get_size() == 0 && !frame.isStdTextFrame())
         return {};
     if (frame.id == kFramePOPM && RatingOf(frame).value_or(0) == 0)
         return {};
     if (!rule->field.empty())
         return std::string(rule->field);
-    std::string description;
-    if (!DescriptionOf(frame, description))
+    std::optional<std::string> description = DescriptionOf(frame);
+    if (!description.has_value())
         return {};
     if (rule->read == ReadRule::Comment)
-        return FieldWithDescription(kFieldComment, description);
+        return FieldWithDescription(kFieldComment, *description);
     if (rule->read == ReadRule::UserUrl)
-        return FieldWithDescription(kFieldUserUrl, description);
-    if (!IsRGMeta(description))
-        multiTXXX_undecorate(description);
-    return description;
+        return FieldWithDescription(kFieldUserUrl, *description);
+    if (!IsRGMeta(*description))
+        multiTXXX_undecorate(*description);
+    return *description;
 }
 
 } // namespace id3parser

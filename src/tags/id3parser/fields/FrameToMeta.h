@@ -4,17 +4,16 @@
 #include "tags/id3parser/fields/MetaMap.h"
 #include "tags/id3parser/frames/Tag.h"
 
-#include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace id3parser
 {
 
-// Adds what a frame of a tag of that revision says to the map. A malformed frame
+// Adds the fields of a frame from a tag of that revision to the map. A malformed frame
 // adds what can be read of it. strict: it throws parseError instead, as does a frame
 // that the revision does not know and, below 2.4, one with more strings than usual.
-void frame_to_infos(const t_frame& frame, t_tagRevision revision, metaMap& map, bool strict);
+void frame_to_infos(const t_frame& frame, t_tagRevision revision, metaMap& map,
+                    bool strict = false);
 
 // The same for all frames of a tag, in their order.
 void tag_to_metaMap(const t_tag& tag, metaMap& map, bool strict = false);
@@ -22,10 +21,5 @@ void tag_to_metaMap(const t_tag& tag, metaMap& map, bool strict = false);
 // The field that represents a frame, whether the frame has a value for it or not;
 // empty when none does.
 std::string FieldOfFrame(const t_frame& frame);
-
-// The delay and the length in sample frames of a comment described "iTunSMPB", or
-// of its text. False, with both left alone, when it does not tell.
-bool extractAppleGapless(const t_frame& frame, uint64_t& delay, uint64_t& length);
-bool parse_apple_gapless(std::string_view text, uint64_t& delay, uint64_t& length);
 
 } // namespace id3parser

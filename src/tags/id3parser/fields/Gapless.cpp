@@ -1,7 +1,7 @@
-// The gapless information that iTunes keeps in a comment.
+#include "tags/id3parser/fields/Gapless.h"
+
 #include "support/text/Ascii.h"
 #include "tags/id3parser/bytes/Errors.h"
-#include "tags/id3parser/fields/FrameToMeta.h"
 
 #include <algorithm>
 

@@ -77,7 +77,7 @@ metaMap::Values unmangle_genres(std::string_view text)
     metaMap::Values genres;
     while (!text.empty()) {
         text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-        const size_t end = text.find(';');
+        const size_t end = text.find(kOldGenreSeparator);
         std::string_view entry = text.substr(0, end);
         if (end != std::string_view::npos)
             entry = entry.substr(0, entry.find_last_not_of(' ') + 1);

@@ -16,7 +16,7 @@ inline constexpr size_t kGenreCount = 126;
 // is Remix, "((x" is "(x". Empty when it means none.
 std::string unmangle_genre(std::string_view entry);
 
-// The entries of a TCON string below ID3v2.4: a list separated by ";".
+// The genres that a TCON string below ID3v2.4 lists.
 metaMap::Values unmangle_genres(std::string_view text);
 
 // The entry that is read as `genre`: what begins with "(" is escaped.

@@ -9,16 +9,8 @@ namespace id3parser
 
 bool metaCompare::operator()(std::string_view a, std::string_view b) const
 {
-    const size_t shorter = std::min(a.size(), b.size());
-    for (size_t i = 0; i < shorter; ++i) {
-        if (a[i] == b[i])
-            continue;
-        const auto left = static_cast<unsigned char>(lower(a[i]));
-        const auto right = static_cast<unsigned char>(lower(b[i]));
-        if (left != right)
-            return left < right;
-    }
-    return a.size() < b.size();
+    const auto folded = [](char c) { return static_cast<unsigned char>(lower(c)); };
+    return std::ranges::lexicographical_compare(a, b, {}, folded, folded);
 }
 
 void metaMap::add(std::string_view name, std::string_view value)
@@ -62,7 +54,7 @@ bool metaMap::haveReplayGain() const
                                [this](std::string_view name) { return haveField(name); });
 }
 
-std::string JoinValues(const metaMap::Values& values, std::string_view separator)
+std::string JoinValues(const metaMap::Values& values, char separator)
 {
     std::string joined;
     for (size_t i = 0; i < values.size(); ++i) {

@@ -48,9 +48,15 @@ private:
     Fields m_fields;
 };
 
+// What separates the values of a field in one text: in an item of the tag list and in a
+// field that has a single string; in a string below ID3v2.4; among genres there.
+inline constexpr char kItemValueSeparator = '\r';
+inline constexpr char kOldValueSeparator = '/';
+inline constexpr char kOldGenreSeparator = ';';
+
 // Values with a separator between them, and the pieces between separators: at
 // least one, empty ones kept.
-std::string JoinValues(const metaMap::Values& values, std::string_view separator);
+std::string JoinValues(const metaMap::Values& values, char separator);
 metaMap::Values SplitValues(std::string_view text, char separator);
 
 } // namespace id3parser

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <optional>
 
 namespace id3parser
 {
@@ -22,11 +23,6 @@ using Values = metaMap::Values;
 
 // Readers give up on a frame with more than 1024 strings.
 constexpr size_t kStringsPerFrame = 1000;
-
-constexpr char kValueSeparator[] = "/";
-constexpr char kGenreSeparator[] = ";";
-// Several values of a field that reads as one string: the way the tag list has them.
-constexpr char kLineSeparator[] = "\r";
 
 class FrameBuilder
 {
@@ -86,7 +82,7 @@ void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
     case WriteRule::None:
         return;
     case WriteRule::Text:
-        return meta_to_frame(rule.id, JoinValues(values, kLineSeparator));
+        return meta_to_frame(rule.id, JoinValues(values, kItemValueSeparator));
     case WriteRule::MultiValue:
         return meta_to_frame_multivalue(rule.id, values);
     case WriteRule::Comment:
@@ -99,9 +95,9 @@ void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
     case WriteRule::Genre:
         return meta_to_frame_genre(rule.id, values);
     case WriteRule::OldDate:
-        return meta_olddate_to_frames(JoinValues(values, kLineSeparator));
+        return meta_olddate_to_frames(JoinValues(values, kItemValueSeparator));
     case WriteRule::Date:
-        return meta_date_to_frame(rule.id, JoinValues(values, kLineSeparator));
+        return meta_date_to_frame(rule.id, JoinValues(values, kItemValueSeparator));
     case WriteRule::Rating:
         return meta_to_frame_popm(values.front());
     }
@@ -115,7 +111,7 @@ void FrameBuilder::meta_to_frame(uint32_t id, std::string_view text)
 void FrameBuilder::meta_to_frame_multivalue(uint32_t id, const Values& values)
 {
     if (m_context.isOldRevision())
-        return meta_to_frame(id, JoinValues(values, kValueSeparator));
+        return meta_to_frame(id, JoinValues(values, kOldValueSeparator));
     for (size_t i = 0; i < values.size(); ++i) {
         if (i % kStringsPerFrame == 0)
             meta_to_frame(id, values[i]);
@@ -128,7 +124,7 @@ void FrameBuilder::meta_to_frame_comm(uint32_t id, std::string_view description,
                                       std::string_view text)
 {
     tagCreateContext context = m_context;
-    // The numbers of iTunes are written as iTunes does.
+    // Numbers in comments of iTunes are written in the encoding that iTunes uses.
     if (IsItunesCrap(description) && iTunIsNumeric(text))
         context.encoding = kEncodingISO;
     t_frame& frame = Add(id);
@@ -141,20 +137,19 @@ void FrameBuilder::meta_to_frame_genre(uint32_t id, const Values& values)
     Values genres(values.size());
     std::ranges::transform(values, genres.begin(), MangleGenre);
     if (m_context.isOldRevision())
-        meta_to_frame(id, JoinValues(genres, kGenreSeparator));
+        meta_to_frame(id, JoinValues(genres, kOldGenreSeparator));
     else
         meta_to_frame_multivalue(id, genres);
 }
 
 void FrameBuilder::meta_olddate_to_frames(std::string_view date)
 {
-    std::string year, dayAndMonth;
-    const bool valid = SplitOldDate(date, year, dayAndMonth);
-    if (!valid || m_context.fullDateInYear)
+    const std::optional<OldDate> parts = SplitOldDate(date);
+    if (!parts.has_value() || m_context.fullDateInYear)
         return meta_date_to_frame(kFrameTYER, date);
-    Add(kFrameTYER).SetAsNumeric(year);
-    if (!dayAndMonth.empty())
-        Add(kFrameTDAT).SetAsNumeric(dayAndMonth);
+    Add(kFrameTYER).SetAsNumeric(parts->year);
+    if (!parts->dayAndMonth.empty())
+        Add(kFrameTDAT).SetAsNumeric(parts->dayAndMonth);
 }
 
 void FrameBuilder::meta_date_to_frame(uint32_t id, std::string_view date)
@@ -168,7 +163,7 @@ void FrameBuilder::meta_date_to_frame(uint32_t id, std::string_view date)
         meta_to_frame(id, date);
 }
 
-// A rating without a number is none.
+// A value that does not begin with a number is no rating and is left out.
 void FrameBuilder::meta_to_frame_popm(std::string_view rating)
 {
     int number = 0;
@@ -194,12 +189,12 @@ void FrameBuilder::AddUserText(std::string_view description, const Values& value
     }
 }
 
-// False for fields that ID3v2.3 keeps in a frame for each value.
+// False for fields that get a frame for each value.
 bool FrameBuilder::handleSlashedTXXX(const std::string& field, const Values& values)
 {
     if (!isFieldNameSlashTXXX(field))
         return false;
-    AddUserText(field, {JoinValues(values, kValueSeparator)});
+    AddUserText(field, {JoinValues(values, kOldValueSeparator)});
     return true;
 }
 
@@ -225,10 +220,12 @@ void FrameBuilder::custom_to_frame_multi(const std::string& field, const Values&
     }
 }
 
-// The encodings that the revision has: UTF-16BE is never written.
-uint8_t EncodingFor(uint8_t encoding, bool oldRevision)
+// The encoding, or UTF-16 with a mark where the revision does not know it. UTF-16BE is
+// never written.
+uint8_t EncodingFor(const tagCreateContext& context, uint8_t encoding)
 {
-    const bool unknown = encoding == kEncodingUTF16BE || (oldRevision && encoding > kEncodingUTF16);
+    const bool unknown =
+        encoding == kEncodingUTF16BE || (context.isOldRevision() && encoding > kEncodingUTF16);
     return unknown ? uint8_t{kEncodingUTF16} : encoding;
 }
 
@@ -241,7 +238,7 @@ void metaMap_to_tag(t_tag& tag, metaMap map, const tagCreateArgs& args)
     tagCreateContext context;
     static_cast<tagCreateArgs&>(context) = args;
     context.revision = tag.Revision();
-    context.encoding = EncodingFor(args.encoding, context.isOldRevision());
+    context.encoding = EncodingFor(context, args.encoding);
 
     t_tag::FrameList before;
     before.swap(tag.Frames());
