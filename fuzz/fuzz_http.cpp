@@ -12,17 +12,17 @@ namespace
 
 void CheckTarget(const std::string& reference)
 {
-    const STUrl base = {"host", 8080, "/a/b?c"};
-    STUrl url;
+    const Url base = {"host", 8080, "/a/b?c"};
+    Url url;
     if (ResolveUrl(base, reference, url) != StreamFault::None)
         return;
     const std::string all = url.HostField() + url.target;
-    Require(url.target.front() == '/' && url.nPort != 0 && !url.host.empty(), "a URL is whole");
+    Require(url.target.front() == '/' && url.port != 0 && !url.host.empty(), "a URL is whole");
     Require(std::all_of(all.begin(), all.end(), [](char c) { return c > ' ' && c < 0x7F; }),
             "nothing in a URL can break out of a request");
-    STUrl again;
+    Url again;
     Require(ParseUrl("http://" + url.HostField() + url.target, again) &&
-                again.target == url.target && again.host == url.host && again.nPort == url.nPort,
+                again.target == url.target && again.host == url.host && again.port == url.port,
             "a URL comes back as it was");
 }
 
@@ -53,8 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             "the pieces do not matter");
     Require(whole.behind + pieces.behind == 0, "nothing comes behind the end");
     Require(whole.body.size() <= size, "a body is made of what arrived");
-    if (whole.headFault == StreamFault::None && whole.head.nContentLength >= 0)
-        Require(whole.bodyFault == (std::ssize(whole.body) == whole.head.nContentLength
+    if (whole.headFault == StreamFault::None && whole.head.contentLength >= 0)
+        Require(whole.bodyFault == (std::ssize(whole.body) == whole.head.contentLength
                                         ? StreamFault::None
                                         : StreamFault::EndedEarly),
                 "a body that differs from its length is noticed");

@@ -15,7 +15,7 @@ public:
     {
     }
 
-    STTaken ReadSome(std::span<uint8_t> out) override
+    Received ReadSome(std::span<uint8_t> out) override
     {
         const size_t size = std::min({out.size(), m_left.size(), m_piece});
         std::copy_n(m_left.begin(), size, out.begin());
@@ -31,7 +31,7 @@ private:
 
 struct ReadResult {
     StreamFault headFault = StreamFault::None, bodyFault = StreamFault::None;
-    STHttpHead head;
+    HttpHead head;
     Bytes body;
     size_t behind = 0; // bytes that came behind the end of the body
 };

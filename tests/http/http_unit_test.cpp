@@ -39,12 +39,12 @@ TEST(Url, IsTakenApartEncodedAndResolvedAgainstABase)
         {"#f", "8 h:8/a/b/c?q"},
         {"a b\xE4", "8 h:8/a/b/a%20b%E4"},
     };
-    const STUrl base = {"h", 8, "/a/b/c?q"};
-    STUrl url;
+    const Url base = {"h", 8, "/a/b/c?q"};
+    Url url;
     for (const auto& [reference, result] : cases) {
         EXPECT_EQ(ParseUrl(reference, url), reference.find("://") == 4) << reference;
         ASSERT_EQ(ResolveUrl(base, reference, url), F::None) << reference;
-        EXPECT_EQ(std::to_string(url.nPort) + " " + url.HostField() + url.target, result);
+        EXPECT_EQ(std::to_string(url.port) + " " + url.HostField() + url.target, result);
     }
     for (const char* elsewhere : {"https://h/", "file:///etc/passwd", "FTP:x", "http:/h/"})
         EXPECT_TRUE(!ParseUrl(elsewhere, url) &&
@@ -152,7 +152,7 @@ TEST(HttpReader, RefusesImproperHeaders)
 
 TEST(HttpHead, TellsWhatSeekingNeeds)
 {
-    STHttpHead head;
+    HttpHead head;
     ASSERT_EQ(ParseHead(Ok("accept-ranges: none, Bytes\r\nETag: \"a:b\"\r\nLocation: x y \r\n"
                            "Content-Range: BYTES 5-9/*\r\nContent-Length: 5\r\n\r\n"),
                         head),
@@ -160,7 +160,7 @@ TEST(HttpHead, TellsWhatSeekingNeeds)
     EXPECT_TRUE(head.servesRanges);
     EXPECT_EQ(head.entityTag, "\"a:b\"");
     EXPECT_EQ(head.location, "x y");
-    EXPECT_EQ(head.range, (STContentRange{5, 9, -1}));
+    EXPECT_EQ(head.range, (ContentRange{5, 9, -1}));
     for (const char* range : {"bytes */10", "bytes 5-4/10", "bytes 5-10/10", "bytes 5/10",
                               "items 5-9/10", "bytes 5-9", "bytes -9/10", "bytes 5-1e9/*"}) {
         ASSERT_EQ(ParseHead(Ok("Content-Range: " + std::string(range) + "\n\n"), head), F::None);

@@ -145,7 +145,7 @@ TEST_F(StreamTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
 }
 
 // What comes of opening, with limits that tests can wait for.
-constexpr STNetLimits kShort = {milliseconds(400), milliseconds(200), milliseconds(500)};
+constexpr NetLimits kShort = {milliseconds(400), milliseconds(200), milliseconds(500)};
 XStr Opening(const std::string& url)
 {
     XFileHTTPStream stream(kShort);

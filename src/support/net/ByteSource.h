@@ -1,4 +1,4 @@
-// Where the bytes of an answer come from: a connection, or a text in memory.
+// Where the bytes of a response come from: a connection, or a text in memory.
 #pragma once
 
 #include "support/net/StreamFault.h"
@@ -6,12 +6,13 @@
 #include <cstdint>
 #include <span>
 
-// What one read gave. No bytes and no fault: the source has ended.
-struct STTaken {
-    size_t nBytes = 0;
+// The result of one read. No bytes and no fault mean that the source has ended.
+struct Received {
+    size_t count = 0;
     StreamFault fault = StreamFault::None;
 };
 
+// A source that can only be read forward.
 class ByteSource
 {
 public:
@@ -19,5 +20,5 @@ public:
 
     // Waits for the next bytes and takes at most as many as `out` holds, at least one
     // unless the source has ended or fails. `out` is not empty.
-    [[nodiscard]] virtual STTaken ReadSome(std::span<uint8_t> out) = 0;
+    [[nodiscard]] virtual Received ReadSome(std::span<uint8_t> out) = 0;
 };

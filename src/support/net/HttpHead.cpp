@@ -9,7 +9,7 @@ namespace
 
 constexpr int kRedirects[] = {301, 302, 303, 307, 308};
 
-// A decimal number without sign that fits; the whole text.
+// False unless the whole text is a decimal number without a sign that fits.
 bool ReadNumber(std::string_view text, int64_t& number)
 {
     if (text.empty())
@@ -24,7 +24,7 @@ bool ReadNumber(std::string_view text, int64_t& number)
     return true;
 }
 
-// "HTTP/1.1 200 OK": any minor version, the words behind the number are free.
+// "HTTP/1.1 200 OK": any minor version, and any words after the number.
 bool ReadStatusLine(std::string_view line, int& status)
 {
     constexpr std::string_view kVersion = "HTTP/1.";
@@ -41,21 +41,21 @@ bool ReadStatusLine(std::string_view line, int& status)
     return true;
 }
 
-// A field may repeat its number, in a list or on several lines, but not change it.
-StreamFault ReadContentLength(std::string_view value, STHttpHead& head)
+// A length may be repeated, in a list or on several lines, but must not change.
+StreamFault ReadContentLength(std::string_view value, HttpHead& head)
 {
     do {
         int64_t length = 0;
         if (!ReadNumber(Trim(TakeUntil(value, ',')), length) ||
-            (head.nContentLength >= 0 && head.nContentLength != length))
+            (head.contentLength >= 0 && head.contentLength != length))
             return StreamFault::BadResponse;
-        head.nContentLength = length;
+        head.contentLength = length;
     } while (!value.empty());
     return StreamFault::None;
 }
 
-// Only "chunked", once, can be undone here.
-StreamFault ReadTransferEncoding(std::string_view value, STHttpHead& head)
+// Only "chunked" can be undone here, and only once.
+StreamFault ReadTransferEncoding(std::string_view value, HttpHead& head)
 {
     while (!value.empty()) {
         const std::string_view coding = Trim(TakeUntil(value, ','));
@@ -68,13 +68,13 @@ StreamFault ReadTransferEncoding(std::string_view value, STHttpHead& head)
     return StreamFault::None;
 }
 
-StreamFault ReadContentEncoding(std::string_view value, STHttpHead&)
+StreamFault ReadContentEncoding(std::string_view value, HttpHead&)
 {
     const bool isPlain = value.empty() || EqualNoCase(value, "identity");
     return isPlain ? StreamFault::None : StreamFault::UnknownCoding;
 }
 
-StreamFault ReadAcceptRanges(std::string_view value, STHttpHead& head)
+StreamFault ReadAcceptRanges(std::string_view value, HttpHead& head)
 {
     while (!value.empty())
         if (EqualNoCase(Trim(TakeUntil(value, ',')), "bytes"))
@@ -82,17 +82,17 @@ StreamFault ReadAcceptRanges(std::string_view value, STHttpHead& head)
     return StreamFault::None;
 }
 
-// "bytes 100-199/1000", the total possibly "*". Other forms say nothing about a body.
-StreamFault ReadContentRange(std::string_view value, STHttpHead& head)
+// "bytes 100-199/1000", where the total may be "*". Other forms say nothing about the body.
+StreamFault ReadContentRange(std::string_view value, HttpHead& head)
 {
     const std::string_view unit = TakeUntil(value, ' ');
     const std::string_view first = Trim(TakeUntil(value, '-'));
     const std::string_view last = Trim(TakeUntil(value, '/'));
     const std::string_view total = Trim(value);
-    STContentRange range;
-    if (!EqualNoCase(unit, "bytes") || !ReadNumber(first, range.nFirst) ||
-        !ReadNumber(last, range.nLast) || (total != "*" && !ReadNumber(total, range.nTotal)) ||
-        range.nLast < range.nFirst || (total != "*" && range.nTotal <= range.nLast))
+    ContentRange range;
+    if (!EqualNoCase(unit, "bytes") || !ReadNumber(first, range.first) ||
+        !ReadNumber(last, range.last) || (total != "*" && !ReadNumber(total, range.total)) ||
+        range.last < range.first || (total != "*" && range.total <= range.last))
         return StreamFault::None;
     if (head.range.has_value() && head.range != range)
         return StreamFault::BadResponse;
@@ -100,7 +100,7 @@ StreamFault ReadContentRange(std::string_view value, STHttpHead& head)
     return StreamFault::None;
 }
 
-StreamFault ReadLocation(std::string_view value, STHttpHead& head)
+StreamFault ReadLocation(std::string_view value, HttpHead& head)
 {
     if (head.location.has_value() && *head.location != value)
         return StreamFault::BadResponse;
@@ -108,7 +108,7 @@ StreamFault ReadLocation(std::string_view value, STHttpHead& head)
     return StreamFault::None;
 }
 
-StreamFault ReadEntityTag(std::string_view value, STHttpHead& head)
+StreamFault ReadEntityTag(std::string_view value, HttpHead& head)
 {
     head.entityTag = value;
     return StreamFault::None;
@@ -116,7 +116,7 @@ StreamFault ReadEntityTag(std::string_view value, STHttpHead& head)
 
 struct FieldRule {
     std::string_view name;
-    StreamFault (*read)(std::string_view value, STHttpHead& head);
+    StreamFault (*read)(std::string_view value, HttpHead& head);
 };
 
 constexpr FieldRule kFields[] = {
@@ -129,8 +129,8 @@ constexpr FieldRule kFields[] = {
     {"ETag", ReadEntityTag},
 };
 
-// A line without a colon is no field and says nothing.
-StreamFault ReadField(std::string_view line, STHttpHead& head)
+// A line without a colon is not a field and is skipped.
+StreamFault ReadField(std::string_view line, HttpHead& head)
 {
     const size_t colon = line.find(':');
     if (colon == std::string_view::npos)
@@ -153,9 +153,9 @@ std::string TakeLine(std::string_view& bytes)
 
 } // namespace
 
-bool STHttpHead::IsRedirect() const
+bool HttpHead::IsRedirect() const
 {
-    return std::find(std::begin(kRedirects), std::end(kRedirects), nStatus) != std::end(kRedirects);
+    return std::find(std::begin(kRedirects), std::end(kRedirects), status) != std::end(kRedirects);
 }
 
 size_t HeadSize(std::string_view bytes, size_t from)
@@ -171,11 +171,10 @@ size_t HeadSize(std::string_view bytes, size_t from)
     return 0;
 }
 
-StreamFault ParseHead(std::string_view bytes, STHttpHead& head)
+StreamFault ParseHead(std::string_view bytes, HttpHead& head)
 {
     head = {};
-    if (bytes.find('\0') != std::string_view::npos ||
-        !ReadStatusLine(TakeLine(bytes), head.nStatus))
+    if (bytes.find('\0') != std::string_view::npos || !ReadStatusLine(TakeLine(bytes), head.status))
         return StreamFault::BadResponse;
     while (!bytes.empty()) {
         const StreamFault fault = ReadField(TakeLine(bytes), head);
@@ -184,8 +183,8 @@ StreamFault ParseHead(std::string_view bytes, STHttpHead& head)
     }
     // The chunks say where the body ends, whatever else is said about its length.
     if (head.isChunked)
-        head.nContentLength = -1;
-    else if (head.nStatus == 206 && head.range.has_value() && head.nContentLength < 0)
-        head.nContentLength = head.range->nLast - head.range->nFirst + 1;
+        head.contentLength = -1;
+    else if (head.status == 206 && head.range.has_value() && head.contentLength < 0)
+        head.contentLength = head.range->last - head.range->first + 1;
     return StreamFault::None;
 }

@@ -12,18 +12,18 @@ namespace
 // Reads of at least this size bypass the buffer when it is empty.
 constexpr size_t kDirectBytes = 8192;
 
-// Most bytes of the line in front of a chunk: its size and what else is said there.
+// The longest line before a chunk, in bytes: its size and any extensions.
 constexpr size_t kMostChunkLine = 65536;
 
 // What may follow the size in that line.
-constexpr std::string_view kBehindSize = " \t;\r\n";
+constexpr std::string_view kAfterSize = " \t;\r\n";
 
 } // namespace
 
 // The buffer holds a whole header.
 HttpReader::HttpReader(ByteSource& source) : m_source(source), m_buffer(kMostHeadBytes) {}
 
-// Ends the body, for a fault or None.
+// Ends the body, normally for None; always returns false.
 bool HttpReader::End(StreamFault fault)
 {
     m_fault = fault;
@@ -36,8 +36,8 @@ std::string_view HttpReader::BufferedText() const
     return {reinterpret_cast<const char*>(m_buffer.data()) + m_begin, Buffered()};
 }
 
-// Adds bytes to the buffer, which is not full. False, with the fault None when the
-// source has just ended, when there are none.
+// Adds bytes to the buffer, which must not be full. False when there are none; the fault
+// is None if the source has simply ended.
 bool HttpReader::Fill()
 {
     if (m_begin == m_end)
@@ -46,12 +46,12 @@ bool HttpReader::Fill()
         std::memmove(m_buffer.data(), &m_buffer[m_begin], Buffered());
         m_end -= std::exchange(m_begin, 0);
     }
-    const STTaken taken = m_source.ReadSome(std::span(m_buffer).subspan(m_end));
-    m_end += taken.nBytes;
-    return taken.nBytes != 0 || End(taken.fault);
+    const Received taken = m_source.ReadSome(std::span(m_buffer).subspan(m_end));
+    m_end += taken.count;
+    return taken.count != 0 || End(taken.fault);
 }
 
-// Fills the buffer until a whole header of at most `most` bytes stands at its begin.
+// Fills the buffer until it begins with a whole header, of at most `most` bytes.
 StreamFault HttpReader::BufferHead(size_t most, size_t& size)
 {
     size_t searched = 0;
@@ -68,7 +68,7 @@ StreamFault HttpReader::BufferHead(size_t most, size_t& size)
     }
 }
 
-StreamFault HttpReader::ReadHead(STHttpHead& head)
+StreamFault HttpReader::ReadHead(HttpHead& head)
 {
     size_t left = kMostHeadBytes;
     do {
@@ -81,11 +81,11 @@ StreamFault HttpReader::ReadHead(STHttpHead& head)
         m_begin += size;
         left -= size;
     } while (head.IsInterim());
-    m_framing = head.isChunked             ? Framing::Chunked
-                : head.nContentLength >= 0 ? Framing::Counted
-                                           : Framing::UntilClose;
+    m_framing = head.isChunked            ? Framing::Chunked
+                : head.contentLength >= 0 ? Framing::Counted
+                                          : Framing::UntilClose;
     m_left = m_framing == Framing::UntilClose ? std::numeric_limits<int64_t>::max()
-                                              : std::max<int64_t>(head.nContentLength, 0);
+                                              : std::max<int64_t>(head.contentLength, 0);
     return StreamFault::None;
 }
 
@@ -107,14 +107,15 @@ size_t HttpReader::ReadBody(std::span<uint8_t> out)
     return done;
 }
 
-// Bytes of the body, at least one unless the source gives none. `out` is not empty.
+// Takes bytes of the body, at least one unless the source has none left. `out` must not
+// be empty.
 size_t HttpReader::TakeBytes(std::span<uint8_t> out)
 {
     if (Buffered() == 0 && out.size() >= kDirectBytes) {
-        const STTaken taken = m_source.ReadSome(out);
-        if (taken.nBytes == 0)
+        const Received taken = m_source.ReadSome(out);
+        if (taken.count == 0)
             End(taken.fault);
-        return taken.nBytes;
+        return taken.count;
     }
     if (Buffered() == 0 && !Fill())
         return 0;
@@ -140,18 +141,18 @@ bool HttpReader::BeginPart()
         return End(StreamFault::None);
     if (!BeginChunk())
         return End(m_fault != StreamFault::None ? m_fault : StreamFault::EndedEarly);
-    // The empty chunk is the last one. The trailers behind it say nothing that is
-    // wanted here, and waiting for them could only fail.
+    // The empty chunk is the last one. The trailers after it say nothing of
+    // interest, and waiting for them could only fail.
     return m_left != 0 || End(StreamFault::None);
 }
 
-// Reads the line in front of a chunk: its size in hexadecimal digits and, behind a
-// blank or semicolon, what nobody needs.
+// Reads the line before a chunk: its size in hexadecimal digits and, after a blank or a
+// semicolon, extensions that nobody needs.
 bool HttpReader::BeginChunk()
 {
-    if (m_behindChunk && !ReadChunkEnd())
+    if (m_afterChunk && !ReadChunkEnd())
         return false;
-    m_behindChunk = true;
+    m_afterChunk = true;
     constexpr int64_t kMostBeforeDigit = (std::numeric_limits<int64_t>::max() - 15) / 16;
     int64_t size = 0;
     size_t used = 0;
@@ -161,7 +162,7 @@ bool HttpReader::BeginChunk()
             return End(StreamFault::BadResponse);
         size = size * 16 + HexValue(c);
     }
-    if (!m_hasEnded && (used == 0 || kBehindSize.find(c) == std::string_view::npos))
+    if (!m_hasEnded && (used == 0 || kAfterSize.find(c) == std::string_view::npos))
         return End(StreamFault::BadResponse);
     for (; !m_hasEnded && c != '\n'; TakeByte(c))
         if (++used > kMostChunkLine)
@@ -170,7 +171,7 @@ bool HttpReader::BeginChunk()
     return !m_hasEnded;
 }
 
-// The line end behind the data of a chunk.
+// The line end after the data of a chunk.
 bool HttpReader::ReadChunkEnd()
 {
     char c = 0;

@@ -1,4 +1,4 @@
-// Reads one HTTP answer from a source of bytes: its header, then its body without the
+// Reads an HTTP response from a source of bytes: its header, then its body without the
 // framing.
 #pragma once
 
@@ -13,11 +13,11 @@ public:
     // The source must outlive the reader.
     explicit HttpReader(ByteSource& source);
 
-    // Reads the header, passing over interim ones; the body begins behind it.
-    [[nodiscard]] StreamFault ReadHead(STHttpHead& head);
+    // Reads the header, passing over interim ones; leaves the source at the body.
+    [[nodiscard]] StreamFault ReadHead(HttpHead& head);
 
-    // Reads body bytes: fewer than asked for only when the body ends or fails. A large
-    // read goes straight from the source into `out`.
+    // Reads bytes of the body and returns their number, which is less than asked for only
+    // when the body ends or fails. A large read goes straight from the source into `out`.
     [[nodiscard]] size_t ReadBody(std::span<uint8_t> out);
 
     // Why the body gave less than asked for; None when it ended where it should.
@@ -42,8 +42,8 @@ private:
     size_t m_begin = 0; // first byte in the buffer that is not used yet
     size_t m_end = 0;
     Framing m_framing = Framing::UntilClose;
-    int64_t m_left = 0;         // bytes until the next framing
-    bool m_behindChunk = false; // a chunk's data stands before the next size
+    int64_t m_left = 0;        // bytes until the next framing
+    bool m_afterChunk = false; // the data of a chunk precedes the next size
     bool m_hasEnded = false;
     StreamFault m_fault = StreamFault::None;
 };

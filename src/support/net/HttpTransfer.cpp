@@ -3,10 +3,10 @@
 namespace
 {
 
-// Longer ones are not sent back.
+// Longer tags are not sent back, in bytes.
 constexpr size_t kMostEntityTag = 1024;
 
-// A tag that stands for the very bytes, not just for their meaning.
+// Strong tags identify the exact bytes; weak ones only their meaning.
 bool IsStrong(const std::string& entityTag)
 {
     return entityTag.size() <= kMostEntityTag && entityTag.starts_with('"');
@@ -14,25 +14,25 @@ bool IsStrong(const std::string& entityTag)
 
 } // namespace
 
-std::string HttpRequest(const STUrl& url, const STHttpWish& wish)
+std::string HttpRequest(const Url& url, const RangeRequest& range)
 {
     std::string text = "GET " + url.target + " HTTP/1.1\r\nHost: " + url.HostField() +
                        "\r\nUser-Agent: aiff\r\nAccept: */*\r\nAccept-Encoding: identity\r\n"
                        "Connection: close\r\n";
-    if (wish.nFirstByte >= 0) {
-        text += "Range: bytes=" + std::to_string(wish.nFirstByte) + "-\r\n";
-        // Data that was replaced meanwhile is then sent from its start, which shows.
-        if (IsStrong(wish.entityTag))
-            text += "If-Range: " + wish.entityTag + "\r\n";
+    if (range.firstByte >= 0) {
+        text += "Range: bytes=" + std::to_string(range.firstByte) + "-\r\n";
+        // Data that has been replaced meanwhile then comes from its start, which is noticed.
+        if (IsStrong(range.entityTag))
+            text += "If-Range: " + range.entityTag + "\r\n";
     }
     return text + "\r\n";
 }
 
-StreamFault HttpTransfer::Ask(const STUrl& url, const STHttpWish& wish)
+StreamFault HttpTransfer::Ask(const Url& url, const RangeRequest& range)
 {
-    StreamFault fault = m_socket.Connect(url.host, url.nPort);
+    StreamFault fault = m_socket.Connect(url.host, url.port);
     if (fault == StreamFault::None)
-        fault = m_socket.Send(HttpRequest(url, wish));
+        fault = m_socket.Send(HttpRequest(url, range));
     if (fault != StreamFault::None)
         return fault;
     m_socket.SetDeadline(TcpSocket::Clock::now() + m_limits.head);

@@ -1,43 +1,43 @@
-// One request to a server and its answer.
+// A request to a server and the response to it.
 #pragma once
 
 #include "support/net/HttpReader.h"
 #include "support/net/TcpSocket.h"
 #include "support/net/Url.h"
 
-// Which part of the data is asked for.
-struct STHttpWish {
-    int64_t nFirstByte = -1; // from here to the end; -1 asks for everything
-    std::string entityTag;   // what the data was known by; empty when it was not
+// The part of the data that a request asks for.
+struct RangeRequest {
+    int64_t firstByte = -1; // everything from this byte on; -1 asks for the whole
+    std::string entityTag;  // the data's entity tag when it was first read; may be empty
 };
 
 // The text of a request.
-std::string HttpRequest(const STUrl& url, const STHttpWish& wish);
+std::string HttpRequest(const Url& url, const RangeRequest& range);
 
-// Connected from Ask until its end. Holds about 64 KiB.
+// Stays connected from Ask until it is destroyed. Takes about 64 KiB of memory.
 class HttpTransfer
 {
 public:
-    explicit HttpTransfer(const STNetLimits& limits)
+    explicit HttpTransfer(const NetLimits& limits)
         : m_limits(limits), m_socket(limits), m_reader(m_socket)
     {
     }
-    HttpTransfer(const HttpTransfer&) = delete; // the reader looks at the socket
+    HttpTransfer(const HttpTransfer&) = delete; // the reader refers to the socket
     HttpTransfer& operator=(const HttpTransfer&) = delete;
 
-    // Connects, sends the request and reads the header of the answer, whatever its
-    // status. Once per transfer.
-    [[nodiscard]] StreamFault Ask(const STUrl& url, const STHttpWish& wish);
+    // Connects, sends the request and reads the header of the response, whatever its
+    // status. To be called once.
+    [[nodiscard]] StreamFault Ask(const Url& url, const RangeRequest& range);
 
-    const STHttpHead& Head() const { return m_head; }
+    const HttpHead& Head() const { return m_head; }
 
     // Body bytes; see HttpReader.
     [[nodiscard]] size_t ReadBody(std::span<uint8_t> out) { return m_reader.ReadBody(out); }
     StreamFault Fault() const { return m_reader.Fault(); }
 
 private:
-    STNetLimits m_limits;
+    NetLimits m_limits;
     TcpSocket m_socket;
     HttpReader m_reader;
-    STHttpHead m_head;
+    HttpHead m_head;
 };

@@ -17,12 +17,12 @@ enum class StreamFault {
     HeadTooLong,
     UnknownCoding,
     WrongRange,
-    Status, // an answer that is neither the data nor a redirect
+    Status, // a response that is neither data nor a redirect
     RedirectWithoutTarget,
     RedirectElsewhere,
     TooManyRedirects,
     EndedEarly,
 };
 
-// The reason for people. `status` is the number that a fault Status tells.
+// The reason in words. `status` is the HTTP status; only the fault Status shows it.
 XStr TextOf(StreamFault fault, int status);

@@ -1,8 +1,9 @@
 #include "support/net/TcpSocket.h"
 
+#include "support/net/Socket.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <memory>
 #include <netdb.h>
 #include <poll.h>
@@ -15,41 +16,8 @@ namespace
 using Clock = TcpSocket::Clock;
 using std::chrono::milliseconds;
 
-// How long one address is waited for before the next one is tried beside it.
+// How long to wait for one address before trying the next one as well.
 constexpr milliseconds kHeadStart{250};
-
-// Writing to a connection that the server has closed raises a signal unless told
-// otherwise: per call here, per socket on systems without that flag.
-#ifdef MSG_NOSIGNAL
-constexpr int kSendFlags = MSG_NOSIGNAL;
-#else
-constexpr int kSendFlags = 0;
-#endif
-
-void SilenceSignals([[maybe_unused]] int fd)
-{
-#ifndef MSG_NOSIGNAL
-    const int on = 1;
-    setsockopt(fd, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof(on));
-#endif
-}
-
-// A socket that never blocks and that programs started by the host do not inherit.
-FileDescriptor NewSocket(int family)
-{
-#ifdef SOCK_CLOEXEC
-    FileDescriptor opened(socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-#else
-    FileDescriptor opened(socket(family, SOCK_STREAM, 0));
-    if (opened.Get() >= 0) {
-        fcntl(opened.Get(), F_SETFD, FD_CLOEXEC);
-        fcntl(opened.Get(), F_SETFL, O_NONBLOCK);
-    }
-#endif
-    if (opened.Get() >= 0)
-        SilenceSignals(opened.Get());
-    return opened;
-}
 
 StreamFault FaultOf(int error)
 {
@@ -68,7 +36,7 @@ StreamFault FaultOf(int error)
     }
 }
 
-// Waits until a moment, at least once. The count of poll(); 0 when time is up.
+// poll() until a moment, at least once; 0 when the time is up.
 int PollUntil(std::span<pollfd> polls, Clock::time_point end)
 {
     for (;;) {
@@ -97,7 +65,7 @@ Addresses AddressesOf(const std::string& host, uint16_t port)
     return Addresses(list);
 }
 
-// Connecting to several addresses at once; the first connection wins.
+// Connects to several addresses at once; the first connection wins.
 class ConnectRace
 {
 public:
@@ -122,7 +90,7 @@ private:
     void StartNext()
     {
         const addrinfo& address = *std::exchange(m_next, m_next->ai_next);
-        FileDescriptor attempt = NewSocket(address.ai_family);
+        FileDescriptor attempt = OpenSocket(address.ai_family);
         int error = attempt.Get() < 0 ? errno : 0;
         if (error == 0 && connect(attempt.Get(), address.ai_addr, address.ai_addrlen) != 0)
             error = errno;
@@ -157,7 +125,7 @@ private:
             m_fault = FaultOf(error);
         m_sockets.erase(m_sockets.begin() + static_cast<std::ptrdiff_t>(index));
         m_polls.erase(m_polls.begin() + static_cast<std::ptrdiff_t>(index));
-        m_nextStart = Clock::now(); // the next address need not wait for this one
+        m_nextStart = Clock::now(); // no reason to keep the next address waiting
     }
 
     const addrinfo* m_next;
@@ -196,7 +164,7 @@ bool TcpSocket::WaitFor(short events) const
 StreamFault TcpSocket::Send(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t sent = send(m_socket.Get(), bytes.data(), bytes.size(), kSendFlags);
+        const ssize_t sent = SendQuietly(m_socket.Get(), bytes);
         if (sent >= 0) {
             bytes.remove_prefix(static_cast<size_t>(sent));
             continue;
@@ -210,7 +178,7 @@ StreamFault TcpSocket::Send(std::string_view bytes)
     return StreamFault::None;
 }
 
-STTaken TcpSocket::ReadSome(std::span<uint8_t> out)
+Received TcpSocket::ReadSome(std::span<uint8_t> out)
 {
     for (;;) {
         if (m_deadline.has_value() && Clock::now() >= *m_deadline)

@@ -1,4 +1,4 @@
-// One connection to a server.
+// A connection to a server.
 #pragma once
 
 #include "support/file/FileDescriptor.h"
@@ -7,38 +7,38 @@
 #include <chrono>
 #include <optional>
 
-// How long the network may keep us waiting.
-struct STNetLimits {
+// How long to wait for the network.
+struct NetLimits {
     std::chrono::milliseconds connect{10000}; // to any address of a host
-    std::chrono::milliseconds idle{30000};    // without a byte
-    std::chrono::milliseconds head{60000};    // for the whole header of an answer
+    std::chrono::milliseconds idle{30000};    // between bytes
+    std::chrono::milliseconds head{60000};    // for the whole header of a response
 };
 
-// Closes its connection when it is destroyed. No call raises a signal, and signals
-// that interrupt a call are no failures. Works for descriptors of any number.
+// Closes its connection when it is destroyed. No call raises a signal, a call that a signal
+// interrupts goes on, and descriptors may have any number.
 class TcpSocket : public ByteSource
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit TcpSocket(const STNetLimits& limits) : m_limits(limits) {}
+    explicit TcpSocket(const NetLimits& limits) : m_limits(limits) {}
 
-    // Connects to the first address of the host that answers. An address that stays
-    // silent for a moment is joined by the next one.
+    // Connects to the first of the host's addresses that accepts. While one is silent the
+    // next ones are tried beside it.
     [[nodiscard]] StreamFault Connect(const std::string& host, uint16_t port);
 
     // Sends all bytes.
     [[nodiscard]] StreamFault Send(std::string_view bytes);
 
-    [[nodiscard]] STTaken ReadSome(std::span<uint8_t> out) override;
+    [[nodiscard]] Received ReadSome(std::span<uint8_t> out) override;
 
-    // Reads fail once this moment has passed, however lively the server is.
+    // Reads fail once this moment has passed, even while bytes keep coming; none lifts it.
     void SetDeadline(std::optional<Clock::time_point> deadline) { m_deadline = deadline; }
 
 private:
     bool WaitFor(short events) const;
 
-    STNetLimits m_limits;
+    NetLimits m_limits;
     FileDescriptor m_socket;
     std::optional<Clock::time_point> m_deadline;
 };

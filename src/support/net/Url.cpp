@@ -13,23 +13,23 @@ bool IsOneOf(char c, std::string_view set)
     return set.find(c) != std::string_view::npos;
 }
 
-// Characters that stand in a path or query as they are.
-bool StandsInTarget(char c)
+// Characters that a path or query may contain unencoded.
+bool IsTargetChar(char c)
 {
     return IsAsciiLetter(c) || IsAsciiDigit(c) || IsOneOf(c, "-._~!$&'()*+,;=:@/?");
 }
 
-bool StandsInHost(char c)
+bool IsHostChar(char c)
 {
     return IsAsciiLetter(c) || IsAsciiDigit(c) || IsOneOf(c, "-._~");
 }
 
-bool StandsInIpv6(char c)
+bool IsIpv6Char(char c)
 {
     return HexValue(c) >= 0 || IsOneOf(c, ":.");
 }
 
-// What is encoded already is left alone.
+// Percent-encodes a path or query; what is encoded already stays as it is.
 std::string Encoded(std::string_view text)
 {
     constexpr char kHex[] = "0123456789ABCDEF";
@@ -39,7 +39,7 @@ std::string Encoded(std::string_view text)
         const char c = text[i];
         const bool isEncoded = c == '%' && i + 2 < text.size() && HexValue(text[i + 1]) >= 0 &&
                                HexValue(text[i + 2]) >= 0;
-        if (isEncoded || StandsInTarget(c)) {
+        if (isEncoded || IsTargetChar(c)) {
             out += c;
         } else {
             out += '%';
@@ -82,7 +82,7 @@ std::string TargetOf(std::string_view text)
 
 bool ReadPort(std::string_view text, uint16_t& port)
 {
-    if (text.empty()) // "host:" means the usual port
+    if (text.empty()) // "host:" means the default port
         return true;
     uint32_t value = 0;
     for (const char c : text) {
@@ -94,7 +94,7 @@ bool ReadPort(std::string_view text, uint16_t& port)
     return value != 0 && value <= 0xFFFF;
 }
 
-bool ReadAuthority(std::string_view text, STUrl& url)
+bool ReadAuthority(std::string_view text, Url& url)
 {
     const bool isIpv6 = !text.empty() && text.front() == '[';
     std::string_view host;
@@ -108,14 +108,13 @@ bool ReadAuthority(std::string_view text, STUrl& url)
         host = text.substr(0, text.find(':'));
         text.remove_prefix(host.size());
     }
-    if (host.empty() ||
-        !std::all_of(host.begin(), host.end(), isIpv6 ? StandsInIpv6 : StandsInHost))
+    if (host.empty() || !std::all_of(host.begin(), host.end(), isIpv6 ? IsIpv6Char : IsHostChar))
         return false;
     if (!text.empty() && text.front() != ':')
         return false;
     url.host = host;
-    url.nPort = 80;
-    return text.empty() || ReadPort(text.substr(1), url.nPort);
+    url.port = 80;
+    return text.empty() || ReadPort(text.substr(1), url.port);
 }
 
 bool HasScheme(std::string_view reference)
@@ -135,17 +134,17 @@ bool IsAcceptable(std::string_view text)
 
 } // namespace
 
-std::string STUrl::HostField() const
+std::string Url::HostField() const
 {
     std::string field = host;
     if (host.find(':') != std::string::npos)
         field.insert(0, 1, '[').push_back(']');
-    if (nPort != 80)
-        field.append(":").append(std::to_string(nPort));
+    if (port != 80)
+        field.append(":").append(std::to_string(port));
     return field;
 }
 
-bool ParseUrl(std::string_view address, STUrl& url)
+bool ParseUrl(std::string_view address, Url& url)
 {
     if (!IsAcceptable(address) || !BeginsNoCase(address, kScheme))
         return false;
@@ -157,7 +156,7 @@ bool ParseUrl(std::string_view address, STUrl& url)
     return true;
 }
 
-StreamFault ResolveUrl(const STUrl& base, std::string_view reference, STUrl& url)
+StreamFault ResolveUrl(const Url& base, std::string_view reference, Url& url)
 {
     const auto parsed = [&url](std::string_view address) {
         return ParseUrl(address, url) ? StreamFault::None : StreamFault::RedirectWithoutTarget;

@@ -7,18 +7,18 @@ namespace
 
 constexpr int kMostRedirects = 10;
 
-// Whether a partial answer holds everything from `first` to the end. `total` is the
-// size that the data must have, -1 when any will do.
-bool IsRestFrom(const STHttpHead& head, int64_t first, int64_t total)
+// Whether a partial response holds everything from `first` to the end. `total` is the
+// size that the data must have; -1 accepts any.
+bool IsRestFrom(const HttpHead& head, int64_t first, int64_t total)
 {
-    if (head.nStatus != 206 || !head.range.has_value())
+    if (head.status != 206 || !head.range.has_value())
         return false;
-    const STContentRange& range = *head.range;
-    const int64_t end = range.nLast + 1;
+    const ContentRange& range = *head.range;
+    const int64_t end = range.last + 1;
     const bool fitsTotal = total < 0 || end == total;
-    const bool fitsOwnTotal = range.nTotal < 0 || range.nTotal == end;
-    const bool fitsLength = head.nContentLength < 0 || head.nContentLength == end - range.nFirst;
-    return range.nFirst == first && fitsTotal && fitsOwnTotal && fitsLength;
+    const bool fitsOwnTotal = range.total < 0 || range.total == end;
+    const bool fitsLength = head.contentLength < 0 || head.contentLength == end - range.first;
+    return range.first == first && fitsTotal && fitsOwnTotal && fitsLength;
 }
 
 } // namespace
@@ -63,7 +63,7 @@ StreamFault XFileHTTPStream::OpenStream(const wchar_t* name, int& status)
     return fault != StreamFault::None ? fault : Accept(m_transfer->Head());
 }
 
-// Asks for the data, at the next address as long as the server names one.
+// Asks for the data, and again at the next address for as long as it is redirected.
 StreamFault XFileHTTPStream::FollowRedirects(int& status)
 {
     for (int redirects = 0; redirects <= kMostRedirects; ++redirects) {
@@ -71,13 +71,13 @@ StreamFault XFileHTTPStream::FollowRedirects(int& status)
         StreamFault fault = m_transfer->Ask(m_url, {});
         if (fault != StreamFault::None)
             return fault;
-        const STHttpHead& head = m_transfer->Head();
-        status = head.nStatus;
+        const HttpHead& head = m_transfer->Head();
+        status = head.status;
         if (!head.IsRedirect())
             return StreamFault::None;
         if (!head.location.has_value())
             return StreamFault::RedirectWithoutTarget;
-        STUrl target;
+        Url target;
         fault = ResolveUrl(m_url, *head.location, target);
         if (fault != StreamFault::None)
             return fault;
@@ -86,14 +86,14 @@ StreamFault XFileHTTPStream::FollowRedirects(int& status)
     return StreamFault::TooManyRedirects;
 }
 
-// Takes over what the header tells. A server may send everything as a part of itself.
-StreamFault XFileHTTPStream::Accept(const STHttpHead& head)
+// Takes over what the header says. A server may send the whole as a range of itself.
+StreamFault XFileHTTPStream::Accept(const HttpHead& head)
 {
-    if (head.nStatus != 200 && head.nStatus != 206)
+    if (head.status != 200 && head.status != 206)
         return StreamFault::Status;
-    if (head.nStatus == 206 && !IsRestFrom(head, 0, -1))
+    if (head.status == 206 && !IsRestFrom(head, 0, -1))
         return StreamFault::WrongRange;
-    m_size = std::max<int64_t>(head.nContentLength, 0);
+    m_size = std::max<int64_t>(head.contentLength, 0);
     m_servesRanges = head.servesRanges;
     m_entityTag = head.entityTag;
     return StreamFault::None;
@@ -125,8 +125,7 @@ StreamFault XFileHTTPStream::Fault() const noexcept
     return m_transfer != nullptr ? m_transfer->Fault() : StreamFault::None;
 }
 
-// The present connection serves on until the new one has proved to be what was asked
-// for.
+// The old connection is kept until the new one has proved to deliver what was asked for.
 bool XFileHTTPStream::SetPosition(int64_t position)
 {
     if (!m_fromInternet)
