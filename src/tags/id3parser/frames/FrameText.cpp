@@ -1,7 +1,6 @@
 // t_frame: reading text and URLs.
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/frames/Tag.h"
-#include "tags/id3parser/text/TextEncodings.h"
 
 #include <algorithm>
 
@@ -11,7 +10,7 @@ namespace id3parser
 namespace
 {
 
-// The bytes behind the encoding byte and the language.
+// The bytes after the encoding byte and the language.
 std::span<const uint8_t> TextOf(const t_frame& frame)
 {
     const size_t offset = 1 + get_byteskip(frame.id);
@@ -21,6 +20,11 @@ std::span<const uint8_t> TextOf(const t_frame& frame)
 }
 
 } // namespace
+
+size_t get_byteskip(uint32_t id)
+{
+    return id == kFrameCOMM || id == kFrameUSLT ? 3 : 0;
+}
 
 size_t t_frame::GetStringCount() const
 {

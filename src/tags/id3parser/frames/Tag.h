@@ -6,6 +6,7 @@
 #include "tags/id3parser/bytes/ByteVector.h"
 #include "tags/id3parser/bytes/Streams.h"
 #include "tags/id3parser/frames/FrameId.h"
+#include "tags/id3parser/text/TextEncodings.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -37,11 +38,9 @@ struct tagCreateContext : tagCreateArgs {
     bool isOldRevision() const { return revision < kRevision4; }
 };
 
-// The cursor of a walk through the strings of a body.
-struct t_frameWalk {
-    size_t index = 0;    // the string reached
-    size_t position = 0; // in units of the encoding
-};
+// Bytes between the encoding byte of a frame's body and its text: the language of COMM and
+// USLT.
+size_t get_byteskip(uint32_t id);
 
 // One frame. Getters throw parseError when the body is malformed, text is UTF-8.
 class t_frame

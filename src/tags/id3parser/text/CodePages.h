@@ -1,6 +1,6 @@
-// Conversions between byte code pages, UTF-16 and the 32-bit text of the system.
-// All of them stop at the first character that decodes to 0: the end of the input,
-// a zero, or an invalid sequence.
+// Conversions between the code pages of tags, UTF-16 and the 32-bit text of the system.
+// All of them stop at the first character that decodes to 0: at the end of the input, at
+// a zero or at an invalid sequence.
 #pragma once
 
 #include <cstddef>
@@ -31,41 +31,42 @@ uint8_t charExport1252(uint32_t codePoint);
 uint8_t charExportASCII(uint32_t codePoint);
 uint8_t charExportISO(uint32_t codePoint);
 
-// Decode the first character of the input and return how much it took: 0 (and the
-// code point 0) at the end, at a zero and, in UTF-8, at an invalid sequence. UTF-8
-// reaches up to six bytes; a lone surrogate passes in both.
+// Decode the first character of the input and return how many bytes or units it takes: 0,
+// with the code point 0, at the end, at a zero and, in UTF-8, at an invalid sequence.
+// UTF-8 characters have up to six bytes; lone surrogates pass in both.
 size_t utf8_decode_char(std::span<const uint8_t> bytes, uint32_t& codePoint);
 size_t utf16_decode_char(std::u16string_view units, uint32_t& codePoint);
 
-// Encode one character and return its length; a null `out` only measures. UTF-8
-// takes up to 6 bytes (nothing from 0x80000000 on); UTF-16 up to 2 units, with '?'
-// from 0x100000 on.
+// Encode one character and return its length in bytes or units; a null `out` only
+// measures. UTF-8 takes up to 6 bytes, and none from 0x80000000 on; UTF-16 takes up to 2
+// units, and has '?' from 0x100000 on.
 size_t utf8_encode_char(uint32_t codePoint, char* out);
 size_t utf16_encode_char(uint32_t codePoint, char16_t* out);
 size_t utf16_char_len(uint32_t codePoint);
 
-// Decodes the character at `position` and moves behind it; 0 at the end.
+// Decodes the character at `position` and moves past it; 0 at the end.
 uint32_t decodeCP(CodePage codePage, std::span<const uint8_t> bytes, size_t& position);
 // Encodes one character, in up to 6 bytes; a null `out` only measures.
 size_t encodeCP(CodePage codePage, uint32_t codePoint, char* out);
 
 // --- Strings ---
 
+// A whole text in another form.
 std::u16string codepageToWide(CodePage codePage, std::span<const uint8_t> bytes);
 std::string wideToCodepage(CodePage codePage, std::u16string_view units);
 
-// The passes of the two above: how many units or bytes the result takes with its
-// terminating 0, and the filling of that many.
+// Their two passes: the number of units or bytes of the result with its terminating 0, and
+// the filling of a buffer of that size.
 size_t estimate_codepage_to_wide(CodePage codePage, std::span<const uint8_t> bytes);
 size_t estimate_wide_to_codepage(CodePage codePage, std::u16string_view units);
 void convert_codepage_to_wide(CodePage codePage, std::span<const uint8_t> bytes, char16_t* out);
 void convert_wide_to_codepage(CodePage codePage, std::u16string_view units, char* out);
 
-// Whether the bytes come back the same from UTF-16. Plane 16 does not.
+// Whether the bytes survive the way to UTF-16 and back. Those of plane 16 do not.
 bool isValidUTF8(std::span<const uint8_t> bytes);
 
-// The system's text of UTF-8 and back. Surrogates pass one way; a pair of them
-// becomes one character the other.
+// Between UTF-8 and the system's text. Lone surrogates pass both ways; a pair of them
+// becomes one character in UTF-8, and what is above U+10FFFF becomes '?' there.
 std::wstring Utf8ToText(std::string_view utf8);
 std::string TextToUtf8(std::wstring_view text);
 

@@ -1,7 +1,6 @@
 #include "tags/id3parser/text/TextEncodings.h"
 
 #include "tags/id3parser/bytes/Errors.h"
-#include "tags/id3parser/frames/Tag.h"
 #include "tags/id3parser/text/CodePages.h"
 
 #include <algorithm>
@@ -59,12 +58,6 @@ std::string ImportCodePage(CodePage codePage, std::span<const uint8_t> bytes)
     return conv::wideToCodepage(CodePage::Utf8, conv::codepageToWide(codePage, bytes));
 }
 
-std::u16string ToWide(std::string_view utf8)
-{
-    return conv::codepageToWide(CodePage::Utf8,
-                                {reinterpret_cast<const uint8_t*>(utf8.data()), utf8.size()});
-}
-
 // The units up to the first zero.
 std::u16string FirstString(std::span<const uint8_t> bytes)
 {
@@ -99,11 +92,6 @@ size_t UnitSize(uint8_t encoding)
     if (encoding > kEncodingUTF8)
         throw parseError();
     return encoding == kEncodingUTF16 || encoding == kEncodingUTF16BE ? 2 : 1;
-}
-
-size_t get_byteskip(uint32_t id)
-{
-    return id == kFrameCOMM || id == kFrameUSLT ? 3 : 0;
 }
 
 bool areWeLittleEndian()
@@ -202,17 +190,18 @@ std::string importWideSwapped(std::u16string_view units)
 
 std::string exportISO(std::string_view utf8)
 {
-    return conv::wideToCodepage(CodePage::Windows1252, ToWide(utf8));
+    return conv::wideToCodepage(CodePage::Windows1252, exportWide(utf8));
 }
 
 std::string exportURL(std::string_view utf8)
 {
-    return conv::wideToCodepage(CodePage::Iso8859_1, ToWide(utf8));
+    return conv::wideToCodepage(CodePage::Iso8859_1, exportWide(utf8));
 }
 
 std::u16string exportWide(std::string_view utf8)
 {
-    return ToWide(utf8);
+    return conv::codepageToWide(CodePage::Utf8,
+                                {reinterpret_cast<const uint8_t*>(utf8.data()), utf8.size()});
 }
 
 void strict_mode_validate_ascii(std::span<const uint8_t> bytes)

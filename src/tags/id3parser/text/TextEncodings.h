@@ -11,8 +11,6 @@
 namespace id3parser
 {
 
-struct t_frameWalk;
-
 // The first byte of a body that carries text.
 enum : uint8_t {
     kEncodingISO = 0,     // ISO-8859-1, read and written as Windows-1252
@@ -26,14 +24,11 @@ inline constexpr char16_t kByteOrderMark = 0xFEFF;
 // Bytes per code unit; throws parseError for an unknown encoding.
 size_t UnitSize(uint8_t encoding);
 
-// Bytes between the encoding byte and the text: the language of COMM and USLT.
-size_t get_byteskip(uint32_t id);
-
 bool areWeLittleEndian();
 char16_t byteSwap(char16_t unit);
 
-// The bytes of a body, which may stand unaligned, as 16-bit units in the machine's
-// order; a last odd byte is left out.
+// The bytes of a body, which need not be aligned, as 16-bit units in the machine's order.
+// An odd last byte is left out.
 class UnitView
 {
 public:
@@ -51,13 +46,20 @@ private:
     std::span<const uint8_t> m_bytes;
 };
 
-// Units up to the first zero, or all of them.
+// The number of units before the first zero, or of all.
 size_t myStrLen(std::span<const uint8_t> bytes);
 size_t myStrLen(UnitView units);
 
-// Every zero ends a string; more than 1024 throw parseError.
+// The number of strings, each of which ends at a zero or at the end of the body. More than
+// 1024 throw parseError.
 size_t GetStringCount_Helper(std::span<const uint8_t> bytes);
 size_t GetStringCount_Helper(UnitView units);
+
+// The cursor of a walk through the strings of a body.
+struct t_frameWalk {
+    size_t index = 0;    // the string reached
+    size_t position = 0; // in units of the encoding
+};
 
 // Moves the walk to the string with that index and returns its position in units.
 // A run of zeros is one separator.
@@ -68,18 +70,22 @@ size_t skipToIndex(UnitView units, size_t index, t_frameWalk& walk);
 // ASCII, UTF-8 valid and UTF-16 marked, else parseError.
 void importString(std::string& out, uint8_t encoding, std::span<const uint8_t> bytes, bool strict);
 
+// All of a range as UTF-8, up to the first character that is 0. ISO-8859-1 is read as
+// Windows-1252 in text, and as it is in URLs, where '?' replaces what has no character.
 std::string importISO(std::span<const uint8_t> bytes);
 std::string importURL(std::span<const uint8_t> bytes);
 // Invalid UTF-8 is read as Windows-1252, or refused in strict mode.
 std::string importUTF8(bool strict, std::span<const uint8_t> bytes);
+// Units in the machine's byte order, and in the other one.
 std::string importWide(std::u16string_view units);
 std::string importWideSwapped(std::u16string_view units);
 
-// '?' stands for what the target cannot hold. Text ends at its first zero.
+// From UTF-8, with '?' for what the target cannot hold. Text ends at its first zero.
 std::string exportISO(std::string_view utf8);
 std::string exportURL(std::string_view utf8);
 std::u16string exportWide(std::string_view utf8);
 
+// Throws parseError for any byte from 0x80 on.
 void strict_mode_validate_ascii(std::span<const uint8_t> bytes);
 
 } // namespace id3parser
