@@ -1,4 +1,4 @@
-// Number fields, sample byte order, and sizes as text.
+// Number fields and sample byte order.
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/ByteSwap.h"
@@ -97,16 +97,6 @@ TEST(SampleOrder, EveryKernelEqualsTheReferenceAtAllLengthsAndPlaces)
                         << set->name << " " << width << " " << count << " " << place;
                 }
     }
-}
-
-TEST(Texts, SizesHaveOneDecimal)
-{
-    const std::pair<int64_t, const wchar_t*> sizes[] = {
-        {0, L"0 bytes"},         {1, L"1 byte"},       {1023, L"1023 bytes"},
-        {1024, L"1.0 KB"},       {1996, L"1.9 KB"},    {1997, L"2.0 KB"},
-        {1048524, L"1023.9 KB"}, {1048525, L"1.0 MB"}, {int64_t{3} << 40, L"3.0 TB"}};
-    for (const auto& [bytes, text] : sizes)
-        EXPECT_EQ(SizeText(bytes), text);
 }
 
 } // namespace
