@@ -1,5 +1,7 @@
 #include "aiff/AIFFHandler.h"
 
+#include "support/text/Ascii.h"
+
 const STRIFFChunk* clAIFFHandler::GetChunk(int index) const
 {
     return index >= 0 && index < Count() ? &m_chunks[static_cast<size_t>(index)] : nullptr;
@@ -31,9 +33,8 @@ bool clAIFFHandler::CompareID(uint32_t code, const char* text, bool fold)
     char upper[5] = {};
     char lower[5] = {};
     for (int i = 0; i < 4; ++i) {
-        const char c = text[i];
-        upper[i] = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-        lower[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        upper[i] = UpperAscii(text[i]);
+        lower[i] = LowerAscii(text[i]);
     }
     return code == FourCC(upper) || code == FourCC(lower);
 }

@@ -1,3 +1,4 @@
+// A decoder plug-in as a library: loading it and finding its functions.
 #pragma once
 
 #include "qvcodec.h"
@@ -15,15 +16,14 @@ struct DecoderFunctions {
 #undef QV_MEMBER
 };
 
-// A decoder plug-in that is loaded into this process. The library is unloaded
-// when the last owner of the object goes, and every DecoderInstance is an owner,
-// so no instance outlives its code.
+// A decoder plug-in loaded into this process. The library is unloaded with the last owner
+// of the object, and every DecoderInstance is an owner, so no instance outlives its code.
 class Codec
 {
 public:
     // Loads the library at `path` and looks up the nine functions.
     //
-    // returns null when it cannot be used; `why` then says so in a few words
+    // returns null when it cannot be used; `why` then holds the reason in a few words
     static std::shared_ptr<const Codec> Load(const std::string& path, std::string& why);
 
     Codec(const Codec&) = delete;

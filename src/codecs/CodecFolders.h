@@ -1,3 +1,4 @@
+// Where plug-ins are looked for, and the files found there.
 #pragma once
 
 #include <string>
@@ -12,14 +13,14 @@ inline constexpr char kCodecPathVariable[] = "QVCODECPATH";
 // What a plug-in is for; each kind has a folder of its own below Codecs/Bin.
 enum class CodecKind { Decoder, Encoder, Dsp };
 
-// Name of the folder of a kind, which is also its name for people.
+// The name of a kind, which is also that of its folder.
 const char* KindName(CodecKind kind);
 
-// Folders that may hold Codecs/Bin, best first: only the one the environment
-// names, or else those around the running program.
+// Folders that may hold Codecs/Bin, best first: just the one that the environment names,
+// if it names one, or else those around the running program.
 std::vector<std::string> CandidateRoots();
 
-// The first candidate with a Codecs/Bin folder; empty when there is none.
+// The first candidate that holds Codecs/Bin; empty when none does.
 std::string FindRoot(const std::vector<std::string>& candidates);
 
 // Paths of the plug-in files of one kind below `root`, sorted by name.

@@ -11,7 +11,7 @@ namespace codecs
 namespace
 {
 
-// More answers than any real decoder has: one that goes on is broken.
+// More items than any real decoder lists: one that goes on is broken.
 constexpr uint32_t kMaxListItems = 256;
 // Longest text taken from a decoder, in characters.
 constexpr size_t kMaxTextLength = 4096;
@@ -25,7 +25,7 @@ std::wstring BoundedText(const wchar_t* text)
 
 // Asks for the items of a list until the decoder has no more.
 //
-// returns false when it seems to have no end of them
+// returns false when there seems to be no end of them
 bool ReadList(DecoderInstance& instance, const wchar_t* key,
               const std::function<void(const STQvCodecGetSet&)>& add)
 {
@@ -39,7 +39,7 @@ bool ReadList(DecoderInstance& instance, const wchar_t* key,
     return false;
 }
 
-// Fills what the decoder says about itself.
+// Fills in what the decoder says about itself.
 //
 // returns why it cannot be used, or an empty text
 std::string Interview(Decoder& decoder)

@@ -1,3 +1,4 @@
+// The decoders that are installed, and which of them reads what.
 #pragma once
 
 #include "codecs/Codec.h"
@@ -19,7 +20,7 @@ struct FileFormat {
     std::wstring name;
 };
 
-// A usable decoder and its own account of itself.
+// A usable decoder and what it says about itself.
 struct Decoder {
     std::string path;
     std::shared_ptr<const Codec> codec;
@@ -28,17 +29,17 @@ struct Decoder {
     std::vector<std::wstring> mimeTypes;
 };
 
-// A plug-in file that was found.
+// A plug-in file found in the folder.
 struct PluginFile {
     std::string path;
     CodecKind kind = CodecKind::Decoder;
-    const Decoder* decoder = nullptr; // null: not a decoder, or not usable
+    const Decoder* decoder = nullptr; // null when it is not a decoder or not usable
     std::string problem;              // why a decoder is not usable
 };
 
-// Loads all decoders below one folder and knows which of them serves which
-// extension and MIME type. Encoders and DSPs are listed, not loaded.
-// Any number of threads may look things up once Load has returned.
+// Loads all decoders below a folder and knows which of them reads which extension and MIME
+// type. Encoders and DSPs are listed but not loaded. Once Load has returned, any number of
+// threads may look things up.
 class CodecLoader
 {
 public:
@@ -46,20 +47,20 @@ public:
     CodecLoader(CodecLoader&&) = default; // pointers to decoders stay valid
     CodecLoader& operator=(CodecLoader&&) = default;
 
-    // Finds the folder (see CandidateRoots) and loads what it holds, replacing
-    // what was loaded before. Libraries stay loaded as long as anyone uses them.
+    // Finds the folder (see CandidateRoots), or takes the one given, and loads what it
+    // holds in place of what was loaded before. Libraries stay loaded while in use.
     void Load();
     void LoadFrom(const std::string& root);
 
-    // The folder in use; empty when none of SearchedRoots() fits.
+    // The folder in use; empty when none of SearchedRoots() holds plug-ins.
     const std::string& Root() const { return m_root; }
     const std::vector<std::string>& SearchedRoots() const { return m_searched; }
 
     const std::vector<PluginFile>& Files() const { return m_files; }
     const std::deque<Decoder>& Decoders() const { return m_decoders; }
 
-    // The decoder for an extension with its dot, or for a MIME type, upper and
-    // lower case alike; null when there is none. The first one found serves.
+    // The decoder for an extension with its dot, or for a MIME type, in upper or lower
+    // case; null when there is none. Of several the first one found is taken.
     const Decoder* ForExtension(std::wstring_view extension) const;
     const Decoder* ForMimeType(std::wstring_view mimeType) const;
 

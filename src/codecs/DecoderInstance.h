@@ -1,3 +1,4 @@
+// A decoder at work: one handle of a plug-in.
 #pragma once
 
 #include "codecs/Codec.h"
@@ -5,14 +6,14 @@
 namespace codecs
 {
 
-// Owns one decoder handle and keeps its library loaded. Used by one thread at a
-// time. Every call on an empty instance fails.
+// Owns a decoder handle and keeps its library loaded. For one thread at a time. Every call
+// on an empty instance fails.
 class DecoderInstance
 {
 public:
     DecoderInstance() = default;
-    // Creates a handle that reports to `report`, whose descriptors must stay
-    // open as long as the instance lives. Empty when the decoder refuses.
+    // Creates a handle that reports to `report`, whose descriptors must stay open for as
+    // long as the instance lives. Empty when the decoder refuses.
     DecoderInstance(std::shared_ptr<const Codec> codec, const STNStdReport& report);
     DecoderInstance(DecoderInstance&& other) noexcept;
     DecoderInstance& operator=(DecoderInstance&& other) noexcept;
@@ -20,7 +21,7 @@ public:
 
     bool IsEmpty() const { return m_handle == nullptr; }
 
-    // The functions of the plug-in under their own names; true when it said 1.
+    // The plug-in's functions of the same names; true when they succeed.
     [[nodiscard]] bool Get(const wchar_t* key, STQvCodecGetSet& record);
     [[nodiscard]] bool Set(const wchar_t* key, STQvCodecGetSet& record);
     [[nodiscard]] bool Open(STQvOpenDecoder& record);

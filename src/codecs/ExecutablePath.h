@@ -1,3 +1,4 @@
+// Where the running program is, which systems tell differently: a source per platform.
 #pragma once
 
 #include <string>
@@ -5,8 +6,8 @@
 namespace codecs
 {
 
-// The real path of the running program, links resolved; empty when the system
-// does not tell.
+// The path of the running program with links resolved; empty when the system does not
+// say.
 std::string ExecutablePath();
 
 } // namespace codecs

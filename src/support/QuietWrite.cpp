@@ -8,32 +8,32 @@
 namespace
 {
 
-// Holds the signals back in this thread for as long as the object lives. One that was
-// raised meanwhile can be taken away, unless it was waiting before.
-class HeldSignals
+// Blocks the signals in this thread for as long as the object lives. A signal raised
+// meanwhile can be discarded, unless one was pending before.
+class BlockedSignals
 {
 public:
-    HeldSignals() noexcept
+    BlockedSignals() noexcept
     {
-        sigset_t held;
-        sigemptyset(&held);
-        sigaddset(&held, SIGPIPE);
-        sigaddset(&held, SIGXFSZ);
-        pthread_sigmask(SIG_BLOCK, &held, &m_before);
-        // A signal that the host does not hold back cannot have been waiting.
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGPIPE);
+        sigaddset(&blocked, SIGXFSZ);
+        pthread_sigmask(SIG_BLOCK, &blocked, &m_before);
+        // A signal that the host does not block cannot have been pending.
         if (sigismember(&m_before, SIGPIPE) == 1 || sigismember(&m_before, SIGXFSZ) == 1)
-            sigpending(&m_waiting);
+            sigpending(&m_pendingBefore);
         else
-            sigemptyset(&m_waiting);
+            sigemptyset(&m_pendingBefore);
     }
 
-    HeldSignals(const HeldSignals&) = delete;
-    HeldSignals& operator=(const HeldSignals&) = delete;
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
 
-    void TakeAway(int signal) const noexcept
+    void Discard(int signal) const noexcept
     {
         sigset_t pending;
-        if (sigismember(&m_waiting, signal) == 1 || sigpending(&pending) != 0 ||
+        if (sigismember(&m_pendingBefore, signal) == 1 || sigpending(&pending) != 0 ||
             sigismember(&pending, signal) != 1)
             return;
         sigset_t one;
@@ -43,23 +43,23 @@ public:
         sigwait(&one, &taken);
     }
 
-    ~HeldSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
 
 private:
     sigset_t m_before;
-    sigset_t m_waiting;
+    sigset_t m_pendingBefore;
 };
 
 template <class Call>
 auto Quietly(Call&& call) noexcept
 {
-    const HeldSignals held;
+    const BlockedSignals blocked;
     const auto result = call();
     const int reason = errno;
     if (result < 0 && reason == EPIPE)
-        held.TakeAway(SIGPIPE);
+        blocked.Discard(SIGPIPE);
     if (result < 0 && reason == EFBIG)
-        held.TakeAway(SIGXFSZ);
+        blocked.Discard(SIGXFSZ);
     errno = reason;
     return result;
 }

@@ -1,6 +1,6 @@
-// Writing without the signals that a write may raise: SIGPIPE (the reader has gone)
-// and SIGXFSZ (the file may not grow) would end the host. Results and errno are those
-// of the system calls.
+// write(), pwrite() and ftruncate() without the signals they may raise: SIGPIPE (the reader
+// has gone) and SIGXFSZ (the file may not grow) would end the host. Results and errno are
+// those of the system calls.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// Arithmetic on numbers that files and hosts name: the result stops at the limits
-// of 64 bits instead of running over them.
+// Arithmetic on numbers from files and hosts: results stop at the limits of 64 bits instead
+// of overflowing.
 #pragma once
 
 #include <cstdint>

@@ -7,9 +7,9 @@
 class XAudioWFX
 {
 public:
-    // A plain format (tag PCM, no extra bytes) from the fields of a file. Values
-    // that the format's fields cannot hold are cut to their width. A frame of less
-    // than a byte counts as one byte, and so does a second of such frames.
+    // A plain format (tag PCM, no extra bytes) from the fields of a file: channels, sample
+    // frames per second, bits per sample. Values too wide for the format's fields lose
+    // their upper bits. A sample frame takes at least one byte, and so does a second.
     void Assign(int channels, int64_t samplesPerSec, int bitsPerSample);
 
     void SetFormatTag(uint16_t tag) { m_format.nFormatTag = tag; }
@@ -29,13 +29,13 @@ public:
     // `bytes` rounded toward zero to whole sample frames.
     int64_t BlockAlignBuffer(int64_t bytes) const;
 
-    // Milliseconds that `bytes` of audio last, truncated.
+    // The duration of `bytes` of audio in milliseconds, rounded down.
     int64_t CalcmsTime(int64_t bytes) const;
 
     // The format as one line for the trace.
     XStr WFXToString() const;
 
-    // Writes the leading 18 bytes of a host's format area; the rest stays.
+    // Writes the first 18 bytes of a host's format area and leaves the rest alone.
     void CopyBasicTo(STQvWaveFormat* area) const;
 
 private:

@@ -1,5 +1,5 @@
-// A memory block with a used size, for data whose size comes from outside: it
-// says whether memory could be had instead of throwing.
+// A memory block with a used size, for data whose size comes from outside: it reports
+// when memory runs short instead of throwing.
 #pragma once
 
 #include <cstdint>
@@ -37,18 +37,18 @@ public:
     std::span<uint8_t> View() noexcept { return {Data(), m_used}; }
     std::span<const uint8_t> View() const noexcept { return {Data(), m_used}; }
 
-    // Makes room for `size` bytes and leaves what is used alone. False, with
+    // Makes room for `size` bytes and keeps those in use. False, with
     // nothing changed, when memory is short.
     [[nodiscard]] bool Reserve(size_t size) noexcept
     {
         return size <= m_capacity - m_start || Adopt(std::calloc(size, 1), size);
     }
 
-    // Makes room for `size` bytes that are to be read from a position in a file. The
-    // block then starts at the same place within a page as its source, or up to 63
-    // bytes before it, and no longer holds what it did. The system copies fastest
-    // that way; into a place a few bytes behind that of the source some processors
-    // copy four times slower. False, with nothing changed, when memory is short.
+    // Makes room for `size` bytes that are to be read from a position in a file, and gives
+    // up what the block held. The block then starts at the same offset within a page as
+    // its source, or up to 63 bytes before that. The system copies fastest that way: to an
+    // offset a few bytes above that of the source some processors copy four times slower.
+    // False, with nothing changed, when memory is short.
     [[nodiscard]] bool ReserveForRead(size_t size, int64_t position) noexcept
     {
         const size_t room = size + kPageSize;
@@ -86,7 +86,7 @@ private:
     static constexpr size_t kPageSize = 4096;
     static constexpr size_t kLineSize = 64; // of the caches
 
-    // Moves what is used to new memory and owns that; false for null.
+    // Moves the bytes in use to new memory and owns that; false for null.
     bool Adopt(void* grown, size_t size) noexcept
     {
         if (grown == nullptr)

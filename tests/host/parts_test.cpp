@@ -2,6 +2,7 @@
 
 #include "codecs/CodecLoader.h"
 #include "codecs/DecoderInstance.h"
+#include "host/base/Printable.h"
 #include "host/commands/TimePoint.h"
 #include "host/session/TagBlob.h"
 #include "host/writers/WavHeader.h"
@@ -13,6 +14,21 @@
 
 namespace
 {
+
+TEST(Printable, NothingInATextSteersTheTerminal)
+{
+    const std::pair<std::string, const char*> rows[] = {
+        {"", ""},
+        {"a\xC3\xA9\xF0\x9F\x98\x80~", "a\xC3\xA9\xF0\x9F\x98\x80~"},
+        {"a\rb\nc\r\n", "a; b; c; ; "},
+        {"\x1B[2J\t\x7F", "?[2J??"},
+        {"\xC2\x80\xC2\x9F\xC2\xA0", "??\xC2\xA0"}, // control characters beyond ASCII
+        {std::string("a\0b", 3), "a?b"},
+        {"\x9B\xE2\x82(\xED\xA0\x80", "???(???"}, // not UTF-8
+    };
+    for (const auto& [text, line] : rows)
+        EXPECT_EQ(host::Printable(text), line);
+}
 
 TEST(CodecLoader, FindsDecodersInTheFolderThatTheEnvironmentNames)
 {

@@ -160,6 +160,7 @@ void ExpectClassOf(Char c, uint32_t number)
     EXPECT_EQ(IsAsciiUpper(c), upper != kNot) << number;
     EXPECT_EQ(IsAsciiLetter(c), upper != kNot || lower != kNot) << number;
     EXPECT_EQ(LowerAscii(c), upper != kNot ? static_cast<Char>(kLower[upper]) : c) << number;
+    EXPECT_EQ(UpperAscii(c), lower != kNot ? static_cast<Char>(kUpper[lower]) : c) << number;
     EXPECT_EQ(IsAsciiDigit(c), digit != kNot) << number;
     const size_t letter = std::min(upper, lower);
     const int hex = digit != kNot ? static_cast<int>(digit)

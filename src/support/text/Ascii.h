@@ -1,5 +1,5 @@
-// Text as protocols, keys and names use it: letters, digits and blanks are those of
-// ASCII whatever the process locale, for 8-bit and for wide characters alike.
+// ASCII in protocols, keys and names: letters, digits, blanks and case, whatever the process
+// locale, for 8-bit and for wide characters alike.
 #pragma once
 
 #include <algorithm>
@@ -26,9 +26,15 @@ constexpr Char LowerAscii(Char c)
 }
 
 template <class Char>
+constexpr Char UpperAscii(Char c)
+{
+    return c >= Char{'a'} && c <= Char{'z'} ? static_cast<Char>(c - ('a' - 'A')) : c;
+}
+
+template <class Char>
 constexpr bool IsAsciiLetter(Char c)
 {
-    return IsAsciiUpper(c) || (c >= Char{'a'} && c <= Char{'z'});
+    return IsAsciiUpper(c) || UpperAscii(c) != c;
 }
 
 // The value of a hexadecimal digit; -1 for anything else.
