@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets up, builds and shows the main job: AIFF files become WAV files.
+# Installs what the build needs, builds, and converts demonstration files to WAV.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs all tests: ./test.sh [preset]
-# The presets are those of CMakePresets.json; the tests run with release by default.
+# Installs what the tests need, builds, and runs all tests: ./test.sh [preset]
+# The preset is one of CMakePresets.json, by default release.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 preset=${1:-release}

@@ -1,7 +1,7 @@
-# Completion for aiffconv in bash. Commands and options are asked of the program
-# itself, so that they are those of the version that is installed.
+# Completion for aiffconv in bash. Commands and options come from the program's own help,
+# so they always match the installed version.
 
-_aiffconv_section() # NAME COMMAND...: the lines of a section of its help
+_aiffconv_section() # NAME COMMAND...: the entries of one section of its help
 {
     local name=$1
     shift
@@ -18,7 +18,7 @@ _aiffconv()
         *" $word "*) command=$word && break ;;
         esac
     done
-    compopt -o default 2>/dev/null # file names where nothing else fits
+    compopt -o default 2>/dev/null # file names when nothing else fits
     if [[ $previous == --trace ]]; then
         COMPREPLY=($(compgen -W 'error info debug' -- "$current"))
     elif [[ $current == -* ]]; then

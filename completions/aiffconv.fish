@@ -1,7 +1,7 @@
-# Completion for aiffconv in fish. Commands and options are asked of the program
-# itself, so that they are those of the version that is installed.
+# Completion for aiffconv in fish. Commands and options come from the program's own help,
+# so they always match the installed version.
 
-function __aiffconv_section # NAME COMMAND...: the lines of a section of its help
+function __aiffconv_section # NAME COMMAND...: the entries of one section of its help
     $argv[2..-1] --help 2>/dev/null | sed -n "/^$argv[1]:/,/^\$/p" | grep '^  [^ ]'
 end
 

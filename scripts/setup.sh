@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that a purpose needs and that are missing.
+# Installs missing Debian packages for one or more purposes.
 #
-#   scripts/setup.sh build         what the plug-in and the host are built with
-#   scripts/setup.sh build test    what the tests need as well
-#   scripts/setup.sh build test ci what the checks of .ci/run need on top
+#   scripts/setup.sh build         what building the plug-in and the host needs
+#   scripts/setup.sh build test    plus what the tests need
+#   scripts/setup.sh build test ci plus what the checks of .ci/run need
 #
-# Does nothing, and needs no network, when everything is there. Needs root or sudo
-# otherwise.
+# If nothing is missing, it does nothing and needs no network; otherwise it needs root
+# or sudo.
 set -euo pipefail
 
 packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
