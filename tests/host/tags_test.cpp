@@ -62,7 +62,7 @@ TEST(Tags, SetRemoveAndClearFieldsOfSeveralFilesAndLeaveTheSoundAlone)
         "@ tags set a.aiff bad.aiff missing.aiff b=c.aiff 'Title=T\xC3\xAFtle = 1' Artist=One "
         "artist=Two Own=x TagVersion=ID3v2.2 --set Year=2004-05-06",
         1, "bad.aiff: is not an AIFF file", "missing.aiff: No such file",
-        "\"TagVersion\" only informs", "a.aiff: \"Year\" reads back as \"2004\"");
+        "\"TagVersion\" cannot be changed", "a.aiff: \"Year\" reads back as \"2004\"");
     EXPECT_EQ(set.out, "a.aiff: set Title, Artist, Own, Year\n"
                        "b=c.aiff: set Title, Artist, Own, Year\n");
     EXPECT_EQ(place.Read("bad.aiff"), "no AIFF file at all");

@@ -32,8 +32,8 @@ int64_t RoomForSound(const clPassAIFFChunks& chunks)
 
 } // namespace
 
-FileEncoding::FileEncoding(ReportCapture& report, bool overwrite, ProgressFunction progress)
-    : m_report(report), m_overwrite(overwrite), m_progress(std::move(progress))
+FileEncoding::FileEncoding(ReportCapture& report, IfExists ifExists, ProgressFunction progress)
+    : m_report(report), m_ifExists(ifExists), m_progress(std::move(progress))
 {
 }
 
@@ -58,10 +58,10 @@ FileResult FileEncoding::Run(const OutputPlan::Item& item)
 ConvertOutcome FileEncoding::Encode(const OutputPlan::Item& item)
 {
     m_outputName = "'" + item.output + "'";
-    m_problem =
-        item.input.IsUrl() ? "is a URL, only files can be encoded" : item.input.FileProblem();
+    m_problem = item.input.IsUrl() ? "is a URL, only files can be encoded"
+                                   : item.input.FileProblem().Text();
     if (m_problem.empty())
-        m_problem = item.input.AccessProblem();
+        m_problem = item.input.AccessProblem().Text();
     if (m_problem.empty())
         m_source = SoundSource::Open(item.input.Name(), m_problem);
     clPassAIFFChunks chunks;
@@ -75,8 +75,8 @@ ConvertOutcome FileEncoding::Encode(const OutputPlan::Item& item)
     }
     if (!OpenOutput(item.output, output) || !WriteFile(output, chunks))
         return ConvertOutcome::Failed;
-    if (!output.Commit()) {
-        Fail(m_outputName + ": " + output.Problem());
+    if (Problem problem = output.Commit()) {
+        m_problem = problem.Text();
         return ConvertOutcome::Failed;
     }
     m_problem = m_source->Damage();
@@ -95,9 +95,10 @@ bool FileEncoding::OpenOutput(const std::string& path, OutputFile& output)
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
         return Fail(m_outputName + ": is no file, and AIFF can only be written to one");
     const int64_t expected = m_source->ExpectedBytes();
-    return (output.Open(path, m_overwrite) &&
-            (expected < kReserveFrom || output.Reserve(expected))) ||
-           Fail(m_outputName + ": " + output.Problem());
+    Problem problem = output.Open(path, m_ifExists);
+    if (!problem && expected >= kReserveFrom)
+        problem = output.Reserve(expected);
+    return !problem || Fail(problem.Text());
 }
 
 bool FileEncoding::WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks)

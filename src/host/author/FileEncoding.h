@@ -18,7 +18,7 @@ class FileEncoding
 {
 public:
     // The report must outlive the object.
-    FileEncoding(ReportCapture& report, bool overwrite, ProgressFunction progress);
+    FileEncoding(ReportCapture& report, IfExists ifExists, ProgressFunction progress);
 
     FileResult Run(const OutputPlan::Item& item);
 
@@ -32,7 +32,7 @@ private:
     bool Fail(const std::string& what);
 
     ReportCapture& m_report;
-    const bool m_overwrite;
+    const IfExists m_ifExists;
     ProgressFunction m_progress;
     XMem m_block;
     std::unique_ptr<SoundSource> m_source;

@@ -2,8 +2,7 @@
 
 #include "support/text/XStr.h"
 
-#include <cerrno>
-#include <cstring>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,24 +39,24 @@ std::string Input::Extension() const
     return dot == std::string::npos || dot == 0 ? std::string() : base.substr(dot);
 }
 
-std::string Input::FileProblem() const
+Problem Input::FileProblem() const
 {
     if (m_isUrl)
         return {};
     struct stat status;
     if (stat(m_name.c_str(), &status) != 0)
-        return std::strerror(errno);
+        return Problem::FromErrno();
     if (S_ISDIR(status.st_mode))
         return "is a folder";
     if (!S_ISREG(status.st_mode))
-        return "is a pipe or device, not a file (store its data in a file first)";
-    return status.st_size == 0 ? "is empty" : "";
+        return "is a pipe or device, not a file (save its data to a file first)";
+    return status.st_size == 0 ? "is empty" : Problem();
 }
 
-std::string Input::AccessProblem() const
+Problem Input::AccessProblem() const
 {
     const bool readable = m_isUrl || access(m_name.c_str(), R_OK) == 0;
-    return readable ? "" : std::strerror(errno);
+    return readable ? Problem() : Problem::FromErrno();
 }
 
 } // namespace host

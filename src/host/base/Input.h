@@ -1,12 +1,14 @@
+// What the user gives the program to read.
 #pragma once
+
+#include "host/base/Problem.h"
 
 #include <string>
 
 namespace host
 {
 
-// Something to decode, as named on the command line: a file, or a URL that
-// begins with "http://".
+// An input as named on the command line: a file, or a URL that begins with "http://".
 class Input
 {
 public:
@@ -16,18 +18,16 @@ public:
     const std::wstring& WideName() const { return m_wideName; }
     bool IsUrl() const { return m_isUrl; }
 
-    // The last part of the name; of a URL without its query, and "stream" when
-    // nothing is left.
+    // The last part of the name. A URL's query is left out, and "stream" stands in for
+    // an empty part.
     std::string BaseName() const;
     // The extension of BaseName() with its dot; empty when it has none.
     std::string Extension() const;
 
-    // Why this cannot be a file with audio, in a few words; empty when it can, and
-    // for every URL.
-    std::string FileProblem() const;
-    // Why the file cannot be read, in a few words; empty when it can, and for every
-    // URL.
-    std::string AccessProblem() const;
+    // Why this cannot be a file with audio. URLs are not looked at.
+    Problem FileProblem() const;
+    // Why the file may not be read. URLs are not looked at.
+    Problem AccessProblem() const;
 
 private:
     std::string m_name;

@@ -21,7 +21,8 @@ Problem Problem::About(std::string_view subject) const
 
 void SayProblem(const Problem& problem)
 {
-    std::fprintf(stderr, "aiffconv: %s\n", Printable(problem.Text()).c_str());
+    const std::string line = "aiffconv: " + Printable(problem.Text()) + "\n";
+    std::fputs(line.c_str(), stderr); // in one piece: other programs write there too
 }
 
 } // namespace host

@@ -1,20 +1,16 @@
 #include "host/batch/Batch.h"
 
-#include "host/base/ExitCode.h"
+#include "host/base/Json.h"
 #include "host/base/Printable.h"
-#include "host/base/Problem.h"
 #include "host/batch/Interruption.h"
 #include "host/batch/Jobs.h"
-#include "host/batch/Progress.h"
 
-#include <CLI/CLI.hpp>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,10 +18,6 @@ namespace host
 {
 namespace
 {
-
-using Json = nlohmann::ordered_json;
-
-constexpr size_t kMaxJobs = 256;
 
 const char* StatusName(ConvertOutcome outcome)
 {
@@ -42,8 +34,8 @@ const char* StatusName(ConvertOutcome outcome)
     return "failed";
 }
 
-// Lines are written whole and at once: whoever reads the log of a batch that was
-// killed finds no half line in it.
+// Each line is written in one piece: the log of a batch that was killed ends with a whole
+// line.
 void PrintResult(const OutputPlan::Item& item, const FileResult& result, double elapsed)
 {
     const bool written = result.frames >= 0;
@@ -53,33 +45,49 @@ void PrintResult(const OutputPlan::Item& item, const FileResult& result, double 
                        {"frames", written ? Json(result.frames) : Json()},
                        {"seconds", written ? Json(result.seconds) : Json()},
                        {"elapsed", elapsed},
-                       {"problem", result.problem.empty() ? Json() : Json(result.problem)}};
-    const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+                       {"problem", result.problem ? Json(result.problem.Text()) : Json()}};
+    const std::string text = JsonText(line, JsonLayout::OneLine);
     static std::mutex access;
     const std::lock_guard lock(access);
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }
 
-// `made` tells whether it was this program: of several that are started at once, one
-// makes the folder for all.
-bool MakeFolder(const std::string& folder, bool& made)
+// The new folder of a plan, removed again unless something was written to it.
+class NewFolder
 {
-    int reason = 0;
-    made = Interruption::Undisturbed([&] {
-        if (mkdir(folder.c_str(), 0777) != 0) {
-            reason = errno;
-            return false;
-        }
-        Interruption::RegisterFolder(folder);
-        return true;
-    });
-    struct stat status;
-    if (made || (reason == EEXIST && stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)))
-        return true;
-    SayProblem("cannot make the folder '" + folder + "': " + std::strerror(reason));
-    return false;
-}
+public:
+    NewFolder() = default;
+    NewFolder(const NewFolder&) = delete;
+    NewFolder& operator=(const NewFolder&) = delete;
+    ~NewFolder()
+    {
+        if (!m_made.empty())
+            rmdir(m_made.c_str()); // fails when there is something in it
+    }
+
+    // Another program may make the folder at the same time; then it stays.
+    Problem Make(const std::string& path)
+    {
+        const bool made = Interruption::Undisturbed([&] {
+            if (mkdir(path.c_str(), 0777) != 0)
+                return false;
+            Interruption::RegisterFolder(path);
+            return true;
+        });
+        if (made)
+            m_made = path;
+        const int reason = errno;
+        struct stat status;
+        if (made ||
+            (reason == EEXIST && stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)))
+            return {};
+        return "cannot make the folder '" + path + "': " + std::strerror(reason);
+    }
+
+private:
+    std::string m_made;
+};
 
 bool IsFile(const std::string& path)
 {
@@ -87,8 +95,8 @@ bool IsFile(const std::string& path)
     return path != "-" && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// With --skip-existing an output that another machine finished meanwhile is as good as
-// one that was there from the start.
+// With --skip-existing, an output that another machine has finished in the meantime is as
+// good as one that was there from the start.
 FileResult RunFile(const OutputPlan::Item& item, const FileWork& work, bool skipExisting)
 {
     FileResult skipped;
@@ -128,16 +136,23 @@ struct Counts {
     }
 };
 
+// A bar would be torn by a trace on the same terminal.
+Progress::Style ProgressStyle(const BatchOptions& options, const Trace& trace)
+{
+    if (options.quiet || options.json)
+        return Progress::Style::Quiet;
+    const bool bar = isatty(STDERR_FILENO) != 0 && trace.descriptor != STDERR_FILENO;
+    return bar ? Progress::Style::Bar : Progress::Style::Lines;
+}
+
 void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
             const std::string& verb, const WorkMaker& makeWork, Counts& counts)
 {
     using Clock = std::chrono::steady_clock;
     const size_t files = plan.items.size();
-    // The lines of several files would mix in the trace.
+    // A trace shows one file at a time, so that its lines do not mix.
     const size_t workers = WorkerCount(files, trace.IsOn() ? 1 : options.jobs);
-    const bool traceOnTerminal = trace.descriptor == STDERR_FILENO;
-    Progress progress(Progress::ChooseStyle(options.quiet || options.json, traceOnTerminal), files,
-                      workers);
+    Progress progress(ProgressStyle(options, trace), files, workers);
     std::vector<FileWork> works;
     for (size_t worker = 0; worker < workers; ++worker)
         works.push_back(
@@ -147,8 +162,8 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
         const Clock::time_point start = Clock::now();
         const FileResult result = RunFile(item, works[worker], options.skipExisting);
         counts.Add(result.outcome);
-        if (!result.problem.empty())
-            progress.ShowProblem(Printable(item.input.Name() + ": " + result.problem));
+        if (result.problem)
+            progress.ShowProblem(result.problem.About(item.input.Name()));
         if (options.json)
             PrintResult(item, result, std::chrono::duration<double>(Clock::now() - start).count());
         progress.FileDone(worker, Line(item, result.outcome));
@@ -159,39 +174,17 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
 
 } // namespace
 
-void AddBatchOptions(CLI::App& command, BatchOptions& options)
+ExitCode RunBatch(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
+                  const std::string& verb, const WorkMaker& makeWork)
 {
-    command
-        .add_option("-j,--jobs", options.jobs,
-                    "Files worked on at a time (default: one per "
-                    "processor)")
-        ->check(CLI::Range(size_t{1}, kMaxJobs));
-    CLI::Option* overwrite =
-        command.add_flag("--overwrite", options.overwrite,
-                         "Replace existing files (else they are kept, which counts as a failure)");
-    command
-        .add_flag("--skip-existing", options.skipExisting,
-                  "Leave out inputs whose output exists; that is no failure")
-        ->excludes(overwrite);
-    command.add_flag("--json", options.json,
-                     "Write one JSON object per file and line to standard output");
-    command.add_flag("-q,--quiet", options.quiet, "Show problems only");
-}
-
-int RunBatch(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
-             const std::string& verb, const WorkMaker& makeWork)
-{
-    if (options.json && options.output == "-") {
-        SayProblem("--json writes to standard output, which '-o -' takes already");
-        return kExitUsage;
-    }
-    bool madeFolder = false;
-    if (!plan.newFolder.empty() && !MakeFolder(plan.newFolder, madeFolder))
+    NewFolder folder;
+    const Problem problem = plan.newFolder.empty() ? Problem() : folder.Make(plan.newFolder);
+    if (problem) {
+        SayProblem(problem);
         return kExitSomeFailed;
+    }
     Counts counts;
     RunAll(plan, options, trace, verb, makeWork, counts);
-    if (madeFolder)
-        rmdir(plan.newFolder.c_str()); // succeeds when nothing was written
     if (counts.failed != 0)
         return kExitSomeFailed;
     return counts.damaged != 0 ? kExitDamaged : kExitDone;

@@ -1,7 +1,9 @@
+// How one file of a batch went.
 #pragma once
 
+#include "host/base/Problem.h"
+
 #include <cstdint>
-#include <string>
 
 namespace host
 {
@@ -10,15 +12,14 @@ enum class ConvertOutcome {
     Converted,
     Damaged, // the output holds what could be read
     Failed,  // there is no output
-    Skipped  // the output was there already, as it may be
+    Skipped  // the output already existed, as --skip-existing allows
 };
 
-// How one file of a batch went.
 struct FileResult {
     ConvertOutcome outcome = ConvertOutcome::Failed;
-    std::string problem; // for people, without the input's name; empty when all is well
+    Problem problem;     // what failed or is damaged, without the input's name
     int64_t frames = -1; // sample frames in the output; -1 when there is none
-    double seconds = 0;  // what they last
+    double seconds = 0;  // their duration
 };
 
 } // namespace host

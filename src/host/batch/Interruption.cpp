@@ -14,7 +14,7 @@ namespace host
 namespace
 {
 
-// Never destroyed: the waiting thread may use it until the process is gone.
+// Never destroyed: the waiting thread may use it until the process ends.
 struct Registry {
     std::mutex access;
     std::set<std::string> files;
@@ -27,7 +27,7 @@ Registry& Registered()
     return *registry;
 }
 
-// The lock is never given back, so nothing new can appear before the end.
+// Never releases the lock, so nothing new can appear before the end.
 [[noreturn]] void CleanUpAndEnd()
 {
     Registry& registry = Registered();

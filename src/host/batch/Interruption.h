@@ -1,3 +1,4 @@
+// Cleaning up when the program is told to stop.
 #pragma once
 
 #include <functional>
@@ -6,21 +7,21 @@
 namespace host
 {
 
-// What must not be left behind when the program is told to stop (Ctrl-C, hang-up,
-// termination): a thread waits for these signals, removes what is registered and
-// ends the program with kExitInterrupted.
+// Keeps unfinished outputs from being left behind. A thread waits for Ctrl-C, hang-up and
+// termination; then it removes everything that is registered and ends the program with
+// kExitInterrupted.
 class Interruption
 {
 public:
-    // To be called once, by main() before there is any other thread. A signal that
-    // was ignored from the start (nohup) stays ignored.
+    // Call this once, from main(), before there are other threads. A signal that was
+    // ignored from the start (nohup) stays ignored.
     static void Watch();
 
-    // Runs `step` undisturbed: the program does not end within it. Registering
-    // and what it stands for belong into one step.
+    // Runs `step`, during which the program is not ended, and returns its result.
+    // Registering something and creating it belong in the same step.
     static bool Undisturbed(const std::function<bool()>& step);
 
-    // Only within Undisturbed(). Folders are removed only when they are empty.
+    // Only within Undisturbed(). A folder is removed only if it is empty.
     static void RegisterFile(const std::string& path);
     static void ForgetFile(const std::string& path);
     static void RegisterFolder(const std::string& path);

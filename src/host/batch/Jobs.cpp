@@ -27,7 +27,7 @@ void RunJobs(size_t count, size_t workers, const std::function<void(size_t, size
         for (size_t worker = 1; worker < workers; ++worker)
             threads.emplace_back(work, worker);
     } catch (const std::system_error&) {
-        // No more threads to be had: those there are do the work.
+        // No more threads can be started: those already running do the work.
     }
     work(0);
     for (std::thread& thread : threads)

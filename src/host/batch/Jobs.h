@@ -1,3 +1,4 @@
+// Jobs spread over threads.
 #pragma once
 
 #include <cstddef>
@@ -6,12 +7,12 @@
 namespace host
 {
 
-// Workers for `count` jobs: as many as asked for, one per processor for 0, never
-// more than jobs.
+// The number of workers for `count` jobs: as many as asked for, or one per processor if
+// `asked` is 0, but never more than there are jobs.
 size_t WorkerCount(size_t count, size_t asked);
 
-// Runs job(index, worker) for each index below `count` on `workers` threads, one
-// job after the other on each; returns when all are done.
+// Runs job(index, worker) for each index below `count`, spread over `workers` threads;
+// returns when all are done.
 void RunJobs(size_t count, size_t workers, const std::function<void(size_t, size_t)>& job);
 
 } // namespace host

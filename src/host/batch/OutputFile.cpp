@@ -7,11 +7,11 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace host
 {
@@ -29,7 +29,7 @@ std::string RealPath(const std::string& path)
     return real != nullptr ? real.get() : path;
 }
 
-// No other process uses the number of this one, no other output the count.
+// Unique: no other process has this number, no other output this count.
 std::string TemporaryName(const std::string& path)
 {
     static std::atomic<unsigned> count{0};
@@ -38,8 +38,8 @@ std::string TemporaryName(const std::string& path)
            ".part";
 }
 
-// Gives `temporary` the name `path` unless that is taken. File systems without
-// hard links get an empty file first, which only this program can have made.
+// Renames `temporary` to `path` unless that is taken; false, with errno set, when it
+// fails. Where there are no hard links, an empty file of our own holds the name first.
 bool TakeFreeName(const std::string& temporary, const std::string& path)
 {
     if (link(temporary.c_str(), path.c_str()) == 0) {
@@ -67,38 +67,35 @@ OutputFile::~OutputFile()
     Discard();
 }
 
-bool OutputFile::Open(const std::string& path, bool overwrite)
+Problem OutputFile::Open(const std::string& path, IfExists ifExists)
 {
     m_path = path;
-    m_overwrite = overwrite;
+    m_ifExists = ifExists;
     struct stat status;
     const bool exists = path != kStandardOutput && stat(path.c_str(), &status) == 0;
     if (path == kStandardOutput || (exists && !S_ISREG(status.st_mode)))
-        return OpenDirect(path);
-    if (exists && !overwrite)
-        return Fail(kExists);
-    if (exists)
-        m_path = RealPath(path);
-    if (!OpenTemporary())
-        return false;
+        return OpenDirect();
+    if (exists && ifExists == IfExists::Fail)
+        return Problem(kExists).About(Name());
+    m_target = exists ? RealPath(path) : path;
+    if (Problem problem = OpenTemporary())
+        return problem;
     if (exists)
         (void)!fchmod(m_descriptor, status.st_mode & 0777);
-    return true;
+    return {};
 }
 
-bool OutputFile::OpenDirect(const std::string& path)
+Problem OutputFile::OpenDirect()
 {
-    if (path == kStandardOutput)
-        m_descriptor = dup(STDOUT_FILENO);
-    else
-        m_descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    return m_descriptor >= 0 || Fail(std::strerror(errno));
+    m_descriptor =
+        m_path == kStandardOutput ? dup(STDOUT_FILENO) : open(m_path.c_str(), O_WRONLY | O_CLOEXEC);
+    return m_descriptor >= 0 ? Problem() : FailedCall();
 }
 
-bool OutputFile::OpenTemporary()
+Problem OutputFile::OpenTemporary()
 {
     for (int attempt = 0; m_descriptor < 0 && attempt < kMaxAttempts; ++attempt) {
-        const std::string name = TemporaryName(m_path);
+        const std::string name = TemporaryName(m_target);
         const bool made = Interruption::Undisturbed([&] {
             m_descriptor = open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
             if (m_descriptor >= 0)
@@ -110,30 +107,30 @@ bool OutputFile::OpenTemporary()
         else if (errno != EEXIST)
             break;
     }
-    return m_descriptor >= 0 || Fail(std::strerror(errno));
+    return m_descriptor >= 0 ? Problem() : FailedCall();
 }
 
-bool OutputFile::Reserve(int64_t size)
+Problem OutputFile::Reserve(int64_t size)
 {
-    if (IsDirect() || ReserveSpace(m_descriptor, size))
-        return true;
-    return Fail(std::strerror(errno));
+    return IsDirect() || ReserveSpace(m_descriptor, size) ? Problem() : FailedCall();
 }
 
-bool OutputFile::Write(std::span<const uint8_t> bytes)
+Problem OutputFile::Write(std::span<const uint8_t> bytes)
 {
     while (!bytes.empty()) {
         const size_t size = std::min(bytes.size(), m_buffer.size() - m_gathered);
         std::copy_n(bytes.begin(), size, m_buffer.begin() + static_cast<ptrdiff_t>(m_gathered));
         m_gathered += size;
         bytes = bytes.subspan(size);
-        if (m_gathered == m_buffer.size() && !Flush())
-            return false;
+        if (m_gathered < m_buffer.size())
+            break;
+        if (Problem problem = Flush())
+            return problem;
     }
-    return true;
+    return {};
 }
 
-bool OutputFile::Flush()
+Problem OutputFile::Flush()
 {
     std::span<const uint8_t> left = m_buffer.first(m_gathered);
     while (!left.empty()) {
@@ -141,49 +138,58 @@ bool OutputFile::Flush()
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
-            return Fail(std::strerror(errno));
+            return FailedCall();
         left = left.subspan(static_cast<size_t>(written));
     }
     m_gathered = 0;
-    return true;
+    return {};
 }
 
-bool OutputFile::WriteAt(int64_t position, std::span<const uint8_t> bytes)
+Problem OutputFile::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
     if (IsDirect())
-        return Fail("what was written cannot be corrected");
-    if (!Flush())
-        return false;
+        return Problem("what was written cannot be corrected").About(Name());
+    if (Problem problem = Flush())
+        return problem;
     const ssize_t written = pwrite(m_descriptor, bytes.data(), bytes.size(), position);
-    return written == static_cast<ssize_t>(bytes.size()) || Fail(std::strerror(errno));
+    return written == std::ssize(bytes) ? Problem() : FailedCall();
 }
 
-bool OutputFile::Commit()
+Problem OutputFile::Commit()
 {
-    if (!Flush())
-        return false;
-    const int descriptor = m_descriptor;
-    m_descriptor = -1;
-    if (close(descriptor) != 0)
-        return Fail(std::strerror(errno));
-    return IsDirect() || Interruption::Undisturbed([this] { return PutInPlace(); });
+    if (Problem problem = Flush())
+        return problem;
+    if (close(std::exchange(m_descriptor, -1)) != 0)
+        return FailedCall();
+    Problem problem;
+    if (!IsDirect())
+        Interruption::Undisturbed([&] {
+            problem = PutInPlace();
+            return !problem;
+        });
+    return problem;
 }
 
-bool OutputFile::PutInPlace()
+Problem OutputFile::PutInPlace()
 {
-    const bool done = m_overwrite ? rename(m_temporary.c_str(), m_path.c_str()) == 0
-                                  : TakeFreeName(m_temporary, m_path);
+    const bool done = m_ifExists == IfExists::Replace
+                          ? rename(m_temporary.c_str(), m_target.c_str()) == 0
+                          : TakeFreeName(m_temporary, m_target);
     if (!done)
-        return Fail(errno == EEXIST ? kExists : std::strerror(errno));
+        return errno == EEXIST ? Problem(kExists).About(Name()) : FailedCall();
     Interruption::ForgetFile(m_temporary);
     m_temporary.clear();
-    return true;
+    return {};
 }
 
-bool OutputFile::Fail(const std::string& what)
+std::string OutputFile::Name() const
 {
-    m_problem = what;
-    return false;
+    return m_path == kStandardOutput ? "standard output" : "'" + m_path + "'";
+}
+
+Problem OutputFile::FailedCall() const
+{
+    return Problem::FromErrno().About(Name());
 }
 
 void OutputFile::Discard()

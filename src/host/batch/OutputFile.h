@@ -1,4 +1,7 @@
+// An output that appears whole or not at all.
 #pragma once
+
+#include "host/base/Problem.h"
 
 #include <cstdint>
 #include <span>
@@ -7,55 +10,56 @@
 namespace host
 {
 
-// Writes an output whole or not at all: into a temporary file beside it, which
-// takes the output's name on Commit() and is removed otherwise, also when the
-// program is interrupted. Standard output ("-") and existing devices and pipes
-// are written to directly.
+// What becomes of a file that already has the output's name.
+enum class IfExists { Fail, Replace };
+
+// Writes into a temporary file next to the output, which takes the output's name on
+// Commit() and is removed otherwise, even when the program is interrupted. Standard
+// output ("-") and existing devices and pipes are written to directly.
 class OutputFile
 {
 public:
     // Bytes are gathered in `buffer`, which the caller lends, and written when it is
-    // full: writes of many whole pages are what a file system takes fastest.
+    // full: file systems take writes of many whole pages fastest.
     explicit OutputFile(std::span<uint8_t> buffer) : m_buffer(buffer) {}
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile(); // discards what was not committed
 
-    // Every operation says true, or false with a few words in Problem().
-    //
-    // overwrite  whether an existing file may be replaced. It keeps its contents
-    //            until Commit(), and its permissions after it
-    [[nodiscard]] bool Open(const std::string& path, bool overwrite);
-    // Tells how large the output is going to be, so that the file system finds room
-    // for it at once; false when there is not enough.
-    [[nodiscard]] bool Reserve(int64_t size);
-    [[nodiscard]] bool Write(std::span<const uint8_t> bytes);
-    // Writes over bytes already written; a direct output cannot go back.
-    [[nodiscard]] bool WriteAt(int64_t position, std::span<const uint8_t> bytes);
-    // Without `overwrite` a file that has appeared meanwhile is kept.
-    [[nodiscard]] bool Commit();
+    // Every problem names the output. A file that is replaced keeps its contents until
+    // Commit(), and its permissions after it.
+    Problem Open(const std::string& path, IfExists ifExists);
+    // Announces the final size, so that the file system can set the space aside at once
+    // or say that there is not enough.
+    Problem Reserve(int64_t size);
+    Problem Write(std::span<const uint8_t> bytes);
+    // Overwrites bytes already written; a direct output cannot go back.
+    Problem WriteAt(int64_t position, std::span<const uint8_t> bytes);
+    // With IfExists::Fail, a file that has appeared in the meantime is kept.
+    Problem Commit();
 
-    // For who writes by position instead, after Open and before Commit; -1 otherwise.
+    // For writers that seek, between Open and Commit; -1 otherwise.
     int Descriptor() const { return m_descriptor; }
+    // For messages: "'song.wav'" or "standard output".
+    std::string Name() const;
 
     bool IsDirect() const { return m_temporary.empty(); }
-    const std::string& Problem() const { return m_problem; }
 
 private:
-    bool OpenDirect(const std::string& path);
-    bool OpenTemporary();
-    bool Flush();
-    bool PutInPlace();
-    bool Fail(const std::string& what);
+    Problem OpenDirect();
+    Problem OpenTemporary();
+    Problem Flush();
+    Problem PutInPlace();
+    Problem FailedCall() const;
     void Discard();
 
     std::span<uint8_t> m_buffer;
     size_t m_gathered = 0; // bytes in the buffer
-    std::string m_path;    // the output itself, links resolved
+    std::string m_path;    // as the user named it
+    std::string m_target;  // the output itself, links resolved
     std::string m_temporary;
-    std::string m_problem;
     int m_descriptor = -1;
-    bool m_overwrite = false;
+    IfExists m_ifExists = IfExists::Fail;
 };
 
 } // namespace host

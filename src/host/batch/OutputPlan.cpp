@@ -25,21 +25,19 @@ std::string OutputName(const Input& input, const std::string& extension,
     return name + extension;
 }
 
-bool NoClash(const OutputPlan& plan, std::string& problem)
+Problem SharedOutput(const OutputPlan& plan)
 {
     std::map<std::string, const Input*> taken;
     for (const OutputPlan::Item& item : plan.items) {
         const auto [entry, isNew] = taken.emplace(item.output, &item.input);
-        if (isNew)
-            continue;
-        problem = "'" + entry->second->Name() + "' and '" + item.input.Name() +
-                  "' would both be written to '" + item.output + "'";
-        return false;
+        if (!isNew)
+            return "'" + entry->second->Name() + "' and '" + item.input.Name() +
+                   "' would both be written to '" + item.output + "'";
     }
-    return true;
+    return {};
 }
 
-bool NoInputWrittenOver(const OutputPlan& plan, std::string& problem)
+Problem OverwrittenInput(const OutputPlan& plan)
 {
     using FileIdentity = std::pair<dev_t, ino_t>;
     std::set<FileIdentity> inputs;
@@ -52,45 +50,42 @@ bool NoInputWrittenOver(const OutputPlan& plan, std::string& problem)
         const int found =
             item.output == "-" ? fstat(STDOUT_FILENO, &status) : stat(item.output.c_str(), &status);
         if (found == 0 && S_ISREG(status.st_mode) &&
-            inputs.contains({status.st_dev, status.st_ino})) {
-            problem = "the output '" + item.output + "' is one of the inputs";
-            return false;
-        }
+            inputs.contains({status.st_dev, status.st_ino}))
+            return "the output '" + item.output + "' is one of the inputs";
     }
-    return true;
+    return {};
 }
 
 } // namespace
 
-bool PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
-                 const std::string& extension, const ExtensionTest& isKnownExtension,
-                 OutputPlan& plan, std::string& problem)
+Result<OutputPlan> PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
+                               const std::string& extension, const ExtensionTest& isKnownExtension)
 {
-    if (target.empty()) {
-        problem = "the name of the output is empty";
-        return false;
-    }
+    if (target.empty())
+        return Problem("the name of the output is empty");
     struct stat status;
     const bool exists = target != "-" && stat(target.c_str(), &status) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
     const bool several = inputs.size() > 1;
-    if (several && (target == "-" || (exists && !isFolder))) {
-        problem = "several inputs need a folder to be written to, which '" + target + "' is not";
-        return false;
-    }
+    if (several && (target == "-" || (exists && !isFolder)))
+        return Problem("several inputs must be written to a folder, and '" + target +
+                       "' is not a folder");
+    OutputPlan plan;
     const bool intoFolder = isFolder || several || (!exists && target.ends_with('/'));
     if (intoFolder && !isFolder)
         plan.newFolder = target;
+    const std::string folder = target.ends_with('/') ? target : target + "/";
     for (const std::string& name : inputs) {
         Input input(name);
-        std::string output = target;
-        if (intoFolder) {
-            output += target.ends_with('/') ? "" : "/";
-            output += OutputName(input, extension, isKnownExtension);
-        }
+        std::string output =
+            intoFolder ? folder + OutputName(input, extension, isKnownExtension) : target;
         plan.items.push_back({std::move(input), std::move(output)});
     }
-    return NoClash(plan, problem) && NoInputWrittenOver(plan, problem);
+    if (Problem problem = SharedOutput(plan))
+        return problem;
+    if (Problem problem = OverwrittenInput(plan))
+        return problem;
+    return plan;
 }
 
 } // namespace host

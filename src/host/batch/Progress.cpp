@@ -19,13 +19,6 @@ void WriteAll(std::string_view text)
 
 } // namespace
 
-Progress::Style Progress::ChooseStyle(bool quiet, bool traceOnTerminal)
-{
-    if (quiet)
-        return Style::Quiet;
-    return isatty(STDERR_FILENO) != 0 && !traceOnTerminal ? Style::Bar : Style::Lines;
-}
-
 Progress::Progress(Style style, size_t files, size_t workers)
     : m_style(style), m_files(files), m_fractions(workers), m_received(workers)
 {
@@ -73,10 +66,11 @@ void Progress::Summary(std::string_view line)
         Write(line);
 }
 
-void Progress::ShowProblem(std::string_view line)
+void Progress::ShowProblem(const Problem& problem)
 {
     const std::lock_guard lock(m_access);
-    Write("aiffconv: " + std::string(line));
+    Erase();
+    SayProblem(problem);
 }
 
 void Progress::Draw()
@@ -86,21 +80,26 @@ void Progress::Draw()
         done += static_cast<double>(fraction.load(std::memory_order_relaxed));
     const double part = std::clamp(done / static_cast<double>(m_files), 0.0, 1.0);
     const size_t filled = static_cast<size_t>(part * static_cast<double>(kBarWidth));
-    std::string bar = "\r[" + std::string(filled, '#') + std::string(kBarWidth - filled, '-');
     char text[64];
     std::snprintf(text, sizeof text, "] %3d%%", static_cast<int>(part * 100));
-    bar += text;
+    std::string bar =
+        "\r[" + std::string(filled, '#') + std::string(kBarWidth - filled, '-') + text;
     if (m_files > 1)
         bar += "  " + std::to_string(m_filesDone) + " of " + std::to_string(m_files);
+    WriteAll(bar + ReceivedText());
+    m_drawn = true;
+}
+
+std::string Progress::ReceivedText() const
+{
     int64_t received = 0;
     for (const auto& bytes : m_received)
         received += bytes.load(std::memory_order_relaxed);
-    if (received > 0) {
-        std::snprintf(text, sizeof text, "  %.1f MB received", static_cast<double>(received) / 1e6);
-        bar += text;
-    }
-    WriteAll(bar);
-    m_drawn = true;
+    if (received <= 0)
+        return {};
+    char text[64];
+    std::snprintf(text, sizeof text, "  %.1f MB received", static_cast<double>(received) / 1e6);
+    return text;
 }
 
 void Progress::Erase()

@@ -1,4 +1,7 @@
+// How far a command has got, shown to the user.
 #pragma once
+
+#include "host/base/Problem.h"
 
 #include <atomic>
 #include <chrono>
@@ -12,10 +15,10 @@
 namespace host
 {
 
-// How far something is: a part of the whole, 0 to 1, or, where the whole is unknown,
-// the bytes that have come so far.
+// How far a file has got: a fraction of the whole, 0 to 1, or, where the whole is unknown,
+// the bytes received so far.
 struct Advance {
-    Advance(double part) : fraction(part) {}
+    Advance(double done) : fraction(done) {}
     static Advance Received(int64_t bytes)
     {
         Advance advance(0);
@@ -29,8 +32,8 @@ struct Advance {
 
 using ProgressFunction = std::function<void(Advance)>;
 
-// Tells the user on standard error how far a command is: a bar when that is a
-// terminal, plain lines otherwise. Threads may call everything at any time.
+// Shows progress on standard error: a bar when that is a terminal, plain lines otherwise.
+// All operations may be called from any thread at any time.
 class Progress
 {
 public:
@@ -39,38 +42,37 @@ public:
         Lines,
         Bar
     };
-    // Quiet when asked for; a bar only on a terminal that shows no trace.
-    static Style ChooseStyle(bool quiet, bool traceOnTerminal);
 
     Progress(Style style, size_t files, size_t workers);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    // A worker is this far with its present file.
+    // A worker has got this far with its current file.
     void Update(size_t worker, Advance advance);
-    // A worker is through with a file, well or not. `line` tells how it went and is
-    // shown in the style Lines, or when it is the only file.
+    // A worker has finished a file, successfully or not. `line` says how it went; it is
+    // shown in the style Lines, and in the style Bar when there is only one file.
     void FileDone(size_t worker, std::string_view line);
-    // How it went as a whole; shown unless quiet.
+    // How the whole command went; not shown in the style Quiet.
     void Summary(std::string_view line);
-    // Something the user must see in every style.
-    void ShowProblem(std::string_view line);
+    // Shown in every style.
+    void ShowProblem(const Problem& problem);
 
 private:
     using Clock = std::chrono::steady_clock;
 
     void Draw();
+    std::string ReceivedText() const;
     void Erase();
     void Write(std::string_view line);
 
     const Style m_style;
     const size_t m_files;
-    // Of each worker's present file.
+    // Of each worker's current file.
     std::vector<std::atomic<float>> m_fractions;
     std::vector<std::atomic<int64_t>> m_received;
     std::atomic<Clock::rep> m_nextDraw{0};
-    std::mutex m_access; // of all below, and of standard error
+    std::mutex m_access; // guards what follows, and standard error
     size_t m_filesDone = 0;
     bool m_drawn = false;
 };

@@ -1,3 +1,4 @@
+// Space set aside for a file. One implementation per platform.
 #pragma once
 
 #include <cstdint>
@@ -5,11 +6,11 @@
 namespace host
 {
 
-// Asks the file system for `size` bytes for a file that is going to be written
-// from its start; the size of the file stays as it is.
+// Asks the file system to set aside `size` bytes for a file that will be written from its
+// start; the size of the file does not change.
 //
-// returns false, with errno set, only when there is not enough room. A file system
-//         that cannot reserve is no failure
+// returns false, with errno set, only if there is not enough space. That a file system
+//         cannot reserve space is not a failure
 [[nodiscard]] bool ReserveSpace(int descriptor, int64_t size);
 
 } // namespace host

@@ -1,26 +1,24 @@
 #include "host/author/FileCheck.h"
-#include "host/base/ExitCode.h"
 #include "host/base/Input.h"
+#include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 namespace host
 {
 namespace
 {
 
-using Json = nlohmann::ordered_json;
-
 constexpr char kExamples[] = R"(Examples:
   aiffconv check song.aiff
-  aiffconv check -q *.aiff                     only those that are irregular
+  aiffconv check -q *.aiff                     only files with irregularities
   aiffconv check *.aiff --json | jq -r 'select(.status != "clean").file'
 
-Exit codes: 0 all files are clean, 4 some are irregular, 1 some cannot be read as AIFF.)";
+Exit codes: 0 if all files are clean, 4 if some are irregular, 1 if some cannot be read
+as AIFF.)";
 
 const char* StatusName(const FileFindings& findings)
 {
@@ -33,7 +31,7 @@ class CheckCommand : public Command
 {
 public:
     CLI::App* AddTo(CLI::App& program) override;
-    int Run(const GlobalOptions& global) override;
+    ExitCode Run(const GlobalOptions& global) override;
 
 private:
     void Show(const std::string& name, const FileFindings& findings) const;
@@ -45,33 +43,30 @@ private:
 
 CLI::App* CheckCommand::AddTo(CLI::App& program)
 {
-    CLI::App* command = program.add_subcommand("check", "Tell what is irregular about AIFF files");
+    CLI::App* command = program.add_subcommand("check", "Find irregularities in AIFF files");
     command->add_option("FILE", m_inputs, "Files to check")->required();
-    command->add_flag("--json", m_json, "Write one JSON object per file and line");
-    command->add_flag("-q,--quiet", m_quiet, "Leave out files that are clean");
+    command->add_flag("--json", m_json, "Write one JSON object per file, one per line");
+    command->add_flag("-q,--quiet", m_quiet, "Do not list clean files");
     command->footer(kExamples);
     return command;
 }
 
-int CheckCommand::Run(const GlobalOptions&)
+ExitCode CheckCommand::Run(const GlobalOptions&)
 {
-    bool unreadable = false;
-    bool irregular = false;
+    ExitCode code = kExitDone;
     for (const std::string& name : m_inputs) {
         const Input input(name);
         FileFindings findings;
         findings.problem =
-            input.IsUrl() ? "is a URL, only files can be checked" : input.FileProblem();
+            input.IsUrl() ? "is a URL, only files can be checked" : input.FileProblem().Text();
         if (findings.IsReadable())
             findings = CheckFile(name);
-        unreadable |= !findings.IsReadable();
-        irregular |= !findings.irregular.empty();
+        if (!findings.IsClean())
+            code = Worse(code, findings.IsReadable() ? kExitDamaged : kExitSomeFailed);
         if (!m_quiet || !findings.IsClean())
             Show(name, findings);
     }
-    if (unreadable)
-        return kExitSomeFailed;
-    return irregular ? kExitDamaged : kExitDone;
+    return code;
 }
 
 void CheckCommand::Show(const std::string& name, const FileFindings& findings) const
@@ -81,7 +76,7 @@ void CheckCommand::Show(const std::string& name, const FileFindings& findings) c
                            {"status", StatusName(findings)},
                            {"findings", findings.irregular},
                            {"problem", findings.IsReadable() ? Json() : Json(findings.problem)}};
-        std::printf("%s\n", line.dump(-1, ' ', false, Json::error_handler_t::replace).c_str());
+        PrintJson(line, JsonLayout::OneLine);
         return;
     }
     if (!findings.IsReadable())

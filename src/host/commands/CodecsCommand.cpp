@@ -1,25 +1,23 @@
-#include "host/base/ExitCode.h"
+#include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
 #include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 namespace host
 {
 namespace
 {
 
-using Json = nlohmann::ordered_json;
 using codecs::CodecKind;
 using codecs::PluginFile;
 
-constexpr char kExamples[] =
-    R"(The plug-ins stand in Codecs/Bin/decoder, encoder and dsp below the folder named
-by QVCODECPATH, or, when that is not set, below the program's own folder, its
-parent or lib/aiffconv beside it.)";
+constexpr char kFolders[] =
+    R"(Plug-ins are looked for in Codecs/Bin/decoder, encoder and dsp below the folder that
+QVCODECPATH names. If that is not set, they are looked for below the program's own
+folder, its parent folder, and lib/aiffconv in the parent folder.)";
 
 std::string Status(const PluginFile& file)
 {
@@ -67,26 +65,25 @@ class CodecsCommand : public Command
 public:
     CLI::App* AddTo(CLI::App& program) override
     {
-        CLI::App* command =
-            program.add_subcommand("codecs", "Show which plug-ins were found, and where");
+        CLI::App* command = program.add_subcommand("codecs", "List the plug-ins found, and where");
         command->add_flag("--json", m_json, "Write a JSON object");
-        command->footer(kExamples);
+        command->footer(kFolders);
         return command;
     }
 
-    int Run(const GlobalOptions&) override
+    ExitCode Run(const GlobalOptions&) override
     {
         codecs::CodecLoader loader;
         loader.Load();
         if (m_json)
-            PrintJson(loader);
+            ShowJson(loader);
         else
-            PrintText(loader);
+            ShowText(loader);
         return loader.Decoders().empty() ? kExitNoDecoder : kExitDone;
     }
 
 private:
-    static void PrintText(const codecs::CodecLoader& loader)
+    static void ShowText(const codecs::CodecLoader& loader)
     {
         for (const std::string& root : loader.SearchedRoots())
             std::printf("%s %s\n", root == loader.Root() ? "used    " : "searched",
@@ -97,14 +94,14 @@ private:
             std::printf("no usable decoder\n");
     }
 
-    static void PrintJson(const codecs::CodecLoader& loader)
+    static void ShowJson(const codecs::CodecLoader& loader)
     {
         Json result = {{"folder", loader.Root()},
                        {"searched", loader.SearchedRoots()},
                        {"plugins", Json::array()}};
         for (const PluginFile& file : loader.Files())
             result["plugins"].push_back(FileJson(file));
-        std::printf("%s\n", result.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+        PrintJson(result, JsonLayout::Indented);
     }
 
     bool m_json = false;

@@ -1,6 +1,8 @@
+// The subcommands of the program.
 #pragma once
 
 #include "codecs/CodecLoader.h"
+#include "host/base/ExitCode.h"
 #include "host/base/Problem.h"
 #include "host/base/Trace.h"
 
@@ -10,41 +12,51 @@
 namespace host
 {
 
-// What the user asked of the program as a whole.
+// Options that apply to the program as a whole.
 struct GlobalOptions {
     Trace trace;
 };
 
-// One subcommand of the program. A new one is a class of its own and a line in
-// main().
+// One subcommand. A new one is a class in a source of its own, a Make function below, and
+// an entry in main() or in its group.
 class Command
 {
 public:
     virtual ~Command() = default;
 
-    // Adds the subcommand, its options (stored in this object, which outlives the
-    // parsing) and its help.
+    // Adds the subcommand, its options and its help. The options are stored in this
+    // object, which must outlive the parsing.
     virtual CLI::App* AddTo(CLI::App& program) = 0;
-    // Carries it out after parsing; returns the exit code.
-    virtual int Run(const GlobalOptions& global) = 0;
+    // Carries it out after parsing.
+    virtual ExitCode Run(const GlobalOptions& global) = 0;
 };
 
-// A command that works with the decoders: they are loaded before its work begins, and
-// the exit code tells when there are none.
+// A command that works with the decoders. They are loaded before its work begins; when
+// there are none, the command ends with kExitNoDecoder.
 class DecoderCommand : public Command
 {
 public:
-    int Run(const GlobalOptions& global) final;
+    ExitCode Run(const GlobalOptions& global) final;
 
 private:
-    virtual int Work(const codecs::CodecLoader& loader, const Trace& trace) = 0;
+    virtual ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) = 0;
 };
 
+// Shows why a command ends here; returns `code`.
+ExitCode FailWith(ExitCode code, const Problem& problem);
+
+// Each is defined in the source of its command, which needs no header besides.
 std::unique_ptr<Command> MakeCheckCommand();
+std::unique_ptr<Command> MakeCodecsCommand();
 std::unique_ptr<Command> MakeConvertCommand();
 std::unique_ptr<Command> MakeEncodeCommand();
 std::unique_ptr<Command> MakeInfoCommand();
-std::unique_ptr<Command> MakeCodecsCommand();
 std::unique_ptr<Command> MakeTagsCommand();
+std::unique_ptr<Command> MakeTagsShowCommand();
+std::unique_ptr<Command> MakeTagsSetCommand();
+std::unique_ptr<Command> MakeTagsRemoveCommand();
+std::unique_ptr<Command> MakeTagsClearCommand();
+std::unique_ptr<Command> MakeTagsArtCommand();
+std::unique_ptr<Command> MakeTagsCopyCommand();
 
 } // namespace host

@@ -1,3 +1,4 @@
+// Sets of subcommands.
 #pragma once
 
 #include "host/commands/Command.h"
@@ -9,23 +10,36 @@
 namespace host
 {
 
-// A command that is nothing but commands below it.
-class CommandGroup : public Command
+// Subcommands of which the user names exactly one.
+class CommandSet
 {
 public:
     using Makers = std::vector<std::unique_ptr<Command> (*)()>;
 
-    CommandGroup(std::string name, std::string help, std::string footer, Makers makers);
+    // Makes the commands and adds them to `parent`.
+    void AddTo(CLI::App& parent, const Makers& makers);
+    // Runs the one that was named.
+    ExitCode Run(const GlobalOptions& global);
+
+private:
+    std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> m_commands;
+};
+
+// A command that only holds subcommands, as "tags" does.
+class CommandGroup : public Command
+{
+public:
+    CommandGroup(std::string name, std::string help, std::string footer, CommandSet::Makers makers);
 
     CLI::App* AddTo(CLI::App& program) override;
-    int Run(const GlobalOptions& global) override;
+    ExitCode Run(const GlobalOptions& global) override;
 
 private:
     std::string m_name;
     std::string m_help;
     std::string m_footer;
-    Makers m_makers;
-    std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> m_commands;
+    CommandSet::Makers m_makers;
+    CommandSet m_commands;
 };
 
 } // namespace host

@@ -1,9 +1,6 @@
-#include "host/base/ExitCode.h"
-#include "host/batch/Batch.h"
-#include "host/batch/OutputPlan.h"
+#include "host/commands/BatchArguments.h"
 #include "host/commands/Command.h"
 #include "host/commands/FileConversion.h"
-#include "host/session/ReportCapture.h"
 #include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
@@ -21,31 +18,28 @@ constexpr char kFlac[] = "flac";
 
 constexpr char kExamples[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav
-  aiffconv convert song.aiff -o song.flac      FLAC, told by the name
-  aiffconv convert *.aiff -o wav/              several files into a folder
+  aiffconv convert song.aiff -o song.flac      FLAC, chosen by the file name
+  aiffconv convert *.aiff -o wav/              several files to a folder
   aiffconv convert *.aiff -o flac/ --format flac
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv convert song.aiff -o part.wav --start 1:30 --end 2:00.5
   aiffconv convert song.aiff -o part.wav --start 44100f --end 88200f
 
---start and --end take seconds ("90", "90.5s"), minutes and hours before them
-("1:30.5", "1:00:00"), or sample frames ("44100f"). The end is not included.
-Tags and pictures go along, unless --no-tags is given.)";
+--start and --end take seconds ("90", "90.5s"), minutes or hours as well ("1:30.5",
+"1:00:00"), or sample frames ("44100f"). The end itself is not included.
+Tags and pictures are copied too, unless --no-tags is given.)";
 
-bool ParsePoint(const std::string& option, const std::string& text, std::optional<TimePoint>& point)
+Problem ParsePoint(const std::string& option, const std::string& text,
+                   std::optional<TimePoint>& point)
 {
-    TimePoint parsed;
     if (text.empty())
-        return true;
-    if (!TimePoint::Parse(text, parsed)) {
-        SayProblem(
-            option +
-            " takes seconds (\"90.5\"), minutes (\"1:30.5\") or sample frames (\"44100f\"), not '" +
-            text + "'");
-        return false;
-    }
-    point = parsed;
-    return true;
+        return {};
+    point = TimePoint::Parse(text);
+    if (point)
+        return {};
+    return option +
+           " takes seconds (\"90.5\"), minutes (\"1:30.5\") or sample frames (\"44100f\"), not '" +
+           text + "'";
 }
 
 bool IsFolder(const std::string& path)
@@ -60,10 +54,10 @@ public:
     CLI::App* AddTo(CLI::App& program) override;
 
 private:
-    int Work(const codecs::CodecLoader& loader, const Trace& trace) override;
-    bool ReadRange();
+    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override;
+    Problem ReadRange();
     AudioFormat ChosenFormat() const;
-    bool MakePlan(const codecs::CodecLoader& loader, OutputPlan& plan) const;
+    Result<OutputPlan> MakePlan(const codecs::CodecLoader& loader) const;
 
     std::vector<std::string> m_inputs;
     std::string m_start;
@@ -77,54 +71,52 @@ private:
 CLI::App* ConvertCommand::AddTo(CLI::App& program)
 {
     CLI::App* command = program.add_subcommand("convert", "Convert to WAV or FLAC, bit for bit");
-    command->add_option("IN", m_inputs, "Files, or URLs that begin with http://")->required();
+    command->add_option("IN", m_inputs, "Files or http:// URLs to convert")->required();
     command
         ->add_option("-o,--output", m_batch.output,
-                     "File or folder to write, or - for standard output")
+                     "File or folder to write to, or - for standard output")
         ->required();
-    command->add_option("--start", m_start, "Convert from here on");
-    command->add_option("--end", m_end, "Convert up to here");
+    command->add_option("--start", m_start, "Start converting here");
+    command->add_option("--end", m_end, "Stop converting here");
     command
         ->add_option("--format", m_format,
-                     "wav or flac (default: by the end of the output's name, else wav)")
+                     "wav or flac (default: as the output's extension says, else wav)")
         ->check(CLI::IsMember({kWav, kFlac}));
-    command->add_flag("--no-tags", m_noTags, "Leave tags and pictures out");
+    command->add_flag("--no-tags", m_noTags, "Do not copy tags and pictures");
     AddBatchOptions(*command, m_batch);
     command->footer(kExamples);
     return command;
 }
 
-int ConvertCommand::Work(const codecs::CodecLoader& loader, const Trace& trace)
+ExitCode ConvertCommand::Work(const codecs::CodecLoader& loader, const Trace& trace)
 {
-    if (!ReadRange())
-        return kExitUsage;
-    m_options.overwrite = m_batch.overwrite;
+    if (Problem problem = ReadRange())
+        return FailWith(kExitUsage, problem);
+    m_options.ifExists = m_batch.OnExisting();
     m_options.tags = !m_noTags;
     m_options.format = ChosenFormat();
-    OutputPlan plan;
-    if (!MakePlan(loader, plan))
-        return kExitUsage;
-    return RunBatch(plan, m_batch, trace, "converted", [&](ProgressFunction progress) {
-        auto report = std::make_shared<ReportCapture>(trace);
-        auto conversion = std::make_shared<FileConversion>(loader, *report, m_options, progress);
-        return [report, conversion](const OutputPlan::Item& item) { return conversion->Run(item); };
+    const Result<OutputPlan> plan = MakePlan(loader);
+    if (!plan)
+        return FailWith(kExitUsage, plan.Why());
+    return RunBatch(*plan, m_batch, trace, "converted", [&](ProgressFunction progress) {
+        auto conversion = std::make_shared<FileConversion>(loader, trace, m_options, progress);
+        return [conversion](const OutputPlan::Item& item) { return conversion->Run(item); };
     });
 }
 
-bool ConvertCommand::ReadRange()
+Problem ConvertCommand::ReadRange()
 {
-    if (!ParsePoint("--start", m_start, m_options.start) ||
-        !ParsePoint("--end", m_end, m_options.end))
-        return false;
+    if (Problem problem = ParsePoint("--start", m_start, m_options.start))
+        return problem;
+    if (Problem problem = ParsePoint("--end", m_end, m_options.end))
+        return problem;
     const auto& start = m_options.start;
     const auto& end = m_options.end;
     constexpr uint32_t kAnyRate = 1'000'000;
     const bool comparable = start && end && start->NeedsRate() == end->NeedsRate();
-    if (comparable && start->Frame(kAnyRate) >= end->Frame(kAnyRate)) {
-        SayProblem("--end must lie behind --start");
-        return false;
-    }
-    return true;
+    if (comparable && start->Frame(kAnyRate) >= end->Frame(kAnyRate))
+        return "--end must be after --start";
+    return {};
 }
 
 AudioFormat ConvertCommand::ChosenFormat() const
@@ -135,23 +127,21 @@ AudioFormat ConvertCommand::ChosenFormat() const
     return named && !IsFolder(m_batch.output) ? AudioFormat::Flac : AudioFormat::Wav;
 }
 
-bool ConvertCommand::MakePlan(const codecs::CodecLoader& loader, OutputPlan& plan) const
+Result<OutputPlan> ConvertCommand::MakePlan(const codecs::CodecLoader& loader) const
 {
-    std::string problem;
     const auto isKnown = [&loader](const std::string& extension) {
         return loader.ForExtension(FromPathBytes(extension)) != nullptr;
     };
     const bool isFlac = m_options.format == AudioFormat::Flac;
     const std::string extension = std::string(".") + (isFlac ? kFlac : kWav);
-    if (!PlanOutputs(m_inputs, m_batch.output, extension, isKnown, plan, problem)) {
-        SayProblem(problem);
-        return false;
-    }
-    if (m_batch.output == "-" && isatty(STDOUT_FILENO) != 0) {
-        SayProblem("standard output is a terminal: send it to a file or another program");
-        return false;
-    }
-    return true;
+    Result<OutputPlan> plan = PlanOutputs(m_inputs, m_batch.output, extension, isKnown);
+    if (!plan || m_batch.output != "-")
+        return plan;
+    if (isatty(STDOUT_FILENO) != 0)
+        return Problem("standard output is a terminal: redirect it to a file or another program");
+    if (m_batch.json)
+        return Problem("--json writes to standard output, which '-o -' already uses");
+    return plan;
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+// The conversion of one file.
 #pragma once
 
 #include "host/batch/FileResult.h"
@@ -9,52 +10,47 @@
 #include "host/writers/AudioWriter.h"
 
 #include <optional>
-#include <string>
+#include <vector>
 
 namespace host
 {
 
 struct ConvertOptions {
-    bool overwrite = false;
-    bool tags = true; // go into the output, with the pictures
+    IfExists ifExists = IfExists::Fail;
+    bool tags = true; // copied to the output, with the pictures
     AudioFormat format = AudioFormat::Wav;
     std::optional<TimePoint> start;
     std::optional<TimePoint> end; // exclusive
 };
 
-// Turns one input into one WAV or FLAC file, bit for bit. One object per worker, used for
-// one file after the other.
+// Turns one input at a time into one WAV or FLAC file, bit for bit. Each worker has an
+// object of its own.
 class FileConversion
 {
 public:
-    // All but the function must outlive the object.
-    FileConversion(const codecs::CodecLoader& loader, ReportCapture& report,
+    // The loader and the options must outlive the object.
+    FileConversion(const codecs::CodecLoader& loader, const Trace& trace,
                    const ConvertOptions& options, ProgressFunction progress);
 
     FileResult Run(const OutputPlan::Item& item);
 
 private:
-    ConvertOutcome Convert(const OutputPlan::Item& item);
-    bool ResolveRange(const Input& input, FrameRange& range);
-    ConvertOutcome Write(DecoderSession& session, const std::string& path);
-    bool WriteFile(DecoderSession& session, OutputFile& output, int64_t expected);
-    bool WriteAudio(DecoderSession& session, const OutputFile& output, AudioWriter& writer,
-                    int64_t expected);
-    bool HasEnded(DecoderSession& session, DecoderSession::Step step, int64_t expected);
-    void SumUp(const DecoderSession& session, int64_t expected);
-    bool Fail(const std::string& what);
-    bool FailWriting(const AudioWriter& writer, const OutputFile& output);
-    bool FailOutput(const OutputFile& output);
+    Result<FileResult> Convert(const OutputPlan::Item& item);
+    Result<FrameRange> ResolveRange(const Input& input);
+    Problem Write(DecoderSession& session, const std::string& path);
+    Problem WriteAudio(DecoderSession& session, AudioWriter& writer);
+    void ShowProgress() const;
+    FileResult SumUp(const DecoderSession& session) const;
 
     const codecs::CodecLoader& m_loader;
-    ReportCapture& m_report;
     const ConvertOptions& m_options;
+    ReportCapture m_report;
     ProgressFunction m_progress;
     std::vector<uint8_t> m_buffer; // of the output
-    std::string m_outputName;
-    std::string m_problem;
-    int64_t m_written = 0; // bytes of PCM in the last output
+    // Of the current file.
     STQvWaveFormat m_format{};
+    int64_t m_expected = 0; // bytes of PCM, or kUnknownLength
+    int64_t m_written = 0;  // bytes of PCM
 };
 
 } // namespace host

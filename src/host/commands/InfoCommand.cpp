@@ -1,4 +1,4 @@
-#include "host/base/ExitCode.h"
+#include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
 #include "host/commands/TimePoint.h"
@@ -10,14 +10,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 namespace host
 {
 namespace
 {
-
-using Json = nlohmann::ordered_json;
 
 constexpr char kExamples[] = R"(Examples:
   aiffconv info song.aiff
@@ -55,7 +52,7 @@ std::string LengthText(const DecoderSession& session)
            std::to_string(bytes) + " bytes)";
 }
 
-// Null where it is unknown.
+// Null when the length is unknown.
 Json LengthJson(const DecoderSession& session)
 {
     if (session.HasUnknownLength())
@@ -66,7 +63,7 @@ Json LengthJson(const DecoderSession& session)
             {"bytes", int64_t{info.nLengthBytes}}};
 }
 
-void PrintInfo(const DecoderSession& session, const std::string& warning)
+void PrintInfo(const DecoderSession& session, const Problem& warning)
 {
     const STQvAudioInfo& info = session.AudioInfo();
     std::printf("%s\n", Printable(session.Source().Name()).c_str());
@@ -74,8 +71,8 @@ void PrintInfo(const DecoderSession& session, const std::string& warning)
     PrintLine("Length", LengthText(session));
     PrintLine("Bit rate", std::to_string(info.nBitRate / 1000) + " kbit/s");
     PrintLine("Decoder", ToUtf8(session.UsedDecoder().description));
-    if (!warning.empty())
-        PrintLine("Problem", warning);
+    if (warning)
+        PrintLine("Problem", warning.Text());
     for (const TagItem& item : session.Properties())
         PrintLine(item.name.c_str(), item.value);
     const std::vector<TagItem> tags = session.Tags();
@@ -84,7 +81,7 @@ void PrintInfo(const DecoderSession& session, const std::string& warning)
     PrintTags(tags, 4);
 }
 
-Json InfoJson(const DecoderSession& session, const std::string& warning)
+Json InfoJson(const DecoderSession& session, const Problem& warning)
 {
     const STQvAudioInfo info = session.AudioInfo();
     const STQvWaveFormat format = info.WaveFormat;
@@ -102,8 +99,8 @@ Json InfoJson(const DecoderSession& session, const std::string& warning)
                   {"length", LengthJson(session)},
                   {"properties", std::move(properties)},
                   {"tags", TagsJson(session.Tags())}};
-    if (!warning.empty())
-        entry["problem"] = warning;
+    if (warning)
+        entry["problem"] = warning.Text();
     return entry;
 }
 
@@ -113,9 +110,9 @@ public:
     CLI::App* AddTo(CLI::App& program) override;
 
 private:
-    int Work(const codecs::CodecLoader& loader, const Trace& trace) override;
-    int Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
-             Json& list) const;
+    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override;
+    ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+                  Json& list) const;
 
     std::vector<std::string> m_inputs;
     bool m_json = false;
@@ -124,49 +121,42 @@ private:
 CLI::App* InfoCommand::AddTo(CLI::App& program)
 {
     CLI::App* command = program.add_subcommand("info", "Show format, length, properties and tags");
-    command->add_option("IN", m_inputs, "Files, or URLs that begin with http://")->required();
+    command->add_option("IN", m_inputs, "Files or http:// URLs to read")->required();
     command->add_flag("--json", m_json, "Write a JSON array with one object per input");
     command->footer(kExamples);
     return command;
 }
 
-int InfoCommand::Work(const codecs::CodecLoader& loader, const Trace& trace)
+ExitCode InfoCommand::Work(const codecs::CodecLoader& loader, const Trace& trace)
 {
     ReportCapture report(trace);
     Json list = Json::array();
-    bool failed = false;
-    bool damaged = false;
-    for (const std::string& name : m_inputs) {
-        const int result = Show(loader, report, Input(name), list);
-        failed |= result == kExitSomeFailed;
-        damaged |= result == kExitDamaged;
-    }
+    ExitCode code = kExitDone;
+    for (const std::string& name : m_inputs)
+        code = Worse(code, Show(loader, report, Input(name), list));
     if (m_json)
-        std::printf("%s\n", list.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
-    if (failed)
-        return kExitSomeFailed;
-    return damaged ? kExitDamaged : kExitDone;
+        PrintJson(list, JsonLayout::Indented);
+    return code;
 }
 
-int InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
-                      Json& list) const
+ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& report,
+                           const Input& input, Json& list) const
 {
     DecoderSession session(loader, report);
-    std::string problem = input.FileProblem();
+    Problem problem = input.FileProblem();
     constexpr uint32_t kFlags = QV_OPEN_AUDIO_INFO | QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
-    if (problem.empty() && !session.Open(input, kFlags))
+    if (!problem && !session.Open(input, kFlags))
         problem = FailureReason(session);
-    if (!problem.empty()) {
-        SayProblem(input.Name() + ": " + problem);
-        list.push_back({{"file", input.Name()}, {"error", problem}});
-        return kExitSomeFailed;
+    if (problem) {
+        list.push_back({{"file", input.Name()}, {"error", problem.Text()}});
+        return FailWith(kExitSomeFailed, problem.About(input.Name()));
     }
-    const std::string warning = DamageWarning(session);
+    const Problem warning = DamageWarning(session);
     if (m_json)
         list.push_back(InfoJson(session, warning));
     else
         PrintInfo(session, warning);
-    return warning.empty() ? kExitDone : kExitDamaged;
+    return warning ? kExitDamaged : kExitDone;
 }
 
 } // namespace

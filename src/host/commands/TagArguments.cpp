@@ -8,23 +8,19 @@
 namespace host
 {
 
-bool SplitArguments(const std::vector<std::string>& arguments,
-                    const std::function<bool(const std::string&)>& isFile, const std::string& what,
-                    FilesAndRest& split, std::string& problem)
+Result<FilesAndRest> SplitArguments(const std::vector<std::string>& arguments,
+                                    const std::function<bool(const std::string&)>& isFile,
+                                    const std::string& what)
 {
-    const auto first = std::find_if_not(arguments.begin(), arguments.end(), isFile);
-    split.files.assign(arguments.begin(), first);
-    split.rest.assign(first, arguments.end());
-    if (split.files.empty()) {
-        problem = "the files must come first, and '" + arguments.front() + "' is none";
-        return false;
-    }
-    const auto late = std::find_if(split.rest.begin(), split.rest.end(), isFile);
-    if (late == split.rest.end())
-        return true;
-    problem =
-        "'" + *late + "' stands behind '" + split.rest.front() + "', where only " + what + " may";
-    return false;
+    const auto first = std::ranges::find_if_not(arguments, isFile);
+    if (first == arguments.begin())
+        return Problem("files must come first, and '" + *first + "' is not a file");
+    FilesAndRest split{{arguments.begin(), first}, {first, arguments.end()}};
+    const auto late = std::ranges::find_if(split.rest, isFile);
+    if (late != split.rest.end())
+        return Problem("'" + *late + "' comes after '" + split.rest.front() + "', where only " +
+                       what + " may follow");
+    return split;
 }
 
 bool ExistsAsFile(const std::string& argument)
@@ -33,32 +29,29 @@ bool ExistsAsFile(const std::string& argument)
     return stat(argument.c_str(), &status) == 0;
 }
 
-bool ReadAssignments(const std::vector<std::string>& assignments, std::vector<TagItem>& items,
-                     std::string& problem)
+Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& assignments)
 {
+    std::vector<TagItem> items;
     for (const std::string& text : assignments) {
         const size_t equals = text.find('=');
-        TagItem item;
-        item.name = text.substr(0, equals);
-        if (equals == std::string::npos || item.name.empty()) {
-            problem = "'" + text + "' is no NAME=VALUE";
-            return false;
-        }
-        if (item.name.starts_with('_')) {
-            problem = "'" + item.name + "': names that begin with \"_\" are no fields";
-            return false;
-        }
-        item.value = text.substr(equals + 1);
-        const auto same = std::find_if(items.begin(), items.end(), [&item](const TagItem& other) {
-            return EqualNoCase(other.name, item.name);
-        });
+        const std::string name = text.substr(0, equals);
+        if (equals == std::string::npos || name.empty())
+            return Problem("'" + text + "' is not of the form NAME=VALUE");
+        if (name.starts_with('_'))
+            return Problem("'" + name + "': a field's name cannot begin with \"_\"");
+        const std::string value = text.substr(equals + 1);
+        const auto same = std::ranges::find_if(
+            items, [&name](const TagItem& item) { return EqualNoCase(item.name, name); });
         if (same == items.end())
-            items.push_back(std::move(item));
+            items.push_back({name, value, {}});
         else
-            same->value += "\r" + item.value;
+            same->value += "\r" + value;
     }
     std::vector<uint8_t> blob;
-    return MakeTagBlob(items, blob, problem);
+    std::string problem;
+    if (!MakeTagBlob(items, blob, problem))
+        return Problem(problem);
+    return items;
 }
 
 } // namespace host

@@ -1,5 +1,7 @@
+// Arguments of the commands that change tags.
 #pragma once
 
+#include "host/base/Problem.h"
 #include "host/session/TagBlob.h"
 
 #include <functional>
@@ -9,29 +11,26 @@
 namespace host
 {
 
-// Arguments of a command that takes files and, behind them, something else.
+// The arguments of a command that takes files and then something else.
 struct FilesAndRest {
     std::vector<std::string> files;
     std::vector<std::string> rest;
 };
 
-// The arguments up to the first that is no file are the files; a file behind that is an
-// error, because a mistyped file name would then be taken for something else unnoticed.
+// The arguments before the first that is not a file are the files. A file after it is
+// refused: most likely the name of an earlier file was mistyped and would be taken for
+// something else.
 //
-// what  the rest consists of, for the line in `problem`
-[[nodiscard]] bool SplitArguments(const std::vector<std::string>& arguments,
-                                  const std::function<bool(const std::string&)>& isFile,
-                                  const std::string& what, FilesAndRest& split,
-                                  std::string& problem);
+// what  what the rest consists of, for messages
+Result<FilesAndRest> SplitArguments(const std::vector<std::string>& arguments,
+                                    const std::function<bool(const std::string&)>& isFile,
+                                    const std::string& what);
 
 bool ExistsAsFile(const std::string& argument);
 
-// The items that "NAME=VALUE" texts stand for; those of one name become several values
-// of one item. An empty value stays: it removes the field.
-//
-// returns false with a line in `problem` when a text is none, or its name or value can
-//         be no field's
-[[nodiscard]] bool ReadAssignments(const std::vector<std::string>& assignments,
-                                   std::vector<TagItem>& items, std::string& problem);
+// The items for "NAME=VALUE" texts. Texts with the same name become several values of one
+// item; an empty value stays and removes the field. Refuses other texts, and names and
+// values that no field can have.
+Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& assignments);
 
 } // namespace host

@@ -14,66 +14,71 @@ namespace host
 namespace
 {
 
-// Far beyond any recording, and safely multiplied by any rate.
+// Far longer than any recording, and safe to multiply by any rate.
 constexpr int64_t kMaxSeconds = 1'000'000'000;
 constexpr size_t kMaxDecimals = 12;
 
-bool ReadNumber(std::string_view digits, int64_t& value)
+std::optional<int64_t> ReadNumber(std::string_view digits)
 {
-    if (digits.empty() || !std::ranges::all_of(digits, IsAsciiDigit<char>))
-        return false;
+    int64_t value = 0;
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    return result.ec == std::errc();
+    if (!std::ranges::all_of(digits, IsAsciiDigit<char>) || result.ec != std::errc())
+        return std::nullopt;
+    return value;
 }
 
-// "12" or "12.25": digits only, so that no locale and no exponent plays in.
-bool ReadDecimal(std::string_view text, long double& value)
+// "12" or "12.25": digits only, so that neither a locale nor an exponent matters.
+std::optional<long double> ReadDecimal(std::string_view text)
 {
     const size_t point = text.find('.');
-    int64_t whole = 0;
-    if (!ReadNumber(text.substr(0, point), whole) || whole > kMaxSeconds)
-        return false;
-    value = static_cast<long double>(whole);
+    const std::optional<int64_t> whole = ReadNumber(text.substr(0, point));
+    if (!whole || *whole > kMaxSeconds)
+        return std::nullopt;
+    const auto value = static_cast<long double>(*whole);
     if (point == std::string_view::npos)
-        return true;
+        return value;
     const std::string_view decimals = text.substr(point + 1);
-    int64_t fraction = 0;
-    if (decimals.size() > kMaxDecimals || !ReadNumber(decimals, fraction))
-        return false;
-    value += static_cast<long double>(fraction) /
-             std::pow(10.0L, static_cast<long double>(decimals.size()));
-    return true;
+    const std::optional<int64_t> fraction = ReadNumber(decimals);
+    if (!fraction || decimals.size() > kMaxDecimals)
+        return std::nullopt;
+    return value + static_cast<long double>(*fraction) /
+                       std::pow(10.0L, static_cast<long double>(decimals.size()));
 }
 
 // "[[hours:]minutes:]seconds"
-bool ReadSeconds(std::string_view text, long double& seconds)
+std::optional<long double> ReadSeconds(std::string_view text)
 {
     int64_t minutes = 0;
     for (int i = 0; i < 2 && text.find(':') != std::string_view::npos; ++i) {
-        int64_t part = 0;
-        const size_t colon = text.find(':');
-        if (!ReadNumber(text.substr(0, colon), part) || part > kMaxSeconds / 3600)
-            return false;
-        minutes = minutes * 60 + part;
-        text.remove_prefix(colon + 1);
+        const std::optional<int64_t> part = ReadNumber(TakeUntil(text, ':'));
+        if (!part || *part > kMaxSeconds / 3600)
+            return std::nullopt;
+        minutes = minutes * 60 + *part;
     }
-    if (!ReadDecimal(text, seconds))
-        return false;
-    seconds += static_cast<long double>(minutes) * 60;
-    return true;
+    const std::optional<long double> seconds = ReadDecimal(text);
+    if (!seconds)
+        return std::nullopt;
+    return *seconds + static_cast<long double>(minutes) * 60;
 }
 
 } // namespace
 
-bool TimePoint::Parse(const std::string& text, TimePoint& point)
+std::optional<TimePoint> TimePoint::Parse(const std::string& text)
 {
     std::string_view number = text;
     const char unit = number.empty() ? '\0' : number.back();
-    point.m_inFrames = unit == 'f';
     if (unit == 'f' || unit == 's')
         number.remove_suffix(1);
-    return point.m_inFrames ? ReadNumber(number, point.m_frames)
-                            : ReadSeconds(number, point.m_seconds);
+    TimePoint point;
+    point.m_inFrames = unit == 'f';
+    if (point.m_inFrames) {
+        const std::optional<int64_t> frames = ReadNumber(number);
+        point.m_frames = frames.value_or(0);
+        return frames ? std::optional(point) : std::nullopt;
+    }
+    const std::optional<long double> seconds = ReadSeconds(number);
+    point.m_seconds = seconds.value_or(0);
+    return seconds ? std::optional(point) : std::nullopt;
 }
 
 int64_t TimePoint::Frame(uint32_t rate) const

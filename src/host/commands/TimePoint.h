@@ -1,24 +1,26 @@
+// Positions and durations in a recording, as people write them.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace host
 {
 
-// A place in a recording, as given on the command line:
-//   "44100f"            sample frames from the start
-//   "1.5" or "1.5s"     seconds
-//   "2:03.25", "1:00:00"  minutes and hours before the seconds
+// A position in a recording, as given on the command line:
+//   "44100f"              sample frames from the start
+//   "1.5" or "1.5s"       seconds
+//   "2:03.25", "1:00:00"  minutes or hours and minutes, then seconds
 class TimePoint
 {
 public:
-    // returns false when the text is none of these
-    [[nodiscard]] static bool Parse(const std::string& text, TimePoint& point);
+    // None when the text has another form.
+    static std::optional<TimePoint> Parse(const std::string& text);
 
     bool NeedsRate() const { return !m_inFrames; }
-    // The sample frame nearest to it, for a rate in frames per second. Frames need
-    // no rate.
+    // The nearest sample frame at a rate in frames per second. Positions given in frames
+    // need no rate.
     int64_t Frame(uint32_t rate) const;
 
 private:

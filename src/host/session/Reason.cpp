@@ -160,9 +160,9 @@ bool SoundIsLastChunk(const DecoderSession& session)
 
 } // namespace
 
-std::string FailureReason(const DecoderSession& session)
+Problem FailureReason(const DecoderSession& session)
 {
-    if (const std::string problem = session.Source().AccessProblem(); !problem.empty())
+    if (Problem problem = session.Source().AccessProblem())
         return problem;
     if (const std::string fault = StreamFault(session.Information()); !fault.empty())
         return fault;
@@ -177,7 +177,7 @@ std::string FailureReason(const DecoderSession& session)
     return "cannot be decoded: " + errors.back();
 }
 
-std::string EditFailureReason(const Input& input, const std::vector<std::string>& errors)
+Problem EditFailureReason(const Input& input, const std::vector<std::string>& errors)
 {
     for (auto line = errors.rbegin(); line != errors.rend(); ++line) {
         std::string text = TranslateEdit(input, *line);
@@ -191,7 +191,7 @@ std::string EditFailureReason(const Input& input, const std::vector<std::string>
     return "cannot be changed: " + errors.back();
 }
 
-std::string DamageWarning(const DecoderSession& session)
+Problem DamageWarning(const DecoderSession& session)
 {
     const bool suspicious = AnyStartsWith(session.Errors(), kChunkOutOfFile) ||
                             AnyStartsWith(session.Information(), kChunkOutOfForm);

@@ -14,27 +14,27 @@ TagFile::TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const
 {
 }
 
-// A decoder counts a change to a file that it does not know as done, so whether it knows
-// the file is found out here.
-bool TagFile::Read()
+// A decoder reports success for a change to a file that it does not know, so whether it
+// knows the file is found out here.
+Problem TagFile::Read()
 {
-    const std::string problem = m_input.FileProblem();
-    if (!problem.empty())
-        return Fail(problem);
+    if (Problem problem = m_input.FileProblem())
+        return problem;
     if (!m_session.Open(m_input, QV_OPEN_READ_TAGS))
-        return Fail(FailureReason(m_session));
+        return FailureReason(m_session);
     m_items = m_session.Tags();
-    return true;
+    return {};
 }
 
-bool TagFile::Write(const std::vector<TagItem>& items)
+Problem TagFile::Write(const std::vector<TagItem>& items)
 {
     std::vector<TagItem> kept;
     std::copy_if(items.begin(), items.end(), std::back_inserter(kept),
                  [](const TagItem& item) { return !item.IsInformation(); });
     std::vector<uint8_t> blob;
-    if (!MakeTagBlob(kept, blob, m_problem))
-        return false;
+    std::string problem;
+    if (!MakeTagBlob(kept, blob, problem))
+        return problem;
     return Change([&](codecs::DecoderInstance& instance) {
         STQvCodecGetSet record{};
         record.pText1 = m_input.WideName().c_str();
@@ -44,20 +44,22 @@ bool TagFile::Write(const std::vector<TagItem>& items)
     });
 }
 
-bool TagFile::Remove(const std::vector<std::string>& names)
+Problem TagFile::Remove(const std::vector<std::string>& names)
 {
     std::wstring packed; // an empty list would mean everything
     for (const std::string& name : names) {
         if (name.empty())
-            return Fail("an empty name names no field");
+            return "an empty name names no field";
         packed += FromPathBytes(name) + L'\0';
     }
-    return packed.empty() || Change([&](codecs::DecoderInstance& instance) {
-               return instance.DeleteATag(m_input.WideName().c_str(), packed.c_str());
-           });
+    if (packed.empty())
+        return {};
+    return Change([&](codecs::DecoderInstance& instance) {
+        return instance.DeleteATag(m_input.WideName().c_str(), packed.c_str());
+    });
 }
 
-bool TagFile::RemoveAll()
+Problem TagFile::RemoveAll()
 {
     return Change([&](codecs::DecoderInstance& instance) {
         return instance.DeleteATag(m_input.WideName().c_str(), nullptr);
@@ -65,21 +67,15 @@ bool TagFile::RemoveAll()
 }
 
 template <class Call>
-bool TagFile::Change(Call call)
+Problem TagFile::Change(Call call)
 {
     if (m_input.IsUrl())
-        return Fail("is a URL; only the tags of files can be changed");
+        return "is a URL; only the tags of files can be changed";
     m_report.Clear();
     codecs::DecoderInstance instance(m_session.UsedDecoder().codec, m_report.Handles());
     const bool done = Interruption::Undisturbed([&] { return call(instance); });
     m_report.Collect();
-    return done || Fail(EditFailureReason(m_input, m_report.Errors()));
-}
-
-bool TagFile::Fail(const std::string& what)
-{
-    m_problem = what;
-    return false;
+    return done ? Problem() : EditFailureReason(m_input, m_report.Errors());
 }
 
 } // namespace host

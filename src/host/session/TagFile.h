@@ -15,30 +15,26 @@ public:
     // All must outlive the object.
     TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input);
 
-    // Every operation says true, or false with a few words in Problem(), without the
-    // file's name. A change needs a Read() before it, and works on the file, not on
-    // what was read; a program that is told to stop meanwhile stops behind it.
-    [[nodiscard]] bool Read();
-    // Items with an empty value, or pictures without data, are removed; all that is
-    // not named stays. What only informs is left out.
-    [[nodiscard]] bool Write(const std::vector<TagItem>& items);
-    [[nodiscard]] bool Remove(const std::vector<std::string>& names); // at least one
-    [[nodiscard]] bool RemoveAll();
+    // Problems do not name the file. A change needs a Read() before it, and works on the
+    // file, not on what was read; a program that is told to stop meanwhile stops after it.
+    Problem Read();
+    // Items with an empty value, or pictures without data, are removed; everything that is
+    // not named stays. Items that only inform about the tag are ignored.
+    Problem Write(const std::vector<TagItem>& items);
+    Problem Remove(const std::vector<std::string>& names); // at least one
+    Problem RemoveAll();
 
     const std::vector<TagItem>& Items() const { return m_items; } // as Read() has found them
     const Input& Source() const { return m_input; }
-    const std::string& Problem() const { return m_problem; }
 
 private:
     template <class Call>
-    bool Change(Call call);
-    bool Fail(const std::string& what);
+    Problem Change(Call call);
 
     ReportCapture& m_report;
     const Input& m_input;
     DecoderSession m_session;
     std::vector<TagItem> m_items;
-    std::string m_problem;
 };
 
 } // namespace host

@@ -6,7 +6,6 @@
 
 #include <memory>
 #include <span>
-#include <string>
 #include <vector>
 
 namespace host
@@ -15,7 +14,8 @@ namespace host
 enum class AudioFormat { Wav, Flac };
 
 // Lays PCM out as a file of some format, with the tags of its input. The calls come in
-// the order in which they stand here; each returns false when it fails.
+// the order in which they stand here. A problem is that of the input, which cannot become
+// such a file, or names the output.
 class AudioWriter
 {
 public:
@@ -25,15 +25,11 @@ public:
     virtual ~AudioWriter() = default;
 
     // pcmBytes  how much is going to come, or kUnknownLength
-    [[nodiscard]] virtual bool Begin(const STQvWaveFormat& format, int64_t pcmBytes) = 0;
+    virtual Problem Begin(const STQvWaveFormat& format, int64_t pcmBytes) = 0;
     // Whole sample frames; 8-bit samples are unsigned.
-    [[nodiscard]] virtual bool Write(std::span<const uint8_t> pcm) = 0;
+    virtual Problem Write(std::span<const uint8_t> pcm) = 0;
     // Completes the file, and corrects what was said before about its length.
-    [[nodiscard]] virtual bool End() = 0;
-
-    // In a few words, why the input cannot become such a file; empty when it was the
-    // output that failed.
-    const std::string& Problem() const { return m_problem; }
+    virtual Problem End() = 0;
 
 protected:
     AudioWriter(OutputFile& output, const std::vector<TagItem>& tags)
@@ -43,7 +39,6 @@ protected:
 
     OutputFile& m_output;
     const std::vector<TagItem>& m_tags;
-    std::string m_problem;
 };
 
 } // namespace host

@@ -47,7 +47,7 @@ int Sample(const uint8_t* bytes, int bits)
 
 FlacWriter::~FlacWriter()
 {
-    m_failed = true; // nothing more reaches the output
+    m_discarded = true;
     if (m_encoder != nullptr)
         sf_close(m_encoder);
 }
@@ -77,20 +77,16 @@ SF_VIRTUAL_IO FlacWriter::FileFunctions()
     return io;
 }
 
-bool FlacWriter::Begin(const STQvWaveFormat& format, int64_t)
+Problem FlacWriter::Begin(const STQvWaveFormat& format, int64_t)
 {
     m_format = format;
     const int bits = format.nBitsPerSample;
-    if (format.nFormatTag != QV_FORMAT_PCM || SampleFormat(bits) == 0) {
-        m_problem = "has samples of " + std::to_string(bits) +
-                    " bits (FLAC takes 8, 16 and 24; --format wav takes all)";
-        return false;
-    }
-    if (format.nChannels > kMaxChannels) {
-        m_problem = "has " + std::to_string(format.nChannels) +
-                    " channels (FLAC takes 8; --format wav takes all)";
-        return false;
-    }
+    if (format.nFormatTag != QV_FORMAT_PCM || SampleFormat(bits) == 0)
+        return "has samples of " + std::to_string(bits) +
+               " bits (FLAC takes 8, 16 and 24; --format wav takes all)";
+    if (format.nChannels > kMaxChannels)
+        return "has " + std::to_string(format.nChannels) +
+               " channels (FLAC takes 8; --format wav takes all)";
     SF_INFO info{};
     info.samplerate = static_cast<int>(
         std::min<uint32_t>(format.nSamplesPerSec, std::numeric_limits<int>::max()));
@@ -98,12 +94,10 @@ bool FlacWriter::Begin(const STQvWaveFormat& format, int64_t)
     info.format = SF_FORMAT_FLAC | SampleFormat(bits);
     SF_VIRTUAL_IO io = FileFunctions();
     m_encoder = sf_open_virtual(&io, SFM_WRITE, &info, this);
-    if (m_encoder == nullptr && m_problem.empty() && m_output.Problem().empty())
-        m_problem = std::string("cannot be written as FLAC: ") + sf_strerror(nullptr);
-    return m_encoder != nullptr && !m_failed;
+    return Outcome(m_encoder != nullptr, sf_strerror(nullptr));
 }
 
-bool FlacWriter::Write(std::span<const uint8_t> pcm)
+Problem FlacWriter::Write(std::span<const uint8_t> pcm)
 {
     const int bits = m_format.nBitsPerSample;
     const size_t bytes = static_cast<size_t>(bits / 8);
@@ -112,42 +106,45 @@ bool FlacWriter::Write(std::span<const uint8_t> pcm)
         m_samples[i] = Sample(&pcm[i * bytes], bits);
     const auto count = static_cast<sf_count_t>(m_samples.size());
     const bool written = sf_write_int(m_encoder, m_samples.data(), count) == count;
-    if (!written && !m_failed)
-        m_problem = std::string("cannot be written as FLAC: ") + sf_strerror(m_encoder);
-    return written && !m_failed;
+    return Outcome(written, sf_strerror(m_encoder));
 }
 
-bool FlacWriter::End()
+Problem FlacWriter::End()
 {
     if (m_inMetadata) // without samples nothing has made the encoder begin
         sf_command(m_encoder, SFC_UPDATE_HEADER_NOW, nullptr, 0);
     const int result = sf_close(std::exchange(m_encoder, nullptr));
-    const bool done = result == 0 && !m_inMetadata && !m_failed;
-    if (!done && !m_failed)
-        m_problem = std::string("cannot be written as FLAC: ") + sf_error_number(result);
-    return done;
+    return Outcome(result == 0 && !m_inMetadata, sf_error_number(result));
+}
+
+// What an encoder's call has come to: a problem met on the way explains it best.
+Problem FlacWriter::Outcome(bool done, const char* reason) const
+{
+    if (m_problem || done)
+        return m_problem;
+    return Problem(reason).About("cannot be written as FLAC");
 }
 
 // What goes back corrects the stream information, which keeps its place. A direct output
 // cannot go back: a reader of its stream finds length and checksum unknown.
 bool FlacWriter::Take(std::span<const uint8_t> bytes)
 {
-    if (m_failed)
+    if (m_problem || m_discarded)
         return false;
     const int64_t position = m_position;
     m_position += std::ssize(bytes);
     const bool goesBack = position < m_length;
     m_length = std::max(m_length, m_position);
     if (m_inMetadata)
-        m_failed = !TakeMetadata(bytes);
+        m_problem = TakeMetadata(bytes);
     else if (!goesBack)
-        m_failed = !m_output.Write(bytes);
+        m_problem = m_output.Write(bytes);
     else if (!m_output.IsDirect())
-        m_failed = !m_output.WriteAt(position, bytes);
-    return !m_failed;
+        m_problem = m_output.WriteAt(position, bytes);
+    return !m_problem;
 }
 
-bool FlacWriter::TakeMetadata(std::span<const uint8_t> bytes)
+Problem FlacWriter::TakeMetadata(std::span<const uint8_t> bytes)
 {
     m_metadata.insert(m_metadata.end(), bytes.begin(), bytes.end());
     size_t commentStart = 0;
@@ -157,7 +154,7 @@ bool FlacWriter::TakeMetadata(std::span<const uint8_t> bytes)
         const size_t end =
             start + kBlockHeader + (size_t{header[1]} << 16 | size_t{header[2]} << 8 | header[3]);
         if (end > m_metadata.size())
-            return true; // more is to come
+            return {}; // more is to come
         if ((header[0] & ~kLastBlock) == kCommentBlock) {
             commentStart = start + kBlockHeader;
             commentEnd = end;
@@ -166,19 +163,22 @@ bool FlacWriter::TakeMetadata(std::span<const uint8_t> bytes)
             return WriteMetadata(commentStart, commentEnd);
         start = end;
     }
-    return true;
+    return {};
 }
 
-bool FlacWriter::WriteMetadata(size_t commentStart, size_t commentEnd)
+Problem FlacWriter::WriteMetadata(size_t commentStart, size_t commentEnd)
 {
     m_inMetadata = false;
     std::vector<uint8_t> blocks;
     const std::span<const uint8_t> all = m_metadata;
     const auto comment = all.subspan(commentStart, commentEnd - commentStart);
-    if (!FlacTagBlocks(m_tags, comment, blocks, m_problem))
-        return false;
+    std::string why;
+    if (!FlacTagBlocks(m_tags, comment, blocks, why))
+        return why;
     m_metadata[kMarkSize] &= static_cast<uint8_t>(~kLastBlock);
-    return m_output.Write(all.first(kStreamInfoEnd)) && m_output.Write(blocks);
+    if (Problem problem = m_output.Write(all.first(kStreamInfoEnd)))
+        return problem;
+    return m_output.Write(blocks);
 }
 
 } // namespace host

@@ -18,23 +18,25 @@ public:
     FlacWriter& operator=(const FlacWriter&) = delete;
     ~FlacWriter() override;
 
-    [[nodiscard]] bool Begin(const STQvWaveFormat& format, int64_t pcmBytes) override;
-    [[nodiscard]] bool Write(std::span<const uint8_t> pcm) override;
-    [[nodiscard]] bool End() override;
+    Problem Begin(const STQvWaveFormat& format, int64_t pcmBytes) override;
+    Problem Write(std::span<const uint8_t> pcm) override;
+    Problem End() override;
 
 private:
     // What the encoder does to its file, by its own count of bytes.
     static SF_VIRTUAL_IO FileFunctions();
     bool Take(std::span<const uint8_t> bytes);
-    bool TakeMetadata(std::span<const uint8_t> bytes);
-    bool WriteMetadata(size_t commentStart, size_t commentEnd);
+    Problem TakeMetadata(std::span<const uint8_t> bytes);
+    Problem Outcome(bool done, const char* reason) const;
+    Problem WriteMetadata(size_t commentStart, size_t commentEnd);
 
     STQvWaveFormat m_format{};
     SNDFILE* m_encoder = nullptr;
     std::vector<int> m_samples;
     std::vector<uint8_t> m_metadata; // as the encoder makes it, until it is complete
     bool m_inMetadata = true;
-    bool m_failed = false;
+    bool m_discarded = false; // nothing more reaches the output
+    Problem m_problem;        // the first, met while the encoder called back
     int64_t m_position = 0;
     int64_t m_length = 0;
 };

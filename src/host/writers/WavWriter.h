@@ -12,12 +12,12 @@ class WavWriter : public AudioWriter
 public:
     WavWriter(OutputFile& output, const std::vector<TagItem>& tags) : AudioWriter(output, tags) {}
 
-    [[nodiscard]] bool Begin(const STQvWaveFormat& format, int64_t pcmBytes) override;
-    [[nodiscard]] bool Write(std::span<const uint8_t> pcm) override;
-    [[nodiscard]] bool End() override;
+    Problem Begin(const STQvWaveFormat& format, int64_t pcmBytes) override;
+    Problem Write(std::span<const uint8_t> pcm) override;
+    Problem End() override;
 
 private:
-    bool CorrectHeader();
+    Problem CorrectHeader();
 
     STQvWaveFormat m_format{};
     int64_t m_promised = 0; // bytes of PCM in the header

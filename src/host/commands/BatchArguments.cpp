@@ -1,0 +1,32 @@
+#include "host/commands/BatchArguments.h"
+
+#include <CLI/CLI.hpp>
+
+namespace host
+{
+namespace
+{
+
+constexpr size_t kMaxJobs = 256;
+
+} // namespace
+
+void AddBatchOptions(CLI::App& command, BatchOptions& options)
+{
+    command
+        .add_option("-j,--jobs", options.jobs,
+                    "Number of files to work on at a time (default: one per processor)")
+        ->check(CLI::Range(size_t{1}, kMaxJobs));
+    CLI::Option* overwrite =
+        command.add_flag("--overwrite", options.overwrite,
+                         "Replace existing files (otherwise an existing output is a failure)");
+    command
+        .add_flag("--skip-existing", options.skipExisting,
+                  "Skip inputs whose output already exists; this is not a failure")
+        ->excludes(overwrite);
+    command.add_flag("--json", options.json,
+                     "Write one JSON object per file to standard output, one per line");
+    command.add_flag("-q,--quiet", options.quiet, "Show problems only");
+}
+
+} // namespace host

@@ -1,0 +1,15 @@
+// Command-line options of the commands that turn files into files.
+#pragma once
+
+#include "host/batch/Batch.h"
+
+#include <CLI/App.hpp>
+
+namespace host
+{
+
+// Adds the options to a command. They are stored in `options`, which must outlive the
+// parsing.
+void AddBatchOptions(CLI::App& command, BatchOptions& options);
+
+} // namespace host

@@ -1,0 +1,171 @@
+#include "host/batch/OutputFile.h"
+#include "host/commands/CommandGroup.h"
+#include "host/commands/TagWork.h"
+#include "host/writers/PictureKinds.h"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sys/stat.h>
+
+namespace host
+{
+namespace
+{
+
+// A tag stores its size in 28 bits.
+constexpr std::streamoff kMaxPicture = (1 << 28) - 1;
+
+std::string Extension(std::span<const uint8_t> picture)
+{
+    const std::string_view type = PictureType(picture);
+    if (type == "image/png")
+        return ".png";
+    if (type == "image/jpeg")
+        return ".jpg";
+    return type == "image/gif" ? ".gif" : ".bin";
+}
+
+class ExportCommand : public DecoderCommand
+{
+public:
+    CLI::App* AddTo(CLI::App& program) override
+    {
+        CLI::App* command = program.add_subcommand("export", "Save the pictures as files");
+        command->add_option("FILE", m_file, "The file to read")->required();
+        command->add_option("-o,--output", m_folder, "Folder for 1-front.jpg, 2-back.png, ...")
+            ->required();
+        command->add_flag("--overwrite", m_overwrite, "Replace existing files");
+        return command;
+    }
+
+private:
+    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
+    {
+        return ForEachTagFile({m_file}, loader, trace,
+                              [this](const TagFile& file) { return Export(file); });
+    }
+
+    Problem Export(const TagFile& file) const
+    {
+        size_t index = 0;
+        for (const TagItem& item : file.Items()) {
+            if (!item.IsPicture())
+                continue;
+            if (++index == 1 && mkdir(m_folder.c_str(), 0777) != 0 && errno != EEXIST)
+                return Problem::FromErrno().About("cannot make the folder '" + m_folder + "'");
+            const std::string path = m_folder + "/" + std::to_string(index) + "-" +
+                                     PictureKindOfRole(item.PictureRole()).option +
+                                     Extension(item.data);
+            if (Problem problem = WritePicture(path, item.data))
+                return problem;
+            SayDone(file, "picture " + std::to_string(index) + " -> " + path);
+        }
+        return index == 0 ? "has no pictures" : Problem();
+    }
+
+    Problem WritePicture(const std::string& path, std::span<const uint8_t> data) const
+    {
+        // A link could lead out of the folder.
+        struct stat status;
+        if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+            return "'" + path + "' exists and is not a regular file";
+        std::vector<uint8_t> buffer(64 * 1024);
+        OutputFile output(buffer);
+        if (Problem problem = output.Open(path, m_overwrite ? IfExists::Replace : IfExists::Fail))
+            return problem;
+        if (Problem problem = output.Write(data))
+            return problem;
+        return output.Commit();
+    }
+
+    std::string m_file;
+    std::string m_folder;
+    bool m_overwrite = false;
+};
+
+std::string TypeList()
+{
+    std::vector<std::string> options;
+    for (const PictureKind& kind : PictureKinds())
+        options.emplace_back(kind.option);
+    return Joined(options);
+}
+
+Result<std::vector<uint8_t>> ReadPicture(const std::string& path)
+{
+    if (Problem problem = Input(path).FileProblem())
+        return problem;
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    if (!file)
+        return Problem::FromErrno();
+    const std::streamoff size = file.tellg();
+    if (size > kMaxPicture)
+        return Problem("is too large for a tag");
+    std::vector<uint8_t> picture(static_cast<size_t>(size));
+    file.seekg(0);
+    file.read(reinterpret_cast<char*>(picture.data()), size);
+    if (!file)
+        return Problem("cannot be read");
+    const std::string_view type = PictureType(picture);
+    if (type != "image/png" && type != "image/jpeg")
+        return Problem("is neither a PNG nor a JPEG picture");
+    return picture;
+}
+
+class SetCommand : public DecoderCommand
+{
+public:
+    CLI::App* AddTo(CLI::App& program) override
+    {
+        CLI::App* command = program.add_subcommand("set", "Put a picture into files");
+        command->add_option("FILE... IMAGE", m_arguments, "Files, then a PNG or JPEG picture")
+            ->required()
+            ->expected(2, -1);
+        command->add_option("--type", m_type, "What it shows (default: front)");
+        command->add_option("--description", m_description, "A short description of it");
+        command->footer("Replaces the pictures of that type. Types:\n" + TypeList());
+        return command;
+    }
+
+private:
+    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
+    {
+        const PictureKind* kind = PictureKindOfOption(m_type);
+        if (kind == nullptr)
+            return FailWith(kExitUsage, "--type takes one of:\n" + TypeList());
+        const std::string path = m_arguments.back();
+        const Result<std::vector<uint8_t>> picture = ReadPicture(path);
+        if (!picture)
+            return FailWith(kExitSomeFailed, picture.Why().About(path));
+        const std::vector<TagItem> items = {{PictureItemName(*kind, m_description), "", *picture}};
+        std::vector<uint8_t> blob;
+        std::string problem;
+        if (!MakeTagBlob(items, blob, problem))
+            return FailWith(kExitUsage, problem);
+        m_arguments.pop_back();
+        return WriteToEach(m_arguments, items, "set picture " + m_type, loader, trace);
+    }
+
+    std::vector<std::string> m_arguments;
+    std::string m_type = "front";
+    std::string m_description;
+};
+
+template <class AnyCommand>
+std::unique_ptr<Command> Make()
+{
+    return std::make_unique<AnyCommand>();
+}
+
+} // namespace
+
+std::unique_ptr<Command> MakeTagsArtCommand()
+{
+    return std::make_unique<CommandGroup>(
+        "art", "Export or set pictures", "",
+        CommandSet::Makers{Make<ExportCommand>, Make<SetCommand>});
+}
+
+} // namespace host

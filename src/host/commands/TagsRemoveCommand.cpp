@@ -1,0 +1,107 @@
+#include "host/commands/TagArguments.h"
+#include "host/commands/TagWork.h"
+#include "support/text/XStr.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+namespace host
+{
+namespace
+{
+
+constexpr char kRemoveRule[] =
+    R"(Files come first: an argument that exists, or has the extension of an audio file,
+is a file; the others are names of fields. After --name comes a name in any case.)";
+
+Problem RemoveFields(TagFile& file, const std::vector<std::string>& names)
+{
+    std::vector<std::string> present;
+    std::vector<std::string> missing;
+    for (const std::string& name : names)
+        (FindItem(file.Items(), name) != nullptr ? present : missing).push_back(name);
+    if (Problem problem = present.empty() ? Problem() : file.Remove(present))
+        return problem;
+    std::string what = present.empty() ? "" : "removed " + Joined(present);
+    if (!missing.empty())
+        what += (what.empty() ? "has no " : "; has no ") + Joined(missing);
+    SayDone(file, what);
+    return {};
+}
+
+class RemoveCommand : public DecoderCommand
+{
+public:
+    CLI::App* AddTo(CLI::App& program) override
+    {
+        CLI::App* command = program.add_subcommand("remove", "Remove fields");
+        command->add_option("FILE... NAME", m_arguments, "Files, then the fields to remove")
+            ->required();
+        command
+            ->add_option("-n,--name", m_names,
+                         "A field to remove, even if there is a file of that name")
+            ->allow_extra_args(false);
+        command->footer(kRemoveRule);
+        return command;
+    }
+
+private:
+    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
+    {
+        const auto isFile = [&loader](const std::string& argument) {
+            const std::wstring extension = FromPathBytes(Input(argument).Extension());
+            return ExistsAsFile(argument) || loader.ForExtension(extension) != nullptr;
+        };
+        Result<FilesAndRest> split = SplitArguments(m_arguments, isFile, "names of fields");
+        if (!split)
+            return FailWith(kExitUsage, split.Why());
+        std::vector<std::string>& names = split->rest;
+        names.insert(names.end(), m_names.begin(), m_names.end());
+        std::erase_if(names, SkipInformation);
+        if (names.empty() || std::ranges::find(names, "") != names.end())
+            return FailWith(kExitUsage, "there is no field to remove, or one without a name");
+        return ForEachTagFile(split->files, loader, trace,
+                              [&](TagFile& file) { return RemoveFields(file, names); });
+    }
+
+    std::vector<std::string> m_arguments;
+    std::vector<std::string> m_names;
+};
+
+class ClearCommand : public DecoderCommand
+{
+public:
+    CLI::App* AddTo(CLI::App& program) override
+    {
+        CLI::App* command = program.add_subcommand("clear", "Remove all tags");
+        command->add_option("FILE", m_files, "Files to change")->required();
+        return command;
+    }
+
+private:
+    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
+    {
+        return ForEachTagFile(m_files, loader, trace, [](TagFile& file) {
+            Problem problem = file.RemoveAll();
+            if (!problem)
+                SayDone(file, "removed all tags");
+            return problem;
+        });
+    }
+
+    std::vector<std::string> m_files;
+};
+
+} // namespace
+
+std::unique_ptr<Command> MakeTagsRemoveCommand()
+{
+    return std::make_unique<RemoveCommand>();
+}
+
+std::unique_ptr<Command> MakeTagsClearCommand()
+{
+    return std::make_unique<ClearCommand>();
+}
+
+} // namespace host
