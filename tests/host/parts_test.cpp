@@ -90,11 +90,9 @@ TEST(TagBlob, ReadsItemsAndStopsAtTheFirstThatDoesNotFit)
 {
     const Bytes picture = {0xFF, 0xD8, 0xFF, 0xE0};
     std::vector<host::TagItem> items = {{"Title", "Abc", {}}};
-    Bytes one, whole;
-    std::string problem;
-    ASSERT_TRUE(host::MakeTagBlob(items, one, problem));
+    const Bytes one = *host::MakeTagBlob(items);
     items.push_back({"_albumart_0_Back Album Cover<subdesc>x", "", picture});
-    ASSERT_TRUE(host::MakeTagBlob(items, whole, problem));
+    const Bytes whole = *host::MakeTagBlob(items);
     for (size_t size = 0; size <= whole.size(); ++size) {
         // An exact block of its own, so that a sanitizer sees every step outside.
         const auto block = std::make_unique<uint8_t[]>(size);
@@ -114,17 +112,16 @@ TEST(TagBlob, ReadsItemsAndStopsAtTheFirstThatDoesNotFit)
 TEST(WavHeader, SaysTheSizesAlsoBeyondFourGigabytesAndHasOneSizeWhereTheyComeLate)
 {
     const STQvWaveFormat format{QV_FORMAT_PCM, 1, 44100, 44100, 1, 8, 0, 0, 0, {}};
-    std::string why;
-    const size_t roomySize = host::RoomyWavHeader(format, host::kUnknownLength, why).size();
+    const size_t roomySize = host::RoomyWavHeader(format, host::kUnknownLength)->size();
     const std::pair<int64_t, bool> cases[] = {{0, false},         {1, false},
                                               {1000, false},      {4294960000, false},
                                               {4294967295, true}, {INT64_C(1) << 40, true}};
     for (const auto& [size, large] : cases) {
         for (const bool roomy : {false, true}) {
-            const Bytes header = roomy ? host::RoomyWavHeader(format, size, why, 100)
-                                       : host::WavHeader(format, size, why);
+            const Bytes header =
+                *(roomy ? host::RoomyWavHeader(format, size, 100) : host::WavHeader(format, size));
             const size_t length = header.size();
-            ASSERT_GE(length, 44u) << why;
+            ASSERT_GE(length, 44u);
             EXPECT_TRUE(!roomy || length == roomySize);
             const auto text = [&](size_t at) { return std::string(&header[at], &header[at] + 4); };
             const auto number = [&](size_t at, size_t count) {
@@ -149,8 +146,7 @@ TEST(WavHeader, SaysTheSizesAlsoBeyondFourGigabytesAndHasOneSizeWhereTheyComeLat
         {{6, 2, 8000, 8000, 2, 8, 0, 0, 0, {}}, "PCM"},
     };
     for (const auto& [wrong, reason] : refused) {
-        why.clear();
-        EXPECT_TRUE(host::WavHeader(wrong, 100, why).empty()) << reason;
+        const std::string why = host::WavHeader(wrong, 100).Why().Text();
         EXPECT_NE(why.find(reason), std::string::npos) << why;
     }
 }

@@ -1,7 +1,8 @@
 #include "host/author/AiffSource.h"
 
 #include "decode/CommonChunk.h"
-#include "host/author/ChunkCode.h"
+#include "host/author/AiffForm.h"
+#include "host/session/Reason.h"
 #include "support/file/DiskFile.h"
 
 #include <algorithm>
@@ -12,18 +13,11 @@ namespace host
 namespace
 {
 
-constexpr int kMostBits = 32;
 // Chunks that pass through are held in memory.
 constexpr int64_t kMostPassedBytes = 256 * 1024 * 1024;
-// Where the rate stands in a COMM chunk, and its bytes there.
+// The sample rate in a COMM chunk.
 constexpr size_t kRateOffset = 8;
 constexpr size_t kRateSize = 10;
-
-bool IsCommonOrSound(uint32_t code)
-{
-    return clAIFFHandler::CompareID(code, kChunkCommon, true) ||
-           clAIFFHandler::CompareID(code, kChunkSound, true);
-}
 
 } // namespace
 
@@ -34,62 +28,51 @@ bool AiffSource::IsAiff(const std::string& path)
     if (m_file == nullptr || m_file->ReadAt(0, header) != header.size() ||
         !clAIFFHandler::CompareID(CodeAt(&header[0]), kChunkForm, true))
         return false;
-    const uint32_t type = CodeAt(&header[8]); // there are other forms, too
+    const uint32_t type = CodeAt(&header[8]); // other formats are forms, too
     return clAIFFHandler::CompareID(type, kFormTypeAIFF, true) ||
            clAIFFHandler::CompareID(type, kFormTypeAIFC, true);
 }
 
-bool AiffSource::Open(std::string& problem)
+Problem AiffSource::Open()
 {
-    if (!m_aiff.Initialize(m_file, {})) {
-        problem = "cannot be read";
-        return false;
-    }
-    return ReadFormat(problem) && FindSound(problem);
+    if (!m_aiff.Initialize(m_file, {}))
+        return "cannot be read";
+    if (Problem problem = ReadFormat())
+        return problem;
+    return FindSound();
 }
 
-bool AiffSource::ReadFormat(std::string& problem)
+Problem AiffSource::ReadFormat()
 {
     const STRIFFChunk* chunk = m_aiff.FindChunkForRead(kChunkCommon, false);
-    if (chunk == nullptr || chunk->nSize < kLeastCommonSize || chunk->nSize > kMostCommonSize) {
-        problem = "says nothing usable about its audio format (COMM chunk)";
-        return false;
-    }
+    if (chunk == nullptr || chunk->nSize < kLeastCommonSize || chunk->nSize > kMostCommonSize)
+        return "has no usable description of its audio format (COMM chunk)";
     std::vector<uint8_t> body(static_cast<size_t>(chunk->nSize));
-    if (m_file->ReadAt(chunk->FileDataPosition, body) != body.size()) {
-        problem = "is cut off within the description of its audio format (COMM chunk)";
-        return false;
-    }
+    if (m_file->ReadAt(chunk->FileDataPosition, body) != body.size())
+        return "is cut off within the description of its audio format (COMM chunk)";
     STCommonChunk common;
     ReadCommonChunk(body, m_aiff.GetFormType(), common);
     m_littleEndian = common.littleEndian;
     // Signed: a damaged chunk may count below zero.
     const int channels = clAIFFHandler::SizeToInt(body.data());
     const int bits = clAIFFHandler::SizeToInt(&body[6]);
-    if (common.wfx.FormatTag() != kTagPCM) {
-        problem = "holds audio coded as " + CodeText(common.compressionType) +
-                  ", and of AIFF-C only 'NONE' and 'sowt' can be encoded";
-        return false;
-    }
-    if (channels < 1 || bits < 1 || bits > kMostBits || channels * ((bits + 7) / 8) > UINT16_MAX) {
-        problem = "has an impossible format: " + std::to_string(channels) + " channels, " +
-                  std::to_string(bits) + " bits";
-        return false;
-    }
+    if (common.wfx.FormatTag() != kTagPCM)
+        return "holds audio coded as " + CodeText(common.compressionType) +
+               ", and of AIFF-C only 'NONE' and 'sowt' can be encoded";
+    if (channels < 1 || bits < 1 || bits > kMostBits || channels * ((bits + 7) / 8) > UINT16_MAX)
+        return ImpossibleFormat(channels, bits);
     SetFormat(channels, common.wfx.SamplesPerSec(), bits);
     m_exact.rate.assign(body.begin() + kRateOffset, body.begin() + kRateOffset + kRateSize);
-    return true;
+    return {};
 }
 
-bool AiffSource::FindSound(std::string& problem)
+Problem AiffSource::FindSound()
 {
     m_sound = m_aiff.FindChunkForRead(kChunkSound, false);
     std::vector<uint8_t> prefix(kSoundPrefixSize);
     if (m_sound == nullptr || m_sound->nSize < kSoundPrefixSize ||
-        m_file->ReadAt(m_sound->FileDataPosition, prefix) != prefix.size()) {
-        problem = "holds no sound data (SSND chunk)";
-        return false;
-    }
+        m_file->ReadAt(m_sound->FileDataPosition, prefix) != prefix.size())
+        return "holds no sound data (SSND chunk)";
     m_position = m_sound->FileDataPosition + kSoundPrefixSize;
     const int64_t size = std::min(m_sound->nSize, m_file->Size() - m_sound->FileDataPosition);
     const int64_t offset = clAIFFHandler::SizeToInt64(prefix.data());
@@ -99,10 +82,10 @@ bool AiffSource::FindSound(std::string& problem)
     m_end = m_position + m_expected;
     if (m_offset != 0)
         m_exact.prefix = std::move(prefix);
-    return true;
+    return {};
 }
 
-bool AiffSource::ListChunks(clPassAIFFChunks& chunks, std::string& problem)
+Problem AiffSource::ListChunks(clPassAIFFChunks& chunks)
 {
     const STRIFFChunk* const common = m_aiff.FindChunkForRead(kChunkCommon, false);
     int64_t passed = 0;
@@ -114,21 +97,19 @@ bool AiffSource::ListChunks(clPassAIFFChunks& chunks, std::string& problem)
         }
         if (!IsTextCode(chunk.ID)) {
             m_lost = "has no chunk where one is due (a pad byte may be missing)";
-            return true;
+            return {};
         }
         if (IsCommonOrSound(chunk.ID))
             continue;
         passed += chunk.nSize;
-        if (passed > kMostPassedBytes) {
-            problem = "carries more than 256 MiB beside its sound";
-            return false;
-        }
+        if (passed > kMostPassedBytes)
+            return "holds more than 256 MiB beside its sound";
         PassChunk(chunk, chunks);
     }
-    return true;
+    return {};
 }
 
-// Half a chunk is of no use to anybody.
+// A chunk that is cut off is left out.
 void AiffSource::PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks)
 {
     std::vector<uint8_t> data(static_cast<size_t>(chunk.nSize));
@@ -138,7 +119,7 @@ void AiffSource::PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks)
         chunks.AddInternal(chunk.ID, data.data(), static_cast<uint32_t>(data.size()), false);
 }
 
-// The index cuts a chunk that claims more than there is; the claim stands in the file.
+// The index shortens a chunk that claims more than there is, so the claim is read again.
 bool AiffSource::IsCut(const STRIFFChunk& chunk) const
 {
     std::array<uint8_t, 4> claim;
@@ -160,9 +141,9 @@ bool AiffSource::Read(XMem& block)
     return true;
 }
 
-std::string AiffSource::Damage() const
+Problem AiffSource::Damage() const
 {
-    return IsCut(*m_sound) ? "is cut off: its sound data is shorter than the file says" : m_lost;
+    return IsCut(*m_sound) ? kSoundIsCut : m_lost;
 }
 
 } // namespace host

@@ -1,3 +1,4 @@
+// AIFF files as inputs of the encoder.
 #pragma once
 
 #include "aiff/AIFFHandler.h"
@@ -6,30 +7,30 @@
 namespace host
 {
 
-// An AIFF or AIFF-C file: its samples are copied as they stand, or swapped when they are
-// little-endian, and all its other chunks pass through.
+// An AIFF or AIFF-C file. Its samples are copied, or swapped when they are little-endian,
+// and all its other chunks pass through.
 class AiffSource : public SoundSource
 {
 public:
-    // Whether the file can be opened and begins like one.
+    // Whether the file can be opened and begins like an AIFF file.
     bool IsAiff(const std::string& path);
-    // After IsAiff.
-    [[nodiscard]] bool Open(std::string& problem);
+    // Opens the file for which IsAiff was true.
+    Problem Open();
 
-    [[nodiscard]] bool ListChunks(clPassAIFFChunks& chunks, std::string& problem) override;
+    Problem ListChunks(clPassAIFFChunks& chunks) override;
     [[nodiscard]] bool Read(XMem& block) override;
-    std::string Damage() const override;
+    Problem Damage() const override;
 
 private:
-    bool ReadFormat(std::string& problem);
-    bool FindSound(std::string& problem);
+    Problem ReadFormat();
+    Problem FindSound();
     void PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks);
     bool IsCut(const STRIFFChunk& chunk) const;
 
     XFileHandle m_file;
     clAIFFHandler m_aiff;
     const STRIFFChunk* m_sound = nullptr;
-    std::string m_lost; // why a chunk could not be passed on; empty when all were
+    Problem m_lost; // why a chunk could not be passed on
     bool m_littleEndian = false;
     int64_t m_position = 0;
     int64_t m_end = 0;

@@ -2,22 +2,19 @@
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/HeaderReader.h"
-#include "host/author/ChunkCode.h"
+#include "host/author/AiffForm.h"
 #include "host/author/SoundCheck.h"
 #include "support/file/DiskFile.h"
 #include "tags/TagFields.h"
-
-#include <cerrno>
-#include <cstring>
 
 namespace host
 {
 namespace
 {
 
-// Nobody reads more.
+// Nobody reads more than this.
 constexpr size_t kMostFindings = 100;
-// The largest size that an ID3v2 tag can tell, with header and footer.
+// The largest ID3v2 tag, with its header and footer.
 constexpr int64_t kMostTagBytes = (int64_t{1} << 28) + 20;
 
 struct ChunkHeader {
@@ -45,7 +42,7 @@ public:
         while (m_position < m_end && CheckChunk()) {
         }
         if (m_tags > 1)
-            Say("has " + Number(m_tags) + " tag chunks, most readers show one of them");
+            Say("has " + Number(m_tags) + " tag chunks; most readers show only one of them");
         m_sound.Finish(m_isCompressedForm, [this](const std::string& text) { Say(text); });
     }
 
@@ -55,7 +52,7 @@ private:
         if (m_findings.irregular.size() < kMostFindings)
             m_findings.irregular.push_back(text);
         else if (m_findings.irregular.size() == kMostFindings)
-            m_findings.irregular.push_back("there is more, which is left out here");
+            m_findings.irregular.push_back("has more irregularities, which are left out here");
     }
 
     bool CheckForm();
@@ -95,11 +92,11 @@ bool FormCheck::CheckForm()
     if (type != FourCC(kFormTypeAIFF) && !m_isCompressedForm)
         Say("is a form of type " + CodeText(type) + ", neither 'AIFF' nor 'AIFC'");
     if (code != FourCC(kChunkForm))
-        Say("begins with " + CodeText(code) + " in place of 'FORM'");
+        Say("begins with " + CodeText(code) + " instead of 'FORM'");
     const int64_t size = clAIFFHandler::SizeToInt64(&header[4]);
     const int64_t formEnd = size + kChunkHeaderSize;
     if (size % 2 != 0)
-        Say("has a form of an odd size (" + Number(size) + " bytes)");
+        Say("has a form of odd size (" + Number(size) + " bytes)");
     if (formEnd > m_fileSize)
         Say("is cut off: its form lacks " + Number(formEnd - m_fileSize) + " bytes at the end");
     m_end = std::min(formEnd, m_fileSize);
@@ -107,7 +104,7 @@ bool FormCheck::CheckForm()
         Say("was never finished: its form says that it is empty");
         m_end = m_fileSize;
     } else if (formEnd < m_fileSize) {
-        Say("has " + Number(m_fileSize - formEnd) + " bytes behind the end of its form");
+        Say("has " + Number(m_fileSize - formEnd) + " bytes after the end of its form");
     }
     return true;
 }
@@ -131,7 +128,7 @@ bool FormCheck::FindHeader(ChunkHeader& chunk)
     ChunkHeader earlier;
     if (m_afterOddChunk && ReadHeader(m_position - 1, earlier) && IsTextCode(earlier.code) &&
         earlier.nSize <= m_end - m_position + 1 - kChunkHeaderSize) {
-        Say("lacks the pad byte behind the chunk " + m_previous + ", which has an odd size");
+        Say("lacks the pad byte after the chunk " + m_previous + ", which has an odd size");
         --m_position;
         chunk = earlier;
         return true;
@@ -178,7 +175,7 @@ void FormCheck::CheckPad(uint32_t code, int64_t position)
     const bool missing = ReadHeader(position, next) && IsTextCode(next.code);
     const auto pad = m_headers.At(position, 1);
     if (!missing && !pad.empty() && pad[0] != 0)
-        Say("has a pad byte that is not zero, behind the chunk " + m_previous);
+        Say("has a pad byte that is not zero, after the chunk " + m_previous);
 }
 
 void FormCheck::CheckTag(const std::string& name, int64_t position, int64_t size)
@@ -208,7 +205,7 @@ FileFindings CheckFile(const std::string& path)
     FileFindings findings;
     XFile file;
     if (!file.Open(DiskFile::Open(path, XFile::Access::Read)))
-        findings.problem = std::strerror(errno);
+        findings.problem = Problem::FromErrno();
     else
         FormCheck(file, findings).Run();
     return findings;

@@ -1,4 +1,7 @@
+// Checking AIFF files.
 #pragma once
+
+#include "host/base/Problem.h"
 
 #include <string>
 #include <vector>
@@ -6,17 +9,17 @@
 namespace host
 {
 
-// What is to be said about the structure of an AIFF or AIFF-C file.
+// What a check of an AIFF or AIFF-C file has found.
 struct FileFindings {
-    std::string problem;                // why it cannot be read as one; empty when it can
+    Problem problem;                    // why it cannot be read as such a file
     std::vector<std::string> irregular; // sentences for people, in the order of the file
 
-    bool IsReadable() const { return problem.empty(); }
-    bool IsClean() const { return problem.empty() && irregular.empty(); }
+    bool IsReadable() const { return !problem; }
+    bool IsClean() const { return !problem && irregular.empty(); }
 };
 
-// Walks a file strictly: sizes, pad bytes, the format against the sound, the tag. Reads
-// headers and tags, not the sound.
+// Checks sizes, pad bytes, the tag, and the audio format against the sound. Reads headers
+// and tags, but not the sound.
 FileFindings CheckFile(const std::string& path);
 
 } // namespace host

@@ -1,6 +1,12 @@
 #include "host/author/FileEncoding.h"
 
+#include "aiff/AIFFHandler.h"
+#include "aiff/PassChunks.h"
+#include "host/author/AiffForm.h"
+#include "host/author/OpenSource.h"
 #include "host/author/OutputContent.h"
+#include "host/batch/OutputFile.h"
+#include "host/session/ReportCapture.h"
 
 #include <algorithm>
 #include <limits>
@@ -15,121 +21,157 @@ constexpr char kTooLarge[] = "is too large: an AIFF file cannot exceed 4 GiB";
 // Below this size reserving space costs more than it saves.
 constexpr int64_t kReserveFrom = 1024 * 1024;
 
-// Bytes that the largest form leaves for samples beside these chunks; below zero when
-// they alone are too many.
+// How many bytes of sound fit into the largest form beside these chunks; negative when the
+// chunks alone are too large.
 int64_t RoomForSound(const clPassAIFFChunks& chunks)
 {
     int64_t room = int64_t{std::numeric_limits<uint32_t>::max()} - 4 - kChunkHeaderSize -
                    kLeastCommonSize - kChunkHeaderSize - kSoundPrefixSize;
     for (int i = 0; i < chunks.Count(); ++i) {
         const auto size = static_cast<int64_t>(chunks[i].data.Used());
-        const bool counted = clAIFFHandler::CompareID(chunks[i].code, kChunkCommon, true) ||
-                             clAIFFHandler::CompareID(chunks[i].code, kChunkSound, true);
-        room -= counted ? 0 : kChunkHeaderSize + PaddedSize(size);
+        const bool isCounted = IsCommonOrSound(chunks[i].code); // in the constants above
+        room -= isCounted ? 0 : kChunkHeaderSize + PaddedSize(size);
     }
     return room - room % 2;
 }
 
-} // namespace
-
-FileEncoding::FileEncoding(ReportCapture& report, IfExists ifExists, ProgressFunction progress)
-    : m_report(report), m_ifExists(ifExists), m_progress(std::move(progress))
+class FileEncoding
 {
-}
+public:
+    FileEncoding(const Trace& trace, const BatchOptions& options, ProgressFunction progress)
+        : m_report(trace), m_ifExists(options.OnExisting()), m_progress(std::move(progress))
+    {
+    }
+
+    FileResult Run(const OutputPlan::Item& item);
+
+private:
+    Problem Encode(const OutputPlan::Item& item);
+    Problem OpenSourceOf(const Input& input);
+    Problem OpenOutput(const std::string& path, OutputFile& output);
+    Problem WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks);
+    Problem WriteSound(clAIFFHandler& aiff, const OutputContent& content);
+    bool Complete(clAIFFHandler& aiff);
+    bool RestoreExactFields(clAIFFHandler& aiff);
+    FileResult SumUp() const;
+
+    ReportCapture m_report;
+    const IfExists m_ifExists;
+    ProgressFunction m_progress;
+    XMem m_block;
+    std::unique_ptr<SoundSource> m_source;
+    std::string m_outputName;
+    int64_t m_room = 0;    // bytes of sound that the new file can hold
+    int64_t m_written = 0; // bytes of sound in it
+};
 
 FileResult FileEncoding::Run(const OutputPlan::Item& item)
 {
-    FileResult result;
     m_written = 0;
     m_report.Clear();
-    result.outcome = Encode(item);
+    const Problem problem = Encode(item);
     m_report.Collect();
-    result.problem = m_problem;
-    if (result.outcome != ConvertOutcome::Failed) {
-        const STQvWaveFormat format = m_source->Format();
-        result.frames = m_source->SampleBytes(m_written) / format.nBlockAlign;
-        const uint32_t rate = std::max<uint32_t>(format.nSamplesPerSec, 1);
-        result.seconds = static_cast<double>(result.frames) / rate;
-    }
+    FileResult result = problem ? FileResult{ConvertOutcome::Failed, problem} : SumUp();
     m_source.reset();
     return result;
 }
 
-ConvertOutcome FileEncoding::Encode(const OutputPlan::Item& item)
+FileResult FileEncoding::SumUp() const
 {
-    m_outputName = "'" + item.output + "'";
-    m_problem = item.input.IsUrl() ? "is a URL, only files can be encoded"
-                                   : item.input.FileProblem().Text();
-    if (m_problem.empty())
-        m_problem = item.input.AccessProblem().Text();
-    if (m_problem.empty())
-        m_source = SoundSource::Open(item.input.Name(), m_problem);
-    clPassAIFFChunks chunks;
-    if (!m_problem.empty() || !m_source->ListChunks(chunks, m_problem))
-        return ConvertOutcome::Failed;
-    m_room = RoomForSound(chunks);
-    OutputFile output({});
-    if (m_room < std::max<int64_t>(m_source->ExpectedBytes(), 0)) {
-        m_problem = kTooLarge;
-        return ConvertOutcome::Failed;
+    FileResult result;
+    const STQvWaveFormat format = m_source->Format();
+    result.outcome = ConvertOutcome::Converted;
+    result.frames = m_source->SampleBytes(m_written) / format.nBlockAlign;
+    const uint32_t rate = std::max<uint32_t>(format.nSamplesPerSec, 1);
+    result.seconds = static_cast<double>(result.frames) / rate;
+    Problem damage = m_source->Damage();
+    if (!damage && m_written < m_source->ExpectedBytes())
+        damage = "ends before its sound data is complete";
+    if (damage) {
+        result.outcome = ConvertOutcome::Damaged;
+        result.problem = damage.Text() + "; encoded what is there";
     }
-    if (!OpenOutput(item.output, output) || !WriteFile(output, chunks))
-        return ConvertOutcome::Failed;
-    if (Problem problem = output.Commit()) {
-        m_problem = problem.Text();
-        return ConvertOutcome::Failed;
-    }
-    m_problem = m_source->Damage();
-    if (m_problem.empty() && m_written < m_source->ExpectedBytes())
-        m_problem = "ends before its sound data is complete";
-    if (m_problem.empty())
-        return ConvertOutcome::Converted;
-    m_problem += "; encoded what is there";
-    return ConvertOutcome::Damaged;
+    return result;
 }
 
-// A file is completed at its start when its sound is known: a pipe will not do.
-bool FileEncoding::OpenOutput(const std::string& path, OutputFile& output)
+Problem FileEncoding::Encode(const OutputPlan::Item& item)
+{
+    m_outputName = "'" + item.output + "'";
+    if (Problem problem = OpenSourceOf(item.input))
+        return problem;
+    clPassAIFFChunks chunks;
+    if (Problem problem = m_source->ListChunks(chunks))
+        return problem;
+    m_room = RoomForSound(chunks);
+    if (m_room < std::max<int64_t>(m_source->ExpectedBytes(), 0))
+        return kTooLarge;
+    OutputFile output({});
+    if (Problem problem = OpenOutput(item.output, output))
+        return problem;
+    if (Problem problem = WriteFile(output, chunks))
+        return problem;
+    return output.Commit();
+}
+
+Problem FileEncoding::OpenSourceOf(const Input& input)
+{
+    if (input.IsUrl())
+        return "is a URL, only files can be encoded";
+    if (Problem problem = input.FileProblem())
+        return problem;
+    if (Problem problem = input.AccessProblem())
+        return problem;
+    Result<std::unique_ptr<SoundSource>> source = OpenSource(input.Name());
+    if (!source)
+        return source.Why();
+    m_source = std::move(*source);
+    return {};
+}
+
+// The beginning of the file is completed last, which a pipe does not allow.
+Problem FileEncoding::OpenOutput(const std::string& path, OutputFile& output)
 {
     struct stat status;
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
-        return Fail(m_outputName + ": is no file, and AIFF can only be written to one");
+        return Problem("is no file, and AIFF can only be written to one").About(m_outputName);
     const int64_t expected = m_source->ExpectedBytes();
     Problem problem = output.Open(path, m_ifExists);
     if (!problem && expected >= kReserveFrom)
         problem = output.Reserve(expected);
-    return !problem || Fail(problem.Text());
+    return problem;
 }
 
-bool FileEncoding::WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks)
+Problem FileEncoding::WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks)
 {
     const auto content = std::make_shared<OutputContent>(output);
     clAIFFHandler aiff;
-    if (aiff.InitializeNewAIFF(content, m_source->Format(), m_report.Handles(), chunks) &&
-        aiff.WriteSTSoundData() == kSoundPrefixSize && WriteSound(aiff) && Complete(aiff))
-        return true;
-    return !m_problem.empty() ? false : Fail(m_outputName + ": " + content->Problem());
+    if (!aiff.InitializeNewAIFF(content, m_source->Format(), m_report.Handles(), chunks) ||
+        aiff.WriteSTSoundData() != kSoundPrefixSize)
+        return content->Failure().About(m_outputName);
+    if (Problem problem = WriteSound(aiff, *content))
+        return problem;
+    return Complete(aiff) ? Problem() : content->Failure().About(m_outputName);
 }
 
-bool FileEncoding::WriteSound(clAIFFHandler& aiff)
+Problem FileEncoding::WriteSound(clAIFFHandler& aiff, const OutputContent& content)
 {
     const auto expected = static_cast<double>(std::max<int64_t>(m_source->ExpectedBytes(), 1));
     while (true) {
         if (!m_source->Read(m_block))
-            return Fail("cannot be read to the end of its sound data");
+            return "cannot be read to the end of its sound data";
         if (m_block.Empty())
-            return true;
+            return {};
         m_written += static_cast<int64_t>(m_block.Used());
         if (m_written > m_room)
-            return Fail(kTooLarge);
+            return kTooLarge;
         if (!aiff.Write(m_block.View()))
-            return false;
+            return content.Failure().About(m_outputName);
         m_progress(static_cast<double>(m_written) / expected);
     }
 }
 
-// The sizes, the chunks behind the sound and the count of frames, which only the sound
-// itself has told.
+// Writes the sizes, the chunks after the sound and the number of frames, which are known
+// only now.
 bool FileEncoding::Complete(clAIFFHandler& aiff)
 {
     STRIFFChunk* sound = aiff.FindChunkForWrite(kChunkSound, false);
@@ -141,7 +183,7 @@ bool FileEncoding::Complete(clAIFFHandler& aiff)
            RestoreExactFields(aiff);
 }
 
-// An AIFF source may have a fraction in its rate and an offset in front of its samples.
+// An AIFF source may have a fractional sample rate and an offset before its samples.
 bool FileEncoding::RestoreExactFields(clAIFFHandler& aiff)
 {
     constexpr int64_t kRateOffset = 8;
@@ -155,10 +197,13 @@ bool FileEncoding::RestoreExactFields(clAIFFHandler& aiff)
            put(sound->FileDataPosition, prefix);
 }
 
-bool FileEncoding::Fail(const std::string& what)
+} // namespace
+
+FileWork MakeEncodingWork(const Trace& trace, const BatchOptions& options,
+                          ProgressFunction progress)
 {
-    m_problem = what;
-    return false;
+    const auto encoding = std::make_shared<FileEncoding>(trace, options, std::move(progress));
+    return [encoding](const OutputPlan::Item& item) { return encoding->Run(item); };
 }
 
 } // namespace host

@@ -1,7 +1,5 @@
 #include "host/author/OutputContent.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 
 namespace host
@@ -24,8 +22,8 @@ bool OutputContent::SetSize(int64_t size)
 
 bool OutputContent::Checked(bool done)
 {
-    if (!done && m_problem.empty())
-        m_problem = std::strerror(errno);
+    if (!done && !m_failure)
+        m_failure = Problem::FromErrno();
     return done;
 }
 

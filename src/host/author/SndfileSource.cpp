@@ -2,6 +2,7 @@
 
 #include "aiff/AIFFHandler.h"
 #include "host/author/SourceTags.h"
+#include "host/session/Reason.h"
 
 #include <algorithm>
 
@@ -10,7 +11,7 @@ namespace host
 namespace
 {
 
-// Bits of a sample; 0 for what is no integer PCM of whole bytes.
+// Bits of a sample; 0 for anything but integer PCM of whole bytes.
 int IntegerBits(int format)
 {
     switch (format & SF_FORMAT_SUBMASK) {
@@ -55,40 +56,35 @@ bool HoldsBareSamples(SNDFILE* file, int format)
 
 } // namespace
 
-bool SndfileSource::Open(const std::string& path, std::string& problem)
+Problem SndfileSource::Open(const std::string& path)
 {
     SF_INFO info{};
     m_path = path;
     m_file.reset(sf_open(path.c_str(), SFM_READ, &info));
-    if (m_file == nullptr) {
-        problem = std::string("cannot be read as audio: ") + sf_strerror(nullptr);
-        return false;
-    }
+    if (m_file == nullptr)
+        return Problem(sf_strerror(nullptr)).About("cannot be read as audio");
     const int bits = IntegerBits(info.format);
-    if (bits == 0) {
-        problem = "holds " + SubtypeName(info.format) +
-                  ", and only integer PCM of 8, 16, 24 or 32 bits can be encoded";
-        return false;
-    }
+    if (bits == 0)
+        return "holds " + SubtypeName(info.format) +
+               ", and only integer PCM of 8, 16, 24 or 32 bits can be encoded";
     SetFormat(info.channels, info.samplerate, bits);
     m_raw = HoldsBareSamples(m_file.get(), info.format);
     if (info.frames < SF_COUNT_MAX / m_format.nBlockAlign)
         m_expected = info.frames * m_format.nBlockAlign;
-    return true;
+    return {};
 }
 
-bool SndfileSource::ListChunks(clPassAIFFChunks& chunks, std::string& problem)
+Problem SndfileSource::ListChunks(clPassAIFFChunks& chunks)
 {
-    std::vector<uint8_t> tag;
-    if (!ReadSourceTag(m_path, tag)) {
-        problem = "has tags that are too large for an ID3v2 tag";
-        return false;
-    }
+    const Result<std::vector<uint8_t>> read = ReadSourceTag(m_path);
+    if (!read)
+        return read.Why();
+    const std::vector<uint8_t>& tag = *read;
     chunks.AddInternal(FourCC(kChunkCommon), nullptr, 0, false);
     chunks.AddInternal(FourCC(kChunkSound), nullptr, 0, false);
     if (!tag.empty())
         chunks.AddInternal(FourCC(kChunkID3), tag.data(), static_cast<uint32_t>(tag.size()), false);
-    return true;
+    return {};
 }
 
 bool SndfileSource::Read(XMem& block)
@@ -109,7 +105,7 @@ bool SndfileSource::ReadRaw(XMem& block)
     return true;
 }
 
-// Samples come in the high bits of an int, whatever their width.
+// Samples arrive in the high bits of an int, whatever their width.
 bool SndfileSource::ReadIntegers(XMem& block)
 {
     const size_t width = static_cast<size_t>(SampleBits()) / 8;
@@ -129,9 +125,9 @@ bool SndfileSource::ReadIntegers(XMem& block)
     return true;
 }
 
-// A WAV file that ends before its data chunk does shows in libsndfile's log alone. Sizes
-// that programs write who cannot know them yet (0, the largest) are no claims.
-std::string SndfileSource::Damage() const
+// That a WAV file ends within its data chunk shows only in libsndfile's log. The sizes that
+// programs write when they do not know them yet (0, the largest) do not count.
+Problem SndfileSource::Damage() const
 {
     char log[2048] = {};
     sf_command(m_file.get(), SFC_GET_LOG_INFO, log, sizeof log);
@@ -144,7 +140,7 @@ std::string SndfileSource::Damage() const
     constexpr unsigned long kUnknownFrom = 0x7FFFFFFF - 65536;
     if (entry.find("should be") == std::string::npos || claim == 0 || claim >= kUnknownFrom)
         return {};
-    return "is cut off: its sound data is shorter than the file says";
+    return kSoundIsCut;
 }
 
 } // namespace host

@@ -1,22 +1,25 @@
+// Other files as inputs of the encoder.
 #pragma once
 
 #include "host/author/SoundSource.h"
 
+#include <memory>
 #include <sndfile.h>
+#include <string>
 
 namespace host
 {
 
-// Anything that libsndfile reads and that holds integer PCM.
+// Any file with integer PCM that libsndfile can read.
 class SndfileSource : public SoundSource
 {
 public:
-    [[nodiscard]] bool Open(const std::string& path, std::string& problem);
+    Problem Open(const std::string& path);
 
-    // The source's tags and pictures become an "ID3 " chunk behind the sound.
-    [[nodiscard]] bool ListChunks(clPassAIFFChunks& chunks, std::string& problem) override;
+    // The source's tags and pictures become an "ID3 " chunk after the sound.
+    Problem ListChunks(clPassAIFFChunks& chunks) override;
     [[nodiscard]] bool Read(XMem& block) override;
-    std::string Damage() const override;
+    Problem Damage() const override;
 
 private:
     bool ReadRaw(XMem& block);

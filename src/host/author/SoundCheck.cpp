@@ -1,7 +1,7 @@
 #include "host/author/SoundCheck.h"
 
 #include "aiff/AIFFHandler.h"
-#include "host/author/ChunkCode.h"
+#include "host/author/AiffForm.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,6 @@ namespace
 {
 
 constexpr const char* kChunkVersion = "FVER";
-constexpr int kMostBits = 32;
 
 } // namespace
 
@@ -26,8 +25,7 @@ void SoundCheck::Take(uint32_t code, const XFile& file, int64_t position, int64_
     } else if (code == FourCC(kChunkSound)) {
         if (++m_sounds == 1)
             TakeSound(file, position, size, say);
-    } else if (clAIFFHandler::CompareID(code, kChunkCommon, true) ||
-               clAIFFHandler::CompareID(code, kChunkSound, true)) {
+    } else if (IsCommonOrSound(code)) {
         say("has a COMM or SSND chunk in lower-case letters, which most readers overlook");
     }
     m_hasVersion |= code == FourCC(kChunkVersion);
@@ -87,8 +85,7 @@ void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
 {
     const bool possible = m_channels >= 1 && m_bits >= 1 && m_bits <= kMostBits;
     if (!possible)
-        say("has an impossible format: " + std::to_string(m_channels) + " channels, " +
-            std::to_string(m_bits) + " bits");
+        say(ImpossibleFormat(m_channels, m_bits));
     if (m_rate <= 0)
         say("has an impossible sample rate");
     if (isAifc && !m_namesCompression) {
@@ -110,7 +107,7 @@ void SoundCheck::CompareFrames(const Say& say) const
     const int64_t held = m_soundBytes / frameBytes;
     if (m_soundBytes % frameBytes != 0)
         say("has " + std::to_string(m_soundBytes % frameBytes) +
-            " bytes of sound too many for whole sample frames");
+            " bytes of sound beyond its last whole sample frame");
     if (held != m_frames)
         say("counts " + std::to_string(m_frames) + " sample frames in its COMM chunk and holds " +
             std::to_string(held) + " in its SSND chunk");

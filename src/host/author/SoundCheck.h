@@ -1,3 +1,4 @@
+// The checks of the chunks that describe and hold the sound.
 #pragma once
 
 #include "support/file/XFile.h"
@@ -15,12 +16,10 @@ class SoundCheck
 public:
     using Say = std::function<void(const std::string&)>;
 
-    // Takes a chunk that is in the file from `position` on with `size` bytes.
+    // Takes a chunk whose `size` bytes of data begin at `position` in the file.
     void Take(uint32_t code, const XFile& file, int64_t position, int64_t size, const Say& say);
 
-    // After the last chunk.
-    //
-    // isAifc  whether the form may be compressed
+    // After the last chunk. In an AIFF-C form the sound may be compressed.
     void Finish(bool isAifc, const Say& say) const;
 
 private:
@@ -42,7 +41,7 @@ private:
     uint32_t m_compression = 0;
     // Of the first SSND chunk.
     bool m_soundKnown = false;
-    int64_t m_soundBytes = 0; // behind prefix and offset
+    int64_t m_soundBytes = 0; // after prefix and offset
 };
 
 } // namespace host

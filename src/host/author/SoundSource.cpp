@@ -1,8 +1,5 @@
 #include "host/author/SoundSource.h"
 
-#include "host/author/AiffSource.h"
-#include "host/author/SndfileSource.h"
-
 #include <algorithm>
 
 namespace host
@@ -14,15 +11,6 @@ namespace
 constexpr size_t kBlockBytes = 128 * 1024;
 
 } // namespace
-
-std::unique_ptr<SoundSource> SoundSource::Open(const std::string& path, std::string& problem)
-{
-    auto aiff = std::make_unique<AiffSource>();
-    if (aiff->IsAiff(path))
-        return aiff->Open(problem) ? std::move(aiff) : nullptr;
-    auto other = std::make_unique<SndfileSource>();
-    return other->Open(path, problem) ? std::move(other) : nullptr;
-}
 
 void SoundSource::SetFormat(int channels, int64_t rate, int bits)
 {

@@ -1,6 +1,7 @@
 #include "host/author/SourceTags.h"
 
-#include "host/writers/FieldNames.h"
+#include "host/writers/PictureKinds.h"
+#include "host/writers/TagNames.h"
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
 #include "tags/id3parser/text/CodePages.h"
@@ -11,35 +12,29 @@
 #include <wavfile.h>
 #include <xiphcomment.h>
 
-#include <algorithm>
-#include <array>
-
 namespace host
 {
 namespace
 {
-
-// Totals that other formats keep in a field of their own, and ID3v2 behind the number.
-constexpr std::array<const char*, 2> kTrackTotals = {"TRACKTOTAL", "TOTALTRACKS"};
-constexpr std::array<const char*, 2> kDiscTotals = {"DISCTOTAL", "TOTALDISCS"};
 
 XStr Wide(const TagLib::String& text)
 {
     return id3parser::conv::Utf8ToText(text.to8Bit(true));
 }
 
-// The field of a property as TagLib names it; one without a field keeps its name.
+// The field of a property that TagLib has read; the property's own name when there is none.
 XStr FieldOf(const TagLib::String& property)
 {
-    const FieldName* name = FindVorbisName(property.to8Bit(true));
-    return name != nullptr ? XStr(name->field.begin(), name->field.end()) : Wide(property);
+    const TagNames* names = FindVorbisName(property.to8Bit(true));
+    return names != nullptr ? XStr(names->field.begin(), names->field.end()) : Wide(property);
 }
 
 // "3" and a total of "12" become "3/12".
-void JoinTotal(TagLib::PropertyMap& properties, const char* number,
-               std::span<const char* const> totals)
+void JoinTotals(TagLib::PropertyMap& properties, const TagNames& names)
 {
-    for (const char* total : totals) {
+    const std::string number(names.vorbis);
+    for (const std::string_view name : names.totals) {
+        const std::string total(name);
         if (!properties.contains(total))
             continue;
         TagLib::StringList& numbers = properties[number];
@@ -52,8 +47,10 @@ void JoinTotal(TagLib::PropertyMap& properties, const char* number,
 
 void AddProperties(TagLib::PropertyMap properties, NTag& list)
 {
-    JoinTotal(properties, "TRACKNUMBER", kTrackTotals);
-    JoinTotal(properties, "DISCNUMBER", kDiscTotals);
+    for (const TagNames& names : AllTagNames()) {
+        if (names.HasTotal())
+            JoinTotals(properties, names);
+    }
     for (const auto& [property, values] : properties) {
         XStr text;
         for (const TagLib::String& value : values)
@@ -69,18 +66,15 @@ void AddPictures(const TagLib::List<TagLib::FLAC::Picture*>& pictures, NTag& lis
 {
     int index = 0;
     for (const TagLib::FLAC::Picture* picture : pictures) {
-        XStr role = NTag::AlbumArtAPICPicTypeToElementDescription(picture->type());
-        if (role.empty())
-            role = L"_Undefined";
-        XStr name = XStr(kAlbumArtPrefix) + std::to_wstring(++index) + role;
-        if (!picture->description().isEmpty())
-            name += XStr(kSubDescriptionMark) + Wide(picture->description());
+        const PictureKind& kind = PictureKindOfType(static_cast<unsigned>(picture->type()));
+        const std::string name =
+            PictureItemName(++index, kind, picture->description().to8Bit(true));
         const TagLib::ByteVector data = picture->data();
-        list.AddTag(name, data.data(), data.size());
+        list.AddTag(id3parser::conv::Utf8ToText(name), data.data(), data.size());
     }
 }
 
-// Gives access to the chunks of a WAV file.
+// Gives access to the ID3v2 tag of a WAV file as it is.
 class WavChunks : public TagLib::RIFF::WAV::File
 {
 public:
@@ -126,14 +120,14 @@ NTag ReadList(const std::string& path)
 
 } // namespace
 
-bool ReadSourceTag(const std::string& path, std::vector<uint8_t>& tag)
+Result<std::vector<uint8_t>> ReadSourceTag(const std::string& path)
 {
-    tag = OwnWavTag(path);
+    std::vector<uint8_t> tag = OwnWavTag(path);
     if (!tag.empty())
-        return true;
+        return tag;
     const NTag list = ReadList(path);
     if (list.Count() == 0)
-        return true;
+        return tag;
     // Only version 2.4 keeps several values of a field apart and knows full dates.
     TagOptions options;
     options.SetOption(ID3v2Option::kWriteV24);
@@ -141,7 +135,9 @@ bool ReadSourceTag(const std::string& path, std::vector<uint8_t>& tag)
     options.SetOption(ID3v2Option::kFullDateInYear);
     TagUpdate update(options, {});
     update.Apply(list, false);
-    return update.Build() && update.Finish(0, 0, 2, tag);
+    if (!update.Build() || !update.Finish(0, 0, 2, tag))
+        return Problem("has tags that are too large for an ID3v2 tag");
+    return tag;
 }
 
 } // namespace host

@@ -1,4 +1,7 @@
+// The tags of the files that are encoded.
 #pragma once
+
+#include "host/base/Problem.h"
 
 #include <cstdint>
 #include <string>
@@ -7,11 +10,9 @@
 namespace host
 {
 
-// Reads the tags and pictures of an audio file of any kind and makes an ID3v2 tag of
-// them, of even size; nothing when it has none or they cannot be read. A WAV file's own
-// ID3v2 tag is handed on as it stands.
-//
-// returns false when they do not fit an ID3v2 tag
-[[nodiscard]] bool ReadSourceTag(const std::string& path, std::vector<uint8_t>& tag);
+// Reads the tags and pictures of an audio file in any format and makes an ID3v2 tag of even
+// size from them; an empty one when there are none or they cannot be read. The ID3v2 tag of
+// a WAV file is passed on unchanged. Tags that do not fit are a problem.
+Result<std::vector<uint8_t>> ReadSourceTag(const std::string& path);
 
 } // namespace host

@@ -72,15 +72,16 @@ ExitCode CheckCommand::Run(const GlobalOptions&)
 void CheckCommand::Show(const std::string& name, const FileFindings& findings) const
 {
     if (m_json) {
-        const Json line = {{"file", name},
-                           {"status", StatusName(findings)},
-                           {"findings", findings.irregular},
-                           {"problem", findings.IsReadable() ? Json() : Json(findings.problem)}};
+        const Json line = {
+            {"file", name},
+            {"status", StatusName(findings)},
+            {"findings", findings.irregular},
+            {"problem", findings.IsReadable() ? Json() : Json(findings.problem.Text())}};
         PrintJson(line, JsonLayout::OneLine);
         return;
     }
     if (!findings.IsReadable())
-        SayProblem(name + ": " + findings.problem);
+        SayProblem(findings.problem.About(name));
     else
         std::printf("%s: %s\n", Printable(name).c_str(), StatusName(findings));
     for (const std::string& text : findings.irregular)

@@ -68,9 +68,7 @@ ExitCode EncodeCommand::Run(const GlobalOptions& global)
     if (!plan)
         return FailWith(kExitUsage, plan.Why());
     return RunBatch(*plan, m_batch, global.trace, "encoded", [&](ProgressFunction progress) {
-        auto report = std::make_shared<ReportCapture>(global.trace);
-        auto encoding = std::make_shared<FileEncoding>(*report, m_batch.OnExisting(), progress);
-        return [report, encoding](const OutputPlan::Item& item) { return encoding->Run(item); };
+        return MakeEncodingWork(global.trace, m_batch, std::move(progress));
     });
 }
 

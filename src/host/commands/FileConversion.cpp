@@ -83,7 +83,7 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path)
     if (Problem problem = reserve ? output.Reserve(m_expected) : Problem())
         return problem;
     const std::vector<TagItem> tags = session.Tags();
-    const std::unique_ptr<AudioWriter> writer = AudioWriter::Make(m_options.format, output, tags);
+    const std::unique_ptr<AudioWriter> writer = MakeAudioWriter(m_options.format, output, tags);
     if (Problem problem = writer->Begin(m_format, m_expected))
         return problem;
     if (Problem problem = WriteAudio(session, *writer))

@@ -7,7 +7,7 @@
 #include "host/batch/Progress.h"
 #include "host/commands/TimePoint.h"
 #include "host/session/DecoderSession.h"
-#include "host/writers/AudioWriter.h"
+#include "host/writers/MakeAudioWriter.h"
 
 #include <optional>
 #include <vector>

@@ -47,10 +47,8 @@ Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& ass
         else
             same->value += "\r" + value;
     }
-    std::vector<uint8_t> blob;
-    std::string problem;
-    if (!MakeTagBlob(items, blob, problem))
-        return Problem(problem);
+    if (const auto blob = MakeTagBlob(items); !blob)
+        return blob.Why();
     return items;
 }
 

@@ -139,11 +139,10 @@ private:
         const Result<std::vector<uint8_t>> picture = ReadPicture(path);
         if (!picture)
             return FailWith(kExitSomeFailed, picture.Why().About(path));
-        const std::vector<TagItem> items = {{PictureItemName(*kind, m_description), "", *picture}};
-        std::vector<uint8_t> blob;
-        std::string problem;
-        if (!MakeTagBlob(items, blob, problem))
-            return FailWith(kExitUsage, problem);
+        const std::vector<TagItem> items = {
+            {PictureItemName(1, *kind, m_description), "", *picture}};
+        if (const auto blob = MakeTagBlob(items); !blob)
+            return FailWith(kExitUsage, blob.Why());
         m_arguments.pop_back();
         return WriteToEach(m_arguments, items, "set picture " + m_type, loader, trace);
     }

@@ -7,9 +7,9 @@ namespace host
 namespace
 {
 
-// A decoder that hands out this many blocks without audio in a row is stuck.
+// A decoder that returns this many blocks without audio in a row is stuck.
 constexpr int kMaxEmptyBlocks = 1000;
-// Compression of little-endian AIFC files, in any case.
+// The compression code of little-endian AIFF-C files, upper or lower case.
 constexpr std::string_view kLittleEndianCode = "sowt";
 
 std::vector<TagItem> ReadBlob(const uint8_t* data, uint32_t size)
@@ -83,8 +83,8 @@ bool DecoderSession::OpenWith(const codecs::Decoder& decoder, uint32_t flags, Fr
     return true;
 }
 
-// 8-bit samples of little-endian files come out as they stand in the file, where they
-// are signed; those of all other files come out unsigned.
+// Decoders return the 8-bit samples of little-endian files unchanged, that is signed, and
+// those of all other files unsigned.
 bool DecoderSession::HasSignedBytes() const
 {
     constexpr uint16_t kByteBits = 8;
@@ -93,7 +93,7 @@ bool DecoderSession::HasSignedBytes() const
            EqualNoCase(FindValue(Properties(), "Encoder Settings").substr(0, 4), kLittleEndianCode);
 }
 
-// A length of 0 milliseconds beside bytes for some is how a decoder says so.
+// A decoder shows this by a length of 0 milliseconds although there are bytes for some.
 bool DecoderSession::HasUnknownLength() const
 {
     const STQvAudioInfo info = AudioInfo();

@@ -1,3 +1,4 @@
+// A decoder at work on one input.
 #pragma once
 
 #include "codecs/CodecLoader.h"
@@ -14,7 +15,7 @@
 namespace host
 {
 
-// Sample frames to decode; `end` is exclusive.
+// The sample frames to decode; `end` is exclusive.
 struct FrameRange {
     int64_t first = 0;
     int64_t end = QV_RANGE_TO_END;
@@ -31,28 +32,28 @@ public:
     // Both must outlive the session.
     DecoderSession(const codecs::CodecLoader& loader, ReportCapture& report);
 
-    // Opens the input with the decoder of its extension, or else with the first
-    // that accepts it. `flags` is a sum of QV_OPEN_...; call it once.
+    // Opens the input with the decoder for its extension, or else with the first one that
+    // accepts it. To be called once. `flags` is a combination of QV_OPEN_...
     [[nodiscard]] bool Open(const Input& input, uint32_t flags, FrameRange range = {});
 
-    // Whether the audio has no known end: AudioInfo() then tells no length, and the
-    // audio ends where Next() fails.
+    // Whether the audio has no known end: then AudioInfo() has no length, and the audio ends
+    // where Next() fails.
     bool HasUnknownLength() const;
 
-    // The next block of PCM as a WAV file holds it, valid until the next call. After
+    // The next block of PCM, in the form of a WAV file and valid until the next call. Needs
     // QV_OPEN_PREPARE_DECODE.
     [[nodiscard]] Step Next(std::span<const uint8_t>& pcm);
 
-    // After a successful Open; what the flags did not ask for is empty.
+    // After a successful Open. What the flags did not ask for is empty.
     const codecs::Decoder& UsedDecoder() const { return *m_decoder; }
     const STQvAudioInfo& AudioInfo() const { return m_record.AudioInfo; }
-    // Views into memory of the decoder, valid as long as the session.
+    // Their pictures are views into the decoder's memory, valid as long as the session.
     std::vector<TagItem> Tags() const;
     std::vector<TagItem> Properties() const;
 
     const codecs::CodecLoader& Loader() const { return m_loader; }
     const Input& Source() const { return *m_input; }
-    // Lines of the decoder in use, or of the first one tried when all have failed.
+    // What the decoder in use has reported, or the first one tried when all failed.
     const std::vector<std::string>& Errors() const
     {
         return m_failed ? m_firstErrors : m_report.Errors();

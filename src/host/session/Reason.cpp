@@ -1,8 +1,6 @@
 #include "host/session/Reason.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <string_view>
 #include <unistd.h>
 
@@ -11,8 +9,8 @@ namespace host
 namespace
 {
 
-// How a line of a decoder's report is put for people. "%" stands for what follows
-// the start of the line, "@" for what is found out about the compression.
+// What a line of a decoder's report means. In the text, "%" stands for the rest of the
+// line, "@" for the compression of the input.
 struct Phrase {
     std::string_view start;
     std::string_view text;
@@ -29,7 +27,7 @@ constexpr Phrase kPhrases[] = {
     {"Error first chunk unknown: ", "is not an AIFF file (it begins with \"%\")"},
     {"Error: File too small for AIFF.", "is too short to be an AIFF file"},
     {"Error cannot find 'COMM' chunk.",
-     "says nothing about its audio format (no COMM chunk): damaged, or not an AIFF file"},
+     "has no description of its audio format (no COMM chunk): damaged, or not an AIFF file"},
     {"Error cannot find 'SSND' chunk.", "holds no sound data (no SSND chunk)"},
     {"Error 'COMM' chunk is a bad size.",
      "has a damaged description of its audio format (COMM chunk of a wrong size)"},
@@ -42,11 +40,11 @@ constexpr Phrase kPhrases[] = {
     {"Error unknown Chunk too large for streaming.",
      "has a chunk before its sound that a stream cannot skip (download the file first)"},
     {"Error wave file has no COMM format chunk.",
-     "has its audio format behind the sound, which a stream cannot use (download the file "
+     "has its audio format after the sound, which a stream cannot use (download the file "
      "first)"},
 };
 
-// The same for a change of tags.
+// The lines of an edit of tags.
 constexpr Phrase kEditPhrases[] = {
     {"Error the file is left as it is: ", "is left as it is: %"},
     {"Error the old tag cannot be read whole, or the new one would be too large.",
@@ -57,31 +55,19 @@ constexpr Phrase kEditPhrases[] = {
 
 bool AnyStartsWith(const std::vector<std::string>& lines, std::string_view start)
 {
-    return std::any_of(lines.begin(), lines.end(),
-                       [start](const std::string& line) { return line.starts_with(start); });
+    return std::ranges::any_of(
+        lines, [start](const std::string& line) { return line.starts_with(start); });
 }
 
-// The properties of the input, read by an instance of their own: asked only once
-// something has gone wrong, so that plain files pay nothing for it.
-std::vector<std::pair<std::string, std::string>> ReadProperties(const DecoderSession& session)
+// A property of the input; empty when it has none of that name. An instance of its own
+// reads it, and only once something has gone wrong: intact files need not wait for that.
+std::string Property(const DecoderSession& session, std::string_view name)
 {
     ReportCapture silent{Trace{}};
     DecoderSession reader(session.Loader(), silent);
-    std::vector<std::pair<std::string, std::string>> properties;
-    if (reader.Open(session.Source(), QV_OPEN_PROPERTIES)) {
-        for (const TagItem& item : reader.Properties())
-            properties.emplace_back(item.name, item.value);
-    }
-    return properties;
-}
-
-std::string Property(const DecoderSession& session, std::string_view name)
-{
-    for (const auto& [key, value] : ReadProperties(session)) {
-        if (key == name)
-            return value;
-    }
-    return {};
+    if (!reader.Open(session.Source(), QV_OPEN_PROPERTIES))
+        return {};
+    return FindValue(reader.Properties(), name);
 }
 
 // " (ulaw, µLaw 2:1)" from the property "ulaw (µLaw 2:1)"; empty when unknown.
@@ -97,7 +83,7 @@ std::string Compression(const DecoderSession& session)
     return " (" + code + (name.empty() ? "" : ", " + name) + ")";
 }
 
-// The text of a phrase for a line that begins as it does.
+// The text of a phrase for a line that begins with its start.
 std::string Filled(const Phrase& phrase, const std::string& line)
 {
     std::string text(phrase.text);
@@ -106,7 +92,7 @@ std::string Filled(const Phrase& phrase, const std::string& line)
     return text;
 }
 
-// The text of a known error line; empty for an unknown one.
+// What an error line means; empty for an unknown one.
 std::string Translate(const DecoderSession& session, const std::string& line)
 {
     for (const Phrase& phrase : kPhrases) {
@@ -120,7 +106,7 @@ std::string Translate(const DecoderSession& session, const std::string& line)
     return {};
 }
 
-// The same for a change of tags.
+// What an error line of an edit means; empty for an unknown one.
 std::string TranslateEdit(const Input& input, const std::string& line)
 {
     for (const Phrase& phrase : kEditPhrases) {
@@ -133,11 +119,11 @@ std::string TranslateEdit(const Input& input, const std::string& line)
     if (!line.starts_with(kErrorOpening))
         return {};
     if (access(input.Name().c_str(), W_OK) != 0)
-        return std::string("cannot be changed: ") + std::strerror(errno);
+        return Problem::FromErrno().About("cannot be changed").Text();
     return "cannot be opened for writing: another program may be changing it";
 }
 
-// Why a stream could not be opened; empty when that was not it.
+// Why a stream could not be opened; empty when this was not the cause.
 std::string StreamFault(const std::vector<std::string>& information)
 {
     for (const std::string& line : information) {
@@ -147,8 +133,8 @@ std::string StreamFault(const std::vector<std::string>& information)
     return {};
 }
 
-// A chunk that runs out of the file ends the list of chunks, so the sound is the
-// one that was cut when it stands last.
+// A chunk that runs past the end of the file ends the list of chunks: when the sound is the
+// last one, it is the sound that was cut off.
 bool SoundIsLastChunk(const DecoderSession& session)
 {
     const std::string chunks = Property(session, "Riff Chunks");
@@ -162,7 +148,7 @@ bool SoundIsLastChunk(const DecoderSession& session)
 
 Problem FailureReason(const DecoderSession& session)
 {
-    if (Problem problem = session.Source().AccessProblem())
+    if (const Problem problem = session.Source().AccessProblem())
         return problem;
     if (const std::string fault = StreamFault(session.Information()); !fault.empty())
         return fault;
@@ -197,7 +183,7 @@ Problem DamageWarning(const DecoderSession& session)
                             AnyStartsWith(session.Information(), kChunkOutOfForm);
     if (!suspicious || !SoundIsLastChunk(session))
         return {};
-    return "is cut off: its sound data is shorter than the file says";
+    return kSoundIsCut;
 }
 
 } // namespace host

@@ -11,13 +11,13 @@ namespace host
 namespace
 {
 
-// More lines than anyone reads; what a decoder writes beyond them is dropped.
+// More than anyone reads; further lines are dropped.
 constexpr size_t kMaxLines = 1000;
 constexpr size_t kMaxLineLength = 16384; // bytes
 
 void* Handle(int descriptor)
 {
-    // Descriptor 0 would read as "off"; main() keeps the first three in use.
+    // Descriptor 0 would mean "off"; main() keeps the first three in use.
     return descriptor < 0 ? nullptr : reinterpret_cast<void*>(static_cast<intptr_t>(descriptor));
 }
 
@@ -44,7 +44,7 @@ ReportCapture::~ReportCapture()
     CloseChannel(m_information);
 }
 
-// Without pipes (descriptors run out) the decoders work on in silence.
+// Without pipes, for lack of descriptors, nothing is collected.
 void ReportCapture::OpenChannel(Channel& channel)
 {
     int ends[2];

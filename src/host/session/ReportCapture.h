@@ -1,3 +1,4 @@
+// Reading what decoders report.
 #pragma once
 
 #include "host/base/Trace.h"
@@ -9,11 +10,11 @@
 namespace host
 {
 
-// Collects what decoders report about one input after the other, and shows it
-// when a trace is wanted. Used by one thread, for any number of instances.
+// Collects what decoders report about one input at a time, and shows it when a trace is
+// wanted. Used by one thread, for any number of instances.
 //
-// The lines pass through pipes whose writing ends never block, so a decoder that
-// writes without end loses lines rather than waiting for a reader.
+// The lines pass through pipes whose writing ends never block: a decoder that writes too
+// much loses lines but never waits.
 class ReportCapture
 {
 public:
@@ -22,12 +23,12 @@ public:
     ReportCapture& operator=(const ReportCapture&) = delete;
     ~ReportCapture();
 
-    // For Create; valid as long as this object lives.
+    // To be passed to Create; valid as long as this object.
     STNStdReport Handles() const;
 
-    // Takes in what was written since the last call.
+    // Reads what was written since the last call.
     void Collect();
-    // Forgets everything, for the next input.
+    // Forgets all lines, before the next input.
     void Clear();
 
     // Lines collected since Clear, without line ends and "  [operation]".

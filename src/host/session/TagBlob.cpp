@@ -13,7 +13,7 @@ namespace
 
 constexpr std::string_view kTagVersion = "TagVersion";
 
-// Little-endian fields at the front of a block; each read takes its bytes off.
+// Reads little-endian fields one after the other.
 class BlobReader
 {
 public:
@@ -74,27 +74,40 @@ void AppendUnit(std::vector<uint8_t>& bytes, uint32_t unit)
     bytes.push_back(static_cast<uint8_t>(unit >> 8));
 }
 
-// A blob has one unit for each character. False with the reason in `why` when the text
-// is not UTF-8 or holds a character that needs two.
-bool AppendText(std::vector<uint8_t>& bytes, std::string_view text, std::string& why)
+// A blob has one unit for each character; text that is not UTF-8 or holds a character that
+// needs two is a problem.
+Problem AppendText(std::vector<uint8_t>& bytes, std::string_view text)
 {
     while (!text.empty()) {
         const std::string_view before = text;
         uint32_t character = 0;
-        if (!TakeUtf8(text, Utf8Policy::Strict, character)) {
-            why = "is not UTF-8";
-            return false;
-        }
-        if (character > 0xFFFF) {
-            why = "holds the character '" +
-                  std::string(before.substr(0, before.size() - text.size())) +
-                  "', which lies beyond U+FFFF and cannot be stored";
-            return false;
-        }
+        if (!TakeUtf8(text, Utf8Policy::Strict, character))
+            return "is not UTF-8";
+        if (character > 0xFFFF)
+            return "holds the character '" +
+                   std::string(before.substr(0, before.size() - text.size())) +
+                   "', which lies beyond U+FFFF and cannot be stored";
         AppendUnit(bytes, character);
     }
     AppendUnit(bytes, 0);
-    return true;
+    return {};
+}
+
+Problem AppendItem(std::vector<uint8_t>& blob, const TagItem& item)
+{
+    std::vector<uint8_t> texts;
+    for (const std::string& text : {item.name, item.value}) {
+        if (Problem problem = AppendText(texts, text))
+            return problem;
+    }
+    constexpr size_t kLimit = std::numeric_limits<int32_t>::max();
+    const size_t size = sizeof(int32_t) + texts.size() + item.data.size();
+    if (size > kLimit - blob.size())
+        return "is too large for a tag";
+    AppendInt32(blob, size);
+    blob.insert(blob.end(), texts.begin(), texts.end());
+    blob.insert(blob.end(), item.data.begin(), item.data.end());
+    return {};
 }
 
 } // namespace
@@ -160,29 +173,15 @@ std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob)
     return items;
 }
 
-bool MakeTagBlob(const std::vector<TagItem>& items, std::vector<uint8_t>& blob,
-                 std::string& problem)
+Result<std::vector<uint8_t>> MakeTagBlob(const std::vector<TagItem>& items)
 {
-    blob.clear();
+    std::vector<uint8_t> blob;
     AppendInt32(blob, items.size());
     for (const TagItem& item : items) {
-        std::vector<uint8_t> texts;
-        std::string why;
-        if (!AppendText(texts, item.name, why) || !AppendText(texts, item.value, why)) {
-            problem = "\"" + item.name + "\" " + why;
-            return false;
-        }
-        constexpr size_t kLimit = std::numeric_limits<int32_t>::max();
-        const size_t size = sizeof(int32_t) + texts.size() + item.data.size();
-        if (size > kLimit - blob.size()) {
-            problem = "\"" + item.name + "\" is too large for a tag";
-            return false;
-        }
-        AppendInt32(blob, size);
-        blob.insert(blob.end(), texts.begin(), texts.end());
-        blob.insert(blob.end(), item.data.begin(), item.data.end());
+        if (Problem problem = AppendItem(blob, item))
+            return Problem("\"" + item.name + "\" " + problem.Text());
     }
-    return true;
+    return blob;
 }
 
 const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name)

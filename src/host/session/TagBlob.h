@@ -1,4 +1,7 @@
+// The tags that a decoder reads and writes, as items and as the blob at the boundary.
 #pragma once
+
+#include "host/base/Problem.h"
 
 #include <cstdint>
 #include <span>
@@ -9,7 +12,7 @@
 namespace host
 {
 
-// What the name of a picture begins with, and what stands before its description.
+// How the name of a picture begins, and what separates its description.
 inline constexpr std::string_view kPicturePrefix = "_albumart_";
 inline constexpr std::string_view kSubDescription = "<subdesc>";
 
@@ -20,32 +23,28 @@ struct TagItem {
     std::span<const uint8_t> data; // picture bytes; a view into the blob
 
     bool IsPicture() const;
-    std::string PictureRole() const; // "Front Album Cover", the description left out
+    std::string PictureRole() const; // such as "Front Album Cover"
     std::string PictureDescription() const;
     std::vector<std::string> Values() const;
-    // Tells of the tag itself rather than of the music: read, but never written.
+    // Whether it describes the tag rather than the music: read, but never written.
     bool IsInformation() const;
 };
 
-// Reads the items of a tag blob (layout: see qvcodec.h). Reading stops at the
-// first inconsistency and keeps the items before it; no byte outside the blob is
-// touched.
+// Reads the items of a tag blob, whose layout qvcodec.h describes. Reading stops at the
+// first inconsistency and keeps the items before it; nothing outside the blob is read.
 std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob);
 
-// Makes the blob of `items`.
-//
-// returns false with a line in `problem` when a blob cannot carry them: their texts
-//         are UTF-16 units, one for each character
-[[nodiscard]] bool MakeTagBlob(const std::vector<TagItem>& items, std::vector<uint8_t>& blob,
-                               std::string& problem);
+// Makes the blob of `items`. Its texts are UTF-16 units, one for each character; what cannot
+// be represented so is a problem.
+Result<std::vector<uint8_t>> MakeTagBlob(const std::vector<TagItem>& items);
 
-// The first item of that name in any case; null when there is none.
+// The first item of that name, upper and lower case being the same; null when there is none.
 const TagItem* FindItem(const std::vector<TagItem>& items, std::string_view name);
 
-// Value of the first item of that name; empty when there is none.
+// The value of the first item of exactly that name; empty when there is none.
 std::string FindValue(const std::vector<TagItem>& items, std::string_view name);
 
-// MIME type of a picture, told from its first bytes; empty when unknown.
+// The MIME type of a picture, recognised by its first bytes; empty when unknown.
 const char* PictureType(std::span<const uint8_t> picture);
 
 } // namespace host

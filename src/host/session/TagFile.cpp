@@ -31,15 +31,14 @@ Problem TagFile::Write(const std::vector<TagItem>& items)
     std::vector<TagItem> kept;
     std::copy_if(items.begin(), items.end(), std::back_inserter(kept),
                  [](const TagItem& item) { return !item.IsInformation(); });
-    std::vector<uint8_t> blob;
-    std::string problem;
-    if (!MakeTagBlob(kept, blob, problem))
-        return problem;
+    Result<std::vector<uint8_t>> blob = MakeTagBlob(kept);
+    if (!blob)
+        return blob.Why();
     return Change([&](codecs::DecoderInstance& instance) {
         STQvCodecGetSet record{};
         record.pText1 = m_input.WideName().c_str();
-        record.pData = blob.data();
-        record.nDataSize = static_cast<int32_t>(blob.size());
+        record.pData = blob->data();
+        record.nDataSize = static_cast<int32_t>(blob->size());
         return instance.Set(QV_KEY_ID_TAGS, record);
     });
 }

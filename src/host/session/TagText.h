@@ -1,3 +1,4 @@
+// Tags as text and as JSON.
 #pragma once
 
 #include "host/session/TagBlob.h"
@@ -8,7 +9,7 @@
 namespace host
 {
 
-// Prints a line for each item (several values: several lines) on standard output.
+// Prints a line for each value of each item to standard output, indented by `indent` blanks.
 void PrintTags(const std::vector<TagItem>& tags, int indent);
 
 // An array with an object for each item: "name", and "value" with "values", or

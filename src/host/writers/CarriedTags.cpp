@@ -1,7 +1,7 @@
 #include "host/writers/CarriedTags.h"
 
-#include "host/writers/FieldNames.h"
 #include "host/writers/PictureKinds.h"
+#include "host/writers/TagNames.h"
 #include "support/text/Ascii.h"
 
 #include <algorithm>
@@ -29,12 +29,9 @@ namespace ID3v2 = TagLib::ID3v2;
 
 constexpr auto kUtf8 = String::UTF8;
 
-// An ID3v2 tag says its size in 28 bits, a FLAC block in 24.
+// The size of an ID3v2 tag has 28 bits, that of a FLAC block 24.
 constexpr size_t kMaxId3Size = (size_t{1} << 28) - 1;
 constexpr size_t kMaxBlockSize = (size_t{1} << 24) - 1;
-constexpr uint8_t kCommentBlock = 4;
-constexpr uint8_t kPictureBlock = 6;
-constexpr uint8_t kLastBlock = 0x80;
 
 String Text(std::string_view utf8)
 {
@@ -65,7 +62,7 @@ bool IsField(const TagItem& item)
     return !item.IsInformation() && !item.name.starts_with('_');
 }
 
-// What stands behind "Comment " or "User defined URL link "; false for other fields.
+// What follows "Comment " or "User defined URL link "; false for other fields.
 bool TakeDescription(const std::string& name, std::string_view field, std::string& description)
 {
     const std::string_view whole = name;
@@ -105,7 +102,7 @@ void AddUserText(ID3v2::Tag& tag, const TagItem& item)
     tag.addFrame(frame);
 }
 
-// Ratings run from 1 to 10, in a frame from 1 to 255.
+// Ratings go from 1 to 10, in a frame from 1 to 255.
 void AddRating(ID3v2::Tag& tag, const std::string& value)
 {
     static constexpr int kSteps[] = {0, 0, 1, 32, 64, 96, 128, 160, 196, 228, 255};
@@ -144,8 +141,8 @@ void AddFieldFrame(ID3v2::Tag& tag, const TagItem& item)
         AddComments(tag, description, item);
     else if (TakeDescription(item.name, kUserUrlField, description))
         AddUserUrls(tag, description, item);
-    else if (const FieldName* name = FindFieldName(item.name); name != nullptr)
-        AddNamedFrame(tag, name->frame, item);
+    else if (const TagNames* names = FindTagNames(item.name); names != nullptr)
+        AddNamedFrame(tag, names->frame, item);
     else
         AddUserText(tag, item);
 }
@@ -162,7 +159,7 @@ void AddPictureFrame(ID3v2::Tag& tag, const TagItem& item)
     tag.addFrame(frame);
 }
 
-// An even number of bytes, whatever the size of the data.
+// Pads the data to an even size.
 void AppendChunk(std::vector<uint8_t>& chunks, const char* id, const ByteVector& data)
 {
     Append(chunks, id);
@@ -176,9 +173,9 @@ ByteVector InfoList(const std::vector<TagItem>& tags)
 {
     TagLib::RIFF::Info::Tag info;
     for (const TagItem& item : tags) {
-        const FieldName* name = IsField(item) ? FindFieldName(item.name) : nullptr;
-        if (name != nullptr && !name->info.empty())
-            info.setFieldText(ByteVector(name->info.data(), 4),
+        const TagNames* names = IsField(item) ? FindTagNames(item.name) : nullptr;
+        if (names != nullptr && !names->info.empty())
+            info.setFieldText(ByteVector(names->info.data(), 4),
                               Texts(item.Values()).toString("; "));
     }
     return info.isEmpty() ? ByteVector() : info.render();
@@ -192,14 +189,13 @@ size_t DataSize(const std::vector<TagItem>& tags)
     return size;
 }
 
-// "3/12" is a number and a total, which Vorbis comments keep apart.
-void AddNumber(TagLib::Ogg::XiphComment& comment, const std::string& field, const TagItem& item)
+// "3/12" is a number and a total, which Vorbis comments keep separately.
+void AddNumber(TagLib::Ogg::XiphComment& comment, const TagNames& names, const std::string& value)
 {
-    const std::string total = field == "TRACKNUMBER" ? "TRACKTOTAL" : "DISCTOTAL";
-    const size_t slash = item.value.find('/');
-    comment.addField(field, Text(item.value.substr(0, slash)), false);
+    const size_t slash = value.find('/');
+    comment.addField(std::string(names.vorbis), Text(value.substr(0, slash)), false);
     if (slash != std::string::npos)
-        comment.addField(total, Text(item.value.substr(slash + 1)), false);
+        comment.addField(std::string(names.totals.front()), Text(value.substr(slash + 1)), false);
 }
 
 ByteVector CommentBlock(const std::vector<TagItem>& tags, std::span<const uint8_t> encoders)
@@ -209,8 +205,9 @@ ByteVector CommentBlock(const std::vector<TagItem>& tags, std::span<const uint8_
         if (!IsField(item))
             continue;
         const std::string field = VorbisName(item.name);
-        if (field == "TRACKNUMBER" || field == "DISCNUMBER") {
-            AddNumber(comment, field, item);
+        const TagNames* names = FindVorbisName(field);
+        if (names != nullptr && names->HasTotal()) {
+            AddNumber(comment, *names, item.value);
             continue;
         }
         for (const std::string& value : item.Values())
@@ -243,13 +240,10 @@ bool AppendBlock(std::vector<uint8_t>& blocks, uint8_t type, const ByteVector& d
 
 } // namespace
 
-bool WavTagChunks(const std::vector<TagItem>& tags, std::vector<uint8_t>& chunks, std::string& why)
+Result<std::vector<uint8_t>> WavTagChunks(const std::vector<TagItem>& tags)
 {
-    chunks.clear();
-    if (DataSize(tags) > kMaxId3Size / 2) {
-        why = "has tags too large to be carried over (--no-tags leaves them out)";
-        return false;
-    }
+    if (DataSize(tags) > kMaxId3Size / 2)
+        return Problem("has tags too large to be carried over (--no-tags leaves them out)");
     ID3v2::Tag tag;
     for (const TagItem& item : tags) {
         if (item.IsPicture())
@@ -257,19 +251,20 @@ bool WavTagChunks(const std::vector<TagItem>& tags, std::vector<uint8_t>& chunks
         else if (IsField(item))
             AddFieldFrame(tag, item);
     }
+    std::vector<uint8_t> chunks;
     if (tag.isEmpty())
-        return true;
+        return chunks;
     const ByteVector info = InfoList(tags);
     if (!info.isEmpty())
         AppendChunk(chunks, "LIST", info);
     AppendChunk(chunks, "id3 ", tag.render(ID3v2::v4));
-    return true;
+    return chunks;
 }
 
-bool FlacTagBlocks(const std::vector<TagItem>& tags, std::span<const uint8_t> comment,
-                   std::vector<uint8_t>& blocks, std::string& why)
+Result<std::vector<uint8_t>> FlacTagBlocks(const std::vector<TagItem>& tags,
+                                           std::span<const uint8_t> comment)
 {
-    blocks.clear();
+    std::vector<uint8_t> blocks;
     size_t last = 0;
     bool fits = AppendBlock(blocks, kCommentBlock, CommentBlock(tags, comment));
     for (const TagItem& item : tags) {
@@ -278,12 +273,10 @@ bool FlacTagBlocks(const std::vector<TagItem>& tags, std::span<const uint8_t> co
         last = blocks.size();
         fits = fits && AppendBlock(blocks, kPictureBlock, PictureBlock(item));
     }
-    if (!fits) {
-        why = "has tags too large for FLAC (--no-tags leaves them out)";
-        return false;
-    }
+    if (!fits)
+        return Problem("has tags too large for FLAC (--no-tags leaves them out)");
     blocks[last] |= kLastBlock;
-    return true;
+    return blocks;
 }
 
 } // namespace host

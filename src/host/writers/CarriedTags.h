@@ -1,28 +1,32 @@
+// Tags and pictures in the form in which WAV and FLAC files hold them.
 #pragma once
 
+#include "host/base/Problem.h"
 #include "host/session/TagBlob.h"
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 namespace host
 {
 
-// The tags and pictures of an input as other kinds of files hold them. Both return
-// false, with a few words in `why`, when they are larger than such a file can hold.
+// Tags that are larger than the file can hold are a problem.
 
-// Chunks to stand behind the samples of a WAV file: RIFF INFO and ID3v2.4. Nothing when
-// there are no tags.
-[[nodiscard]] bool WavTagChunks(const std::vector<TagItem>& tags, std::vector<uint8_t>& chunks,
-                                std::string& why);
+// The chunks that follow the samples of a WAV file: RIFF INFO and ID3v2.4. Empty when there
+// are no tags.
+Result<std::vector<uint8_t>> WavTagChunks(const std::vector<TagItem>& tags);
 
-// Metadata blocks of a FLAC file, the last one marked as such: a Vorbis comment and the
+// The metadata blocks of a FLAC file, the last one marked as such: a Vorbis comment and the
 // pictures.
 //
 // comment  data of the encoder's own Vorbis comment, whose vendor is kept
-[[nodiscard]] bool FlacTagBlocks(const std::vector<TagItem>& tags, std::span<const uint8_t> comment,
-                                 std::vector<uint8_t>& blocks, std::string& why);
+Result<std::vector<uint8_t>> FlacTagBlocks(const std::vector<TagItem>& tags,
+                                           std::span<const uint8_t> comment);
+
+// The type of a FLAC metadata block, and the flag of the last one.
+inline constexpr uint8_t kCommentBlock = 4;
+inline constexpr uint8_t kPictureBlock = 6;
+inline constexpr uint8_t kLastBlock = 0x80;
 
 } // namespace host

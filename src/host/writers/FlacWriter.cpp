@@ -14,8 +14,6 @@ namespace
 constexpr size_t kMarkSize = 4; // "fLaC"
 constexpr size_t kBlockHeader = 4;
 constexpr size_t kStreamInfoEnd = kMarkSize + kBlockHeader + 34;
-constexpr uint8_t kLastBlock = 0x80;
-constexpr uint8_t kCommentBlock = 4;
 constexpr int kFullBits = 32;
 constexpr uint16_t kMaxChannels = 8;
 
@@ -169,16 +167,15 @@ Problem FlacWriter::TakeMetadata(std::span<const uint8_t> bytes)
 Problem FlacWriter::WriteMetadata(size_t commentStart, size_t commentEnd)
 {
     m_inMetadata = false;
-    std::vector<uint8_t> blocks;
     const std::span<const uint8_t> all = m_metadata;
     const auto comment = all.subspan(commentStart, commentEnd - commentStart);
-    std::string why;
-    if (!FlacTagBlocks(m_tags, comment, blocks, why))
-        return why;
+    const Result<std::vector<uint8_t>> blocks = FlacTagBlocks(m_tags, comment);
+    if (!blocks)
+        return blocks.Why();
     m_metadata[kMarkSize] &= static_cast<uint8_t>(~kLastBlock);
     if (Problem problem = m_output.Write(all.first(kStreamInfoEnd)))
         return problem;
-    return m_output.Write(blocks);
+    return m_output.Write(*blocks);
 }
 
 } // namespace host

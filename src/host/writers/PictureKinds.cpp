@@ -33,6 +33,18 @@ constexpr PictureKind kKinds[] = {
     {20, "publisher-logo", "Publisher Logo"},
 };
 
+template <class Condition>
+const PictureKind* FindKind(Condition condition)
+{
+    const auto* const found = std::ranges::find_if(kKinds, condition);
+    return found == std::end(kKinds) ? nullptr : found;
+}
+
+const PictureKind& OrOther(const PictureKind* kind)
+{
+    return kind == nullptr ? kKinds[0] : *kind;
+}
+
 } // namespace
 
 std::span<const PictureKind> PictureKinds()
@@ -40,24 +52,25 @@ std::span<const PictureKind> PictureKinds()
     return kKinds;
 }
 
+const PictureKind& PictureKindOfType(unsigned type)
+{
+    return OrOther(FindKind([type](const PictureKind& kind) { return kind.type == type; }));
+}
+
 const PictureKind& PictureKindOfRole(std::string_view role)
 {
-    const auto found = std::find_if(std::begin(kKinds), std::end(kKinds), [role](const auto& kind) {
-        return EqualNoCase(kind.role, role);
-    });
-    return found == std::end(kKinds) ? kKinds[0] : *found;
+    return OrOther(
+        FindKind([role](const PictureKind& kind) { return EqualNoCase(kind.role, role); }));
 }
 
 const PictureKind* PictureKindOfOption(std::string_view option)
 {
-    const auto found = std::find_if(std::begin(kKinds), std::end(kKinds),
-                                    [option](const auto& kind) { return kind.option == option; });
-    return found == std::end(kKinds) ? nullptr : &*found;
+    return FindKind([option](const PictureKind& kind) { return kind.option == option; });
 }
 
-std::string PictureItemName(const PictureKind& kind, std::string_view description)
+std::string PictureItemName(int index, const PictureKind& kind, std::string_view description)
 {
-    std::string name = std::string(kPicturePrefix) + "1_" + kind.role;
+    std::string name = std::string(kPicturePrefix) + std::to_string(index) + "_" + kind.role;
     if (!description.empty())
         name += std::string(kSubDescription) + std::string(description);
     return name;

@@ -1,3 +1,4 @@
+// The kinds of pictures that tags hold.
 #pragma once
 
 #include <span>
@@ -7,7 +8,7 @@
 namespace host
 {
 
-// What a picture shows, in the three languages that name it.
+// What a picture shows, and its names.
 struct PictureKind {
     unsigned type;      // number in ID3v2 and FLAC
     const char* option; // on the command line and in names of exported files
@@ -16,14 +17,16 @@ struct PictureKind {
 
 std::span<const PictureKind> PictureKinds();
 
-// The kind of a role, upper and lower case alike; that of type 0 ("other") for an
-// unknown one.
-const PictureKind& PictureKindOfRole(std::string_view role);
+// Both return the kind of type 0 ("other") for what they do not know.
+const PictureKind& PictureKindOfType(unsigned type);
+const PictureKind& PictureKindOfRole(std::string_view role); // in any case
 
 // Null for an unknown name.
 const PictureKind* PictureKindOfOption(std::string_view option);
 
 // Name of the blob item for a picture: "_albumart_1_Front Album Cover<subdesc>text".
-std::string PictureItemName(const PictureKind& kind, std::string_view description);
+//
+// index  tells pictures of one kind apart
+std::string PictureItemName(int index, const PictureKind& kind, std::string_view description);
 
 } // namespace host

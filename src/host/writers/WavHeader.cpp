@@ -13,8 +13,8 @@ namespace
 // Room for everything in a RIFF file but the samples.
 constexpr int64_t kMaxHeaderSize = 4096;
 
-// A sparse file in memory: it has the length of the whole WAV file, but keeps only
-// what stands before the samples.
+// A file in memory that has the length of the whole WAV file, but keeps only what comes
+// before the samples.
 struct HeaderSink {
     std::vector<uint8_t> bytes;
     int64_t limit = kMaxHeaderSize;
@@ -77,22 +77,24 @@ int SampleFormat(int bits)
     }
 }
 
-bool FitsWav(const STQvWaveFormat& format, std::string& why)
+// Why the format fits no WAV file.
+Problem FormatProblem(const STQvWaveFormat& format)
 {
     const int bits = format.nBitsPerSample;
     if (format.nFormatTag != QV_FORMAT_PCM)
-        why = "holds no integer PCM";
-    else if (SampleFormat(bits) == 0)
-        why = "has samples of " + std::to_string(bits) +
-              " bits (only 8, 16, 24 and 32 can be written)";
-    else if (format.nChannels == 0 || format.nBlockAlign != format.nChannels * bits / 8)
-        why = "has an impossible number of channels (" + std::to_string(format.nChannels) + ")";
-    else if (format.nSamplesPerSec == 0)
-        why = "has a sample rate of 0";
-    return why.empty();
+        return "holds no integer PCM";
+    if (SampleFormat(bits) == 0)
+        return "has samples of " + std::to_string(bits) +
+               " bits (only 8, 16, 24 and 32 can be written)";
+    if (format.nChannels == 0 || format.nBlockAlign != format.nChannels * bits / 8)
+        return "has an impossible number of channels (" + std::to_string(format.nChannels) + ")";
+    return format.nSamplesPerSec == 0 ? "has a sample rate of 0" : Problem();
 }
 
-// Makes the file as long as the samples would: only the last frame is written.
+// Either kind of header has sizes of its own.
+enum class WavKind { Classic, Rf64 };
+
+// Makes the file as long as all samples would: only the last frame is written.
 bool WriteLastFrame(SNDFILE* file, const STQvWaveFormat& format, int64_t pcmBytes)
 {
     const int64_t frames = pcmBytes / format.nBlockAlign;
@@ -105,7 +107,7 @@ bool WriteLastFrame(SNDFILE* file, const STQvWaveFormat& format, int64_t pcmByte
 }
 
 constexpr int64_t kMaxClassic = std::numeric_limits<uint32_t>::max();
-// Places in the headers, in bytes from the start or, where told, from the end.
+// Offsets in the header, in bytes from its start unless the name says otherwise.
 constexpr size_t kRiffSize = 4;
 constexpr size_t kRf64Chunk = 12; // "ds64", its size and these
 constexpr size_t kRf64RiffSize = 20;
@@ -123,44 +125,42 @@ void PutNumber(std::vector<uint8_t>& header, size_t place, int64_t value, size_t
         header[place + i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
-// As libsndfile writes it for a file that ends with the samples.
-std::vector<uint8_t> BareHeader(const STQvWaveFormat& format, int64_t pcmBytes, bool large,
-                                std::string& why)
+// The header that libsndfile writes for a file that ends with the samples.
+Result<std::vector<uint8_t>> BareHeader(const STQvWaveFormat& format, int64_t pcmBytes,
+                                        WavKind kind)
 {
     SF_INFO info{};
     info.samplerate = static_cast<int>(
         std::min<uint32_t>(format.nSamplesPerSec, std::numeric_limits<int>::max()));
     info.channels = format.nChannels;
-    info.format = (large ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | SampleFormat(format.nBitsPerSample);
+    info.format = (kind == WavKind::Rf64 ? SF_FORMAT_RF64 : SF_FORMAT_WAV) |
+                  SampleFormat(format.nBitsPerSample);
     SF_VIRTUAL_IO io{SinkLength, SinkSeek, SinkRead, SinkWrite, SinkTell};
     HeaderSink sink;
     SNDFILE* file = sf_open_virtual(&io, SFM_WRITE, &info, &sink);
-    if (file == nullptr) {
-        why = std::string("cannot be written as WAV: ") + sf_strerror(nullptr);
-        return {};
-    }
+    if (file == nullptr)
+        return Problem(sf_strerror(nullptr)).About("cannot be written as WAV");
     sink.limit = sink.length;
     const bool written = WriteLastFrame(file, format, pcmBytes);
     const bool closed = sf_close(file) == 0; // enters the sizes
-    if (written && closed)
-        return sink.bytes;
-    why = "cannot be written as WAV";
-    return {};
+    if (!written || !closed)
+        return Problem("cannot be written as WAV");
+    return std::move(sink.bytes);
 }
 
-bool NeedsRf64(int64_t pcmBytes, int64_t chunksBehind)
+bool NeedsRf64(int64_t pcmBytes, int64_t chunksAfter)
 {
-    return pcmBytes > kMaxClassic - kMaxHeaderSize - chunksBehind;
+    return pcmBytes > kMaxClassic - kMaxHeaderSize - chunksAfter;
 }
 
-int64_t RiffSize(size_t headerSize, int64_t pcmBytes, int64_t chunksBehind)
+int64_t RiffSize(size_t headerSize, int64_t pcmBytes, int64_t chunksAfter)
 {
     constexpr int64_t kChunkHeader = 8;
-    return static_cast<int64_t>(headerSize) - kChunkHeader + pcmBytes + pcmBytes % 2 + chunksBehind;
+    return static_cast<int64_t>(headerSize) - kChunkHeader + pcmBytes + pcmBytes % 2 + chunksAfter;
 }
 
-// Makes a classic header of an RF64 one: what was its own becomes a chunk that every
-// reader passes over.
+// Turns an RF64 header into a classic one: its own chunk becomes one that every reader
+// skips.
 void MakeClassic(std::vector<uint8_t>& header, int64_t riffSize, int64_t pcmBytes)
 {
     PutText(header, 0, "RIFF");
@@ -173,33 +173,33 @@ void MakeClassic(std::vector<uint8_t>& header, int64_t riffSize, int64_t pcmByte
 
 } // namespace
 
-std::vector<uint8_t> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes, std::string& why,
-                               int64_t chunksBehind)
+Result<std::vector<uint8_t>> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
+                                       int64_t chunksAfter)
 {
-    if (!FitsWav(format, why))
-        return {};
-    const bool large = NeedsRf64(pcmBytes, chunksBehind);
-    std::vector<uint8_t> header = BareHeader(format, pcmBytes, large, why);
-    if (header.empty())
+    if (Problem problem = FormatProblem(format))
+        return problem;
+    const bool large = NeedsRf64(pcmBytes, chunksAfter);
+    auto header = BareHeader(format, pcmBytes, large ? WavKind::Rf64 : WavKind::Classic);
+    if (!header)
         return header;
-    const int64_t riffSize = RiffSize(header.size(), pcmBytes, chunksBehind);
-    PutNumber(header, large ? kRf64RiffSize : kRiffSize, riffSize, large ? 8 : 4);
+    const int64_t riffSize = RiffSize(header->size(), pcmBytes, chunksAfter);
+    PutNumber(*header, large ? kRf64RiffSize : kRiffSize, riffSize, large ? 8 : 4);
     return header;
 }
 
-std::vector<uint8_t> RoomyWavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
-                                    std::string& why, int64_t chunksBehind)
+Result<std::vector<uint8_t>> RoomyWavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
+                                            int64_t chunksAfter)
 {
-    if (NeedsRf64(pcmBytes, chunksBehind))
-        return WavHeader(format, pcmBytes, why, chunksBehind);
-    if (!FitsWav(format, why))
-        return {};
-    std::vector<uint8_t> header = BareHeader(format, 0, true, why);
-    if (header.empty())
+    if (NeedsRf64(pcmBytes, chunksAfter))
+        return WavHeader(format, pcmBytes, chunksAfter);
+    if (Problem problem = FormatProblem(format))
+        return problem;
+    auto header = BareHeader(format, 0, WavKind::Rf64);
+    if (!header)
         return header;
     const bool known = pcmBytes != kUnknownLength;
-    const int64_t riffSize = RiffSize(header.size(), pcmBytes, chunksBehind);
-    MakeClassic(header, known ? riffSize : kMaxClassic, known ? pcmBytes : kMaxClassic);
+    const int64_t riffSize = RiffSize(header->size(), pcmBytes, chunksAfter);
+    MakeClassic(*header, known ? riffSize : kMaxClassic, known ? pcmBytes : kMaxClassic);
     return header;
 }
 

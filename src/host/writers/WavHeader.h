@@ -1,28 +1,29 @@
+// The beginning of a WAV file.
 #pragma once
 
+#include "host/base/Problem.h"
 #include "qvcodec.h"
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace host
 {
 
-// All bytes of a WAV file before its samples, for `pcmBytes` bytes of PCM (whole
-// sample frames): a classic RIFF header, or an RF64 one when the file passes 4 GiB. An
-// odd number of bytes is to be followed by one zero byte.
+// All bytes of a WAV file before its samples, for `pcmBytes` bytes of PCM (whole sample
+// frames): a classic RIFF header, or an RF64 one when the file exceeds 4 GiB. The caller
+// adds a zero byte after an odd number of bytes.
 //
-// chunksBehind  bytes of the chunks that follow the samples
-// returns nothing when the format fits no WAV file; `why` then says so in a few
-//         words
-std::vector<uint8_t> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes, std::string& why,
-                               int64_t chunksBehind = 0);
+// A format that fits no WAV file is a problem.
+//
+// chunksAfter  bytes of the chunks that follow the samples
+Result<std::vector<uint8_t>> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
+                                       int64_t chunksAfter = 0);
 
-// The same with room for an RF64 header in any case, so that it has one size whatever
-// the length; for kUnknownLength all sizes say the most, as readers of a stream expect.
+// The same, but always with room for an RF64 header, so that its size does not depend on the
+// length. For kUnknownLength all sizes are the largest, as readers of a stream expect.
 inline constexpr int64_t kUnknownLength = -1;
-std::vector<uint8_t> RoomyWavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
-                                    std::string& why, int64_t chunksBehind = 0);
+Result<std::vector<uint8_t>> RoomyWavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
+                                            int64_t chunksAfter = 0);
 
 } // namespace host

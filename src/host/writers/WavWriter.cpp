@@ -15,17 +15,21 @@ Problem WavWriter::Begin(const STQvWaveFormat& format, int64_t pcmBytes)
 {
     m_format = format;
     m_promised = pcmBytes;
-    // Behind samples without a known end there is no place that a reader could find.
+    // No reader could find chunks after samples without a known end.
     const bool endless = pcmBytes == kUnknownLength && m_output.IsDirect();
-    std::string why;
-    if (!endless && !WavTagChunks(m_tags, m_tagChunks, why))
-        return why;
-    const int64_t behind = std::ssize(m_tagChunks);
-    const std::vector<uint8_t> header = pcmBytes == kUnknownLength
-                                            ? RoomyWavHeader(format, pcmBytes, why)
-                                            : WavHeader(format, pcmBytes, why, behind);
-    m_headerSize = header.size();
-    return header.empty() ? why : m_output.Write(header);
+    if (!endless) {
+        Result<std::vector<uint8_t>> chunks = WavTagChunks(m_tags);
+        if (!chunks)
+            return chunks.Why();
+        m_tagChunks = std::move(*chunks);
+    }
+    const Result<std::vector<uint8_t>> header =
+        pcmBytes == kUnknownLength ? RoomyWavHeader(format, pcmBytes)
+                                   : WavHeader(format, pcmBytes, std::ssize(m_tagChunks));
+    if (!header)
+        return header.Why();
+    m_headerSize = header->size();
+    return m_output.Write(*header);
 }
 
 Problem WavWriter::Write(std::span<const uint8_t> pcm)
@@ -44,15 +48,14 @@ Problem WavWriter::End()
     return m_written == m_promised || uncorrectable ? Problem() : CorrectHeader();
 }
 
-// The new header has the size of the old one in one of its two forms.
+// One of the two forms of the new header has the size of the old one.
 Problem WavWriter::CorrectHeader()
 {
-    const int64_t behind = std::ssize(m_tagChunks);
-    std::string why;
-    std::vector<uint8_t> header = WavHeader(m_format, m_written, why, behind);
-    if (header.size() != m_headerSize)
-        header = RoomyWavHeader(m_format, m_written, why, behind);
-    return header.empty() ? why : m_output.WriteAt(0, header);
+    const int64_t chunksAfter = std::ssize(m_tagChunks);
+    Result<std::vector<uint8_t>> header = WavHeader(m_format, m_written, chunksAfter);
+    if (header && header->size() != m_headerSize)
+        header = RoomyWavHeader(m_format, m_written, chunksAfter);
+    return header ? m_output.WriteAt(0, *header) : header.Why();
 }
 
 } // namespace host

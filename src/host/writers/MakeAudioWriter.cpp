@@ -1,4 +1,4 @@
-#include "host/writers/AudioWriter.h"
+#include "host/writers/MakeAudioWriter.h"
 
 #include "host/writers/FlacWriter.h"
 #include "host/writers/WavWriter.h"
@@ -6,8 +6,8 @@
 namespace host
 {
 
-std::unique_ptr<AudioWriter> AudioWriter::Make(AudioFormat format, OutputFile& output,
-                                               const std::vector<TagItem>& tags)
+std::unique_ptr<AudioWriter> MakeAudioWriter(AudioFormat format, OutputFile& output,
+                                             const std::vector<TagItem>& tags)
 {
     if (format == AudioFormat::Flac)
         return std::make_unique<FlacWriter>(output, tags);

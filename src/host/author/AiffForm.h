@@ -1,0 +1,53 @@
+// What reading and checking AIFF files have in common: chunk codes and limits.
+#pragma once
+
+#include "aiff/AIFFHandler.h"
+
+#include <cstdint>
+#include <string>
+
+namespace host
+{
+
+// Chunk codes as they are in files: four bytes, the first one in the low byte.
+
+inline uint32_t CodeAt(const uint8_t* bytes)
+{
+    return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
+           uint32_t{bytes[3]} << 24;
+}
+
+// In quotation marks.
+inline std::string CodeText(uint32_t code)
+{
+    std::string text = "'";
+    for (int i = 0; i < 4; ++i, code >>= 8)
+        text.push_back(static_cast<char>(code));
+    return text + "'";
+}
+
+// Whether every character can be printed, as those of all chunk codes can.
+inline bool IsTextCode(uint32_t code)
+{
+    for (int i = 0; i < 4; ++i, code >>= 8)
+        if ((code & 0xFF) < 0x20 || (code & 0xFF) > 0x7E)
+            return false;
+    return true;
+}
+
+// In upper or lower case.
+inline bool IsCommonOrSound(uint32_t code)
+{
+    return clAIFFHandler::CompareID(code, kChunkCommon, true) ||
+           clAIFFHandler::CompareID(code, kChunkSound, true);
+}
+
+inline constexpr int kMostBits = 32; // of a sample
+
+inline std::string ImpossibleFormat(int channels, int bits)
+{
+    return "has an impossible format: " + std::to_string(channels) + " channels, " +
+           std::to_string(bits) + " bits";
+}
+
+} // namespace host
