@@ -22,7 +22,7 @@ namespace
 constexpr char kHelp[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav       one file
   aiffconv convert song.aiff -o song.flac      FLAC, chosen by the file name
-  aiffconv convert *.aiff -o wav/              many files into a folder
+  aiffconv convert *.aiff -o wav/              many files to a folder
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv encode song.flac -o song.aiff       WAV, FLAC and others to AIFF
   aiffconv check *.aiff                        find irregularities in files

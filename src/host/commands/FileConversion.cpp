@@ -47,8 +47,8 @@ Result<FileResult> FileConversion::Convert(const OutputPlan::Item& item)
     return SumUp(session);
 }
 
-// Seconds need the sample rate. To learn it takes a session of its own, because a decoder
-// instance opens only one input in its life.
+// Seconds need the sample rate. Learning it takes a session of its own, because a decoder
+// instance opens only one input.
 Result<FrameRange> FileConversion::ResolveRange(const Input& input)
 {
     const auto& start = m_options.start;

@@ -12,7 +12,7 @@ namespace
 
 constexpr char kRemoveRule[] =
     R"(Files come first: an argument that exists, or has the extension of an audio file,
-is a file; the others are names of fields. After --name comes a name in any case.)";
+is a file; the others are names of fields. What follows --name is always a name.)";
 
 Problem RemoveFields(TagFile& file, const std::vector<std::string>& names)
 {
