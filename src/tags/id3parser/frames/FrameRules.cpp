@@ -1,7 +1,5 @@
 #include "tags/id3parser/frames/FrameRules.h"
 
-#include "support/text/Ascii.h"
-
 #include <algorithm>
 #include <array>
 
@@ -138,12 +136,11 @@ static_assert(std::ranges::adjacent_find(kByName_v2,
 
 constexpr bool IsWrittenOnce(const FrameRule& rule)
 {
-    return std::ranges::all_of(std::array{kRevision3, kRevision4}, [&](t_tagRevision revision) {
-        return std::ranges::count_if(kFrameRules, [&](const FrameRule& other) {
-                   return EqualNoCase(other.field, rule.field) && other.write != W::None &&
-                          other.FitsRevision(revision);
-               }) <= 1;
-    });
+    return std::ranges::count_if(kFrameRules, [&](const FrameRule& other) {
+               return other.write != W::None && other.field == rule.field &&
+                      (other.versions == rule.versions || other.versions == Versions::All ||
+                       rule.versions == Versions::All);
+           }) <= 1;
 }
 static_assert(std::ranges::all_of(kFrameRules, IsWrittenOnce),
               "in a revision one row writes a field");
