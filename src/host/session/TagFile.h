@@ -1,3 +1,4 @@
+// The tags of one file.
 #pragma once
 
 #include "host/session/DecoderSession.h"

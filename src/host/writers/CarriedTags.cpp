@@ -2,6 +2,7 @@
 
 #include "host/writers/PictureKinds.h"
 #include "host/writers/TagNames.h"
+#include "support/Rating.h"
 #include "support/text/Ascii.h"
 
 #include <algorithm>
@@ -102,15 +103,13 @@ void AddUserText(ID3v2::Tag& tag, const TagItem& item)
     tag.addFrame(frame);
 }
 
-// Ratings go from 1 to 10, in a frame from 1 to 255.
 void AddRating(ID3v2::Tag& tag, const std::string& value)
 {
-    static constexpr int kSteps[] = {0, 0, 1, 32, 64, 96, 128, 160, 196, 228, 255};
     size_t rating = 0;
     std::from_chars(value.data(), value.data() + value.size(), rating);
     auto* frame = new ID3v2::PopularimeterFrame;
-    frame->setEmail("Windows Media Player 9 Series");
-    frame->setRating(kSteps[std::min(rating, std::size(kSteps) - 1)]);
+    frame->setEmail(Text(POPM_User));
+    frame->setRating(POPM10_Table[std::min(rating, std::size(POPM10_Table) - 1)]);
     tag.addFrame(frame);
 }
 

@@ -1,3 +1,4 @@
+// Writing FLAC files.
 #pragma once
 
 #include "host/writers/AudioWriter.h"
@@ -9,7 +10,7 @@ namespace host
 {
 
 // A FLAC file of up to 24 bits. The encoder's metadata is replaced on its way to the
-// output, so that the tags stand in front of the audio without a second pass.
+// output, so that the tags come before the audio without a second pass.
 class FlacWriter : public AudioWriter
 {
 public:

@@ -1,3 +1,4 @@
+// Writing WAV files.
 #pragma once
 
 #include "host/writers/AudioWriter.h"
@@ -5,8 +6,8 @@
 namespace host
 {
 
-// A WAV file, RF64 when it is large. Samples are copied as they come; the tags stand in
-// chunks behind them.
+// A WAV file, RF64 when it is large. Samples are copied unchanged; the tags follow them in
+// chunks.
 class WavWriter : public AudioWriter
 {
 public:

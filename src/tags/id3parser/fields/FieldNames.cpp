@@ -1,5 +1,6 @@
 #include "tags/id3parser/fields/FieldNames.h"
 
+#include "support/Rating.h"
 #include "support/text/Ascii.h"
 
 #include <algorithm>
@@ -11,9 +12,6 @@ namespace
 {
 
 constexpr std::string_view kITunesNormalisation = "iTunNORM";
-
-constexpr uint8_t POPM10_Table[] = {0x00, 0x00, 0x01, 0x20, 0x40, 0x60,
-                                    0x80, 0xA0, 0xC4, 0xE4, 0xFF};
 
 template <class Names>
 bool IsOneOf(std::string_view name, const Names& names)

@@ -50,6 +50,5 @@ bool iTunIsNumeric(std::string_view text);
 // whose own byte is not below it.
 int POPMToRating(uint8_t byte);
 uint8_t ratingToPOPM(int rating);
-inline constexpr std::string_view POPM_User = "Windows Media Player 9 Series";
 
 } // namespace id3parser

@@ -1,5 +1,6 @@
 #include "tags/id3parser/fields/MetaToFrame.h"
 
+#include "support/Rating.h"
 #include "support/text/Ascii.h"
 #include "tags/id3parser/fields/Dates.h"
 #include "tags/id3parser/fields/ExistingFrames.h"
