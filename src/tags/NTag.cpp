@@ -15,6 +15,38 @@ decltype(auto) Pass(Item& item)
         return static_cast<const Item&>(item);
 }
 
+// Indexed by the ID3v2 picture type; empty where a type has no name of its own.
+constexpr std::wstring_view kDescriptions[] = {
+    L"",
+    L"32x32 Icon",
+    L"Other Icon",
+    L"Front Album Cover",
+    L"Back Album Cover",
+    L"Leaflet Page",
+    L"Media",
+    L"Lead Artist",
+    L"Artist",
+    L"Conductor",
+    L"Band",
+    L"Composer",
+    L"Writer",
+    L"Recording Location",
+    L"During Recording",
+    L"During Performance",
+    L"Video Capture",
+    L"",
+    L"Illustration",
+    L"Artist Logo",
+    L"Publisher Logo",
+};
+constexpr int kTypes = static_cast<int>(std::size(kDescriptions));
+constexpr int kFrontCover = 3;
+
+XStr TwoDigits(int number)
+{
+    return (number >= 0 && number < 10 ? L"0" : L"") + std::to_wstring(number);
+}
+
 } // namespace
 
 STInternalTag* NTag::pTag(long position)
@@ -146,4 +178,82 @@ void NTag::RemoveTagsBiggerThan(long limit)
         const size_t size = 2 * tag.name.size() + 2 * tag.value.size() + tag.data.size();
         return static_cast<int64_t>(size) > int64_t{limit};
     });
+}
+
+XStr NTag::AlbumArtAPICPicTypeToElementDescription(int type)
+{
+    if (type < 0 || type >= kTypes || kDescriptions[type].empty())
+        return {};
+    return L"_" + XStr(kDescriptions[type]);
+}
+
+int NTag::AlbumArtDescriptionToAPICPicType(const XStr& description)
+{
+    for (int type = 0; type < kTypes; ++type)
+        if (!kDescriptions[type].empty() && EqualNoCase(description, kDescriptions[type]))
+            return type;
+    return kFrontCover;
+}
+
+void NTag::SpiltAlbumArtDesctiptionLine(const XStr& line, XStr& description, XStr& subDescription)
+{
+    description.clear();
+    subDescription.clear();
+    // The index has at least one digit after the prefix.
+    const size_t separator = line.find(L'_', kAlbumArtPrefix.size() + 1);
+    if (separator == XStr::npos)
+        return;
+    description = line.substr(separator + 1);
+    const size_t mark = description.find(kSubDescriptionMark);
+    if (mark == XStr::npos)
+        return;
+    subDescription = description.substr(mark + kSubDescriptionMark.size());
+    description.resize(mark);
+}
+
+// No "_" has to follow the digits: index 1 also finds picture 12 when that one comes
+// first.
+STInternalTag* NTag::GetAlbumArt(int index, XStr& description, XStr& subDescription)
+{
+    description.clear();
+    subDescription.clear();
+    const XStr prefix = XStr(kAlbumArtPrefix) + std::to_wstring(index);
+    for (STInternalTag& tag : m_tags) {
+        if (!BeginsNoCase(tag.name, prefix))
+            continue;
+        SpiltAlbumArtDesctiptionLine(tag.name, description, subDescription);
+        return &tag;
+    }
+    return nullptr;
+}
+
+void NTag::SplitTrackNumANDCount(const XStr& text, int& track, int& count)
+{
+    XStr trackText;
+    XStr countText;
+    SplitTrackNumANDCountStr(text, trackText, countText);
+    track = LeadingInteger(text);
+    count = LeadingInteger(countText);
+}
+
+void NTag::SplitTrackNumANDCountStr(const XStr& text, XStr& track, XStr& count)
+{
+    const size_t slash = text.find(L'/');
+    const std::wstring_view whole(text);
+    const XStr countText(slash != XStr::npos ? Trim(whole.substr(slash + 1)) : L"");
+    track = XStr(whole.substr(0, slash));
+    count = countText;
+}
+
+XStr NTag::PaddedTrackNum(const XStr& name) const
+{
+    int track = 0;
+    int count = 0;
+    SplitTrackNumANDCount(GetTagValue(name), track, count);
+    if (track == 0)
+        return {};
+    XStr text = TwoDigits(track);
+    if (count != 0)
+        text += L"/" + (count < 10 ? L"0" + std::to_wstring(count) : std::to_wstring(count));
+    return text;
 }

@@ -1,5 +1,6 @@
 // The format-neutral tag list: named items in order, each with a text value, binary
-// data, or both.
+// data, or both. NTag.cpp has the list and its names; the blob, a format of its own, is
+// in NTagBlob.cpp.
 #pragma once
 
 #include "support/XMem.h"
@@ -96,7 +97,10 @@ public:
     // character cut to 16 bits.
     static XStr AsInBlob(std::wstring_view text);
 
-    // --- Album art (AlbumArt.cpp): names of picture items ---
+    // --- Album art: names of picture items ---
+    //
+    // "_albumart_", a decimal index, "_", a description that tells the picture type, and
+    // perhaps "<subdesc>" and a sub-description.
 
     // "_Front Album Cover" for the ID3v2 picture type 3; empty for types without name.
     static XStr AlbumArtAPICPicTypeToElementDescription(int type);
@@ -108,7 +112,7 @@ public:
     // The first picture whose name begins with the index, or null.
     STInternalTag* GetAlbumArt(int index, XStr& description, XStr& subDescription);
 
-    // --- Track numbers (TrackNumber.cpp): "3/12" ---
+    // --- Track numbers: "3" or "3/12" ---
 
     static void SplitTrackNumANDCount(const XStr& text, int& track, int& count);
     static void SplitTrackNumANDCountStr(const XStr& text, XStr& track, XStr& count);
@@ -123,6 +127,6 @@ private:
     std::vector<STInternalTag> m_tags;
 };
 
-// Prefix of the names of picture items, and what stands before the sub-description.
+// Prefix of the names of picture items, and what comes before the sub-description.
 inline constexpr std::wstring_view kAlbumArtPrefix = L"_albumart_";
 inline constexpr std::wstring_view kSubDescriptionMark = L"<subdesc>";
