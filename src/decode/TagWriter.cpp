@@ -34,7 +34,7 @@ void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index, const S
         if (tags == nullptr)
             continue;
         TagID3v2 tag(aiff.Handle(), chunk.FileDataPosition);
-        tag.SetRegion(chunk.nSize, false);
+        tag.SetRegion(chunk.nSize, TagID3v2::RegionUse::Shrink);
         NTag fresh;
         if (!tag.Read(fresh)) // a damaged tag shows nothing
             continue;
@@ -153,7 +153,8 @@ bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
             tag.AddEarlierTag(other.FileDataPosition, other.nSize);
         isLast = isLast && (i <= index || IsTagChunk(other));
     }
-    tag.SetRegion(chunk.nSize, !isLast);
+    using enum TagID3v2::RegionUse;
+    tag.SetRegion(chunk.nSize, isLast ? Shrink : Fill);
     if (!tag.Write(std::move(tags), task == Task::DeleteFields)) {
         StdReport::WriteERROR(
             {L"Error the old tag cannot be read whole, or the new one would be too large."},

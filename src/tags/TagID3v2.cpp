@@ -76,11 +76,16 @@ private:
     }
 
     const XFile& m_file;
-    int64_t m_position; // behind what is buffered
+    int64_t m_position; // of what follows the buffered bytes
     int64_t m_end;
     std::array<uint8_t, 4096> m_buffer;
     std::span<const uint8_t> m_ahead;
 };
+
+TagUpdate::Task TaskOf(bool deleteMode)
+{
+    return deleteMode ? TagUpdate::Task::Remove : TagUpdate::Task::Set;
+}
 
 } // namespace
 
@@ -95,11 +100,11 @@ TagID3v2::Region TagID3v2::OwnRegion() const
     return {m_region.position, m_hasRegion ? m_region.size : GetID3v2TagSize()};
 }
 
-void TagID3v2::SetRegion(int64_t size, bool keepSize)
+void TagID3v2::SetRegion(int64_t size, RegionUse use)
 {
     m_region.size = size;
     m_hasRegion = true;
-    m_keepSize = keepSize;
+    m_regionUse = use;
 }
 
 int64_t TagID3v2::Aligned(int64_t size) const
@@ -146,13 +151,13 @@ bool TagID3v2::ReadOldTags(std::vector<std::vector<uint8_t>>& old) const
 
 bool TagID3v2::Write(const NTag& tags, bool deleteMode)
 {
-    return Update([&](TagUpdate& update) { update.Apply(tags, deleteMode); });
+    return Update([&](TagUpdate& update) { update.Apply(tags, TaskOf(deleteMode)); });
 }
 
 bool TagID3v2::Write(NTag&& tags, bool deleteMode)
 {
     return Update([&, list = std::move(tags)](TagUpdate& update) mutable {
-        update.Apply(list, deleteMode);
+        update.Apply(list, TaskOf(deleteMode));
         list.Destroy();
     });
 }
@@ -170,11 +175,10 @@ bool TagID3v2::Update(ApplyList&& apply)
         const std::vector<std::span<const uint8_t>> views(old.begin(), old.end());
         TagUpdate update(m_options, views);
         apply(update);
-        if (!update.Build())
-            return false;
         constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
+        const bool fill = m_regionUse == RegionUse::Fill;
         const auto room = static_cast<uint64_t>(Aligned(OwnRegion().size));
-        if (!update.Finish(m_keepSize ? room : 0, m_keepSize ? kAnyPadding : 0, m_alignment, tag))
+        if (!update.Write(fill ? room : 0, fill ? kAnyPadding : 0, m_alignment, tag))
             return false;
         m_writtenSize = static_cast<int64_t>(tag.size());
         // Writing back what is there would only put it at risk.

@@ -38,10 +38,15 @@ public:
     // The written tag's size becomes a multiple of this, 1 or more.
     void SetAlign(unsigned alignment) { m_alignment = alignment; }
 
+    // What a written tag makes of its region.
+    enum class RegionUse {
+        Shrink, // ends with the tag
+        Fill,   // keeps its size when the tag fits; a larger tag gets some spare room
+    };
+
     // Bounds the tag by a region of `size` bytes at its position, which a written tag
-    // replaces as a whole: a tag that claims more is none. With `keepSize` a written tag
-    // fills the region when it fits, and gets some spare room when it does not.
-    void SetRegion(int64_t size, bool keepSize);
+    // replaces as a whole: a tag that claims more is none.
+    void SetRegion(int64_t size, RegionUse use);
 
     // A tag elsewhere in the file whose frames come before those of this one when it is
     // written.
@@ -54,7 +59,7 @@ public:
     [[nodiscard]] bool Read(NTag& tags) override;
     bool HasTag() const override { return GetID3v2TagSize() != 0; }
 
-    // Moves what lies behind the region to where the new tag ends. False, with nothing
+    // Moves what follows the region to where the new tag ends. False, with nothing
     // written, when the old tag cannot be read or the new one exceeds what its format
     // can say.
     [[nodiscard]] bool Write(const NTag& tags, bool deleteMode) override;
@@ -76,7 +81,7 @@ private:
 
     // As it was set, else what the tag says that it takes.
     Region OwnRegion() const;
-    // What lies behind the tag starts at a multiple of the alignment.
+    // What follows the tag starts at a multiple of the alignment.
     int64_t Aligned(int64_t size) const;
     [[nodiscard]] bool ReadBytes(const Region& region, std::vector<uint8_t>& bytes) const;
     [[nodiscard]] bool ReadOldTags(std::vector<std::vector<uint8_t>>& old) const;
@@ -87,7 +92,7 @@ private:
     XFile m_file;
     Region m_region;
     bool m_hasRegion = false;
-    bool m_keepSize = false;
+    RegionUse m_regionUse = RegionUse::Shrink;
     std::vector<Region> m_earlier;
     TagOptions m_options;
     unsigned m_alignment = 1;

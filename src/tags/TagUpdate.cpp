@@ -15,7 +15,7 @@
 #include <stdexcept>
 
 using id3parser::metaMap;
-using id3parser::RawTag;
+using id3parser::OldTag;
 using id3parser::t_frame;
 using id3parser::conv::TextToUtf8;
 using id3parser::conv::Utf8ToText;
@@ -23,19 +23,16 @@ using id3parser::conv::Utf8ToText;
 namespace
 {
 
-// Room set aside for padding (bytes), so that most tags are padded where they are.
-constexpr size_t kUsualPadding = 4096;
-
-std::vector<RawTag> WalkTags(std::span<const std::span<const uint8_t>> oldTags)
+std::vector<OldTag> ReadTags(std::span<const std::span<const uint8_t>> oldTags)
 {
-    std::vector<RawTag> tags;
+    std::vector<OldTag> tags;
     for (const std::span<const uint8_t> bytes : oldTags)
-        tags.push_back(id3parser::WalkRawFrames(bytes));
+        tags.push_back(id3parser::ReadOldTag(bytes));
     return tags;
 }
 
 // A tag keeps its revision when it can be read and written.
-id3parser::t_tagRevision RevisionFor(const TagOptions& options, const std::vector<RawTag>& tags)
+id3parser::t_tagRevision RevisionFor(const TagOptions& options, const std::vector<OldTag>& tags)
 {
     if (tags.empty() || !tags.back().parses)
         return options.NewRevision();
@@ -49,10 +46,10 @@ bool IsBeyond16Bits(char utf8)
     return static_cast<uint8_t>(utf8) >= 0xF0;
 }
 
-id3parser::CarriedFrames Merge(const TagOptions& options, std::vector<RawTag> tags)
+id3parser::CarriedFrames Merge(const TagOptions& options, std::vector<OldTag> tags)
 {
     id3parser::CarriedFrames frames(RevisionFor(options, tags));
-    for (RawTag& tag : tags)
+    for (OldTag& tag : tags)
         frames.Merge(std::move(tag));
     return frames;
 }
@@ -60,7 +57,7 @@ id3parser::CarriedFrames Merge(const TagOptions& options, std::vector<RawTag> ta
 } // namespace
 
 TagUpdate::TagUpdate(const TagOptions& options, std::span<const std::span<const uint8_t>> oldTags)
-    : m_options(options), m_frames(Merge(options, WalkTags(oldTags))), m_fields(m_frames.Fields())
+    : m_options(options), m_frames(Merge(options, ReadTags(oldTags))), m_fields(m_frames.Fields())
 {
     for (const auto& [field, values] : m_fields) {
         if (std::ranges::none_of(field, IsBeyond16Bits))
@@ -71,7 +68,7 @@ TagUpdate::TagUpdate(const TagOptions& options, std::span<const std::span<const 
     }
 }
 
-void TagUpdate::Apply(const NTag& list, bool deleteMode)
+void TagUpdate::Apply(const NTag& list, Task task)
 {
     std::vector<const STInternalTag*> pictures;
     for (long i = 0; i < list.Count(); ++i) {
@@ -79,9 +76,9 @@ void TagUpdate::Apply(const NTag& list, bool deleteMode)
         if (IsAlbumArt(item))
             pictures.push_back(&item);
         else if (!item.name.empty() && item.name[0] != L'_')
-            ApplyField(item, deleteMode);
+            ApplyField(item, task);
     }
-    ApplyPictures(m_frames.Tag(), pictures, deleteMode);
+    ApplyPictures(m_frames.Tag(), pictures, task == Task::Remove);
 }
 
 // The field of the old tag that reading shows under this name.
@@ -105,18 +102,18 @@ bool TagUpdate::RestoreUnchanged(const std::string& field, const XStr& value)
     return true;
 }
 
-void TagUpdate::ApplyField(const STInternalTag& item, bool deleteMode)
+void TagUpdate::ApplyField(const STInternalTag& item, Task task)
 {
     const std::string itemName = TextToUtf8(item.name);
     const std::string& shown = ShownField(itemName);
-    if (!deleteMode && RestoreUnchanged(shown, item.value))
+    if (task == Task::Set && RestoreUnchanged(shown, item.value))
         return;
     // Tells where the list came from and is no field, but for removing one so named.
-    if (!deleteMode && EqualNoCase(item.name, kTagVersionName))
+    if (task == Task::Set && EqualNoCase(item.name, kTagVersionName))
         return;
     const std::string_view name = PreTranslateField(itemName);
     const std::string field = id3parser::CanonicalField(name == itemName ? shown : name);
-    const bool remove = deleteMode || item.value.empty();
+    const bool remove = task == Task::Remove || item.value.empty();
     if (remove || !EqualNoCase(shown, field))
         RemoveField(shown);
     if (remove)
@@ -143,7 +140,7 @@ void TagUpdate::RemoveField(const std::string& field)
     m_removed.insert(field);
 }
 
-bool TagUpdate::Build()
+void TagUpdate::BuildFrames()
 {
     id3parser::t_tag& tag = m_frames.Tag();
     // Also the frames of a removed field that had no value to show.
@@ -151,37 +148,29 @@ bool TagUpdate::Build()
         return !m_removed.empty() && m_removed.contains(FieldOfFrame(frame)) &&
                !m_fields.haveField(FieldOfFrame(frame));
     });
-    try {
-        metaMap_to_tag(tag, std::move(m_fields), m_options.CreateArgs());
-        tag.SanitizeAPICOrder();
-        id3parser::streamOutBuffer out;
-        out.bytes.reserve(id3parser::kTagHeaderSize + m_frames.ContentSize() + kUsualPadding);
-        id3parser::WriteTagHeader(tag.Revision(), 0, out);
-        m_frames.WriteContent(out);
-        m_bytes = std::move(out.bytes);
-        tag.Frames().clear(); // their memory is needed for what follows
-        return true;
-    } catch (const id3parser::writeError&) {
-        return false;
-    } catch (const std::overflow_error&) {
-        return false;
-    }
+    metaMap_to_tag(tag, std::move(m_fields), m_options.CreateArgs());
+    tag.SanitizeAPICOrder();
+    for (t_frame& frame : tag.Frames())
+        if (frame.wire != nullptr)
+            frame.data.take(); // its memory is needed for the new tag
 }
 
-bool TagUpdate::Finish(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
-                       std::vector<uint8_t>& tag)
+bool TagUpdate::Write(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
+                      std::vector<uint8_t>& bytes)
 {
-    const uint64_t padding =
-        id3parser::PaddingFor(m_bytes.size(), availableSize, maxPadding, alignment);
-    const uint64_t size = m_bytes.size() + padding;
+    const id3parser::t_tag& tag = m_frames.Tag();
     try {
-        id3parser::streamOutBuffer header;
-        WriteTagHeader(m_frames.Tag().Revision(), size - id3parser::kTagHeaderSize, header);
-        tag = std::move(m_bytes);
-        std::ranges::copy(header.bytes, tag.begin());
-        tag.reserve(static_cast<size_t>(size)); // a vector that grows by itself doubles
-        tag.resize(static_cast<size_t>(size));
-        return true;
+        BuildFrames();
+        // Readers give the whole tag up at a frame that is too large.
+        const bool readable = std::ranges::all_of(tag.Frames(), [&](const t_frame& frame) {
+            return FrameSize(frame, tag.Revision()) <
+                   id3parser::kFrameHeaderSize + id3parser::kFrameSizeLimit;
+        });
+        id3parser::streamOutBuffer out;
+        if (readable)
+            tag.Write(out, availableSize, maxPadding, alignment);
+        bytes = std::move(out.bytes);
+        return readable;
     } catch (const id3parser::writeError&) {
         return false;
     } catch (const std::overflow_error&) {

@@ -15,13 +15,16 @@
 #include <string_view>
 #include <vector>
 
-// Order of calls: construct, Apply as often as wanted, Build once, then Size and
-// Finish. Nothing in a frame that an edit does not concern is changed: not its text
-// encoding, its flags, nor what no field can hold. Values and pictures that equal
-// what reading the old tag shows concern no frame.
+// Order of calls: construct, Apply as often as wanted, then Write once. Nothing in a
+// frame that an edit does not concern is changed: not its text encoding, its flags, nor
+// what no field can hold. Values and pictures that equal what reading the old tag shows
+// concern no frame.
 class TagUpdate
 {
 public:
+    // What becomes of the fields and picture types that a list names.
+    enum class Task { Set, Remove };
+
     // oldTags  each from its header on, in the order of the file; may be empty or
     //          damaged, and end where their chunk does. They become one tag, and must
     //          outlive the update.
@@ -31,25 +34,20 @@ public:
     // name. An item with an empty value removes its field, too. Internal fields other
     // than pictures and the tag's version are left out. The list is not needed any
     // longer after the call.
-    void Apply(const NTag& list, bool deleteMode);
+    void Apply(const NTag& list, Task task);
 
-    // Lays the new tag out. False when the format cannot hold it.
-    [[nodiscard]] bool Build();
-
-    // Bytes of the new tag without padding.
-    size_t Size() const { return m_bytes.size(); }
-
-    // Hands the new tag over, padded as id3parser::t_tag::Write tells. False when it
-    // becomes larger than the format allows.
-    [[nodiscard]] bool Finish(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
-                              std::vector<uint8_t>& tag);
+    // Makes the new tag, padded as id3parser::t_tag::Write tells. False when the format
+    // cannot hold it.
+    [[nodiscard]] bool Write(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
+                             std::vector<uint8_t>& bytes);
 
 private:
     const std::string& ShownField(const std::string& name) const;
     bool RestoreUnchanged(const std::string& field, const XStr& value);
-    void ApplyField(const STInternalTag& item, bool deleteMode);
+    void ApplyField(const STInternalTag& item, Task task);
     void SetField(const std::string& field, std::string_view name, const XStr& value);
     void RemoveField(const std::string& field);
+    void BuildFrames();
 
     TagOptions m_options;
     id3parser::CarriedFrames m_frames;
@@ -57,5 +55,4 @@ private:
     std::set<std::string, id3parser::metaCompare> m_removed;
     // The fields whose name the tag blob cuts, by the name that is left.
     std::map<std::string, std::string, id3parser::metaCompare> m_cutNames;
-    std::vector<uint8_t> m_bytes;
 };

@@ -150,9 +150,9 @@ inline Bytes Edited(const std::vector<std::span<const uint8_t>>& oldTags, const 
                     const TagOptions& options, bool remove = false)
 {
     TagUpdate update(options, oldTags);
-    update.Apply(list, remove);
+    update.Apply(list, remove ? TagUpdate::Task::Remove : TagUpdate::Task::Set);
     Bytes tag;
-    return update.Build() && update.Finish(0, 0, 1, tag) ? tag : Bytes();
+    return update.Write(0, 0, 1, tag) ? tag : Bytes();
 }
 
 using Options = std::vector<const wchar_t*>;

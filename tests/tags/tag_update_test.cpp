@@ -115,8 +115,9 @@ TEST(TagUpdate, AFrameThatNoReaderTakesIsRefused)
         NTag list;
         list.AddTag(L"_albumart_1_Front Album Cover", Bytes(body - head, 1).data(), body - head);
         TagUpdate update(TagOptions(), {});
-        update.Apply(list, false);
-        EXPECT_EQ(update.Build(), body < 0x4000000u);
+        update.Apply(list, TagUpdate::Task::Set);
+        Bytes tag;
+        EXPECT_EQ(update.Write(0, 0, 1, tag), body < 0x4000000u);
     }
 }
 

@@ -134,8 +134,8 @@ Result<std::vector<uint8_t>> ReadSourceTag(const std::string& path)
     options.SetOption(ID3v2Option::kEncodeUTF8);
     options.SetOption(ID3v2Option::kFullDateInYear);
     TagUpdate update(options, {});
-    update.Apply(list, false);
-    if (!update.Build() || !update.Finish(0, 0, 2, tag))
+    update.Apply(list, TagUpdate::Task::Set);
+    if (!update.Write(0, 0, 2, tag))
         return Problem("has tags that are too large for an ID3v2 tag");
     return tag;
 }

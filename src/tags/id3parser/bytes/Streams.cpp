@@ -40,9 +40,9 @@ size_t streamInMem::skip(size_t size)
 
 std::span<const uint8_t> streamInMem::take(size_t size)
 {
-    if (size > m_size - m_position)
+    if (size > left())
         throw parseError();
-    const std::span<const uint8_t> bytes(m_data + m_position, size);
+    const auto bytes = rest().first(size);
     m_position += size;
     return bytes;
 }

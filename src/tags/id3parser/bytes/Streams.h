@@ -19,8 +19,8 @@ public:
 
     virtual ~streamIn() = default;
 
-    // Reads or skips up to `size` bytes and returns how many it were: fewer only
-    // at the end of the data.
+    // Reads or skips up to `size` bytes and returns their number: less than `size`
+    // only at the end of the data.
     virtual size_t read(void* buffer, size_t size) = 0;
     virtual size_t skip(size_t size) = 0;
 
@@ -47,8 +47,10 @@ public:
     size_t skip(size_t size) override;
     size_t left() const override { return m_size - m_position; }
 
-    // The next `size` bytes as a view of the block; throws parseError when fewer
-    // are left.
+    // What is left, as a view of the block.
+    std::span<const uint8_t> rest() const { return {m_data + m_position, left()}; }
+    // Moves past the next `size` bytes and returns a view of them; throws parseError
+    // when fewer are left.
     std::span<const uint8_t> take(size_t size);
 
 private:
@@ -73,7 +75,7 @@ private:
 };
 
 // Undoes unsynchronisation while reading another stream, which it does not own:
-// a 0 behind 0xFF is dropped. Throws parseError when 0xFF is the last byte or is
+// a 0 after 0xFF is dropped. Throws parseError when 0xFF is the last byte or is
 // followed by a byte of 0xE0 or above. Reads ahead in the inner stream.
 class streamFixSync : public streamIn
 {
@@ -101,6 +103,8 @@ class streamOut
 public:
     virtual ~streamOut() = default;
 
+    // Announces that `size` bytes are going to be written.
+    virtual void expect(size_t) {}
     virtual void write(const void* data, size_t size) = 0;
     void writeByte(uint8_t byte) { write(&byte, 1); }
 };
@@ -109,6 +113,7 @@ public:
 class streamOutBuffer : public streamOut
 {
 public:
+    void expect(size_t size) override { bytes.reserve(bytes.size() + size); }
     void write(const void* data, size_t size) override;
 
     std::vector<uint8_t> bytes;

@@ -1,8 +1,6 @@
-// t_frame: reading pictures. The body holds the encoding, the MIME type, the
-// picture type, the description and the picture's bytes.
 #include "tags/id3parser/frames/FramePicture.h"
+
 #include "tags/id3parser/bytes/Errors.h"
-#include "tags/id3parser/frames/Tag.h"
 #include "tags/id3parser/text/TextEncodings.h"
 
 namespace id3parser
@@ -20,8 +18,8 @@ Guard GuardOf(std::span<const uint8_t> body)
     return Guard(body.data(), body.size());
 }
 
-// The position of the picture type.
-size_t BehindMime(const Guard& bytes)
+// The position of the picture type, which follows the MIME type.
+size_t PictureTypeAt(const Guard& bytes)
 {
     size_t at = 1;
     while (bytes[at] != 0)
@@ -34,7 +32,7 @@ size_t BehindMime(const Guard& bytes)
 PictureView extractAPIC(std::span<const uint8_t> body)
 {
     const Guard bytes = GuardOf(body);
-    size_t at = BehindMime(bytes);
+    size_t at = PictureTypeAt(bytes);
     PictureView picture;
     picture.type = bytes[at] > kLastPictureType ? uint8_t{0} : bytes[at];
     ++at;
@@ -55,47 +53,18 @@ PictureView extractAPIC(std::span<const uint8_t> body)
 
 std::string extractAPIC_mime(std::span<const uint8_t> body)
 {
-    const size_t end = BehindMime(GuardOf(body)) - 1;
+    const size_t end = PictureTypeAt(GuardOf(body)) - 1;
     return {body.begin() + 1, body.begin() + static_cast<ptrdiff_t>(end)};
 }
 
 std::string extractAPIC_desc(std::span<const uint8_t> body)
 {
     const Guard bytes = GuardOf(body);
-    const size_t typeAt = BehindMime(bytes);
-    static_cast<void>(bytes[typeAt]);
+    const size_t typeAt = PictureTypeAt(bytes);
+    static_cast<void>(bytes[typeAt]); // throws when the body ends before it
     std::string description;
     importString(description, bytes[0], body.subspan(typeAt + 1), false);
     return description;
-}
-
-void t_frame::getPicture(uint8_t& type, const uint8_t*& bytes, size_t& size) const
-{
-    if (!isPicture())
-        throw parseError();
-    const PictureView picture = extractAPIC(data.view());
-    type = picture.type;
-    bytes = picture.data.data();
-    size = picture.data.size();
-}
-
-uint8_t t_frame::getPictureType() const
-{
-    try {
-        return extractAPIC(data.view()).type;
-    } catch (const parseError&) {
-        return 0;
-    }
-}
-
-std::string t_frame::getPictureMime() const
-{
-    return extractAPIC_mime(data.view());
-}
-
-std::string t_frame::getPictureDesc() const
-{
-    return extractAPIC_desc(data.view());
 }
 
 } // namespace id3parser

@@ -1,4 +1,5 @@
-// The body of an APIC frame. All functions throw parseError for a malformed one.
+// The body of an APIC frame: encoding, MIME type, picture type, description and the
+// picture's bytes. All functions throw parseError for a malformed one.
 #pragma once
 
 #include <cstdint>

@@ -2,10 +2,8 @@
 
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/frames/FrameRules.h"
-#include "tags/id3parser/frames/Tag.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
@@ -21,21 +19,6 @@ uint8_t ReadByte(streamIn& in)
     uint8_t byte = 0;
     in.readObj(&byte, 1);
     return byte;
-}
-
-// Reads an identifier and its 0 terminator; false at the end or at padding.
-template <size_t Length>
-bool ReadName(streamIn& in, std::array<char, Length + 1>& name)
-{
-    name = {};
-    return in.read(name.data(), Length) == Length && name[0] != 0 &&
-           validate_name(name.data(), Length);
-}
-
-void CheckFrameSize(uint32_t size)
-{
-    if (size >= kFrameSizeLimit)
-        throw parseError();
 }
 
 // The length of the result is not known in advance: the body grows as it is read.
@@ -57,6 +40,20 @@ void ReadUnsynchronised(streamIn& in, size_t size, t_byteVector& body)
             throw std::overflow_error("overflow");
         chunk *= 2;
     }
+}
+
+// False for a compressed body, which was consumed.
+bool ReadBody_v3(streamIn& in, const FrameHeader& header, t_byteVector& body)
+{
+    if (!(header.formatFlags & format3::kCompressed)) {
+        ReadBody(in, header.size, body);
+        return true;
+    }
+    if (header.size < kDataLengthSize)
+        throw parseError();
+    in.skipObj(kDataLengthSize);
+    ReadBody(in, header.size - kDataLengthSize, body);
+    return zlib_decode_inplace(body);
 }
 
 } // namespace
@@ -91,75 +88,93 @@ TagHeader ReadTagHeader(streamIn& in)
     return header;
 }
 
-void SkipExtendedHeader_v3(uint8_t flags, streamIn& in)
+bool IsReadable(const TagHeader& header)
 {
-    if (flags & tagFlags::kExtendedHeader)
-        in.skipObj(read_big_endian(in)); // does not count the size field
+    switch (header.major) {
+    case kRevision2:
+        return !(header.flags & 0x7F); // compression among them
+    case kRevision3:
+        return !(header.flags & 0x1F);
+    case kRevision4:
+        return !(header.flags & 0x0F);
+    default:
+        return false;
+    }
 }
 
-void SkipExtendedHeader_v4(uint8_t flags, streamIn& in)
+bool IsUnsynchronised(const TagHeader& header)
 {
-    if (!(flags & tagFlags::kExtendedHeader))
+    return header.major < kRevision4 && (header.flags & tagFlags::kUnsynchronised);
+}
+
+void SkipExtendedHeader(streamIn& in, t_tagRevision revision, uint8_t flags)
+{
+    constexpr uint32_t kLeast_v4 = 6;
+    if (revision == kRevision2 || !(flags & tagFlags::kExtendedHeader))
         return;
+    if (revision == kRevision3) {
+        in.skipObj(read_big_endian(in)); // does not count the size field
+        return;
+    }
     const uint32_t size = read_sync_safe_integer(in); // counts the size field
-    if (size < 6)
+    if (size < kLeast_v4)
         throw parseError();
     in.skipObj(size - 4);
 }
 
-bool ReadFrameHeader_v2(streamIn& in, FrameHeader& header)
+bool ReadFrameHeader(streamIn& in, t_tagRevision revision, FrameSizes sizes, FrameHeader& header)
 {
-    std::array<char, 4> name;
-    if (!ReadName<3>(in, name))
-        return false;
-    uint8_t b[3];
-    in.readObj(b, sizeof b);
     header = {};
-    header.id = translate_v2_id(name.data());
-    header.size = uint32_t{b[0]} << 16 | uint32_t{b[1]} << 8 | b[2];
-    CheckFrameSize(header.size);
+    const size_t nameSize = revision == kRevision2 ? 3 : 4;
+    if (in.read(header.name.data(), nameSize) != nameSize || header.name[0] == 0 ||
+        !validate_name(header.name.data(), nameSize))
+        return false;
+    if (revision == kRevision2) {
+        header.size = uint32_t{ReadByte(in)} << 16;
+        header.size |= uint32_t{ReadByte(in)} << 8;
+        header.size |= ReadByte(in);
+    } else if (revision == kRevision3 || sizes == FrameSizes::Plain) {
+        header.size = read_big_endian(in);
+    } else {
+        header.size = read_sync_safe_integer(in);
+    }
+    if (revision == kRevision3) {
+        header.statusFlags = ReadByte(in);
+        header.formatFlags = ReadByte(in);
+    } else if (revision == kRevision4) {
+        // Missing flags show soon enough: the body is missing, too.
+        in.read(&header.statusFlags, 1);
+        in.read(&header.formatFlags, 1);
+    }
+    if (header.size >= kFrameSizeLimit)
+        throw parseError();
+    header.id = revision == kRevision2 ? translate_v2_id(header.name.data())
+                                       : ReadFrameID(header.name.data());
     return true;
 }
 
-bool ReadFrameHeader_v3(streamIn& in, FrameHeader& header)
+bool IsRead(const FrameHeader& header, t_tagRevision revision)
 {
-    std::array<char, 5> name;
-    if (!ReadName<4>(in, name))
-        return false;
-    header = {};
-    header.size = read_big_endian(in);
-    header.statusFlags = ReadByte(in);
-    header.formatFlags = ReadByte(in);
-    CheckFrameSize(header.size);
-    header.id = ReadFrameID(name.data());
+    constexpr uint8_t kPreservation_v4 = 0x40 | 0x20; // when the tag or the file is altered
+    if (revision == kRevision3)
+        return !(header.formatFlags & (format3::kEncrypted | format3::kGrouped));
+    if (revision == kRevision4)
+        return !(header.statusFlags & (kPreservation_v4 | kReadOnly_v4)) &&
+               !(header.formatFlags & (format4::kGrouped | format4::kEncrypted));
     return true;
 }
 
-bool ReadFrameHeader_v4(streamIn& in, FrameHeader& header, bool plainSize)
+bool ReadFrameBody(streamIn& in, t_tagRevision revision, const FrameHeader& header, t_frame& frame)
 {
-    std::array<char, 5> name;
-    if (!ReadName<4>(in, name))
-        return false;
-    header = {};
-    header.size = plainSize ? read_big_endian(in) : read_sync_safe_integer(in);
-    // Missing flags show soon enough: the body is missing, too.
-    in.read(&header.statusFlags, 1);
-    in.read(&header.formatFlags, 1);
-    CheckFrameSize(header.size);
-    header.id = ReadFrameID(name.data());
+    if (revision == kRevision3)
+        return ReadBody_v3(in, header, frame.data);
+    if (revision == kRevision4) {
+        ReadBody_v4(in, header, frame.data);
+    } else {
+        ReadBody(in, header.size, frame.data);
+        PostprocessV2Frame(frame);
+    }
     return true;
-}
-
-bool IsRead_v3(const FrameHeader& header)
-{
-    return header.size != 0 && !(header.formatFlags & (format3::kEncrypted | format3::kGrouped));
-}
-
-bool IsRead_v4(const FrameHeader& header)
-{
-    constexpr uint8_t kPreservation = 0x40 | 0x20; // when the tag or the file is altered
-    return header.size != 0 && !(header.statusFlags & (kPreservation | kReadOnly_v4)) &&
-           !(header.formatFlags & (format4::kGrouped | format4::kEncrypted));
 }
 
 void ReadBody(streamIn& in, size_t size, t_byteVector& body)
@@ -175,19 +190,6 @@ void ReadBody(streamIn& in, size_t size, t_byteVector& body)
         body.set_size(done + piece);
         in.readObj(body.get_ptr() + done, piece);
     }
-}
-
-bool ReadBody_v3(streamIn& in, const FrameHeader& header, t_byteVector& body)
-{
-    if (!(header.formatFlags & format3::kCompressed)) {
-        ReadBody(in, header.size, body);
-        return true;
-    }
-    if (header.size < kDataLengthSize)
-        throw parseError();
-    in.skipObj(kDataLengthSize);
-    ReadBody(in, header.size - kDataLengthSize, body);
-    return zlib_decode_inplace(body);
 }
 
 void ReadBody_v4(streamIn& in, const FrameHeader& header, t_byteVector& body)

@@ -1,18 +1,16 @@
-// The pieces of an ID3v2 tag below the frame list: integers, frame headers and
-// bodies. The parser and the walk over raw frames share them, so that both see
-// the same frames. All of them throw parseError.
+// The pieces of an ID3v2 tag below the frame list: integers, headers and bodies, and the
+// walk from frame to frame that reading and editing share. All of them throw parseError.
 #pragma once
 
-#include "tags/id3parser/bytes/ByteVector.h"
 #include "tags/id3parser/bytes/Streams.h"
+#include "tags/id3parser/frames/Frame.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
 namespace id3parser
 {
-
-class t_frame;
 
 // Format flags of a frame header: the second flags byte.
 namespace format3
@@ -46,20 +44,27 @@ inline constexpr size_t kFrameHeaderSize = 10; // from ID3v2.3 on
 // No frame body may be this large or larger.
 inline constexpr uint32_t kFrameSizeLimit = 0x4000000;
 
-// Decoded size that a compressed frame announces in front of its data.
+// The field with a body's decoded size that comes before its data.
 inline constexpr size_t kDataLengthSize = 4;
 
 struct TagHeader {
     uint8_t major = 0;
     uint8_t flags = 0;
-    uint32_t size = 0; // bytes behind the header, without a footer
+    uint32_t size = 0; // bytes after the header, without a footer
 };
 
 struct FrameHeader {
-    uint32_t id = 0; // four characters; 0: an ID3v2.2 identifier without translation
+    std::array<char, 5> name{}; // as it is in the tag, and a 0
+    uint32_t id = 0;            // four characters; 0: an ID3v2.2 name without translation
     uint32_t size = 0;
     uint8_t statusFlags = 0;
     uint8_t formatFlags = 0;
+};
+
+// How the sizes of frames are read.
+enum class FrameSizes : uint8_t {
+    OfRevision,
+    Plain, // those of ID3v2.4 as in ID3v2.3, for tags of a program that wrote so
 };
 
 uint32_t read_sync_safe_integer(streamIn& in); // 28 bits
@@ -67,24 +72,35 @@ uint32_t read_big_endian(streamIn& in);
 
 // Checks the magic only: not the version, not the flags.
 TagHeader ReadTagHeader(streamIn& in);
-// Skips the extended header when the flags announce one.
-void SkipExtendedHeader_v3(uint8_t flags, streamIn& in);
-void SkipExtendedHeader_v4(uint8_t flags, streamIn& in);
+// Whether the version is known, and every flag that is set.
+bool IsReadable(const TagHeader& header);
+// Whether the tag is unsynchronised as a whole. From ID3v2.4 on each frame says so for
+// itself.
+bool IsUnsynchronised(const TagHeader& header);
+// Skips the extended header when the tag's flags announce one.
+void SkipExtendedHeader(streamIn& in, t_tagRevision revision, uint8_t flags);
 
-// Read the next frame header; false at the end of the data or at padding.
-bool ReadFrameHeader_v2(streamIn& in, FrameHeader& header);
-bool ReadFrameHeader_v3(streamIn& in, FrameHeader& header);
-// plainSize: the size is read as in ID3v2.3, for tags of a program that wrote so.
-bool ReadFrameHeader_v4(streamIn& in, FrameHeader& header, bool plainSize = false);
+// Reads the next frame header; false at the end of the data or at padding.
+bool ReadFrameHeader(streamIn& in, t_tagRevision revision, FrameSizes sizes, FrameHeader& header);
 
-// Whether the parser reads the frame's body: the rest is passed over.
-bool IsRead_v3(const FrameHeader& header);
-bool IsRead_v4(const FrameHeader& header);
+// Goes from frame to frame up to the end of the data or to padding. `visit` is called
+// with each header and takes the frame's body from the stream or skips it.
+template <class Visit>
+void WalkFrames(streamIn& in, t_tagRevision revision, FrameSizes sizes, Visit visit)
+{
+    FrameHeader header;
+    while (ReadFrameHeader(in, revision, sizes, header))
+        visit(header);
+}
+
+// Whether the flags let the frame's body be read: that of any other is passed over.
+bool IsRead(const FrameHeader& header, t_tagRevision revision);
+// Reads the body of such a frame, whose identifier is set. False for a compressed one,
+// which was consumed.
+bool ReadFrameBody(streamIn& in, t_tagRevision revision, const FrameHeader& header, t_frame& frame);
 
 // Reads `size` bytes. Never sets more memory aside than the stream can fill.
 void ReadBody(streamIn& in, size_t size, t_byteVector& body);
-// Returns false for a compressed body, which was consumed.
-bool ReadBody_v3(streamIn& in, const FrameHeader& header, t_byteVector& body);
 void ReadBody_v4(streamIn& in, const FrameHeader& header, t_byteVector& body);
 
 // Gives an ID3v2.2 picture the layout of ID3v2.3.
@@ -99,7 +115,7 @@ uint32_t ReadFrameID(const char* id4);
 bool validate_name(const char* name, size_t length);
 
 // Whether unsynchronisation would have to change the data: a byte of 0xE0 or
-// above behind 0xFF, or 0xFF at the end.
+// above after 0xFF, or 0xFF at the end.
 bool test_for_false_sync(streamIn& in);
 bool test_for_false_sync(const void* data, size_t size);
 

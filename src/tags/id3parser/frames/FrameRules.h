@@ -2,8 +2,8 @@
 // field is read and written. The writer takes the rows from top to bottom.
 #pragma once
 
+#include "tags/id3parser/frames/Frame.h"
 #include "tags/id3parser/frames/FrameId.h"
-#include "tags/id3parser/frames/Tag.h"
 
 #include <cstdint>
 #include <span>

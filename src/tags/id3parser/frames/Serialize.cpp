@@ -27,6 +27,68 @@ void WriteBigEndian32(streamOut& out, uint32_t value)
     out.write(bytes.data(), bytes.size());
 }
 
+// The zeros that unsync() would add.
+size_t CountUnsyncZeros(std::span<const uint8_t> bytes)
+{
+    size_t count = !bytes.empty() && bytes.back() == 0xFF ? 1 : 0;
+    for (size_t i = 1; i < bytes.size(); ++i)
+        count += bytes[i - 1] == 0xFF && (bytes[i] == 0 || bytes[i] >= 0xE0);
+    return count;
+}
+
+// A frame on its way out.
+struct Layout {
+    uint8_t statusFlags = 0;
+    uint8_t formatFlags = 0;
+    std::span<const uint8_t> body;
+    bool unsynchronise = false;
+    size_t size = 0; // of what follows the frame header
+};
+
+Layout LayOut(const t_frame& frame, t_tagRevision revision)
+{
+    const WireForm* wire = frame.wire;
+    Layout layout;
+    layout.body = wire != nullptr ? wire->body : frame.data.view();
+    layout.size = layout.body.size();
+    if (wire != nullptr) {
+        layout.statusFlags = wire->statusFlags;
+        layout.formatFlags = wire->formatFlags;
+    }
+    if (revision != kRevision4 || layout.formatFlags != 0 || (wire && !wire->mayNeedUnsync))
+        return layout;
+    // An ID3v2.4 tag is always written with the flag that makes some readers undo
+    // unsynchronisation in every frame: old frames must bear that.
+    const size_t zeros = CountUnsyncZeros(layout.body);
+    layout.unsynchronise =
+        zeros != 0 &&
+        (wire != nullptr || test_for_false_sync(layout.body.data(), layout.body.size()));
+    if (layout.unsynchronise) {
+        layout.formatFlags = format4::kUnsynchronised | format4::kDataLength;
+        layout.size += zeros + kDataLengthSize;
+    }
+    return layout;
+}
+
+void WriteFrame(const t_frame& frame, t_tagRevision revision, streamOut& out)
+{
+    const Layout layout = LayOut(frame, revision);
+    WriteBigEndian32(out, frame.id);
+    if (revision == kRevision4)
+        write_sync_safe_integer(out, safeDowncast(layout.size));
+    else
+        write_big_endian(out, safeDowncast(layout.size));
+    out.writeByte(layout.statusFlags);
+    out.writeByte(layout.formatFlags);
+    if (!layout.unsynchronise) {
+        out.write(layout.body.data(), layout.body.size());
+        return;
+    }
+    write_sync_safe_integer(out, safeDowncast(layout.body.size()));
+    streamInMem in(layout.body);
+    unsync(in, out);
+}
+
 } // namespace
 
 void write_big_endian(streamOut& out, uint32_t value)
@@ -72,55 +134,34 @@ void unsync(streamIn& in, streamOut& out)
         out.writeByte(0);
 }
 
-void WriteFrameHeader(uint32_t id, t_tagRevision revision, size_t size, uint8_t statusFlags,
-                      uint8_t formatFlags, streamOut& out)
-{
-    WriteBigEndian32(out, id);
-    if (revision == kRevision4)
-        write_sync_safe_integer(out, safeDowncast(size));
-    else
-        write_big_endian(out, safeDowncast(size));
-    out.writeByte(statusFlags);
-    out.writeByte(formatFlags);
-}
-
-void WriteUnsynchronisedFrame_v4(uint32_t id, uint8_t statusFlags, std::span<const uint8_t> body,
-                                 streamOut& out)
-{
-    streamInMem in(body);
-    streamOutBuffer unsynchronised;
-    unsync(in, unsynchronised);
-    WriteFrameHeader(id, kRevision4, unsynchronised.bytes.size() + kDataLengthSize, statusFlags,
-                     format4::kUnsynchronised | format4::kDataLength, out);
-    write_sync_safe_integer(out, safeDowncast(body.size()));
-    out.write(unsynchronised.bytes.data(), unsynchronised.bytes.size());
-}
-
 void WriteFrame_v3(const t_frame& frame, streamOut& out)
 {
-    WriteFrameHeader(frame.id, kRevision3, frame.data.get_size(), 0, 0, out);
-    out.write(frame.data.get_ptr(), frame.data.get_size());
+    WriteFrame(frame, kRevision3, out);
 }
 
 void WriteFrame_v4(const t_frame& frame, streamOut& out)
 {
-    const auto body = frame.data.view();
-    if (test_for_false_sync(body.data(), body.size())) {
-        WriteUnsynchronisedFrame_v4(frame.id, 0, body, out);
-        return;
-    }
-    WriteFrameHeader(frame.id, kRevision4, body.size(), 0, 0, out);
-    out.write(body.data(), body.size());
+    WriteFrame(frame, kRevision4, out);
+}
+
+size_t FrameSize(const t_frame& frame, t_tagRevision revision)
+{
+    const size_t size = LayOut(frame, revision).size;
+    if (safeDowncast(size) >= kSizeLimit)
+        throw writeError();
+    return kFrameHeaderSize + size;
 }
 
 void WriteTagHeader(t_tagRevision revision, uint64_t size, streamOut& out)
 {
-    out.write("ID3", 3);
-    out.writeByte(static_cast<uint8_t>(revision));
-    out.writeByte(0);
+    streamOutBuffer header;
+    header.write("ID3", 3);
+    header.writeByte(static_cast<uint8_t>(revision));
+    header.writeByte(0);
     // The ID3v2.4 bit says that frames may be unsynchronised; each tells for itself.
-    out.writeByte(revision == kRevision4 ? tagFlags::kUnsynchronised : uint8_t{0});
-    write_sync_safe_integer(out, safeDowncast(size));
+    header.writeByte(revision == kRevision4 ? tagFlags::kUnsynchronised : uint8_t{0});
+    write_sync_safe_integer(header, safeDowncast(size));
+    out.write(header.bytes.data(), header.bytes.size());
 }
 
 void WritePadding(uint64_t size, streamOut& out)
@@ -140,37 +181,6 @@ uint64_t PaddingFor(uint64_t total, uint64_t availableSize, uint64_t maxPadding,
         padding = availableSize - total;
     const uint64_t excess = (total + padding) % alignment;
     return excess == 0 ? padding : padding + (alignment - excess);
-}
-
-void t_tag::WriteContent_v3(streamOut& out) const
-{
-    for (const t_frame& frame : m_frames)
-        WriteFrame_v3(frame, out);
-}
-
-void t_tag::WriteContent_v4(streamOut& out) const
-{
-    for (const t_frame& frame : m_frames)
-        WriteFrame_v4(frame, out);
-}
-
-void t_tag::Write(streamOut& out, uint64_t availableSize, uint64_t maxPadding,
-                  size_t alignment) const
-{
-    if (m_revision != kRevision3 && m_revision != kRevision4)
-        throw writeError();
-    streamOutBuffer content;
-    if (m_revision == kRevision3)
-        WriteContent_v3(content);
-    else
-        WriteContent_v4(content);
-
-    const uint64_t size = content.bytes.size();
-    const uint64_t padding =
-        PaddingFor(size + kTagHeaderSize, availableSize, maxPadding, alignment);
-    WriteTagHeader(m_revision, size + padding, out);
-    out.write(content.bytes.data(), content.bytes.size());
-    WritePadding(padding, out);
 }
 
 } // namespace id3parser

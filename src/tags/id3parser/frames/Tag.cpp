@@ -1,16 +1,11 @@
 #include "tags/id3parser/frames/Tag.h"
 
 #include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/frames/FrameReader.h"
+#include "tags/id3parser/frames/Serialize.h"
 
 namespace id3parser
 {
-
-void t_frame::Reset()
-{
-    id = 0;
-    origin = 0;
-    data.set_size(0);
-}
 
 t_tag::FrameList::iterator t_tag::AddFrame(uint32_t id)
 {
@@ -31,7 +26,7 @@ void t_tag::SetRevision(t_tagRevision revision)
     OnRevisionChange(revision);
 }
 
-// Whether the frame still holds in the new revision, perhaps re-encoded.
+// Whether the frame is valid in the new revision, perhaps re-encoded.
 static bool OnRevisionChange_Sanitize(t_frame& frame, t_tagRevision revision)
 {
     if (frame.id == kFrameAPIC)
@@ -69,6 +64,110 @@ void t_tag::SanitizeAPICOrder()
     }
     m_frames.splice(m_frames.end(), frontCovers);
     m_frames.splice(m_frames.end(), others);
+}
+
+void t_tag::Parse_MemBlock(const void* data, size_t size, parseCallback& callback)
+{
+    streamInMem in(data, size);
+    Parse(in, callback);
+}
+
+void t_tag::Parse(streamIn& in, parseCallback& callback)
+{
+    Reset(kRevisionNone);
+    const TagHeader header = ReadTagHeader(in);
+    if (!IsReadable(header))
+        throw parseError();
+    streamLimited limited(in, header.size);
+    streamFixSync synchronised(limited);
+    streamIn& content = IsUnsynchronised(header) ? static_cast<streamIn&>(synchronised) : limited;
+    switch (header.major) {
+    case kRevision2:
+        ParseFrames_v2(content, callback);
+        break;
+    case kRevision3:
+        ParseContent_v3(header.flags, content, callback);
+        break;
+    case kRevision4:
+        ParseContent_v4(header.flags, content, callback);
+        break;
+    }
+    m_revision = t_tagRevision{header.major};
+}
+
+void t_tag::ParseContent_v3(uint8_t flags, streamIn& in, parseCallback& callback)
+{
+    SkipExtendedHeader(in, kRevision3, flags);
+    ParseFrames_v3(in, callback);
+}
+
+void t_tag::ParseContent_v4(uint8_t flags, streamIn& in, parseCallback& callback)
+{
+    SkipExtendedHeader(in, kRevision4, flags);
+    ParseFrames_v4(in, callback);
+}
+
+// Appends the frames that are shown and whose identifier is wanted.
+template <class IsWanted>
+void t_tag::ParseFrames(streamIn& in, t_tagRevision revision, IsWanted isWanted)
+{
+    WalkFrames(in, revision, FrameSizes::OfRevision, [&](const FrameHeader& header) {
+        if (header.size == 0 || !IsRead(header, revision) || !isWanted(header.id)) {
+            in.skipObj(header.size);
+            return;
+        }
+        FrameList one(1, t_frame(header.id));
+        if (ReadFrameBody(in, revision, header, one.front()))
+            m_frames.splice(m_frames.end(), one);
+    });
+}
+
+void t_tag::ParseFrames_v2(streamIn& in, parseCallback& callback)
+{
+    // Only frames that cannot be named are the caller's choice.
+    ParseFrames(in, kRevision2, [&](uint32_t id) { return id != 0 || callback.wantFrame(id); });
+}
+
+void t_tag::ParseFrames_v3(streamIn& in, parseCallback& callback)
+{
+    ParseFrames(in, kRevision3, [&](uint32_t id) { return callback.wantFrame(id); });
+}
+
+void t_tag::ParseFrames_v4(streamIn& in, parseCallback& callback)
+{
+    ParseFrames(in, kRevision4, [&](uint32_t id) { return callback.wantFrame(id); });
+}
+
+void t_tag::WriteContent_v3(streamOut& out) const
+{
+    for (const t_frame& frame : m_frames)
+        WriteFrame_v3(frame, out);
+}
+
+void t_tag::WriteContent_v4(streamOut& out) const
+{
+    for (const t_frame& frame : m_frames)
+        WriteFrame_v4(frame, out);
+}
+
+// The size is known first: the frames go straight to where they belong, and one that
+// cannot be written shows before anything is.
+void t_tag::Write(streamOut& out, uint64_t availableSize, uint64_t maxPadding,
+                  size_t alignment) const
+{
+    if (m_revision != kRevision3 && m_revision != kRevision4)
+        throw writeError();
+    uint64_t size = kTagHeaderSize;
+    for (const t_frame& frame : m_frames)
+        size += FrameSize(frame, m_revision);
+    const uint64_t padding = PaddingFor(size, availableSize, maxPadding, alignment);
+    WriteTagHeader(m_revision, size + padding - kTagHeaderSize, out);
+    out.expect(static_cast<size_t>(size + padding - kTagHeaderSize));
+    if (m_revision == kRevision3)
+        WriteContent_v3(out);
+    else
+        WriteContent_v4(out);
+    WritePadding(padding, out);
 }
 
 } // namespace id3parser

@@ -3,108 +3,15 @@
 // and bodies shaped as in ID3v2.3 and 2.4.
 #pragma once
 
-#include "tags/id3parser/bytes/ByteVector.h"
 #include "tags/id3parser/bytes/Streams.h"
-#include "tags/id3parser/frames/FrameId.h"
-#include "tags/id3parser/text/TextEncodings.h"
+#include "tags/id3parser/frames/Frame.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <list>
-#include <string>
-#include <string_view>
 
 namespace id3parser
 {
-
-// The major version of a tag.
-enum t_tagRevision : int {
-    kRevisionNone = 0, // empty or freshly reset
-    kRevision2 = 2,
-    kRevision3 = 3,
-    kRevision4 = 4,
-};
-
-// How frame bodies are to be built.
-struct tagCreateArgs {
-    uint8_t encoding = 3;        // text encoding: 0 ISO-8859-1, 1 UTF-16, 3 UTF-8
-    bool fullDateInYear = false; // below 2.4 a full date goes into TYER as it is
-    bool omitRating = false;     // write no POPM frame
-};
-
-struct tagCreateContext : tagCreateArgs {
-    t_tagRevision revision = kRevisionNone;
-
-    bool isOldRevision() const { return revision < kRevision4; }
-};
-
-// Bytes between the encoding byte of a frame's body and its text: the language of COMM and
-// USLT.
-size_t get_byteskip(uint32_t id);
-
-// One frame. Getters throw parseError when the body is malformed, text is UTF-8.
-class t_frame
-{
-public:
-    explicit t_frame(uint32_t frameId = 0) : id(frameId) {}
-
-    // Sets the identifier to 0 and empties the body.
-    void Reset();
-
-    bool isTextFrame() const { return id >> 24 == 'T'; }
-    bool isUserTextFrame() const { return id == kFrameTXXX; }
-    bool isStdTextFrame() const { return isTextFrame() && !isUserTextFrame(); }
-    bool isPicture() const { return id == kFrameAPIC; }
-
-    // Every terminator ends a string, text behind the last one is one more.
-    // More than 1024 strings throw.
-    size_t GetStringCount() const;
-
-    // The string with that index. A run of terminators counts as one separator
-    // here. EnumString continues a walk, so that one pass reads all strings.
-    // strict: text that breaks the rules of its encoding throws.
-    void GetAsString(bool strict, std::string& out, size_t index) const;
-    void EnumString(bool strict, std::string& out, size_t index, t_frameWalk& walk) const;
-
-    // Appends the URL of a URL frame.
-    void GetAsURL(std::string& out) const;
-    // Assigns the URL of a WXXX frame, which stands behind its description.
-    void GetAsWXXX(bool strict, std::string& out) const;
-
-    // `data` points into the body and is valid until it changes. A type above 20
-    // becomes 0.
-    void getPicture(uint8_t& type, const uint8_t*& data, size_t& size) const;
-    // Never throws: 0 when the body is malformed.
-    uint8_t getPictureType() const;
-    std::string getPictureMime() const;
-    std::string getPictureDesc() const;
-
-    // Setters replace the body. Text is UTF-8 and ends at its first 0.
-    // COMM and USLT get the language "eng". Throws writeError when the context's
-    // encoding cannot be written.
-    void SetAsString(std::string_view utf8, const tagCreateContext& context);
-    // Appends a string in the encoding that the body has.
-    void AddString(std::string_view utf8);
-    void SetAsNumeric(std::string_view utf8);
-    void SetAsURL(std::string_view utf8);
-    // The body of a WXXX frame.
-    void SetAsURLEx(std::string_view description, std::string_view url,
-                    const tagCreateContext& context);
-    // Makes the frame an APIC. `mime` and `description` are copied byte for byte
-    // and declared ISO-8859-1.
-    void setPicture(uint8_t type, std::string_view mime, std::string_view description,
-                    const uint8_t* data, size_t size);
-
-    // Re-encodes a COMM or USLT body that `revision` does not allow as it is.
-    // Throws parseError when the body is malformed.
-    void SanitizeForRevision(t_tagRevision revision);
-
-    bool operator==(const t_frame& other) const { return id == other.id && data == other.data; }
-
-    uint32_t id;
-    uint32_t origin = 0; // which old frame this is, by the count of its owner; 0: a new one
-    t_byteVector data;
-};
 
 // Which frames the caller of a parse wants.
 class parseCallback
@@ -163,7 +70,7 @@ public:
     void SetRevision(t_tagRevision revision);
     void OnRevisionChange(t_tagRevision revision);
 
-    // Erases the frames that the filter selects and returns how many it were.
+    // Erases the frames that the filter selects and returns their number.
     size_t RemoveFrames(const FIDFilter& filter);
     size_t RemoveFrameID(uint32_t id) { return RemoveFrames(FIDFilterOne(id)); }
 
@@ -175,7 +82,8 @@ public:
     void Parse(streamIn& in, parseCallback& callback);
     void Parse_MemBlock(const void* data, size_t size, parseCallback& callback);
 
-    // Serializes a tag of revision 3 or 4. All sizes are bytes.
+    // Serializes a tag of revision 3 or 4, frames of an old tag in their old form. All
+    // sizes are bytes.
     //
     // availableSize  the room of the tag to be replaced: filled with padding when
     //                that takes no more than maxPadding, else 2048 bytes of it
@@ -187,6 +95,8 @@ public:
     void WriteContent_v4(streamOut& out) const;
 
 private:
+    template <class IsWanted>
+    void ParseFrames(streamIn& in, t_tagRevision revision, IsWanted isWanted);
     void ParseFrames_v2(streamIn& in, parseCallback& callback);
     void ParseContent_v3(uint8_t flags, streamIn& in, parseCallback& callback);
     void ParseContent_v4(uint8_t flags, streamIn& in, parseCallback& callback);

@@ -1,8 +1,10 @@
-// t_frame: building bodies from UTF-8 text.
+#include "tags/id3parser/frames/Frame.h"
+
 #include "tags/id3parser/bytes/Errors.h"
-#include "tags/id3parser/frames/Tag.h"
+#include "tags/id3parser/frames/FramePicture.h"
 #include "tags/id3parser/text/TextEncodings.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -14,6 +16,15 @@ namespace
 
 constexpr char kLanguage[] = "eng";
 constexpr size_t kLanguageSize = 3;
+
+// The bytes after the encoding byte and the language.
+std::span<const uint8_t> TextOf(const t_frame& frame)
+{
+    const size_t offset = 1 + get_byteskip(frame.id);
+    if (frame.data.get_size() < offset)
+        throw parseError();
+    return frame.data.view().subspan(offset);
+}
 
 std::string_view UpToZero(std::string_view text)
 {
@@ -45,8 +56,8 @@ std::vector<uint8_t> EncodeString(uint8_t encoding, std::string_view utf8)
     return bytes;
 }
 
-// Sizes the body for a payload, writes what stands in front of it and returns
-// where the payload goes.
+// Sizes the body for a payload, writes what comes before it and returns where the
+// payload goes.
 uint8_t* _prepareString(t_frame& frame, uint8_t encoding, size_t payloadSize)
 {
     const size_t offset = 1 + get_byteskip(frame.id);
@@ -72,6 +83,86 @@ void _setPicture_writeString(t_byteVector& body, std::string_view text)
 }
 
 } // namespace
+
+size_t get_byteskip(uint32_t id)
+{
+    return id == kFrameCOMM || id == kFrameUSLT ? 3 : 0;
+}
+
+size_t t_frame::GetStringCount() const
+{
+    const auto text = TextOf(*this);
+    if (UnitSize(data.get_ptr()[0]) == 1)
+        return GetStringCount_Helper(text);
+    return GetStringCount_Helper(UnitView(text));
+}
+
+void t_frame::EnumString(bool strict, std::string& out, size_t index, t_frameWalk& walk) const
+{
+    const auto text = TextOf(*this);
+    const uint8_t encoding = data.get_ptr()[0];
+    const size_t position = UnitSize(encoding) == 1 ? skipToIndex(text, index, walk)
+                                                    : 2 * skipToIndex(UnitView(text), index, walk);
+    importString(out, encoding, text.subspan(position), strict);
+}
+
+void t_frame::GetAsString(bool strict, std::string& out, size_t index) const
+{
+    t_frameWalk walk;
+    EnumString(strict, out, index, walk);
+}
+
+void t_frame::GetAsURL(std::string& out) const
+{
+    if (data.get_size() == 0)
+        throw parseError();
+    out += importURL(data.view());
+}
+
+// The URL is ISO-8859-1 whatever the encoding of the description.
+void t_frame::GetAsWXXX(bool, std::string& out) const
+{
+    if (data.get_size() == 0)
+        throw parseError();
+    const auto body = data.view();
+    const size_t width = UnitSize(body[0]);
+    for (size_t at = 1; at + width <= body.size(); at += width) {
+        if (std::ranges::any_of(body.subspan(at, width), [](uint8_t byte) { return byte != 0; }))
+            continue;
+        out = importURL(body.subspan(at + width));
+        return;
+    }
+    throw parseError();
+}
+
+void t_frame::getPicture(uint8_t& type, const uint8_t*& bytes, size_t& size) const
+{
+    if (!isPicture())
+        throw parseError();
+    const PictureView picture = extractAPIC(data.view());
+    type = picture.type;
+    bytes = picture.data.data();
+    size = picture.data.size();
+}
+
+uint8_t t_frame::getPictureType() const
+{
+    try {
+        return extractAPIC(data.view()).type;
+    } catch (const parseError&) {
+        return 0;
+    }
+}
+
+std::string t_frame::getPictureMime() const
+{
+    return extractAPIC_mime(data.view());
+}
+
+std::string t_frame::getPictureDesc() const
+{
+    return extractAPIC_desc(data.view());
+}
 
 void t_frame::SetAsString(std::string_view utf8, const tagCreateContext& context)
 {
