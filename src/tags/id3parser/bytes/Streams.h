@@ -93,7 +93,7 @@ private:
     streamIn& m_inner;
     bool m_havePending = false;
     uint8_t m_pending = 0;
-    std::array<uint8_t, 512> m_ahead{};
+    std::array<uint8_t, 512> m_ahead; // filled up to m_aheadSize
     size_t m_aheadPosition = 0;
     size_t m_aheadSize = 0;
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 
@@ -30,9 +31,16 @@ void WriteBigEndian32(streamOut& out, uint32_t value)
 // The zeros that unsync() would add.
 size_t CountUnsyncZeros(std::span<const uint8_t> bytes)
 {
-    size_t count = !bytes.empty() && bytes.back() == 0xFF ? 1 : 0;
-    for (size_t i = 1; i < bytes.size(); ++i)
-        count += bytes[i - 1] == 0xFF && (bytes[i] == 0 || bytes[i] >= 0xE0);
+    size_t count = 0;
+    const uint8_t* at = bytes.data();
+    const uint8_t* const end = at + bytes.size();
+    while (at != end) {
+        at = static_cast<const uint8_t*>(std::memchr(at, 0xFF, static_cast<size_t>(end - at)));
+        if (at == nullptr)
+            break;
+        ++at;
+        count += at == end || *at == 0 || *at >= 0xE0;
+    }
     return count;
 }
 

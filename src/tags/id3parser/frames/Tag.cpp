@@ -116,8 +116,8 @@ void t_tag::ParseFrames(streamIn& in, t_tagRevision revision, IsWanted isWanted)
             in.skipObj(header.size);
             return;
         }
-        FrameList one(1, t_frame(header.id));
-        if (ReadFrameBody(in, revision, header, one.front()))
+        FrameList one;
+        if (ReadFrameBody(in, revision, header, one.emplace_back(header.id)))
             m_frames.splice(m_frames.end(), one);
     });
 }
