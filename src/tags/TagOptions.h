@@ -1,7 +1,7 @@
 // How a tag is to be written.
 #pragma once
 
-#include "tags/id3parser/frames/Tag.h"
+#include "tags/id3parser/frames/Frame.h"
 
 #include <cstdint>
 #include <string_view>

@@ -68,6 +68,25 @@ TEST(Parser, ReadsFramesAndRefusesDamage)
         EXPECT_EQ(Parsed(tag), expected) << name;
 }
 
+TEST(Parser, AsksWhichFramesAreWantedFromID3v23OnAndForUnnamedOnesBefore)
+{
+    struct Only : id3parser::parseCallback {
+        explicit Only(uint32_t id) : wanted(id) {}
+        bool wantFrame(uint32_t id) override { return id == wanted; }
+        uint32_t wanted;
+    };
+    constexpr uint32_t kAlbum = id3parser::FrameId("TALB");
+    EXPECT_EQ(Parsed(Tag(2, "TT2:a|ULT=x|TAL:b"), Only(kAlbum)), "2 TIT2:a|TALB:b");
+    EXPECT_EQ(Parsed(Tag(2, "TT2:a|ULT=x"), Only(0)), "2 TIT2:a|0=x");
+    for (const int version : {3, 4}) {
+        const std::string revision = std::to_string(version);
+        EXPECT_EQ(Parsed(Tag(version, "TIT2:a|TALB:b"), Only(kAlbum)), revision + " TALB:b");
+    }
+    // A frame that is not wanted does no harm.
+    EXPECT_EQ(Parsed(Tag(4, "TIT2[0008]=zip|TALB:b"), Only(kAlbum)), "4 TALB:b");
+    EXPECT_EQ(Parsed(Tag(2, "XXX=x|TT2:a"), Only(kAlbum)), "2 TIT2:a");
+}
+
 TEST(Parser, ALyingSizeTakesNoMemory)
 {
     const Bytes lying = TagOf(3, "TIT2\3\x93\x87\0\0\0abc"s, 0, 60000010);

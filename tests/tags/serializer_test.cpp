@@ -43,6 +43,43 @@ TEST(Serializer, PaddingFillsTheRoomOrStaysSmall)
     EXPECT_EQ(out.bytes, Tag(4, "PRIV[0003]=\0\0\0\3A\xFF\0\xE0"s, 0x80));
 }
 
+TEST(Serializer, WritesNothingOfATagThatCannotBeExpressed)
+{
+    t_tag old = TagWith(id3parser::kRevision2, "TIT2:a");
+    id3parser::streamOutBuffer out;
+    EXPECT_THROW(old.Write(out, 0, 0, 1), id3parser::writeError);
+    // Padding counts for the size, too.
+    t_tag tag = TagWith(id3parser::kRevision3, "TIT2:a");
+    EXPECT_THROW(tag.Write(out, (1 << 28) + 64, 1 << 29, 1), id3parser::writeError);
+    EXPECT_THROW(tag.Write(out, uint64_t{1} << 33, uint64_t{1} << 33, 1), std::overflow_error);
+    EXPECT_EQ(out.bytes, Bytes());
+}
+
+TEST(Serializer, AChangeOfRevisionKeepsPicturesCommentsAndLyrics)
+{
+    const std::string kept = "APIC:x\0\3\0p|USLT:deud\0l"s;
+    t_tag tag = TagWith(id3parser::kRevision4, "TIT2:a|COMM=\3deu\0\xC3\xA9|PRIV=x|"s + kept);
+    tag.SetRevision(id3parser::kRevision4);
+    EXPECT_EQ(tag.Frames().size(), 5u);
+    tag.SetRevision(id3parser::kRevision3);
+    EXPECT_EQ(NotesOf(tag), "COMM=\1deu" + Utf16(u"") + Utf16(u"\u00E9") + "|" + kept);
+    EXPECT_EQ(tag.Revision(), id3parser::kRevision3);
+}
+
+TEST(Serializer, FiltersSelectTheFramesThatAreRemoved)
+{
+    const std::string notes = "TYER:2004|TIT2:a|TDAT:1503|TIT2:b";
+    t_tag tag = TagWith(id3parser::kRevision3, notes);
+    EXPECT_EQ(tag.RemoveFrameID(id3parser::FrameId("TALB")), 0u);
+    EXPECT_EQ(tag.RemoveFrameID(id3parser::FrameId("TIT2")), 2u);
+    EXPECT_EQ(NotesOf(tag), "TYER:2004|TDAT:1503");
+    tag = TagWith(id3parser::kRevision3, notes);
+    EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilter23date()), 2u);
+    EXPECT_EQ(NotesOf(tag), "TIT2:a|TIT2:b");
+    EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilterAny()), 2u);
+    EXPECT_EQ(NotesOf(tag), "");
+}
+
 TEST(Serializer, UnsynchronisationIsUndoneByReading)
 {
     std::string data;

@@ -1,4 +1,5 @@
 #include "TagBuilder.h"
+#include "tags/id3parser/frames/Serialize.h"
 
 #include <gtest/gtest.h>
 
@@ -97,6 +98,38 @@ TEST(TagUpdate, AnOlderTagBecomesID3v23)
         Frames(
             3,
             "TIT2^a|TALB^b|USLT:engd\0l|TYER:2004\0|COMM:deu\0c|GEOB=odd|APIC:image/png\0\4\0pic"s));
+}
+
+// A 0 for every 0xFF that is followed by one, by a byte from 0xE0 on, or by nothing.
+std::string Unsynchronised(const std::string& bytes)
+{
+    id3parser::streamInMem in(bytes.data(), bytes.size());
+    id3parser::streamOutBuffer out;
+    id3parser::unsync(in, out);
+    return S(out.bytes);
+}
+
+TEST(TagUpdate, AnUnsynchronisedTagIsCarriedOverAsItWasBefore)
+{
+    const std::string binary = "\xFF\xE0\xFF\0\xFF\0\0 \xFF\xFF"s;
+    const std::string kept = "PRIV=" + binary + "|TXXX[8080]=" + binary + "|GEOB[0020]=g" + binary;
+    const NTag title = ListOf(L"Title=b");
+    const std::string content = Unsynchronised(Frames(3, "TIT2:a|" + kept));
+    EXPECT_EQ(ContentOf(Update({TagOf(3, content, 0x80)}, title)), Frames(3, "TIT2^b|" + kept));
+    const std::string older = Unsynchronised(Frames(2, "TT2:a|GEO=" + binary));
+    EXPECT_EQ(ContentOf(Update({TagOf(2, older, 0x80)}, title)),
+              Frames(3, "TIT2^b|GEOB=" + binary));
+    // Whether reading gets past a fault of the unsynchronisation decides what the tag may
+    // become: it stumbles at what it looks at only.
+    const std::tuple<const char*, std::string, int> rows[] = {
+        {"sound", content, 3},
+        {"a fault beyond the padding's first bytes", content + "\0\0\0\0\xFF\xE0"s, 3},
+        {"a fault within them", content + "\0\0\0\xFF\xE0"s, 4},
+        {"a lone 0xFF at the end", content + "\0\0\0\xFF"s, 4},
+        {"a fault in a frame", Frames(3, "TIT2:a|PRIV=\xFF\xE0\xFF"), 4},
+        {"a fault in a frame that is passed over", Frames(3, "PRIV[0040]=\xFF\xE0"), 4}};
+    for (const auto& [name, bytes, version] : rows)
+        EXPECT_EQ(Update({TagOf(3, bytes, 0x80)}, title, {L"ID3v2WriteV24"})[3], version) << name;
 }
 
 // Read as plain sizes the first large frame would swallow the next one exactly.
