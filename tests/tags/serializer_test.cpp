@@ -14,7 +14,7 @@ t_tag TagWith(id3parser::t_tagRevision revision, const std::string& notes)
     tag.Reset(revision);
     std::istringstream in(notes);
     for (std::string note; std::getline(in, note, '|');)
-        tag.Frames().push_back(Frame(note));
+        *tag.AddFrame(0) = Frame(note);
     return tag;
 }
 
@@ -76,6 +76,8 @@ TEST(Serializer, FiltersSelectTheFramesThatAreRemoved)
     tag = TagWith(id3parser::kRevision3, notes);
     EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilter23date()), 2u);
     EXPECT_EQ(NotesOf(tag), "TIT2:a|TIT2:b");
+    tag.Frames().back().Reset();
+    EXPECT_EQ(NotesOf(tag), "TIT2:a|0=");
     EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilterAny()), 2u);
     EXPECT_EQ(NotesOf(tag), "");
 }
