@@ -84,6 +84,9 @@ TEST(TagUpdate, NewerTagsKeepTheirFramesAndFlags)
     const std::string open = "PRIV[0003]=\0\0\0\1"s + std::string(124, 'a');
     const Bytes tag = Update({TagOf(4, Frames(4, open) + "\0garbage"s, 0x80)}, title, {});
     EXPECT_EQ(ContentOf(tag), Frames(4, written + open));
+    // Reading takes the end of the tag for the end of an unsynchronised frame.
+    EXPECT_EQ(ContentOf(Update({TagOf(4, Frames(4, "PRIV[0002]=abcd"), 0x80, 12)}, title, {})),
+              Frames(4, written + "PRIV[0002]=ab"));
     EXPECT_EQ(Read(tag), L"Title=b;");
 }
 
@@ -136,8 +139,13 @@ TEST(TagUpdate, AnUnsynchronisedTagIsCarriedOverAsItWasBefore)
 TEST(TagUpdate, AFrameWithAnOddNameDoesNotChangeHowSizesAreRead)
 {
     const std::string frames = "GEOB=" + std::string(128, 'g') + "|priv=" + std::string(118, 'p');
-    EXPECT_EQ(ContentOf(Update({Tag(4, frames)}, ListOf(L"Rating=5"))),
-              Frames(4, "POPM=Windows Media Player 9 Series\0\x60|"s + frames));
+    const NTag rating = ListOf(L"Rating=5");
+    const std::string written = "POPM=Windows Media Player 9 Series\0\x60|"s;
+    EXPECT_EQ(ContentOf(Update({Tag(4, frames)}, rating)), Frames(4, written + frames));
+    // So it would here, with what follows the padding.
+    const std::string odd = "priv=" + std::string(128, 'p') + "|GEOB=" + std::string(110, 'g');
+    EXPECT_EQ(ContentOf(Update({TagOf(4, Frames(4, odd) + "\0garbage"s)}, rating)),
+              Frames(4, written + odd));
 }
 
 // A reader gives the whole tag up at a frame of 64 MiB.
@@ -176,7 +184,13 @@ TEST(TagUpdate, FramesOfADamagedTagAreRescued)
         {"plain sizes", TagOf(4, sizes), 3, "TIT2^a|TPE1^b" + priv + geob},
         {"plain sizes, kept in 2.4", TagOf(4, sizes), 4, "TIT2:a|TPE1:b\0"s + priv + geob},
         {"cut", TagOf(3, Frames(3, kPriv + "|TIT2:a" + geob), 0, 100), 3, "TIT2:a|TPE1^b|" + kPriv},
+        {"plain sizes and an odd name", TagOf(4, Frames(3, "TIT2:a|priv=" + body + geob)), 3,
+         "TIT2^a|TPE1^b"},
         {"unknown header flag", Tag(3, "TIT2:a" + geob, 0x10), 3, "TIT2:a|TPE1^b" + geob},
+        {"unknown header flag, to 2.4", Tag(3, "TIT2:a" + geob, 0x10), 4,
+         "TIT2:a\0|TPE1:b\0"s + geob},
+        {"unknown header flag and an odd name", Tag(3, "TIT2:a" + geob + "|priv=x|PRIV=y", 0x10), 3,
+         "TIT2:a|TPE1^b" + geob},
         {"no tag", Text("no tag at all"), 3, "TPE1^b"},
     };
     for (const auto& [name, tag, version, after] : rows) {
@@ -208,6 +222,8 @@ TEST(TagUpdate, SeveralTagsBecomeOne)
     EXPECT_EQ(ContentOf(Update({newer, Tag(3, "TALB:2")}, {})),
               Frames(3, "TIT2=\1" + Utf16(u"\u00E9") + "|TALB:2|WPAY=u|COMM=\1deu" + Utf16(u"") +
                             Utf16(u"\u00E9") + "|PRIV[8000]=p"));
+    EXPECT_EQ(ContentOf(Update({Tag(3, "PRIV[8000]=p"), Tag(4, "TALB:2")}, {})),
+              Frames(4, "TALB:2|PRIV[4000]=p"));
 }
 
 const std::string kFront = "APIC:image/x\0\3one\0front|"s,

@@ -94,8 +94,6 @@ void CarriedFrames::Merge(OldTag moved)
 void CarriedFrames::MergeFrame(t_tag::FrameList one, t_tagRevision from, metaMap& fields)
 {
     t_frame& frame = one.front();
-    if (frame.id == 0)
-        return;
     frame_to_infos(frame, from, fields);
 
     const std::string field = FieldOfFrame(frame);

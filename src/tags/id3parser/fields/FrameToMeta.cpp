@@ -5,7 +5,6 @@
 #include "tags/id3parser/fields/FieldNames.h"
 #include "tags/id3parser/fields/Genres.h"
 #include "tags/id3parser/frames/FrameRules.h"
-#include "tags/id3parser/text/TextEncodings.h"
 
 #include <algorithm>
 #include <optional>
