@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <new>
 
 namespace
@@ -17,10 +16,7 @@ using SizeField = std::array<uint8_t, 4>;
 
 bool ReadFormSize(const FileContent& content, SizeField& field)
 {
-    if (content.ReadAt(kFormSizeOffset, field) == field.size())
-        return true;
-    errno = EIO;
-    return false;
+    return content.ReadAt(kFormSizeOffset, field) == field.size();
 }
 
 bool IsFormSize(const FileEdit::Change& change)
@@ -33,9 +29,9 @@ bool MayBeSizeField(const FileEdit::Change& change)
     return change.bytes.size() <= SizeField().size();
 }
 
-// Whether a size field in front of the tail grows by more than one byte of it: written
-// by half it would send a reader past the chunks behind it. One that shrinks is that
-// of the last chunk, whose end the file sets meanwhile.
+// Whether a size field before the tail grows and more than one of its bytes changes: half
+// written, it would send a reader past the chunks that follow. One that shrinks is that of
+// the last chunk, which the end of the file bounds meanwhile.
 bool GrowsInside(const FileEdit& edit, int64_t tailStart)
 {
     return std::ranges::any_of(edit.Changes(), [&](const FileEdit::Change& change) {
@@ -58,23 +54,29 @@ FileEdit::Change Part(const FileEdit::Change& change, int64_t from, int64_t to)
                                         static_cast<size_t>(end - start))};
 }
 
-bool WriteParts(InPlaceWriter& writer, const std::vector<FileEdit::Change>& changes, int64_t from,
-                int64_t to)
+// Writes what the edit changes between two positions, except for the form's size.
+std::error_code WriteParts(InPlaceWriter& writer, const std::vector<FileEdit::Change>& changes,
+                           int64_t from, int64_t to)
 {
-    return std::ranges::all_of(changes, [&](const FileEdit::Change& change) {
+    for (const FileEdit::Change& change : changes) {
         const FileEdit::Change part = Part(change, from, to);
         if (part.bytes.empty() || IsFormSize(change))
-            return true;
-        return MayBeSizeField(part) ? writer.WriteSize(part.position, part.bytes)
-                                    : writer.Write(part.position, part.bytes);
-    });
+            continue;
+        const std::error_code error = MayBeSizeField(part)
+                                          ? writer.WriteSize(part.position, part.bytes)
+                                          : writer.Write(part.position, part.bytes);
+        if (error)
+            return error;
+    }
+    return {};
 }
 
-// While the end of the file is rewritten the form ends in front of it, wherever it
-// ended before: whoever reads the file then, or after a crash, sees whole chunks and
-// stray bytes behind them. The file is cut last, when nothing can fail any more that
-// would need the bytes.
-bool ChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& writer, int64_t tailStart)
+// While the end of the file is rewritten, the form ends before the tail, wherever it ended
+// before: whoever reads the file then, or after a crash, sees whole chunks and stray bytes
+// after them. The file is truncated last, when nothing that would need those bytes can
+// fail any more.
+std::error_code ChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& writer,
+                              int64_t tailStart)
 {
     const std::vector<FileEdit::Change> changes = edit.Changes();
     const int64_t fileEnd = edit.BaseSize();
@@ -82,35 +84,35 @@ bool ChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& writer, 
     SizeField formBefore;
     SizeField formAfter;
     if (!ReadFormSize(*edit.Base(), formBefore) || !ReadFormSize(edit, formAfter))
-        return false;
+        return make_error_code(std::errc::io_error);
     const bool formChanges = formBefore != formAfter;
-    if (!WriteParts(writer, changes, 0, tail))
-        return false;
+    std::error_code error = WriteParts(writer, changes, 0, tail);
     const int64_t formEnd = clAIFFHandler::SizeToInt64(formBefore.data()) + kChunkHeaderSize;
-    if (formChanges && formEnd != tail) {
+    if (!error && formChanges && formEnd != tail) {
         SizeField hidden;
         clAIFFHandler::Int64ToSize(tail - kChunkHeaderSize, hidden.data());
-        if (!writer.WriteSize(kFormSizeOffset, hidden))
-            return false;
+        error = writer.WriteSize(kFormSizeOffset, hidden);
     }
     // What needs new room on the disk comes first.
-    if (!WriteParts(writer, changes, fileEnd, edit.Size()) ||
-        !WriteParts(writer, changes, tail, fileEnd))
-        return false;
-    if (formChanges && !writer.WriteSize(kFormSizeOffset, formAfter))
-        return false;
-    return edit.Size() >= fileEnd || file.SetSize(edit.Size());
+    if (!error)
+        error = WriteParts(writer, changes, fileEnd, edit.Size());
+    if (!error)
+        error = WriteParts(writer, changes, tail, fileEnd);
+    if (!error && formChanges)
+        error = writer.WriteSize(kFormSizeOffset, formAfter);
+    if (!error && edit.Size() < fileEnd)
+        error = file.SetSize(edit.Size());
+    return error;
 }
 
-// Memory that cannot be had is a failure like any other: what was written is put back.
-bool TryChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& writer,
-                      int64_t tailStart)
+// Running out of memory is a failure like any other: what was written is undone.
+std::error_code TryChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& writer,
+                                 int64_t tailStart)
 {
     try {
         return ChangeInPlace(edit, file, writer, tailStart);
     } catch (const std::bad_alloc&) {
-        errno = ENOMEM;
-        return false;
+        return make_error_code(std::errc::not_enough_memory);
     }
 }
 
@@ -118,19 +120,17 @@ bool TryChangeInPlace(const FileEdit& edit, DiskFile& file, InPlaceWriter& write
 
 CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailStart)
 {
+    using File = CommitResult::File;
     DiskFile& file = *target.File();
-    if (!edit.KeepMovedBytes(tailStart)) {
-        errno = EIO;
-        return CommitResult::Unchanged;
+    if (const auto error = edit.KeepMovedBytes(tailStart))
+        return {File::AsBefore, error};
+    if (edit.MovesBaseBytes() || GrowsInside(edit, tailStart)) {
+        const std::error_code error = ReplaceFile(file, target.Path(), edit);
+        return {error ? File::AsBefore : File::Changed, error};
     }
-    if (edit.MovesBaseBytes() || GrowsInside(edit, tailStart))
-        return ReplaceFile(file, target.Path(), edit) ? CommitResult::Done
-                                                      : CommitResult::Unchanged;
     InPlaceWriter writer(file);
-    if (TryChangeInPlace(edit, file, writer, tailStart))
-        return CommitResult::Done;
-    const int reason = errno;
-    const bool undone = writer.Undo();
-    errno = reason;
-    return undone ? CommitResult::Unchanged : CommitResult::Damaged;
+    const std::error_code error = TryChangeInPlace(edit, file, writer, tailStart);
+    if (!error)
+        return {};
+    return {writer.Undo() ? File::AsBefore : File::Damaged, error};
 }

@@ -4,19 +4,21 @@
 #include "support/file/EditTarget.h"
 #include "support/file/FileEdit.h"
 
-enum class CommitResult {
-    Done,
-    Unchanged, // the file is as it was
-    Damaged    // and what was written could not be taken back
+struct CommitResult {
+    enum class File {
+        Changed,
+        AsBefore,
+        Damaged // what was written could not be undone
+    };
+    File file = File::Changed;
+    std::error_code error; // why the edit was not carried out; none for Changed
 };
 
-// Makes the file what the edit says. Where no byte in front of the tail changes its
-// place, the file is changed as it lies, in an order in which the audio can be found after every
-// single write, and put back when a write fails. Otherwise a changed copy takes the
-// file's place in one step.
+// Makes the file what the edit says. When no byte before the tail moves, the file is
+// changed in place: in an order in which the audio can be found after every single write,
+// and undone when a write fails. Otherwise a changed copy replaces the file in one step.
 //
 // target     the file that the edit is based on
 // tailStart  position of the chunk at the end of the form that the edit adds or
 //            changes, or the end of the form when there is none
-// When it fails, errno says why.
 [[nodiscard]] CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailStart);

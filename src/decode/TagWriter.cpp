@@ -3,7 +3,6 @@
 #include "aiff/CommitEdit.h"
 #include "tags/TagID3v2.h"
 
-#include <cerrno>
 #include <limits>
 
 using StdReport::Operation;
@@ -54,7 +53,7 @@ bool TagWriter::Run(const wchar_t* path, NTag&& tags, Task task)
     StdReport::WriteDEBUG({L"Opening file '", path, L"' for write access: "}, m_report, nullptr,
                           false);
     EditTarget target;
-    if (path == nullptr || !target.Open(path)) {
+    if (path == nullptr || target.Open(path)) {
         StdReport::WriteERROR(
             {L"Error opening file '", path, L"' check no other program has it open."}, m_report,
             kTagWriter);
@@ -200,15 +199,13 @@ bool TagWriter::CarryOut(FileEdit& edit, const EditTarget& target, const wchar_t
     const STRIFFChunk* last = m_aiff.GetChunk(m_aiff.Count() - 1);
     const int64_t tailStart =
         last != nullptr && IsTagChunk(*last) ? last->ChunkPosition : m_aiff.GetFormEnd();
-    switch (CommitEdit(edit, target, tailStart)) {
-    case CommitResult::Done:
+    const CommitResult result = CommitEdit(edit, target, tailStart);
+    if (result.file == CommitResult::File::Changed)
         return true;
-    case CommitResult::Unchanged:
-        return Fail(path, SystemText(errno) + L", the file is left as it was");
-    case CommitResult::Damaged:
-        break;
-    }
-    return Fail(path, SystemText(errno) + L", and the file could not be put back");
+    const bool isAsBefore = result.file == CommitResult::File::AsBefore;
+    return Fail(path, SystemText(result.error.value()) +
+                          (isAsBefore ? L", the file is left as it was"
+                                      : L", and the file could not be put back"));
 }
 
 bool TagWriter::Fail(const wchar_t* path, const XStr& reason) const

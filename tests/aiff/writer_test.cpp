@@ -17,18 +17,19 @@ struct MemoryFile : FileContent {
 
     int64_t Size() const override { return std::ssize(bytes); }
     size_t ReadAt(int64_t, std::span<uint8_t>) const override { return 0; } // nobody reads
-    bool WriteAt(int64_t position, std::span<const uint8_t> data) override
+    std::error_code WriteAt(int64_t position, std::span<const uint8_t> data) override
     {
-        if (!SetSize(std::max(position + std::ssize(data), Size())))
-            return false;
+        if (const auto error = SetSize(std::max(position + std::ssize(data), Size())))
+            return error;
         std::copy(data.begin(), data.end(), bytes.begin() + position);
-        return true;
+        return {};
     }
-    bool SetSize(int64_t size) override
+    std::error_code SetSize(int64_t size) override
     {
-        if (size <= room)
-            bytes.resize(static_cast<size_t>(size));
-        return size <= room;
+        if (size > room)
+            return make_error_code(std::errc::no_space_on_device);
+        bytes.resize(static_cast<size_t>(size));
+        return {};
     }
 
     Bytes bytes;

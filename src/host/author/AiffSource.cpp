@@ -23,7 +23,8 @@ constexpr size_t kRateSize = 10;
 
 bool AiffSource::IsAiff(const std::string& path)
 {
-    m_file = DiskFile::Open(path, XFile::Access::Read);
+    std::error_code error;
+    m_file = DiskFile::Open(path, DiskFile::Access::Read, error);
     std::array<uint8_t, kFormHeaderSize> header;
     if (m_file == nullptr || m_file->ReadAt(0, header) != header.size() ||
         !clAIFFHandler::CompareID(CodeAt(&header[0]), kChunkForm, true))

@@ -204,8 +204,9 @@ FileFindings CheckFile(const std::string& path)
 {
     FileFindings findings;
     XFile file;
-    if (!file.Open(DiskFile::Open(path, XFile::Access::Read)))
-        findings.problem = Problem::FromErrno();
+    std::error_code error;
+    if (!file.Open(DiskFile::Open(path, DiskFile::Access::Read, error)))
+        findings.problem = error.message();
     else
         FormCheck(file, findings).Run();
     return findings;

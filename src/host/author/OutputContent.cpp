@@ -10,21 +10,22 @@ OutputContent::OutputContent(const OutputFile& output)
 {
 }
 
-bool OutputContent::WriteAt(int64_t position, std::span<const uint8_t> bytes)
+std::error_code OutputContent::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
-    return Checked(DiskFile::WriteAt(position, bytes));
+    return Noted(DiskFile::WriteAt(position, bytes));
 }
 
-bool OutputContent::SetSize(int64_t size)
+std::error_code OutputContent::SetSize(int64_t size)
 {
-    return Checked(DiskFile::SetSize(size));
+    return Noted(DiskFile::SetSize(size));
 }
 
-bool OutputContent::Checked(bool done)
+// Keeps the first reason, which the chunk handler's results do not carry.
+std::error_code OutputContent::Noted(std::error_code error)
 {
-    if (!done && !m_failure)
-        m_failure = Problem::FromErrno();
-    return done;
+    if (error && !m_failure)
+        m_failure = error.message();
+    return error;
 }
 
 } // namespace host

@@ -16,14 +16,15 @@ public:
     // The output must be open.
     explicit OutputContent(const OutputFile& output);
 
-    [[nodiscard]] bool WriteAt(int64_t position, std::span<const uint8_t> bytes) override;
-    [[nodiscard]] bool SetSize(int64_t size) override;
+    [[nodiscard]] std::error_code WriteAt(int64_t position,
+                                          std::span<const uint8_t> bytes) override;
+    [[nodiscard]] std::error_code SetSize(int64_t size) override;
 
     // After a failure: its cause.
     Problem Failure() const { return m_failure ? m_failure : "cannot be written"; }
 
 private:
-    bool Checked(bool done);
+    std::error_code Noted(std::error_code error);
 
     Problem m_failure;
 };

@@ -2,9 +2,9 @@
 
 #include "support/QuietWrite.h"
 #include "support/SaturatingMath.h"
+#include "support/file/SystemError.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -14,37 +14,34 @@ namespace
 // The most that one system call is asked for; some systems refuse 2 GiB.
 constexpr size_t kMostPerCall = size_t{1} << 30;
 
-// Files whose data has a length and a position.
-bool CanBePositioned(int fd)
+// Whether the data of a file has a length and can be accessed by position.
+std::error_code CheckPositionable(int fd)
 {
     struct stat status = {};
     if (fstat(fd, &status) != 0)
-        return false;
-    errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
-    return !S_ISDIR(status.st_mode) && !S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode);
+        return LastSystemError();
+    if (S_ISDIR(status.st_mode))
+        return make_error_code(std::errc::is_a_directory);
+    if (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode))
+        return make_error_code(std::errc::invalid_seek);
+    return {};
 }
 
 } // namespace
 
-std::shared_ptr<DiskFile> DiskFile::Open(const std::string& path, XFile::Access access)
+std::shared_ptr<DiskFile> DiskFile::Open(const std::string& path, Access access,
+                                         std::error_code& error)
 {
-    // Without O_NONBLOCK opening a pipe would wait for its writer.
+    // Without O_NONBLOCK, opening a pipe would wait for its writer.
     const int flags =
-        (access == XFile::Access::Read ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+        (access == Access::Read ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     int fd = -1;
     do
         fd = open(path.c_str(), flags);
     while (fd < 0 && errno == EINTR);
+    error = fd < 0 ? LastSystemError() : CheckPositionable(fd);
     FileDescriptor file(fd);
-    if (fd < 0)
-        return nullptr;
-    if (!CanBePositioned(fd)) {
-        const int reason = errno;
-        file = FileDescriptor();
-        errno = reason;
-        return nullptr;
-    }
-    return std::make_shared<DiskFile>(std::move(file));
+    return error ? nullptr : std::make_shared<DiskFile>(std::move(file));
 }
 
 int64_t DiskFile::Size() const
@@ -71,24 +68,24 @@ size_t DiskFile::ReadAt(int64_t position, std::span<uint8_t> out) const
     return done;
 }
 
-bool DiskFile::WriteAt(int64_t position, std::span<const uint8_t> bytes)
+std::error_code DiskFile::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
     while (!bytes.empty()) {
         const size_t size = std::min(bytes.size(), kMostPerCall);
         const ssize_t count = WriteQuietlyAt(m_file.Get(), bytes.data(), size, position);
         if (count < 0 && errno == EINTR)
             continue;
-        if (count <= 0) {
-            errno = count == 0 ? ENOSPC : errno;
-            return false;
-        }
+        if (count < 0)
+            return LastSystemError();
+        if (count == 0)
+            return make_error_code(std::errc::no_space_on_device);
         bytes = bytes.subspan(static_cast<size_t>(count));
         position += count;
     }
-    return true;
+    return {};
 }
 
-bool DiskFile::SetSize(int64_t size)
+std::error_code DiskFile::SetSize(int64_t size)
 {
-    return SetSizeQuietly(m_file.Get(), size) == 0;
+    return SetSizeQuietly(m_file.Get(), size) == 0 ? std::error_code() : LastSystemError();
 }

@@ -1,24 +1,33 @@
 // A file on disk.
 #pragma once
 
-#include "support/file/XFile.h"
+#include "support/file/FileContent.h"
+#include "support/file/FileDescriptor.h"
+
+#include <string>
 
 class DiskFile : public FileContent
 {
 public:
+    enum class Access { Read, ReadWrite };
+
     explicit DiskFile(FileDescriptor file) noexcept : m_file(std::move(file)) {}
 
-    // Opens a file by the bytes of its name; null, with errno set, when that fails
-    // or when it is a folder, a pipe or a socket.
-    static std::shared_ptr<DiskFile> Open(const std::string& path, XFile::Access access);
+    // Opens a file by the bytes of its name, without ever waiting. Returns null when that
+    // fails or when the name is that of a directory, a pipe or a socket; `error` then says
+    // why, and is cleared otherwise.
+    static std::shared_ptr<DiskFile> Open(const std::string& path, Access access,
+                                          std::error_code& error);
 
+    // Stays owned by this object.
     int Descriptor() const noexcept { return m_file.Get(); }
 
     int64_t Size() const override;
     [[nodiscard]] size_t ReadAt(int64_t position, std::span<uint8_t> out) const override;
-    // A failed write may have written some of the bytes; errno says why it failed.
-    [[nodiscard]] bool WriteAt(int64_t position, std::span<const uint8_t> bytes) override;
-    [[nodiscard]] bool SetSize(int64_t size) override;
+    // A write that fails may have written some of the bytes.
+    [[nodiscard]] std::error_code WriteAt(int64_t position,
+                                          std::span<const uint8_t> bytes) override;
+    [[nodiscard]] std::error_code SetSize(int64_t size) override;
 
 private:
     FileDescriptor m_file;

@@ -1,6 +1,8 @@
 #include "support/file/EditTarget.h"
 
-#include <cerrno>
+#include "support/file/SystemError.h"
+#include "support/text/XStr.h"
+
 #include <cstdlib>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -8,26 +10,24 @@
 namespace
 {
 
-// How often a file that another editor replaced in the meantime is opened anew.
+// How often to reopen a file that another editor has replaced in the meantime.
 constexpr int kAttempts = 3;
 
-bool ResolvePath(const wchar_t* name, std::string& path)
+std::error_code ResolvePath(const wchar_t* name, std::string& path)
 {
     std::string bytes;
-    if (!ToPathBytes(name, bytes)) {
-        errno = ENOENT;
-        return false;
-    }
+    if (!ToPathBytes(name, bytes))
+        return make_error_code(std::errc::no_such_file_or_directory);
     const std::unique_ptr<char, void (*)(void*)> real(realpath(bytes.c_str(), nullptr), std::free);
     if (real == nullptr)
-        return false;
+        return LastSystemError();
     path = real.get();
-    return true;
+    return {};
 }
 
-// An editor that replaces a file unlocks it after the new one stands in its place: a
-// lock that is had then is one on the old file, which nobody sees any more.
-bool IsStillThere(int fd, const std::string& path)
+// An editor that replaces a file unlocks it after the new one has taken its name. A lock
+// obtained at that moment is one on the old file, which no name leads to any more.
+bool IsStillNamed(int fd, const std::string& path)
 {
     struct stat opened = {};
     struct stat named = {};
@@ -37,20 +37,22 @@ bool IsStillThere(int fd, const std::string& path)
 
 } // namespace
 
-bool EditTarget::Open(const wchar_t* name)
+std::error_code EditTarget::Open(const wchar_t* name)
 {
     m_file.reset();
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        if (!ResolvePath(name, m_path))
-            return false;
-        auto file = DiskFile::Open(m_path, XFile::Access::ReadWrite);
-        if (file == nullptr || flock(file->Descriptor(), LOCK_EX | LOCK_NB) != 0)
-            return false;
-        if (IsStillThere(file->Descriptor(), m_path)) {
+        std::error_code error = ResolvePath(name, m_path);
+        if (error)
+            return error;
+        auto file = DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error);
+        if (error)
+            return error;
+        if (flock(file->Descriptor(), LOCK_EX | LOCK_NB) != 0)
+            return LastSystemError();
+        if (IsStillNamed(file->Descriptor(), m_path)) {
             m_file = std::move(file);
-            return true;
+            return {};
         }
     }
-    errno = EWOULDBLOCK;
-    return false;
+    return make_error_code(std::errc::operation_would_block);
 }

@@ -1,21 +1,21 @@
-// A file opened by name to be edited.
+// A file opened by name in order to edit it.
 #pragma once
 
 #include "support/file/DiskFile.h"
 
-// Holds the file open, and a lock on it that keeps other editors out but no readers,
-// for as long as the object lives.
+// Keeps the file open and locked for as long as the object lives. The lock is advisory:
+// it keeps out other editors, but no readers.
 class EditTarget
 {
 public:
-    // Opens and locks a file. False, with errno set, when it cannot be opened for
-    // writing or when another editor holds it (EWOULDBLOCK): never waits.
-    [[nodiscard]] bool Open(const wchar_t* name);
+    // Opens and locks a file without ever waiting. Fails when the file cannot be opened
+    // for writing, and with operation_would_block when another editor holds it.
+    [[nodiscard]] std::error_code Open(const wchar_t* name);
 
     // Null before a successful Open.
     const std::shared_ptr<DiskFile>& File() const { return m_file; }
 
-    // The file's own name, with symbolic links followed.
+    // The file's own name, with symbolic links resolved.
     const std::string& Path() const { return m_path; }
 
 private:

@@ -1,6 +1,8 @@
 // What a file has besides its data. One implementation per platform.
 #pragma once
 
-// Gives the file behind `to` the extended attributes (access lists among them) of the
-// one behind `from`. False, with errno set, when one cannot be kept.
-[[nodiscard]] bool CopyExtendedAttributes(int from, int to);
+#include <system_error>
+
+// Copies the extended attributes, access control lists included, from one open file to
+// another. Fails when one of them cannot be copied.
+[[nodiscard]] std::error_code CopyExtendedAttributes(int from, int to);

@@ -1,8 +1,11 @@
 #include "support/file/FileAttributes.h"
+#include "support/file/SystemError.h"
 
 #include <copyfile.h>
 
-bool CopyExtendedAttributes(int from, int to)
+std::error_code CopyExtendedAttributes(int from, int to)
 {
-    return fcopyfile(from, to, nullptr, COPYFILE_XATTR | COPYFILE_ACL) == 0;
+    if (fcopyfile(from, to, nullptr, COPYFILE_XATTR | COPYFILE_ACL) != 0)
+        return LastSystemError();
+    return {};
 }

@@ -8,8 +8,8 @@
 
 namespace
 {
-// Writes up to this size (headers, size fields) are compared with what is there, so
-// that rewriting many unchanged headers leaves no trace.
+// Writes of up to this size (headers, size fields) are compared with what is there, so
+// that rewriting many unchanged headers changes nothing.
 constexpr size_t kComparedWrite = 64;
 } // namespace
 
@@ -39,8 +39,8 @@ size_t FileEdit::IndexAt(int64_t position) const
     return static_cast<size_t>(after - m_pieces.begin()) - 1;
 }
 
-// Makes a piece begin at a position and returns its index; the number of pieces for
-// the end of the content.
+// Makes a piece begin at a position and returns its index, which for the end of the
+// content is the number of pieces.
 size_t FileEdit::SplitAt(int64_t position)
 {
     if (position >= m_size)
@@ -76,8 +76,8 @@ size_t FileEdit::ReadAt(int64_t position, std::span<uint8_t> out) const
     return done;
 }
 
-// Takes the bytes off both ends of a small write that are there already: of a header
-// mostly all but its size.
+// Trims a small write at both ends by the bytes that are there already. Of a header,
+// usually only the size is left.
 void FileEdit::DropUnchanged(int64_t& position, std::span<const uint8_t>& bytes) const
 {
     std::array<uint8_t, kComparedWrite> buffer;
@@ -109,52 +109,53 @@ void FileEdit::Replace(int64_t position, int64_t end, Piece piece)
     }
 }
 
-bool FileEdit::WriteAt(int64_t position, std::span<const uint8_t> bytes)
+std::error_code FileEdit::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
-    if (position < 0 || bytes.empty())
-        return position >= 0;
-    if (position > m_size && !AppendZeros(position))
-        return false;
-    DropUnchanged(position, bytes);
-    return bytes.empty() || GiveAt(position, {bytes.begin(), bytes.end()});
+    if (position >= 0 && !bytes.empty()) {
+        PadTo(position);
+        DropUnchanged(position, bytes);
+    }
+    return GiveAt(position, {bytes.begin(), bytes.end()});
 }
 
-bool FileEdit::GiveAt(int64_t position, std::vector<uint8_t> bytes)
+std::error_code FileEdit::GiveAt(int64_t position, std::vector<uint8_t> bytes)
 {
-    if (position < 0 || bytes.empty())
-        return position >= 0;
-    if (position > m_size && !AppendZeros(position))
-        return false;
+    if (position < 0)
+        return make_error_code(std::errc::invalid_argument);
+    if (bytes.empty())
+        return {};
+    PadTo(position);
     const auto length = static_cast<int64_t>(bytes.size());
     auto shared = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
     Replace(position, position + length, {position, length, Source::New, 0, std::move(shared), 0});
-    return true;
+    return {};
 }
 
-bool FileEdit::AppendZeros(int64_t size)
+// Appends zeros up to a size; does nothing when the content is that large already.
+void FileEdit::PadTo(int64_t size)
 {
     const int64_t length = size - m_size;
+    if (length <= 0)
+        return;
     auto zeros = std::make_shared<const std::vector<uint8_t>>(static_cast<size_t>(length), 0);
     Replace(m_size, size, {m_size, length, Source::New, 0, std::move(zeros), 0});
-    return true;
 }
 
-bool FileEdit::SetSize(int64_t size)
+std::error_code FileEdit::SetSize(int64_t size)
 {
     if (size < 0)
-        return false;
-    if (size > m_size)
-        return AppendZeros(size);
+        return make_error_code(std::errc::invalid_argument);
+    PadTo(size);
     m_pieces.resize(SplitAt(size));
     m_size = size;
-    return true;
+    return {};
 }
 
-bool FileEdit::Move(int64_t from, int64_t delta)
+std::error_code FileEdit::Move(int64_t from, int64_t delta)
 {
     const int64_t target = AddSaturated(from, delta);
     if (from < 0 || from > m_size || target < 0)
-        return false;
+        return make_error_code(std::errc::invalid_argument);
     const size_t moved = SplitAt(from);
     std::vector<Piece> tail(
         std::make_move_iterator(m_pieces.begin() + static_cast<ptrdiff_t>(moved)),
@@ -162,17 +163,17 @@ bool FileEdit::Move(int64_t from, int64_t delta)
     m_pieces.resize(moved);
     const int64_t size = m_size + delta;
     m_size = from;
-    if (!SetSize(target)) // cuts off what is overwritten, or fills the gap
-        return false;
+    if (const auto error = SetSize(target)) // truncates what is overwritten, or fills the gap
+        return error;
     for (Piece& piece : tail) {
         piece.start += delta;
         m_pieces.push_back(std::move(piece));
     }
     m_size = size;
-    return true;
+    return {};
 }
 
-bool FileEdit::Remove(std::span<const Range> ranges)
+std::error_code FileEdit::Remove(std::span<const Range> ranges)
 {
     std::vector<Piece> kept;
     int64_t removed = 0;
@@ -194,7 +195,7 @@ bool FileEdit::Remove(std::span<const Range> ranges)
     }
     m_pieces.swap(kept);
     m_size -= removed;
-    return true;
+    return {};
 }
 
 bool FileEdit::MovesBaseBytes() const
@@ -204,19 +205,19 @@ bool FileEdit::MovesBaseBytes() const
     });
 }
 
-bool FileEdit::KeepMovedBytes(int64_t from)
+std::error_code FileEdit::KeepMovedBytes(int64_t from)
 {
     for (Piece& piece : m_pieces) {
         if (piece.source == Source::New || piece.start == piece.basePosition || piece.start < from)
             continue;
         std::vector<uint8_t> bytes(static_cast<size_t>(piece.length));
         if (m_base->ReadAt(piece.basePosition, bytes) != bytes.size())
-            return false;
+            return make_error_code(std::errc::io_error);
         piece.source = Source::New;
         piece.bytes = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));
         piece.bytesOffset = 0;
     }
-    return true;
+    return {};
 }
 
 std::vector<FileEdit::Change> FileEdit::Changes() const

@@ -1,43 +1,42 @@
 // An edit of a file that is worked out before anything is written.
 //
-// Writes, moves and size changes go into a list of pieces; reads see their result.
-// When all is decided, the pieces tell what has to happen to the file: which ranges
-// change where they are, and whether bytes of the file stand somewhere else now.
+// Writes, moves and changes of size go into a list of pieces, and reads see their result.
+// In the end the pieces tell what has to happen to the file: which ranges change in place,
+// and whether bytes of the file have moved.
 #pragma once
 
-#include "support/file/XFile.h"
-
-#include <vector>
+#include "support/file/FileContent.h"
 
 class FileEdit : public FileContent
 {
 public:
-    // The content starts as that of `base`, which must not change meanwhile.
+    // Starts with the content of `base`, which must not change while the edit exists.
     explicit FileEdit(XFileHandle base);
 
-    // -1 when the size of the base could not be learned.
+    // -1 when the size of the base could not be determined.
     int64_t Size() const override { return m_baseSize < 0 ? m_baseSize : m_size; }
     [[nodiscard]] size_t ReadAt(int64_t position, std::span<uint8_t> out) const override;
-    // Costs memory for the bytes; small writes of what is there already cost nothing.
-    [[nodiscard]] bool WriteAt(int64_t position, std::span<const uint8_t> bytes) override;
-    [[nodiscard]] bool GiveAt(int64_t position, std::vector<uint8_t> bytes) override;
-    [[nodiscard]] bool SetSize(int64_t size) override;
-    // Moves no bytes, only pieces.
-    [[nodiscard]] bool Move(int64_t from, int64_t delta) override;
-    // One pass over the pieces, however many parts there are.
-    [[nodiscard]] bool Remove(std::span<const Range> ranges) override;
+    // Keeps a copy of the bytes, unless they are few and already there.
+    [[nodiscard]] std::error_code WriteAt(int64_t position,
+                                          std::span<const uint8_t> bytes) override;
+    [[nodiscard]] std::error_code GiveAt(int64_t position, std::vector<uint8_t> bytes) override;
+    [[nodiscard]] std::error_code SetSize(int64_t size) override;
+    // Moves pieces, not bytes.
+    [[nodiscard]] std::error_code Move(int64_t from, int64_t delta) override;
+    // One pass over the pieces, however many ranges there are.
+    [[nodiscard]] std::error_code Remove(std::span<const Range> ranges) override;
 
     const XFileHandle& Base() const { return m_base; }
     int64_t BaseSize() const { return m_baseSize; }
 
-    // Whether bytes of the base stand at another position now.
+    // Whether any bytes of the base are now at another position.
     bool MovesBaseBytes() const;
 
-    // Takes bytes of the base that stand elsewhere now, from a position on, into memory:
-    // they become changes. False when they cannot be read.
-    [[nodiscard]] bool KeepMovedBytes(int64_t from);
+    // Reads the bytes of the base that have moved, from position `from` of the content on,
+    // into memory: they become changes. Fails with io_error when they cannot be read.
+    [[nodiscard]] std::error_code KeepMovedBytes(int64_t from);
 
-    // A range of the content that is new. `bytes` belongs to the edit.
+    // A range of the content that is new. The edit owns `bytes`.
     struct Change {
         int64_t position = 0;
         std::span<const uint8_t> bytes;
@@ -59,7 +58,7 @@ private:
         size_t bytesOffset = 0;
 
         int64_t End() const { return start + length; }
-        // The part of it from a position to before another one, both inside.
+        // The part between two positions, the second one exclusive, both inside the piece.
         Piece Part(int64_t from, int64_t to) const;
     };
 
@@ -67,7 +66,7 @@ private:
     size_t SplitAt(int64_t position);
     void DropUnchanged(int64_t& position, std::span<const uint8_t>& bytes) const;
     void Replace(int64_t position, int64_t end, Piece piece);
-    bool AppendZeros(int64_t size);
+    void PadTo(int64_t size);
 
     XFileHandle m_base;
     int64_t m_baseSize;

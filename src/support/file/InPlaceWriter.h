@@ -1,27 +1,25 @@
-// Writing into a file in such a way that it can be put back.
+// Writing into an existing file so that the changes can be undone.
 #pragma once
 
 #include "support/file/DiskFile.h"
 
-#include <vector>
-
-// Remembers what it overwrites. The file must stay open while the writer lives.
+// Remembers the bytes it overwrites. The file must outlive the writer.
 class InPlaceWriter
 {
 public:
     explicit InPlaceWriter(DiskFile& file) : m_file(file), m_sizeBefore(file.Size()) {}
 
-    // Writes at a position, also behind the end. False, with errno set, when the bytes
-    // that are there cannot be kept or the write fails.
-    [[nodiscard]] bool Write(int64_t position, std::span<const uint8_t> bytes);
+    // Writes at a position, which may lie past the end. Writes nothing when the bytes
+    // already there cannot be read (io_error).
+    [[nodiscard]] std::error_code Write(int64_t position, std::span<const uint8_t> bytes);
 
     // Writes a big-endian size field, or its last bytes, so that every state in between
-    // is at least the smaller of old and new: a size that grows from its first byte on,
-    // one that shrinks from its last byte on, byte by byte.
-    [[nodiscard]] bool WriteSize(int64_t position, std::span<const uint8_t> bytes);
+    // is at least the smaller of old and new: one that grows is written at once, first byte
+    // first, and one that shrinks byte by byte, last byte first.
+    [[nodiscard]] std::error_code WriteSize(int64_t position, std::span<const uint8_t> bytes);
 
-    // Puts everything back, length included. False when that fails, too.
-    bool Undo();
+    // Restores everything, the file's size included. False when that fails, too.
+    [[nodiscard]] bool Undo();
 
 private:
     struct Overwritten {
