@@ -4,6 +4,8 @@
 #include "support/Sndfile.h"
 #include "support/SystemCalls.h"
 
+#include <cerrno>
+#include <cstring>
 #include <sys/wait.h>
 
 namespace
@@ -23,6 +25,17 @@ std::vector<Layout> MainLayouts()
         return names.find("|" + layout.name + "|") == names.npos;
     });
     return layouts;
+}
+
+// What the report has to say of a call that a fault struck. A failed read counts as an
+// input/output error, whatever the system called it.
+std::string ReasonOf(Fault fault, const std::string& call)
+{
+    if (fault == Fault::NoMemory)
+        return std::strerror(ENOMEM);
+    if (fault == Fault::Fails || call == "pread")
+        return std::strerror(EIO);
+    return std::strerror(fault == Fault::DiskFull ? ENOSPC : EINTR);
 }
 
 // Every edit of one layout.
@@ -53,6 +66,9 @@ protected:
         if (result == 0) {
             EXPECT_TRUE(isSame);
             EXPECT_TRUE(!error.empty() || fault == Fault::NoMemory);
+            if (error.find("Error writing file") != std::string::npos) {
+                EXPECT_NE(error.find(ReasonOf(fault, counts.last)), std::string::npos) << error;
+            }
         } else if (!isSame || error.empty()) {
             EXPECT_EQ(wrong, "");
         }
