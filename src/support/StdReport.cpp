@@ -13,9 +13,9 @@ constexpr std::wstring_view kEntered = L"->->";
 constexpr std::wstring_view kLeft = L"<-<-";
 constexpr size_t kIndentStep = 2;
 
-// Shared by every instance and thread; Access guards the other two.
+// Shared by all instances and threads; Access guards the other two.
 std::mutex Access;
-size_t SpaceAdder = 0; // spaces in front of the next line of trace
+size_t SpaceAdder = 0; // spaces before the next line of trace
 bool LastWasCRLF = false;
 
 bool BeginsWith(Message message, std::wstring_view marker)
@@ -23,16 +23,16 @@ bool BeginsWith(Message message, std::wstring_view marker)
     return message.size() != 0 && message.begin()->BeginsWith(marker);
 }
 
-// Leaving takes two spaces back, but the last space stays: once anything has been
-// traced, the outermost level is indented by one.
-void TakeIndentBack()
+// Removes two spaces, but never the last one: once anything has been traced, the outermost
+// level is indented by one.
+void ReduceIndent()
 {
     for (size_t i = 0; i < kIndentStep && SpaceAdder >= 2; ++i)
         --SpaceAdder;
 }
 
-// Builds a text and writes it. A text that memory cannot hold is left out: the
-// report never makes an operation fail.
+// Builds a text and writes it. When memory is short, the text is left out: the report
+// never makes an operation fail.
 void BuildAndWrite(const void* handle, Message prefix, Message message, const char* operation,
                    bool newline) noexcept
 {
@@ -44,13 +44,13 @@ void BuildAndWrite(const void* handle, Message prefix, Message message, const ch
     }
 }
 
-// One write of trace. A null prefix stands for the indentation.
+// Makes one write of trace. A null prefix means the indentation.
 void WriteTrace(const Message* prefix, Message message, const STNStdReport& report,
                 const char* operation, bool newline) noexcept
 {
     const std::scoped_lock lock(Access);
     if (BeginsWith(message, kLeft))
-        TakeIndentBack();
+        ReduceIndent();
     const Message indentation = {Piece::Spaces(LastWasCRLF ? SpaceAdder : 0)};
     BuildAndWrite(report.hDebug, prefix != nullptr ? *prefix : indentation, message, operation,
                   newline);

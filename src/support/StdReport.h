@@ -1,9 +1,9 @@
 // The diagnostic report: an indented trace of all operations, errors and tolerated
 // irregularities, written to the three outputs that the host handed over.
 //
-// The indentation and the question whether the last trace write ended its line
-// belong to the process, not to a report: all instances share them, under one lock.
-// An output that is off costs no text; only the shared state is kept up.
+// The indentation, and whether the last write of trace ended its line, belong to the
+// process, not to a report: all instances share them under one lock. For an output that is
+// off no text is built; only the shared state is kept up to date.
 #pragma once
 
 #include "qvcodec.h"
@@ -14,7 +14,7 @@
 namespace StdReport
 {
 
-// One piece of a message: text, a decimal number or a four-character code. It does
+// One piece of a message: text, a decimal number, a four-character code or spaces. It does
 // not own its text. Pieces are joined only when an output wants the line.
 class Piece
 {
@@ -23,7 +23,8 @@ public:
     Piece(const XStr& text) : m_text(text) {}
     Piece(int64_t number) : m_kind(Kind::Number), m_number(number) {}
 
-    // First character in the least significant byte; ends at a zero byte.
+    // The characters of a code, the first one in the least significant byte, up to the
+    // first zero byte.
     static Piece Code(uint32_t code);
     static Piece Spaces(size_t count);
 
@@ -39,20 +40,21 @@ private:
 
 using Message = std::initializer_list<Piece>;
 
+// Whether a handle of the report stands for an output at all.
 bool IsOn(const void* handle);
 
-// Writes a piece of trace. A message that begins "->->" indents what follows, one
-// that begins "<-<-" takes the indentation back.
+// Writes a piece of trace. A message that begins with "->->" indents what follows, one
+// that begins with "<-<-" reduces the indentation.
 //
-// operation  name of the reporting operation, shown at the end of the line; may be
-//            null; not shown when newline is false
+// operation  name of the reporting operation, shown at the end of the line; null for
+//            none; not shown when `newline` is false
 // newline    whether this write ends its line
 void WriteDEBUG(Message message, const STNStdReport& report, const char* operation = nullptr,
                 bool newline = true) noexcept;
 void WriteDEBUG(const wchar_t* message, const STNStdReport& report, const char* operation = nullptr,
                 bool newline = true) noexcept;
 
-// The same for a whole line whose prefix stands in place of the indentation.
+// Writes a whole line of trace whose prefix replaces the indentation.
 void WriteDEBUGWithPrefix(Message prefix, Message message, const STNStdReport& report,
                           const char* operation = nullptr) noexcept;
 
@@ -62,14 +64,17 @@ void WriteINFO(Message message, const STNStdReport& report, const char* operatio
 // Writes a failure to the error output and into the trace.
 void WriteERROR(Message message, const STNStdReport& report, const char* operation) noexcept;
 
-// The text of one write.
+// The text of one write: prefix and message, and with `newline` the operation and the
+// line end.
 XStr GetFinalMsg(Message prefix, Message message, const char* operation, bool newline);
 
-// Writes a text in UTF-8 with one system call; failures are ignored.
+// Writes a text in UTF-8 with one system call. Does nothing when the output is off; ignores
+// failures.
 void WriteFile(const void* handle, std::wstring_view text) noexcept;
 
-// Traces an operation: entered at once, left only by Succeed. An operation that
-// fails leaves out its closing line.
+// Traces an operation: the constructor writes the entry line. The destructor writes
+// nothing, because an operation that fails leaves out its closing line. `report` and `name`
+// must outlive the object.
 class Operation
 {
 public:
@@ -78,9 +83,13 @@ public:
         WriteDEBUG(L"->->", m_report, m_name);
     }
 
+    // Writes the closing line; for places that are reached whatever the result.
+    void Leave() const { WriteDEBUG(L"<-<-", m_report, m_name); }
+
+    // Writes the closing line of an operation that has succeeded: always true.
     bool Succeed() const
     {
-        WriteDEBUG(L"<-<-", m_report, m_name);
+        Leave();
         return true;
     }
 
