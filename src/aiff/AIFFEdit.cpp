@@ -56,7 +56,7 @@ void clAIFFHandler::AddChunk(const char* code, uint32_t size, const void* data, 
     const int at = index < 0 || index > Count() ? Count() : index;
     m_chunks.insert(m_chunks.begin() + at, std::move(chunk));
     CalcAllChunks(at);
-    operation.Succeed();
+    operation.Leave();
 }
 
 void clAIFFHandler::SetChunksToWrite(int first)
@@ -167,7 +167,7 @@ bool clAIFFHandler::ResizeExistingChunkOnFile(int index, uint32_t newSize)
         return false;
     if (newSize == 0)
         return RemoveChunkFromFile(index);
-    // The pad byte is counted inside the chunk from now on.
+    // From now on the chunk's size counts the pad byte.
     const int64_t paddedSize = PaddedSize(newSize);
     STRIFFChunk& chunk = m_chunks[static_cast<size_t>(index)];
     bool resized = false;
@@ -176,7 +176,7 @@ bool clAIFFHandler::ResizeExistingChunkOnFile(int index, uint32_t newSize)
         SetChunksToWrite(index);
         resized = WriteChunkHeaders(false);
     }
-    operation.Succeed(); // left in either case
+    operation.Leave();
     return resized;
 }
 
@@ -191,7 +191,7 @@ bool clAIFFHandler::RemoveChunkFromFile(int index)
         return false;
     SetChunksToWrite(index);
     m_chunks.erase(m_chunks.begin() + index);
-    operation.Succeed();
+    operation.Leave();
     return WriteChunkHeaders(false);
 }
 
@@ -214,6 +214,6 @@ bool clAIFFHandler::RemoveChunksFromFile(std::span<const int> indexes)
     if (!indexes.empty() || !Remove(ranges))
         return false;
     SetChunksToWrite(0);
-    operation.Succeed();
+    operation.Leave();
     return WriteChunkHeaders(false);
 }

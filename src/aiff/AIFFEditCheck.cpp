@@ -1,6 +1,6 @@
-// Deciding whether a file can be edited without losing anything. An edit writes
-// headers and the file's length from the index: what the index does not cover would
-// be cut off.
+// Deciding whether a file can be edited without losing anything. An edit derives the
+// headers and the file's length from the index: whatever the index does not cover would
+// be truncated.
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/HeaderReader.h"
@@ -20,10 +20,10 @@ bool IsPrintable(uint32_t code)
     return true;
 }
 
-// Reads the header of the next chunk of a file that is nothing but whole chunks with
-// printable codes. The last chunk may lack its pad byte.
-bool ReadWholeChunk(std::span<const uint8_t> header, int64_t position, int64_t fileSize,
-                    STRIFFChunk& chunk)
+// Parses the header of the next chunk of a file that consists of nothing but whole chunks
+// with printable codes. The last chunk may lack its pad byte.
+bool ParseWholeChunk(std::span<const uint8_t> header, int64_t position, int64_t fileSize,
+                     STRIFFChunk& chunk)
 {
     if (std::ssize(header) < kChunkHeaderSize)
         return false;
@@ -44,12 +44,12 @@ bool clAIFFHandler::Refuse(const wchar_t* reason) const
     return false;
 }
 
-// Replaces the index by that of a file whose chunks fill it from the form's header to
-// the very end; false, with the index unchanged, for any other file and for one that
-// could not be read so far, which the findings tell.
+// Replaces the index of a file whose chunks fill it from the form's header to the very end.
+// False, with the index unchanged, for any other file and for one that could not be read
+// that far, which is then noted in the findings.
 bool clAIFFHandler::IndexWholeFile()
 {
-    const int64_t fileSize = m_findings.nFileSize;
+    const int64_t fileSize = m_findings.fileSize;
     HeaderReader reader(*this, fileSize);
     std::vector<STRIFFChunk> chunks;
     int64_t position = kFormHeaderSize;
@@ -58,7 +58,7 @@ bool clAIFFHandler::IndexWholeFile()
         const auto header = reader.At(position, kChunkHeaderSize);
         m_findings.endedEarly =
             std::ssize(header) < std::min(kChunkHeaderSize, fileSize - position);
-        if (!ReadWholeChunk(header, position, fileSize, chunk))
+        if (!ParseWholeChunk(header, position, fileSize, chunk))
             return false;
         position = chunk.FileDataPosition + PaddedSize(chunk.nSize);
     }
@@ -76,8 +76,8 @@ bool clAIFFHandler::HasSoundData() const
     });
 }
 
-// Without sound data in the index the sound may lie behind it (a recording that was
-// not finished) or in a chunk of a wrong size.
+// When the index has no sound data, the sound may lie after the last chunk (an unfinished
+// recording) or in a chunk whose size is wrong.
 bool clAIFFHandler::MayHideSound() const
 {
     if (HasSoundData())
@@ -85,11 +85,11 @@ bool clAIFFHandler::MayHideSound() const
     const STRIFFChunk* common = FindChunkForRead(kChunkCommon, true);
     const bool wasCut = m_findings.cutToForm || m_findings.cutToFile;
     const int64_t covered = wasCut ? m_chunks.back().FileDataPosition : GetFormEnd();
-    return m_findings.nFileSize - covered > kMostWithoutSound ||
+    return m_findings.fileSize - covered > kMostWithoutSound ||
            (common != nullptr && common->nSize > kMostWithoutSound);
 }
 
-// A last chunk that claims more than the file holds gets the size of what is there.
+// A last chunk that claims more than the file holds is reduced to what is there.
 bool clAIFFHandler::CorrectLastChunk()
 {
     if (m_chunks.empty() || !(m_findings.cutToForm || m_findings.cutToFile))
@@ -97,7 +97,7 @@ bool clAIFFHandler::CorrectLastChunk()
     STRIFFChunk& last = m_chunks.back();
     if (!IsPrintable(last.ID))
         return Refuse(L"its chunks cannot be followed, a pad byte may be missing.");
-    const int64_t present = m_findings.nFileSize - last.FileDataPosition;
+    const int64_t present = m_findings.fileSize - last.FileDataPosition;
     if (present < 0)
         return Refuse(L"it changed while it was read.");
     StdReport::WriteINFO({L"The size of the last chunk '", StdReport::Piece::Code(last.ID),
@@ -111,14 +111,14 @@ bool clAIFFHandler::CorrectLastChunk()
 
 bool clAIFFHandler::PrepareForEdit()
 {
-    const bool holdsMore = m_findings.nFileSize > GetFormEnd();
+    const bool holdsMore = m_findings.fileSize > GetFormEnd();
     const bool wasCut = m_findings.cutToForm || m_findings.cutToFile;
     const bool isWhole = !m_findings.endedEarly && (holdsMore || wasCut) && IndexWholeFile();
     if (m_findings.endedEarly)
         return Refuse(L"not all of its chunks could be read.");
     if (isWhole)
         StdReport::WriteINFO(
-            {L"The size of the form is corrected from ", m_findings.nFormSize, L" to ", m_formSize},
+            {L"The size of the form is corrected from ", m_findings.formSize, L" to ", m_formSize},
             m_report, kPrepareForEdit);
     else if (m_findings.cutToForm && holdsMore)
         return Refuse(L"it holds more than its header says, it may be unfinished.");

@@ -25,7 +25,7 @@ const STRIFFChunk* clAIFFHandler::FindChunkForRead(const char* text, bool fold) 
     return GetChunk(FindIndex(text, fold));
 }
 
-// Folding is all or nothing: "ID3 " stands for "ID3 " and "id3 ", not for "Id3 ".
+// Folding is all or nothing: "ID3 " matches "ID3 " and "id3 ", but not "Id3 ".
 bool clAIFFHandler::CompareID(uint32_t code, const char* text, bool fold)
 {
     if (!fold)

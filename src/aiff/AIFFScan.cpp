@@ -1,4 +1,4 @@
-// Making the index of a file.
+// Indexing the chunks of a file.
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/FormWalk.h"
@@ -14,9 +14,8 @@ bool clAIFFHandler::Initialize(XFileHandle file, const STNStdReport& report)
     m_report = report;
     const StdReport::Operation operation(m_report, "Initialize");
     DefaultCreate();
-    // A file that is not open shows in the scan, as one without a size.
-    (void)Open(std::move(file));
-    operation.Succeed();
+    (void)Open(std::move(file)); // the scan reports a file that is not open
+    operation.Leave();
     return ScanFile();
 }
 
@@ -39,32 +38,32 @@ bool clAIFFHandler::IndexChunks(int64_t fileSize)
 {
     HeaderReader reader(*this, fileSize);
     FormWalk walk(m_report, kScanFile);
-    STFormHeader form;
+    FormHeader form;
     if (!walk.Begin(reader.At(0, kFormHeaderSize), fileSize, form))
         return false;
     m_formCode = form.code;
     m_formType = form.type;
     m_findings = {};
-    m_findings.nFileSize = fileSize;
-    m_findings.nFormSize = form.nSize;
+    m_findings.fileSize = fileSize;
+    m_findings.formSize = form.size;
     int64_t position = kFormHeaderSize;
     while (walk.MoreChunks()) {
-        STChunkHeader chunk;
-        if (!walk.TakeHeader(reader.At(position, kChunkHeaderSize), position, kChunkID3, chunk)) {
+        ChunkHeader chunk;
+        if (!walk.ParseHeader(reader.At(position, kChunkHeaderSize), position, kChunkID3, chunk)) {
             m_findings.endedEarly = position + kChunkHeaderSize <= fileSize;
             break;
         }
-        m_findings.cutToForm |= chunk.cutTo == STChunkHeader::CutTo::Form;
-        m_findings.cutToFile |= chunk.cutTo == STChunkHeader::CutTo::Input;
+        m_findings.cutToForm |= chunk.cutTo == ChunkHeader::CutTo::Form;
+        m_findings.cutToFile |= chunk.cutTo == ChunkHeader::CutTo::Input;
         m_chunks.push_back(
-            {chunk.code, chunk.nSize, position, position + kChunkHeaderSize, false, {}});
-        walk.Passed(PaddedSize(chunk.nSize));
-        position += kChunkHeaderSize + PaddedSize(chunk.nSize);
+            {chunk.code, chunk.size, position, position + kChunkHeaderSize, false, {}});
+        walk.ChargeData(PaddedSize(chunk.size));
+        position += kChunkHeaderSize + PaddedSize(chunk.size);
     }
     // The walk pads as CalcAllChunks does, so the positions found are the computed
-    // ones; only the form's size can differ. An odd one was warned about already.
+    // ones; only the form's size can differ. The walk has warned of an odd one already.
     CalcAllChunks();
-    if (form.nSize != m_formSize && form.nSize % 2 == 0)
+    if (form.size != m_formSize && form.size % 2 == 0)
         StdReport::WriteINFO({L"Error calculated total AIFF chunk size differs from file."},
                              m_report, kScanFile);
     return true;

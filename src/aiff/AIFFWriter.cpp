@@ -27,18 +27,17 @@ bool clAIFFHandler::InitializeNewAIFF(XFileHandle file, const STQvWaveFormat& fo
     const Operation operation(m_report, kInitializeNew);
     m_chunks.clear();
     DefaultCreate();
-    // A file that is not open fails at the first write.
-    (void)Open(std::move(file));
-    LayOut(pass);
+    (void)Open(std::move(file)); // a file that is not open fails at the first write
+    LayOutChunks(pass);
     if (!UpdateCOMMChunkData(FindChunk(kChunkCommon), format, 0) || !WriteChunkHeaders(true) ||
         !WriteChunksBeforeSound())
         return false;
     return operation.Succeed();
 }
 
-// The list of chunks: those passed through, with the format and the sound, whose data
-// is not taken over, in the place they had or before and at the end.
-void clAIFFHandler::LayOut(const clPassAIFFChunks& pass)
+// Lists the chunks to pass through. COMM and SSND keep their places among them, but not
+// their data; when missing, COMM goes before the sound and SSND at the end.
+void clAIFFHandler::LayOutChunks(const clPassAIFFChunks& pass)
 {
     for (int i = 0; i < pass.Count(); ++i) {
         const STPassAIFFChunks& chunk = pass[i];
@@ -58,7 +57,7 @@ void clAIFFHandler::LayOut(const clPassAIFFChunks& pass)
         AddChunk(kChunkSound, 0, nullptr, -1);
 }
 
-// Leaves the file where the sample data goes.
+// Leaves the file positioned where the sample data goes.
 bool clAIFFHandler::WriteChunksBeforeSound()
 {
     for (STRIFFChunk& chunk : m_chunks) {

@@ -1,4 +1,4 @@
-// Sample byte order: the kernels behind clAIFFHandler::ByteSwap.
+// Sample byte order: the kernels that clAIFFHandler::ByteSwap chooses from.
 //
 // A kernel converts whole samples in place, whatever the alignment. The portable
 // ones run everywhere and define the result; faster ones must equal them.
@@ -10,7 +10,7 @@
 namespace ByteSwap
 {
 
-// `bytes` points at `count` samples of the kernel's width.
+// `bytes` points to `count` samples of the kernel's width.
 using Kernel = void (*)(uint8_t* bytes, size_t count);
 
 // One kernel per sample width.
@@ -24,7 +24,7 @@ struct Kernels {
 
 const Kernels& Portable();
 
-// Null where the processor or the build has none.
+// Null when the processor or the build lacks AVX2.
 const Kernels* Avx2();
 
 // The fastest kernels that this processor runs.

@@ -1,4 +1,4 @@
-// Byte order with AVX2, chosen at run time.
+// Sample byte order with AVX2, chosen at run time.
 
 #include "aiff/ByteSwap.h"
 
@@ -25,9 +25,9 @@ AIFF_AVX2 void Store(uint8_t* bytes, __m256i vector)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), vector);
 }
 
-// The vectors run from the end of the block to its start: a block that was just read
-// is larger than the first cache, which still holds its end. The loops are unrolled since a
-// short one runs at half the speed when its code happens to lie across a cache line.
+// The loops run from the end of the block to its start: a block that has just been read
+// exceeds the first-level cache, which still holds its end. They are unrolled, because a
+// short loop runs at half the speed when its code happens to straddle a cache line.
 
 AIFF_AVX2 void FlipSign8(uint8_t* bytes, size_t count)
 {
@@ -41,8 +41,8 @@ AIFF_AVX2 void FlipSign8(uint8_t* bytes, size_t count)
     }
 }
 
-// Applies one shuffle to both halves of every vector in `size` bytes, a multiple of
-// the vector.
+// Applies one shuffle to both halves of every vector in `size` bytes, which must be a
+// multiple of the vector's size.
 AIFF_AVX2 void Shuffle(uint8_t* bytes, size_t size, __m256i order)
 {
 #pragma GCC unroll 4
@@ -84,11 +84,11 @@ AIFF_AVX2 void StoreHalves(uint8_t* low, uint8_t* high, __m256i vector)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(high), _mm256_extracti128_si256(vector, 1));
 }
 
-// The same 16 byte places for both halves; -1 gives a zero byte.
+// The same 16 byte indexes for both halves; -1 gives a zero byte.
 #define AIFF_HALVES(...) _mm256_broadcastsi128_si256(_mm_setr_epi8(__VA_ARGS__))
 
-// 16 samples are 48 bytes or three halves; the vectors hold two such groups side by
-// side. The samples that straddle two halves exchange their outer bytes.
+// 16 samples take 48 bytes, that is three halves; the vectors hold two such groups side
+// by side. The samples that straddle two halves exchange their outer bytes.
 AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
 {
     constexpr size_t kGroup = 48;

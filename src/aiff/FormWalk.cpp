@@ -15,35 +15,35 @@ uint32_t ReadCode(const uint8_t* bytes)
            uint32_t{bytes[3]} << 24;
 }
 
-int64_t Charged(int64_t budget, int64_t bytes)
+int64_t SubtractClamped(int64_t budget, int64_t bytes)
 {
     return budget < bytes ? 0 : budget - bytes;
 }
 
 } // namespace
 
-bool FormWalk::Begin(std::span<const uint8_t> header, int64_t inputSize, STFormHeader& form)
+bool FormWalk::Begin(std::span<const uint8_t> header, int64_t inputSize, FormHeader& form)
 {
     if (std::ssize(header) < kFormHeaderSize) {
         StdReport::WriteERROR({L"Error: File too small for AIFF."}, m_report, m_operation);
         return false;
     }
     form.code = ReadCode(&header[0]);
-    form.nSize = clAIFFHandler::SizeToInt64(&header[4]);
+    form.size = clAIFFHandler::SizeToInt64(&header[4]);
     form.type = ReadCode(&header[8]);
     if (!clAIFFHandler::CompareID(form.code, kChunkForm, true)) {
         StdReport::WriteERROR({L"Error first chunk unknown: ", Piece::Code(form.code)}, m_report,
                               m_operation);
         return false;
     }
-    StdReport::WriteDEBUG({L"  AIFF Header '", Piece::Code(form.code), L"'   Length: ", form.nSize,
+    StdReport::WriteDEBUG({L"  AIFF Header '", Piece::Code(form.code), L"'   Length: ", form.size,
                            L"  FormType '", Piece::Code(form.type), L"'"},
                           m_report, m_operation);
-    if (form.nSize % 2 != 0)
+    if (form.size % 2 != 0)
         StdReport::WriteINFO({L"Warning: AIFF chunk has uneven databytes, is non-compliant AIFF."},
                              m_report, m_operation);
     m_inputLeft = std::max<int64_t>(inputSize - kFormHeaderSize, 0);
-    m_formLeft = Charged(form.nSize, 4); // the form type
+    m_formLeft = SubtractClamped(form.size, 4); // the form type
     if (m_inputLeft != m_formLeft)
         StdReport::WriteINFO(
             {L"Warning 'RiffSizeLeft != FileSizeLeft' must be extra data on end of file."},
@@ -51,49 +51,49 @@ bool FormWalk::Begin(std::span<const uint8_t> header, int64_t inputSize, STFormH
     return true;
 }
 
-bool FormWalk::TakeHeader(std::span<const uint8_t> header, int64_t position, const char* mayOverrun,
-                          STChunkHeader& chunk)
+bool FormWalk::ParseHeader(std::span<const uint8_t> header, int64_t position,
+                           const char* mayOverrun, ChunkHeader& chunk)
 {
     if (std::ssize(header) < kChunkHeaderSize) {
         if (m_formLeft > kChunkHeaderSize)
             StdReport::WriteERROR({L"File error reading chunk."}, m_report, m_operation);
         return false;
     }
-    m_inputLeft = Charged(m_inputLeft, kChunkHeaderSize);
-    m_formLeft = Charged(m_formLeft, kChunkHeaderSize);
+    m_inputLeft = SubtractClamped(m_inputLeft, kChunkHeaderSize);
+    m_formLeft = SubtractClamped(m_formLeft, kChunkHeaderSize);
     chunk.code = ReadCode(&header[0]);
-    chunk.nSize = clAIFFHandler::SizeToInt64(&header[4]);
-    StdReport::WriteDEBUG({L"  Got Chunk '", Piece::Code(chunk.code), L"'  Length: ", chunk.nSize,
+    chunk.size = clAIFFHandler::SizeToInt64(&header[4]);
+    StdReport::WriteDEBUG({L"  Got Chunk '", Piece::Code(chunk.code), L"'  Length: ", chunk.size,
                            L"  RiffSizeLeft: ", m_formLeft, L"  ChunkPosition: ", position},
                           m_report);
     Clamp(chunk, mayOverrun);
     return true;
 }
 
-// The form area is looked at first: a chunk that overruns both the form and the
-// input is cut to the form alone.
-void FormWalk::Clamp(STChunkHeader& chunk, const char* mayOverrun)
+// The form is checked first: a chunk that overruns both the form and the input is cut to
+// the form alone.
+void FormWalk::Clamp(ChunkHeader& chunk, const char* mayOverrun)
 {
-    if (chunk.nSize <= m_inputLeft && chunk.nSize <= m_formLeft)
+    if (chunk.size <= m_inputLeft && chunk.size <= m_formLeft)
         return;
-    if (chunk.nSize > m_formLeft) {
+    if (chunk.size > m_formLeft) {
         StdReport::WriteINFO({L"Warning Chunk is out of AIFF area (but still inside file)."},
                              m_report, m_operation);
-        chunk.nSize = m_formLeft;
-        chunk.cutTo = STChunkHeader::CutTo::Form;
+        chunk.size = m_formLeft;
+        chunk.cutTo = ChunkHeader::CutTo::Form;
     } else {
         if (mayOverrun != nullptr && chunk.code == FourCC(mayOverrun))
             StdReport::WriteINFO({L"Info Chunk is out of file."}, m_report, m_operation);
         else
             StdReport::WriteERROR({L"Error Chunk is out of file."}, m_report, m_operation);
-        chunk.nSize = m_inputLeft;
-        chunk.cutTo = STChunkHeader::CutTo::Input;
+        chunk.size = m_inputLeft;
+        chunk.cutTo = ChunkHeader::CutTo::Input;
     }
-    StdReport::WriteDEBUG({L"Clamped chunk to: ", chunk.nSize}, m_report);
+    StdReport::WriteDEBUG({L"Clamped chunk to: ", chunk.size}, m_report);
 }
 
-void FormWalk::Passed(int64_t paddedSize)
+void FormWalk::ChargeData(int64_t paddedSize)
 {
-    m_inputLeft = Charged(m_inputLeft, paddedSize);
-    m_formLeft = Charged(m_formLeft, paddedSize);
+    m_inputLeft = SubtractClamped(m_inputLeft, paddedSize);
+    m_formLeft = SubtractClamped(m_formLeft, paddedSize);
 }

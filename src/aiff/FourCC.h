@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-// First character in the least significant byte, as the four bytes of a chunk
-// header are read into a little-endian integer.
+// Packs four characters, the first one into the least significant byte: the value that a
+// little-endian machine gets by reading the four bytes of a chunk header.
 constexpr uint32_t FourCC(const char* text)
 {
     uint32_t code = 0;
@@ -30,12 +30,12 @@ inline constexpr int64_t kChunkHeaderSize = 8; // code, size
 inline constexpr int64_t kSoundPrefixSize = 8; // offset and block size before the frames
 inline constexpr int64_t kLeastCommonSize = 18;
 inline constexpr int64_t kMostCommonSize = 128000;
-// Bytes of a common chunk, or behind the last chunk, beyond which a file without sound
-// data is thought to hold sound that its headers do not tell of.
+// Most bytes of a common chunk, or after the last chunk, for a file without sound data to
+// be believed: with more, it may hold sound that its headers do not mention.
 inline constexpr int64_t kMostWithoutSound = 512;
 inline constexpr int64_t kCommonSizeWithType = 22; // least that holds a compression type
 
-// Bytes that a chunk's data takes in the file: an odd size is followed by a pad
+// Bytes that a chunk's data occupies in the file: data of an odd size is followed by a pad
 // byte that the size does not count.
 constexpr int64_t PaddedSize(int64_t size)
 {

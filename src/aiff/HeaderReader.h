@@ -1,5 +1,5 @@
-// Reads the headers of a file ahead, so that a file of many small chunks does not
-// cost a system call each and one of a few large chunks does not read their data.
+// Reads chunk headers ahead: a file of many small chunks does not cost a system call for
+// each, and a file of a few large chunks does not have their data read.
 #pragma once
 
 #include "support/XMem.h"
@@ -10,8 +10,8 @@
 class HeaderReader
 {
 public:
-    // The file must outlive the reader; nothing behind `fileSize` is asked for, which
-    // saves the call that would only find the end.
+    // The file must outlive the reader. Nothing past `fileSize` is asked for, which saves
+    // the call that would only find the end.
     HeaderReader(const XFile& file, int64_t fileSize) : m_file(file), m_fileSize(fileSize) {}
 
     // Up to `size` bytes at a position; fewer at the end of the file. The view is
@@ -21,8 +21,8 @@ public:
         const bool inside = position >= m_start && position <= End();
         if (inside && position + static_cast<int64_t>(size) <= End())
             return m_window.View().subspan(static_cast<size_t>(position - m_start), size);
-        // A request that continues the last window comes from a run of small
-        // chunks: the window grows with the run and shrinks again behind it.
+        // A request that continues the last window comes from a run of small chunks:
+        // the window grows with the run and shrinks after it.
         m_windowSize = inside ? std::min(m_windowSize * 2, kMostWindow) : kLeastWindow;
         Fill(position);
         return m_window.View().first(std::min(size, m_window.Used()));
@@ -43,7 +43,7 @@ private:
             m_window.Clear();
             return;
         }
-        // SetUsed within the reserve cannot fail.
+        // Within the reserve, SetUsed cannot fail.
         (void)m_window.SetUsed(m_file.ReadAt(position, m_window.View()));
     }
 

@@ -1,4 +1,4 @@
-// Chunks that a new file takes over from elsewhere.
+// Chunks that are passed through into a new file.
 #pragma once
 
 #include "support/XMem.h"
@@ -11,15 +11,15 @@ struct STPassAIFFChunks {
     XMem data;         // may be empty
 };
 
-// An owning list in the order in which the chunks are to stand.
+// An owning list of chunks, in the order in which they are to be written.
 class clPassAIFFChunks
 {
 public:
-    // Adds a chunk with a copy of `size` bytes. With `beforeSound` it goes in front of
-    // the last sound chunk of the list, else, or when there is none, to the end.
+    // Adds a chunk with a copy of `size` bytes. With `beforeSound` it is inserted before
+    // the last sound chunk of the list; otherwise, and when there is none, it is appended.
     void AddInternal(uint32_t code, const void* data, uint32_t size, bool beforeSound);
 
-    // Index of the first chunk with that code, or -1; folding as in clAIFFHandler.
+    // Index of the first chunk with a code, or -1; `fold` as in clAIFFHandler::CompareID.
     int FindChunk(const char* text, bool fold) const;
 
     int Count() const { return static_cast<int>(m_chunks.size()); }

@@ -14,7 +14,7 @@ struct LossyRow {
     int32_t low;  // below this: "Low"
 };
 
-// The last row serves all other formats, none of which counts as high.
+// The last row is for all other formats, none of which counts as high.
 constexpr LossyRow kLossy[] = {
     {80, 127500, 79500},
     {85, 95500, 63500},

@@ -10,10 +10,10 @@ XStr AudioQualityText(const XAudioWFX& wfx);
 // Names of the channels, for instance "Left, Right"; empty for layouts without names.
 XStr ChannelText(const XAudioWFX& wfx);
 
-// Adds what the tag reader found, `properties`, unless it found nothing.
+// Adds what the tag reader found to `props`: `properties`, unless it is empty.
 void AddTagProps(const XStr& properties, NTag& props);
 
-// Names of the properties that Open hands out.
+// Names of the properties that Open returns.
 namespace PropertyName
 {
 inline constexpr const wchar_t* kAudioQuality = L"Audio Quality";

@@ -14,7 +14,7 @@ constexpr size_t kChannels = 0;
 constexpr size_t kSampleSize = 6;
 constexpr size_t kSampleRate = 8;
 constexpr size_t kCompressionType = 18;
-constexpr size_t kCompressionName = 23; // behind the count byte, which is not honoured
+constexpr size_t kCompressionName = 23; // after the count byte, which is ignored
 
 XStr CompressionName(std::span<const uint8_t> body)
 {
@@ -27,12 +27,12 @@ XStr CompressionName(std::span<const uint8_t> body)
 
 } // namespace
 
-STCommonChunk::STCommonChunk()
+CommonChunk::CommonChunk()
     : compressionType(FourCC(kCompressionNone)), compressionName(kNoCompression)
 {
 }
 
-void ReadCommonChunk(std::span<const uint8_t> body, uint32_t formType, STCommonChunk& common)
+void ReadCommonChunk(std::span<const uint8_t> body, uint32_t formType, CommonChunk& common)
 {
     common.wfx.Assign(clAIFFHandler::SizeToInt(&body[kChannels]),
                       clAIFFHandler::ConvertFromIeeeExtended(&body[kSampleRate]),

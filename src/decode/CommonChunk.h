@@ -1,4 +1,4 @@
-// What the COMM chunk says of the audio.
+// What the COMM chunk says about the audio.
 #pragma once
 
 #include "support/XAudioWFX.h"
@@ -6,17 +6,17 @@
 #include <cstdint>
 #include <span>
 
-struct STCommonChunk {
+struct CommonChunk {
     XAudioWFX wfx;
-    bool littleEndian = false; // little-endian PCM: samples are handed out as they are
-    uint32_t compressionType;  // four-character code
+    bool littleEndian = false; // little-endian PCM: samples need no byte swap
+    uint32_t compressionType;  // code, its first character in the low byte
     XStr compressionName;
 
     // Uncompressed big-endian PCM, as in a plain AIFF file.
-    STCommonChunk();
+    CommonChunk();
 };
 
-// Decodes the body of a COMM chunk, at least 18 bytes. The compression type and name
-// of an AIFF-C file count when the chunk holds them; a name without a terminator
+// Decodes the body of a COMM chunk, which must have at least 18 bytes. In an AIFF-C file the
+// compression type and name are used if the chunk holds them; a name without a terminator
 // ends with the chunk.
-void ReadCommonChunk(std::span<const uint8_t> body, uint32_t formType, STCommonChunk& common);
+void ReadCommonChunk(std::span<const uint8_t> body, uint32_t formType, CommonChunk& common);

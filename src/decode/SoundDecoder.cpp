@@ -27,13 +27,13 @@ bool SoundDecoder::PrepareToDecodeAudio(STQvAudioInfo* info)
         return false;
     m_position = m_range.DecodeFrom(m_common.wfx);
     m_remaining = m_range.LengthBytes(m_common.wfx);
-    if (!StandAtStart())
+    if (!SeekToStart())
         return false;
     m_common.wfx.CopyBasicTo(&info->WaveFormat);
     return operation.Succeed();
 }
 
-// Shows the format in the trace.
+// Traces the format and accepts only PCM.
 bool SoundDecoder::CheckFormat() const
 {
     const XAudioWFX& wfx = m_common.wfx;
@@ -69,8 +69,8 @@ bool SoundDecoder::DecodeBlock(STQvAudioBlock* block)
     return true;
 }
 
-// Reads the next block into the decode buffer. Less than a frame that remains is
-// dropped: the buffer then stays as it was.
+// Reads the next block into the decode buffer. A remainder of less than a frame is dropped,
+// and the buffer then stays as it was.
 bool SoundDecoder::ReadDataBlock()
 {
     constexpr const char* kReadDataBlock = "ReadDataBlock";

@@ -11,11 +11,11 @@
 
 #include <span>
 
-// An input, from its opening to Close. What it says of the audio is learned when it is
-// first wanted. A read or a seek that fails leaves the decoder where it was.
+// Decodes one input. What the input says about the audio is read when it is first needed.
+// A read or a seek that fails leaves the position unchanged. Failures are reported.
 //
-// Blocks that are handed out (tags, properties, audio) belong to the decoder and are
-// valid until the next call of the same kind or its end.
+// Returned blocks (tags, properties, audio) belong to the decoder and are valid until the
+// next call of the same kind or the decoder's destruction.
 class SoundDecoder
 {
 public:
@@ -23,32 +23,30 @@ public:
     SoundDecoder(const SoundDecoder&) = delete;
     SoundDecoder& operator=(const SoundDecoder&) = delete;
 
-    // Lets the input go.
-    virtual void Close(const STQvEncoderFluid& fluid) = 0;
-
-    // Fills format, bit rate and the length of the range; 0 milliseconds when the
-    // input does not tell how long the audio is.
+    // Fills in the format, the bit rate and the length of the decode range, which is 0
+    // milliseconds when the input does not tell how long the audio is.
     [[nodiscard]] bool FillAudioInfo(STQvAudioInfo* info);
 
-    // Stands at the start of the range. False for compressed audio, and when the input
-    // has no such place.
+    // Moves to the start of the decode range and fills in the format. False for compressed
+    // audio, and when the input cannot be positioned there.
     [[nodiscard]] bool PrepareToDecodeAudio(STQvAudioInfo* info);
 
-    // Hands out the next block. At the end of the range only the last-block flag is
-    // set. False when the input gives less than the whole block.
+    // Returns the next block. At the end of the range it only sets the last-block flag.
+    // False when the input delivers less than the whole block.
     [[nodiscard]] bool DecodeBlock(STQvAudioBlock* block);
 
-    // Moves to a frame counted from the start of the range; one behind the range
-    // lands at its end. False, with the position unchanged, when the input has no such
-    // place.
+    // Moves to a sample frame counted from the start of the range; one past the range
+    // lands at its end. False, with the position unchanged, when the input cannot be
+    // positioned there.
     [[nodiscard]] virtual bool SetPosition(int64_t frame) = 0;
 
-    // Reads the tags and appends a description of where they were found to
-    // `properties`. The tag blob, or null when it cannot be had.
+    // Reads the tags, and appends to `properties` what kind of tag was found. Returns the
+    // tag blob, or null when the format cannot be read or memory is short.
     virtual const XMem* ReadIDTags(XStr& properties) = 0;
 
     // Describes the audio as a list of named texts in the form of a tag blob;
-    // `properties` is what ReadIDTags said. Null when the format cannot be learned.
+    // `properties` is what ReadIDTags appended. Null when the format cannot be read or
+    // memory is short.
     const XMem* FillAudioProps(const XStr& properties);
 
 protected:
@@ -60,24 +58,24 @@ protected:
     static constexpr const char* kPullOut = "PullOutCOMMnSSND";
     static constexpr const char* kPrepare = "PrepareToDecodeAudio";
 
-    // Learns the format and the place of the sound data, once.
+    // Reads the format and locates the sound data, once.
     virtual bool PullOutCOMMnSSND() = 0;
     virtual void TraceLength(int64_t /*milliseconds*/, int64_t /*bytes*/) const {}
     virtual NTag CollectProps(const XStr& properties) const = 0;
-    // Brings the input to the first byte to decode; errors are reported.
-    virtual bool StandAtStart() = 0;
+    // Positions the input at the first byte to decode.
+    virtual bool SeekToStart() = 0;
     virtual bool Seek(int64_t position) = 0;
-    // Reads from the position on; false when there is less.
+    // Reads from the position on; false when fewer bytes are left.
     virtual bool ReadSound(std::span<uint8_t> bytes) = 0;
 
     bool MoveTo(int64_t position);
 
     STNStdReport m_report = {};
-    XMem m_commBytes; // the COMM body; once it is held, the format is known
-    STCommonChunk m_common;
-    STSoundRange m_range;
-    bool m_lengthUnknown = false; // no times can be told
-    int64_t m_position = 0;       // of the next byte to decode
+    XMem m_commBytes; // the COMM body; not empty once the format is known
+    CommonChunk m_common;
+    SoundRange m_range;
+    bool m_lengthUnknown = false; // then all times are 0
+    int64_t m_position = 0;       // of the next byte to decode, in the input
     int64_t m_remaining = 0;      // bytes left in the range
     XMem m_decodeBuffer;
     XMem m_propertiesBuffer;

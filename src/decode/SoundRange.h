@@ -1,4 +1,4 @@
-// The decode range within the sound data, in positions of the input.
+// The decode range within the sound data.
 #pragma once
 
 #include "support/SaturatingMath.h"
@@ -6,13 +6,15 @@
 
 #include <algorithm>
 
-struct STSoundRange {
+// Positions are bytes from the start of the input.
+struct SoundRange {
     int64_t rangeStart = 0; // first sample frame of the decode range
     int64_t rangeEnd = -1;  // end frame, exclusive, counted from the start of the data;
                             // -1: to the end of the audio
     int64_t dataStart = 0;  // position of the first sound byte
-    int64_t dataEnd = 0;    // position behind the last sound byte
+    int64_t dataEnd = 0;    // position after the last sound byte
 
+    // Positions of the first byte to decode and of the end, both inside the sound data.
     int64_t DecodeFrom(const XAudioWFX& wfx) const
     {
         return Within(MultiplySaturated(rangeStart, wfx.BlockAlign()));
@@ -25,15 +27,15 @@ struct STSoundRange {
         return Within(MultiplySaturated(rangeEnd, wfx.BlockAlign()));
     }
 
-    // Bytes in the range; 0 when it is empty or reversed.
+    // Bytes in the decode range; 0 when it is empty or reversed.
     int64_t LengthBytes(const XAudioWFX& wfx) const
     {
         const int64_t from = DecodeFrom(wfx);
         return std::max(DecodeTo(wfx), from) - from;
     }
 
-    // Position of a frame counted from the start of the range, at most its end; not
-    // bounded below.
+    // Position of a frame counted from the start of the range: at most the range's end,
+    // but with no lower bound.
     int64_t PositionOf(int64_t frame, const XAudioWFX& wfx) const
     {
         const int64_t offset = MultiplySaturated(frame, wfx.BlockAlign());
@@ -41,8 +43,8 @@ struct STSoundRange {
     }
 
 private:
-    // The end bounds after the start: in a sound chunk too short for its own prefix
-    // it lies before the start.
+    // The upper bound is applied last: in a sound chunk too short for its own prefix, the
+    // end lies before the start.
     int64_t Within(int64_t offset) const
     {
         return std::min(std::max(AddSaturated(dataStart, offset), dataStart), dataEnd);

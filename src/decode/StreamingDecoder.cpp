@@ -17,7 +17,7 @@ bool clsStreamingwavedecoder::Initialize(XFileHTTPStream& stream, const STNStdRe
 void clsStreamingwavedecoder::Close(const STQvEncoderFluid&)
 {
     const Operation operation(m_report, "Close");
-    operation.Succeed();
+    operation.Leave();
 }
 
 void clsStreamingwavedecoder::TraceLength(int64_t milliseconds, int64_t bytes) const
@@ -28,26 +28,26 @@ void clsStreamingwavedecoder::TraceLength(int64_t milliseconds, int64_t bytes) c
                                     m_report);
 }
 
-// For an empty range nothing needs to be fetched.
-bool clsStreamingwavedecoder::StandAtStart()
+// An empty range needs no data from the server.
+bool clsStreamingwavedecoder::SeekToStart()
 {
-    if (m_remaining == 0 || GoForward())
+    if (m_remaining == 0 || AdvanceToStart())
         return true;
     StdReport::WriteERROR({L"Error reading data from file."}, m_report, kPrepare);
     return false;
 }
 
-// From the end of the header to the first byte to decode. A short way is quicker to read
-// than to ask the server anew.
-bool clsStreamingwavedecoder::GoForward()
+// Goes from the end of the header to the first byte to decode. A short gap is faster to
+// read than to request again.
+bool clsStreamingwavedecoder::AdvanceToStart()
 {
     const int64_t gap = m_position - m_stream->Position();
     if (gap > kBlockBytes && m_stream->IsSeekable() && Seek(m_position))
         return true;
-    return Drop(gap);
+    return Discard(gap);
 }
 
-bool clsStreamingwavedecoder::Drop(int64_t bytes)
+bool clsStreamingwavedecoder::Discard(int64_t bytes)
 {
     if (bytes > 0 && !m_decodeBuffer.Reserve(kBlockBytes))
         return false;

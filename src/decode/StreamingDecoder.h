@@ -1,33 +1,34 @@
-// Decoding an AIFF or AIFF-C stream, read forward once, into little-endian PCM blocks.
+// Decoding an AIFF or AIFF-C stream into little-endian PCM blocks.
 #pragma once
 
 #include "decode/SoundDecoder.h"
 #include "support/net/XFileHTTPStream.h"
 
 class FormWalk;
-struct STChunkHeader;
+struct ChunkHeader;
 
-// The header is read once, when it is first wanted: all of it must stand before the
-// sound data, in COMM and empty chunks alone. The samples begin right behind the header
-// of the sound chunk, so the 8 bytes of its offset and block size come out as the first
-// samples. Positions are those of the stream.
+// The header is read once, when it is first needed. It ends at the sound chunk, before
+// which only COMM and empty chunks are accepted. The samples begin directly after the sound
+// chunk's header, so the 8 bytes of its offset and block size come out as the first samples.
+// Positions are those of the stream.
 class clsStreamingwavedecoder : public SoundDecoder
 {
 public:
-    // Starts afresh with a stream that stands at its start; nothing is read yet. The
-    // stream must outlive the use of the decoder. The range is in sample frames, its
-    // end exclusive, -1 for the end of the audio.
+    // Starts over with a stream that is positioned at its start; nothing is read yet. The
+    // stream must outlive the decoder's use of it. The decode range is in sample frames,
+    // its end exclusive, -1 for the end of the audio. Always true.
     [[nodiscard]] bool Initialize(XFileHTTPStream& stream, const STNStdReport& report,
                                   int64_t rangeStart, int64_t rangeEnd);
 
-    void Close(const STQvEncoderFluid& fluid) override;
+    // Only traces the call: the stream belongs to the caller.
+    void Close(const STQvEncoderFluid& fluid);
 
-    // A frame before the audio lands at its first. False also when the stream cannot be
-    // had from there.
+    // A frame before the audio lands at the first one. False, without a report, when the
+    // stream is not seekable.
     [[nodiscard]] bool SetPosition(int64_t frame) override;
 
-    // A stream has no tags to give: an empty list as a tag blob. Null when memory is
-    // short.
+    // Tags of a stream are not read: returns an empty list as a tag blob, or null when
+    // memory is short.
     const XMem* ReadIDTags(XStr& properties) override;
 
 private:
@@ -36,13 +37,13 @@ private:
     bool PullOutCOMMnSSND() override;
     bool ReadHeader();
     bool WalkChunks(FormWalk& walk, uint32_t formType);
-    bool ReadCOMM(const STChunkHeader& chunk, uint32_t formType);
-    bool ReachSound(const STChunkHeader& chunk);
-    std::span<const uint8_t> Take(std::span<uint8_t> bytes);
+    bool ReadCOMM(const ChunkHeader& chunk, uint32_t formType);
+    bool ReachSound(const ChunkHeader& chunk);
+    std::span<const uint8_t> ReadHeaderBytes(std::span<uint8_t> bytes);
     void TraceLength(int64_t milliseconds, int64_t bytes) const override;
-    bool StandAtStart() override;
-    bool GoForward();
-    bool Drop(int64_t bytes);
+    bool SeekToStart() override;
+    bool AdvanceToStart();
+    bool Discard(int64_t bytes);
     bool Seek(int64_t position) override;
     bool ReadSound(std::span<uint8_t> bytes) override;
     XStr GetAudioQuality() const;

@@ -6,7 +6,7 @@
 using StdReport::Operation;
 
 // The header is read all the same, so that its faults are reported under whichever
-// operation comes first; without one there are no tags either.
+// operation comes first. Whether it can be parsed does not matter here.
 const XMem* clsStreamingwavedecoder::ReadIDTags(XStr&)
 {
     const Operation operation(m_report, "ReadIDTags");
@@ -20,7 +20,7 @@ const XMem* clsStreamingwavedecoder::ReadIDTags(XStr&)
     return &m_tagBuffer;
 }
 
-// What would need the chunk index of a file is left out.
+// Leaves out what would require the chunk index of a file.
 NTag clsStreamingwavedecoder::CollectProps(const XStr& properties) const
 {
     const XAudioWFX& wfx = m_common.wfx;

@@ -44,7 +44,7 @@ void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index, const S
         tags->Destroy();
         tags->MergeFrom(std::move(all), false);
     }
-    operation.Succeed();
+    operation.Leave();
 }
 
 bool TagWriter::Run(const wchar_t* path, NTag&& tags, Task task)
@@ -62,18 +62,18 @@ bool TagWriter::Run(const wchar_t* path, NTag&& tags, Task task)
     StdReport::WriteDEBUG(L"Opened", m_report);
     const auto edit = std::make_shared<FileEdit>(target.File());
     if (!m_aiff.Initialize(edit, m_report) || edit->BaseSize() == 0)
-        // No AIFF file, or an empty one, is left alone.
+        // A file that is empty or not an AIFF file is left alone.
         return edit->BaseSize() >= 0 && operation.Succeed();
     bool changes = false;
-    if (!WorkOut(std::move(tags), task, changes))
+    if (!PlanEdit(std::move(tags), task, changes))
         return false;
-    if (changes && !CarryOut(*edit, target, path))
+    if (changes && !Commit(*edit, target, path))
         return false;
     return operation.Succeed();
 }
 
-// Makes the edit in memory. `changes` stays false when there is nothing to do.
-bool TagWriter::WorkOut(NTag&& tags, Task task, bool& changes)
+// Works out the edit in memory. `changes` stays false when there is nothing to do.
+bool TagWriter::PlanEdit(NTag&& tags, Task task, bool& changes)
 {
     int index = -1;
     InternalReadTags(m_aiff, nullptr, index, m_report);
@@ -88,8 +88,8 @@ bool TagWriter::WorkOut(NTag&& tags, Task task, bool& changes)
     return index < 0 ? AddTagChunk(std::move(tags)) : UpdateTagChunk(index, std::move(tags), task);
 }
 
-// A tag chunk with much behind its tag, in a file without sound data: its size may be
-// wrong, and the sound in it.
+// Refuses a file without sound data that has a tag chunk with much data after its tag: the
+// chunk's size may be wrong and include the sound.
 bool TagWriter::MayReplaceSound() const
 {
     if (m_aiff.HasSoundData())
@@ -109,7 +109,8 @@ bool TagWriter::MayReplaceSound() const
     return false;
 }
 
-// The chunk that the tag goes into: the last one that is not empty, else the last.
+// The tag chunk to write the tag into: the last one that is not empty, else the last one;
+// -1 when there is none.
 int TagWriter::LastTagChunk() const
 {
     int index = -1;
@@ -120,8 +121,8 @@ int TagWriter::LastTagChunk() const
     return index;
 }
 
-// A new chunk stands behind the last one and its pad byte, whether the file has that
-// byte or not, and on stray bytes.
+// A new chunk goes after the last one and its pad byte, whether the file has that byte or
+// not, and overwrites stray bytes.
 bool TagWriter::AddTagChunk(NTag&& tags)
 {
     if (!m_aiff.SetPosition(m_aiff.GetFormEnd()) ||
@@ -138,7 +139,7 @@ bool TagWriter::UpdateTagChunk(int index, NTag&& tags, Task task)
     return WriteTag(index, std::move(tags), task) && RemoveTagChunks(index);
 }
 
-// Writes the tag of one chunk; tags of other chunks are merged into it.
+// Writes the tag of one chunk and merges the tags of the other chunks into it.
 bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
 {
     const STRIFFChunk& chunk = *m_aiff.GetChunk(index);
@@ -163,7 +164,7 @@ bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
     return FitChunk(index, tag.WrittenSize());
 }
 
-// The headers are written in any case: the form's size may have been wrong before.
+// The headers are written in any case: the form's size may have been wrong.
 bool TagWriter::FitChunk(int index, int64_t size)
 {
     if (PaddedSize(size) == m_aiff.GetChunk(index)->nSize)
@@ -183,7 +184,7 @@ bool TagWriter::RemoveTagChunks(int keep)
     return indexes.empty() || RemoveTagChunk(indexes.front());
 }
 
-// An odd chunk is made even first, so that its pad byte goes with it.
+// A chunk of odd size is made even first, so that its pad byte is removed with it.
 bool TagWriter::RemoveTagChunk(int index)
 {
     const int64_t size = m_aiff.GetChunk(index)->nSize;
@@ -192,7 +193,7 @@ bool TagWriter::RemoveTagChunk(int index)
            m_aiff.RemoveChunkFromFile(index);
 }
 
-bool TagWriter::CarryOut(FileEdit& edit, const EditTarget& target, const wchar_t* path)
+bool TagWriter::Commit(FileEdit& edit, const EditTarget& target, const wchar_t* path)
 {
     if (m_aiff.GetFormSize() > int64_t{std::numeric_limits<uint32_t>::max()})
         return Fail(path, L"it would exceed 4 GiB, the file is left as it was");

@@ -6,35 +6,37 @@
 #include "support/file/FileEdit.h"
 #include "tags/NTag.h"
 
-// Reads all tag chunks of an indexed file into one list; fields of earlier chunks come
-// before those of later ones. `index` becomes that of the last tag chunk that is not
-// empty, or -1. A tag that is larger than its chunk contributes nothing.
-// `tags` may be null when only the index is asked for.
+// Reads all tag chunks of an indexed file into one list, replacing what it held; fields of
+// earlier chunks come before those of later ones. A tag that is damaged or larger than its
+// chunk contributes nothing.
+//
+// tags   null when only the index is wanted
+// index  becomes that of the last tag chunk that is not empty, or -1
 void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index,
                       const STNStdReport& report);
 
-// One edit of the tags of one file, from its name to the changed file. Every byte of
-// every other chunk survives: the edit is worked out first and carried out only when it
-// would lose nothing, and a failure leaves the file as it was.
+// Edits the tags of a file, once. Every byte of every other chunk survives: the edit is
+// worked out first and carried out only when it would lose nothing, and a failure leaves
+// the file as it was.
 class TagWriter
 {
 public:
     enum class Task {
-        Write,        // the list's fields are set, the others stay
+        Write,        // the fields of the list are set, the others stay
         DeleteFields, // the fields and pictures that the list names are removed
         DeleteAll     // all tag chunks are removed
     };
 
     explicit TagWriter(const STNStdReport& report) : m_report(report) {}
 
-    // True on success, also for a file that is no AIFF file: such a file is left alone.
-    // False, with the reason in the report, when the file cannot be opened, is held by
-    // another writer, would lose something, or cannot be written. The list is used up.
+    // True on success, and also for a file that is not an AIFF file, which is left alone.
+    // False, with the reason reported, when the file cannot be opened, is locked by
+    // another writer, would lose something, or cannot be written. Consumes the list.
     [[nodiscard]] bool Run(const wchar_t* path, NTag&& tags, Task task);
 
 private:
-    bool WorkOut(NTag&& tags, Task task, bool& changes);
-    bool CarryOut(FileEdit& edit, const EditTarget& target, const wchar_t* path);
+    bool PlanEdit(NTag&& tags, Task task, bool& changes);
+    bool Commit(FileEdit& edit, const EditTarget& target, const wchar_t* path);
     bool MayReplaceSound() const;
     int LastTagChunk() const;
     bool AddTagChunk(NTag&& tags);

@@ -9,10 +9,10 @@ bool clWaveDecoder::Initialize(XFileHandle file, const STNStdReport& report, int
     const Operation operation(m_report, "Initialize");
     m_range.rangeStart = rangeStart;
     m_range.rangeEnd = rangeEnd;
-    m_common.compressionName = STCommonChunk().compressionName;
-    m_common.compressionType = STCommonChunk().compressionType;
-    (void)m_file.Open(file); // a file that is not open fails in the scan
-    operation.Succeed();
+    m_common.compressionName = CommonChunk().compressionName;
+    m_common.compressionType = CommonChunk().compressionType;
+    (void)m_file.Open(file); // the scan reports a file that is not open
+    operation.Leave();
     return m_aiff.Initialize(std::move(file), m_report);
 }
 
@@ -20,7 +20,7 @@ void clWaveDecoder::Close(const STQvEncoderFluid&)
 {
     const Operation operation(m_report, "Close");
     Release();
-    operation.Succeed();
+    operation.Leave();
 }
 
 void clWaveDecoder::Release()
@@ -73,7 +73,7 @@ bool clWaveDecoder::ReadCOMM(const STRIFFChunk& chunk)
     return true;
 }
 
-bool clWaveDecoder::StandAtStart()
+bool clWaveDecoder::SeekToStart()
 {
     StdReport::WriteDEBUG(L"Setting Position in File", m_report);
     if (Seek(m_position))

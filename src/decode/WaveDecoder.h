@@ -4,20 +4,21 @@
 #include "aiff/AIFFHandler.h"
 #include "decode/SoundDecoder.h"
 
-// The format and the place of the sound data are learned once and kept, also over a
-// second Initialize. Reads go by position.
+// The format and the location of the sound data are read once and kept, even across a
+// second Initialize.
 class clWaveDecoder : public SoundDecoder
 {
 public:
-    // Looks at an open file and indexes its chunks. The range is in sample frames,
-    // its end exclusive, -1 for the end of the audio.
+    // Indexes the chunks of an open file. The decode range is in sample frames, its end
+    // exclusive, -1 for the end of the audio. False, with the reason reported, when it is
+    // no AIFF file.
     [[nodiscard]] bool Initialize(XFileHandle file, const STNStdReport& report, int64_t rangeStart,
                                   int64_t rangeEnd);
 
-    // What was learned of the file stays.
-    void Close(const STQvEncoderFluid& fluid) override;
+    // Closes the file. The format stays known.
+    void Close(const STQvEncoderFluid& fluid);
 
-    // Lets the file go without a word, for another one to be opened.
+    // Closes the file without a trace, so that another one can be opened.
     void Release();
 
     // A negative frame lands before the start of the range.
@@ -25,18 +26,20 @@ public:
 
     const XMem* ReadIDTags(XStr& properties) override;
 
-    // Writes a tag blob into a file. An empty list leaves the file alone.
+    // Writes a tag blob of `size` bytes into a file. An empty list leaves the file alone;
+    // without a path or a blob it fails. Failures are reported to `report`.
     [[nodiscard]] bool WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_t size,
                                    const STNStdReport& report);
 
-    // Deletes fields by name, or all tags, from a file.
+    // Deletes from a file the fields with the given names or, with `everything`, all tags.
+    // Failures are reported to `report`.
     [[nodiscard]] bool DeleteTags(const wchar_t* path, const std::vector<XStr>& names,
                                   bool everything, const STNStdReport& report);
 
 private:
     bool PullOutCOMMnSSND() override;
     bool ReadCOMM(const STRIFFChunk& chunk);
-    bool StandAtStart() override;
+    bool SeekToStart() override;
     bool Seek(int64_t position) override;
     bool ReadSound(std::span<uint8_t> bytes) override;
     NTag CollectProps(const XStr& properties) const override;

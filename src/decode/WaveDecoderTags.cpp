@@ -14,8 +14,7 @@ namespace
 constexpr const wchar_t* kTagDescription = L"iTunes ID3";
 constexpr size_t kTracedBytes = 20;
 
-// What the trace shows of an item: its value, or the size and the first bytes of its
-// data.
+// What the trace shows of an item: its value, or the size and the first bytes of its data.
 XStr ItemText(const STInternalTag& item)
 {
     if (!item.value.empty())
@@ -70,7 +69,7 @@ bool clWaveDecoder::WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_
     tags.InitFromRawMemory(blob, size);
     const bool written =
         tags.Count() == 0 || TagWriter(report).Run(path, std::move(tags), TagWriter::Task::Write);
-    operation.Succeed(); // left also when the writing failed
+    operation.Leave();
     return written;
 }
 

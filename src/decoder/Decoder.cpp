@@ -10,7 +10,7 @@ constexpr const char* kOpen = "Open";
 // Most characters that a packed list of names is read for.
 constexpr size_t kMostNameCharacters = 2000000000;
 
-// Takes a packed list of zero-terminated names apart; an empty name ends it.
+// Splits a packed list of zero-terminated names; an empty name ends it.
 std::vector<XStr> UnpackNames(const wchar_t* names)
 {
     std::vector<XStr> list;
@@ -24,7 +24,7 @@ std::vector<XStr> UnpackNames(const wchar_t* names)
 
 } // namespace
 
-SoundDecoder& clDecoder::Fitting()
+SoundDecoder& clDecoder::ActiveDecoder()
 {
     if (m_stream.FromInterent())
         return m_streamDecoder;
@@ -74,10 +74,10 @@ bool clDecoder::InitializeDecoder()
     return m_fileDecoder.Initialize(m_stream.FileHandle(), m_report, m_rangeStart, m_rangeEnd);
 }
 
-// Tags and properties that cannot be had do not make Open fail.
+// Tags and properties that cannot be read do not make Open fail.
 void clDecoder::FillTexts(STQvOpenDecoder* open)
 {
-    SoundDecoder& decoder = Fitting();
+    SoundDecoder& decoder = ActiveDecoder();
     const uint32_t flags = open->nFlags;
     XStr tagDescription;
     if ((flags & (QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES)) != 0) {
@@ -98,7 +98,7 @@ void clDecoder::FillTexts(STQvOpenDecoder* open)
 
 bool clDecoder::FillAudio(STQvOpenDecoder* open)
 {
-    SoundDecoder& decoder = Fitting();
+    SoundDecoder& decoder = ActiveDecoder();
     const uint32_t flags = open->nFlags;
     if ((flags & (QV_OPEN_AUDIO_INFO | QV_OPEN_PREPARE_DECODE)) != 0) {
         StdReport::WriteDEBUG(L"Writing Audio Information", m_report);
@@ -127,13 +127,13 @@ bool clDecoder::Close(const STQvEncoderFluid* fluid)
 
 bool clDecoder::DecodeBlock(STQvAudioBlock* block)
 {
-    return Fitting().DecodeBlock(block);
+    return ActiveDecoder().DecodeBlock(block);
 }
 
 bool clDecoder::SetPosition(int64_t frame)
 {
     const Operation operation(m_report, "SetPosition");
-    return Fitting().SetPosition(frame) && operation.Succeed();
+    return ActiveDecoder().SetPosition(frame) && operation.Succeed();
 }
 
 bool clDecoder::DeleteATag(const wchar_t* path, const wchar_t* names)
@@ -142,6 +142,6 @@ bool clDecoder::DeleteATag(const wchar_t* path, const wchar_t* names)
     const bool everything = names == nullptr || names[0] == 0;
     const bool deleted = m_fileDecoder.DeleteTags(
         path, everything ? std::vector<XStr>() : UnpackNames(names), everything, m_report);
-    operation.Succeed(); // left also when the deletion failed
+    operation.Leave();
     return deleted;
 }

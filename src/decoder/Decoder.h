@@ -1,4 +1,4 @@
-// The decoder instance behind a host's handle.
+// The decoder instance that a host's handle refers to.
 #pragma once
 
 #include "decode/StreamingDecoder.h"
@@ -6,8 +6,9 @@
 #include "qvcodec.h"
 #include "support/net/XFileHTTPStream.h"
 
-// Sends each call to the decoder that fits the opened input. Names and keys may be
-// null; records are the host's and may be unaligned. Used by one thread at a time.
+// Forwards each call to the decoder for the kind of input that is open. Names and keys may
+// be null; records belong to the host and may be unaligned. Used by one thread at a time.
+// All operations return false on failure; qvcodec.h describes them.
 class clDecoder
 {
 public:
@@ -24,8 +25,8 @@ public:
 private:
     bool OpenInput(const wchar_t* name);
     bool InitializeDecoder();
-    // The decoder for the input as the stream knows it now.
-    SoundDecoder& Fitting();
+    // The decoder for the input that was opened last: a stream or a file.
+    SoundDecoder& ActiveDecoder();
     void FillTexts(STQvOpenDecoder* open);
     bool FillAudio(STQvOpenDecoder* open);
 
@@ -35,6 +36,6 @@ private:
     clsStreamingwavedecoder m_streamDecoder;
     int64_t m_rangeStart = 0; // sample frames, for the next Open
     int64_t m_rangeEnd = QV_RANGE_TO_END;
-    XStr m_answer1; // texts that Get handed out
+    XStr m_answer1; // the texts that Get returned last
     XStr m_answer2;
 };

@@ -1,4 +1,4 @@
-// The fixed questions of the host, and its commands.
+// Get and Set: the host's questions and commands.
 
 #include "decoder/Decoder.h"
 

@@ -51,7 +51,7 @@ Problem AiffSource::ReadFormat()
     std::vector<uint8_t> body(static_cast<size_t>(chunk->nSize));
     if (m_file->ReadAt(chunk->FileDataPosition, body) != body.size())
         return "is cut off within the description of its audio format (COMM chunk)";
-    STCommonChunk common;
+    CommonChunk common;
     ReadCommonChunk(body, m_aiff.GetFormType(), common);
     m_littleEndian = common.littleEndian;
     // Signed: a damaged chunk may count below zero.
