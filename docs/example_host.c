@@ -10,7 +10,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* One variable for each function of the plug-in, found under its own name. */
+/* One variable for each function of the plug-in, looked up by its name. */
 #define DECLARE(name, type) static type p##name;
 QV_DECODER_FUNCTIONS(DECLARE)
 
@@ -38,7 +38,7 @@ int main(int argc, char** argv)
         return 1;
     }
     STNStdReport report = {0};
-    report.hError = (void*)(intptr_t)2; /* the plug-in says what is wrong */
+    report.hError = (void*)(intptr_t)2; /* errors go to standard error */
     void* decoder = pCreate(&report);
 
     STQvOpenDecoder open = {0};
@@ -52,7 +52,7 @@ int main(int argc, char** argv)
                 (unsigned)open.AudioInfo.WaveFormat.nBitsPerSample,
                 (long long)open.AudioInfo.nLengthMS);
     for (int last = 0; ok && !last;) {
-        STQvAudioBlock block = {0}; /* the last block may be left empty */
+        STQvAudioBlock block = {0}; /* the last block may carry no audio */
         ok = pDecodeBlock(decoder, &block) &&
              fwrite(block.pData, 1, block.nDataSize, stdout) == block.nDataSize;
         last = block.nLastBlock;

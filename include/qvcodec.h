@@ -1,26 +1,26 @@
 /*
  * qvcodec.h - the boundary between an audio host and a decoder plug-in.
  *
- * A host loads a decoder (AIFF.so) with dlopen, looks the nine functions of
- * QV_DECODER_FUNCTIONS up by their plain names and exchanges the packed records
+ * A host loads a decoder (AIFF.so) with dlopen, looks up the nine functions of
+ * QV_DECODER_FUNCTIONS by their plain names and exchanges the packed records
  * below with it. Valid C11 and C++17.
  *
  * Conventions of the whole interface
  *   - Every function returns 1 for success and 0 for failure. A null handle
  *     gives 0, except that Destroy of a null handle gives 1.
- *   - The host owns every record. The plug-in reads and fills the fields named
- *     below, never frees or keeps a pointer that the host placed in a record,
+ *   - The host owns every record. The plug-in reads and fills in the fields named
+ *     below. It never frees or keeps a pointer that the host placed in a record,
  *     and the host never frees a pointer that the plug-in placed in one.
  *   - Records are packed, integers little-endian, pointers 64 bits wide: a field
  *     may be unaligned, so copy it and never take its address.
  *   - Wide strings are zero-terminated wchar_t strings of 32-bit code points.
- *     In a file name, U+DC80..U+DCFF stands for the raw byte 0x80..0xFF of a
- *     name that is not UTF-8.
+ *     In a file name, U+DC80..U+DCFF represents the raw byte 0x80..0xFF of a
+ *     name that is not valid UTF-8.
  *   - An instance is used by one thread at a time; instances are independent.
  *
  * Calling order
  *   Create, [Set QV_KEY_SET_DECODE_RANGE], Open, then DecodeBlock until a block
- *   has nLastBlock set, with SetPosition in between at will; Close; Destroy.
+ *   has nLastBlock set, with SetPosition in between as needed; Close; Destroy.
  *   Get, Set QV_KEY_ID_TAGS and DeleteATag may be called at any time between
  *   Create and Destroy. Use one instance per file.
  */
@@ -38,13 +38,13 @@ extern "C" {
 #define QV_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
 #endif
 
-/* ---- Flags of STQvOpenDecoder.nFlags, to be added up ---------------------- */
+/* ---- Flags of STQvOpenDecoder.nFlags, combined with | --------------------- */
 
-/* Fill the audio information and stand at the start of the decode range. */
+/* Fill in the audio information and get ready to decode from the start of the range. */
 #define QV_OPEN_PREPARE_DECODE 1u
-/* The host feeds packets. Not supported: Open fails at once. */
+/* The host supplies packets. Not supported: Open fails at once. */
 #define QV_OPEN_EXTERNAL_PACKETS 2u
-/* Fill the audio information only. */
+/* Fill in the audio information only. */
 #define QV_OPEN_AUDIO_INFO 4u
 /* Read the tags into pTagData. */
 #define QV_OPEN_READ_TAGS 8u
@@ -53,25 +53,26 @@ extern "C" {
 
 /* ---- Keys of Get (compared exactly) --------------------------------------- */
 
-/* nItemIndex counts from 0: pText1 = extension with its dot, pText2 = format
- * name; 0 past the last one. */
+/* Item nItemIndex of a list, counted from 0: pText1 = file name extension with its
+ * dot, pText2 = name of the format. Get returns 0 past the last item. */
 #define QV_KEY_DECODES L"Decodes"
-/* nItemIndex counts from 0: pText1 = MIME type; 0 past the last one. */
+/* Item nItemIndex of a list, counted from 0: pText1 = MIME type. Get returns 0 past
+ * the last item. */
 #define QV_KEY_STREAMING_DECODES L"StreamingDecodes"
-/* pText1 = name of the decoder for people. */
+/* pText1 = name of the decoder, for display. */
 #define QV_KEY_DECODER_DESCRIPTION L"Decoder Description"
 
 /* ---- Keys of Set (compared exactly) --------------------------------------- */
 
-/* nValue1, nValue2 = decode range of the next Open. */
+/* nValue1, nValue2 = decode range, in sample frames; takes effect at the next Open. */
 #define QV_KEY_SET_DECODE_RANGE L"Set Decode Range"
-/* pText1 = file name, pData and nDataSize = tag blob to write into it. */
+/* pText1 = file name, pData and nDataSize = tag blob to write into that file. */
 #define QV_KEY_ID_TAGS L"IDTags"
 
-/* nValue2 of a decode range that runs to the end of the audio. */
+/* nValue2 of a decode range that extends to the end of the audio. */
 #define QV_RANGE_TO_END (-1)
 
-/* nFormatTag of everything that is handed out: integer PCM. */
+/* nFormatTag of all decoded audio: integer PCM. */
 #define QV_FORMAT_PCM 1
 
 /* ---- Records --------------------------------------------------------------- */
@@ -79,8 +80,8 @@ extern "C" {
 #pragma pack(push, 1)
 
 /*
- * The format of the audio, as wide as a WAVEFORMATEXTENSIBLE. The plug-in writes
- * the leading 18 bytes (up to nExtraSize); the rest keeps what the host put there.
+ * The format of the audio, as large as a WAVEFORMATEXTENSIBLE. The plug-in writes
+ * the first 18 bytes (up to nExtraSize); the rest keeps what the host put there.
  */
 typedef struct STQvWaveFormat {
     uint16_t nFormatTag;      /* plug-in: always QV_FORMAT_PCM once prepared */
@@ -95,10 +96,10 @@ typedef struct STQvWaveFormat {
     uint8_t SubFormat[16];    /* host: not touched */
 } STQvWaveFormat;
 
-/* Size in bytes of the leading part that the plug-in writes. */
+/* Size in bytes of the first part, which the plug-in writes. */
 #define QV_WAVE_FORMAT_BASIC_SIZE 18
 
-/* What the audio is and how long the decode range is. */
+/* The format of the audio and the length of the decode range. */
 typedef struct STQvAudioInfo {
     STQvWaveFormat WaveFormat; /* plug-in */
     uint32_t nBitRate;         /* plug-in: bits per second */
@@ -106,11 +107,11 @@ typedef struct STQvAudioInfo {
     int64_t nLengthBytes;      /* plug-in: PCM bytes of the decode range */
 } STQvAudioInfo;
 
-/* What Open is given and what it fills. */
+/* What the host asks of Open, and what Open fills in. */
 typedef struct STQvOpenDecoder {
     const wchar_t* pFileName;       /* host: path, or a URL that begins with "http://";
                                        null makes Open fail */
-    uint32_t nFlags;                /* host: sum of QV_OPEN_... */
+    uint32_t nFlags;                /* host: any of QV_OPEN_... */
     STQvAudioInfo AudioInfo;        /* plug-in: with QV_OPEN_PREPARE_DECODE or
                                        QV_OPEN_AUDIO_INFO */
     uint64_t nReserved;             /* not used */
@@ -122,16 +123,16 @@ typedef struct STQvOpenDecoder {
     uint32_t nPropertiesDataSize;   /* plug-in: bytes at pPropertiesData */
 } STQvOpenDecoder;
 
-/* One block of decoded audio, at most 65536 bytes of whole sample frames. Only where a
- * decode range with an end of its own runs past sound data that stops within a frame may
- * the last block do so, too. */
+/* One block of decoded audio: at most 65536 bytes of whole sample frames. The last block may
+ * end within a frame, but only when the sound data does and the decode range has an explicit
+ * end that lies past it. */
 typedef struct STQvAudioBlock {
     const uint8_t* pData;      /* plug-in: little-endian PCM; owned by the instance until the
                                   next DecodeBlock, SetPosition, Close or Destroy */
     uint32_t nDataSize;        /* plug-in: bytes at pData */
     STQvWaveFormat WaveFormat; /* plug-in: format of this block */
     uint32_t nBitRate;         /* plug-in: bits per second */
-    int64_t nDurationMS;       /* plug-in: milliseconds in this block */
+    int64_t nDurationMS;       /* plug-in: length of this block in milliseconds */
     uint64_t nReserved[2];     /* not used */
     int64_t nPositionMS;       /* plug-in: milliseconds from the start of the decode range
                                   to the start of this block */
@@ -140,7 +141,7 @@ typedef struct STQvAudioBlock {
                                   left alone, so clear the record before each call */
 } STQvAudioBlock;
 
-/* Questions, answers and commands of Get and Set. */
+/* The arguments of Get and Set, and the answers of Get. */
 typedef struct STQvCodecGetSet {
     uint32_t nItemIndex;   /* host: which item of a list, from 0 */
     int32_t nDataSize;     /* host: bytes at pData */
@@ -153,14 +154,14 @@ typedef struct STQvCodecGetSet {
     const uint8_t* pData;  /* host: tag blob to write */
 } STQvCodecGetSet;
 
-/* Passed to Close; a decoder reads nothing of it. */
+/* Passed to Close; decoders ignore its contents. */
 typedef struct STQvEncoderFluid {
     uint8_t nReserved[60]; /* host */
 } STQvEncoderFluid;
 
 /*
  * Where an instance writes its report. Each handle is a POSIX file descriptor
- * widened to pointer size; null or QV_INVALID_HANDLE switches that output off.
+ * widened to pointer size; null or QV_INVALID_HANDLE turns that output off.
  * The plug-in copies the handles and never closes them. Lines are UTF-8 and end
  * with CR LF.
  */
@@ -262,37 +263,40 @@ QV_RECORD(STNStdReport, 24);
 
 /* ---- The nine functions ------------------------------------------------------ */
 
-/* New instance with a copy of the report's handles (null: a silent instance).
- * Returns the handle, to be freed with Destroy; null when memory is short. */
+/* Creates an instance with a copy of the report's handles (null: no report). Returns
+ * its handle, to be freed with Destroy, or null when memory is short. */
 typedef void* (*tQvCreate)(const STNStdReport* pReport);
 
-/* Frees the instance and everything it handed out. */
+/* Closes what is open, and frees the instance and all blocks and texts it returned. */
 typedef int32_t (*tQvDestroy)(void* hDecoder);
 
-/* Answers one of the keys of Get in pGetSet. */
+/* Answers one of the keys of Get in pGetSet. 0, with pGetSet unchanged, for an unknown
+ * key and past the end of a list. */
 typedef int32_t (*tQvGet)(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet);
 
-/* Carries out one of the keys of Set with pGetSet. */
+/* Carries out one of the keys of Set with the values in pGetSet. 0 for an unknown key or
+ * missing values, and when tags cannot be written, for which the report gives the
+ * reason. */
 typedef int32_t (*tQvSet)(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet);
 
-/* Opens the input and does what the flags ask. After a failure only Close and
- * Destroy make sense. */
+/* Opens the input and does what the flags ask for. After a failure only Close and
+ * Destroy are useful. */
 typedef int32_t (*tQvOpen)(void* hDecoder, STQvOpenDecoder* pOpen);
 
-/* Closes the input; also after a failed Open. Always 1. */
+/* Closes the input, also after a failed Open. Returns 1. */
 typedef int32_t (*tQvClose)(void* hDecoder, STQvEncoderFluid* pFluid);
 
-/* Decodes the next block. 0 when the sound data cannot be read; the position
- * then stays where it was. */
+/* Decodes the next block. 0 when the sound data cannot be read; the position is then
+ * unchanged. */
 typedef int32_t (*tQvDecodeBlock)(void* hDecoder, STQvAudioBlock* pBlock);
 
-/* Moves to a sample frame counted from the start of the decode range; one past
- * its end lands at the end. */
+/* Moves to a sample frame, 0 or more, counted from the start of the decode range; one
+ * past its end lands at the end. 0 when the input is a stream that cannot be sought. */
 typedef int32_t (*tQvSetPosition)(void* hDecoder, int64_t nFrame);
 
-/* Deletes tags from a closed file. pNames is a packed list of names, each
- * zero-terminated, the list ended by an empty one; null or an empty list deletes
- * all tags. */
+/* Deletes tags from a file that is not open. pNames is a packed list of
+ * zero-terminated names that ends with an empty one; null or an empty list deletes all
+ * tags. 0 when the file cannot be changed; the report then says why. */
 typedef int32_t (*tQvDeleteATag)(void* hDecoder, const wchar_t* pFileName, const wchar_t* pNames);
 
 /* X(function name, function type) for every exported function. */

@@ -1,4 +1,5 @@
-// The chunk structure of an AIFF or AIFF-C file.
+// The chunk structure of an AIFF or AIFF-C file. Each part of the handler has a source of its
+// own: AIFFHandler*.cpp, and ByteSwap.cpp for the order of the sample bytes.
 #pragma once
 
 #include "aiff/FourCC.h"
@@ -47,7 +48,7 @@ public:
     // chunks the index holds.
     void DefaultCreate();
 
-    // --- Editing the chunks of a file (AIFFEdit.cpp) ---
+    // --- Editing the chunks of a file (AIFFHandlerEdit.cpp) ---
     //
     // The index is authoritative: headers are written where it places the chunks. Only
     // removing a chunk moves bytes, so resizing is correct for the last chunk alone. A
@@ -84,7 +85,7 @@ public:
     // Marks the chunks from an index on for the next WriteChunkHeaders.
     void SetChunksToWrite(int first);
 
-    // --- Writing a new file (AIFFWriter.cpp) ---
+    // --- Writing a new file (AIFFHandlerWrite.cpp) ---
     //
     // The order of calls: InitializeNewAIFF; WriteSTSoundData; Write with the samples,
     // big-endian; then set the size of the sound chunk in the entry that
@@ -116,7 +117,7 @@ public:
     // WriteChunkHeaders.
     STRIFFChunk* FindChunkForWrite(const char* text, bool fold);
 
-    // --- Whether an edit would lose anything (AIFFEditCheck.cpp) ---
+    // --- Whether an edit would lose anything (AIFFHandlerEditCheck.cpp) ---
 
     // Makes the index cover the whole file, so that an edit keeps all of it: corrects a
     // file in which only a size in a header is wrong (reported as information), refuses

@@ -1,4 +1,5 @@
-// Decoding an AIFF or AIFF-C stream into little-endian PCM blocks.
+// Decoding an AIFF or AIFF-C stream into little-endian PCM blocks. Parsing the header, and
+// tags and properties, have sources of their own.
 #pragma once
 
 #include "decode/SoundDecoder.h"

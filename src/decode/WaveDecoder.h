@@ -1,4 +1,5 @@
-// Decoding a local AIFF or AIFF-C file into little-endian PCM blocks.
+// Decoding a local AIFF or AIFF-C file into little-endian PCM blocks. Tags and properties
+// have sources of their own.
 #pragma once
 
 #include "aiff/AIFFHandler.h"

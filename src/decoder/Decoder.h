@@ -1,4 +1,5 @@
-// The decoder instance that a host's handle refers to.
+// The decoder instance that a host's handle refers to. Get and Set have a source of their
+// own, DecoderGetSet.cpp.
 #pragma once
 
 #include "decode/StreamingDecoder.h"
