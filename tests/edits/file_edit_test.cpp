@@ -1,9 +1,9 @@
 // An edit of a file that is not carried out yet.
 
-#include "support/file/FileEdit.h"
 #include "support/AiffBuilder.h"
 #include "support/TempDir.h"
 #include "support/file/DiskFile.h"
+#include "support/file/FileEdit.h"
 
 #include <gtest/gtest.h>
 #include <random>
