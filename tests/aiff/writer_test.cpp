@@ -118,4 +118,27 @@ TEST(Writer, EveryStepSaysThatTheDiskIsFull)
     }
 }
 
+TEST(PassList, InsertsBeforeTheLastSoundAndFindsByCode)
+{
+    const auto codes = [](const clPassAIFFChunks& list) {
+        std::string text;
+        for (int i = 0; i < list.Count(); ++i)
+            for (int c = 0; c < 4; ++c)
+                text += static_cast<char>(list[i].code >> 8 * c);
+        return text;
+    };
+    clPassAIFFChunks list = PassList({{"COMM", {}}});
+    list.AddInternal(FourCC("NAME"), nullptr, 0, true); // there is no sound yet
+    EXPECT_EQ(codes(list), "COMMNAME");
+    list = PassList({{"SSND", {}}, {"ssnd", {}}, {"ANNO", {1, 2}}});
+    list.AddInternal(FourCC("NAME"), "abc", 3, true);
+    EXPECT_EQ(codes(list), "SSNDNAMEssndANNO");
+    EXPECT_EQ(list[1].data.Used(), 3u);
+    EXPECT_EQ(list.FindChunk("ANNO", false), 3);
+    EXPECT_EQ(list.FindChunk("anno", false), -1);
+    EXPECT_EQ(list.FindChunk("anno", true), 3);
+    EXPECT_EQ(list.FindChunk("ssnd", false), 2);
+    EXPECT_EQ(list.FindChunk("ssnd", true), 0);
+}
+
 } // namespace
