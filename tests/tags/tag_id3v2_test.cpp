@@ -17,7 +17,8 @@ protected:
     TagID3v2 Open(const std::string& tag)
     {
         m_path = m_dir.Write("f", Text(kBefore + tag + kAfter));
-        return {DiskFile::Open(m_path, XFile::Access::ReadWrite), std::ssize(kBefore)};
+        std::error_code error;
+        return {DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error), std::ssize(kBefore)};
     }
 
     // What is between the other bytes now.
