@@ -3,6 +3,8 @@
 #
 #   scripts/setup.sh build         what building the plug-in and the host needs
 #   scripts/setup.sh build test    plus what the tests need
+#   scripts/setup.sh build test coverage
+#                                  plus what scripts/coverage.sh needs
 #   scripts/setup.sh build test ci plus what the checks of .ci/run need
 #
 # If nothing is missing, it does nothing and needs no network; otherwise it needs root
@@ -11,6 +13,7 @@ set -euo pipefail
 
 packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
     libtag1-dev)
+packages_coverage=(gcovr jq)
 packages_test=(libgtest-dev nginx-light python3 python3-mutagen)
 packages_ci=(clang clang-format clang-tidy libclang-rt-14-dev lintian strace sox sndfile-programs
     ffmpeg)

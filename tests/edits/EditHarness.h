@@ -1,9 +1,8 @@
 // Edits of tags through the plug-in, and what must hold after each.
 #pragma once
 
-#include "support/ChunkWalker.h"
+#include "edits/Layouts.h"
 #include "support/PluginDriver.h"
-#include "tags/TagBuilder.h"
 
 #include <map>
 
@@ -26,28 +25,11 @@ inline XStr ValueOf(const NTag& tags, const XStr& name)
     return {};
 }
 
-inline const XStr kCover = L"_albumart_1_Front Album Cover";
-
-// A list with a picture behind other items.
-inline NTag WithCover(const Bytes& picture, const XStr& others = L"")
-{
-    NTag list = ListOf(others);
-    list.AddTag(kCover, picture.data(), picture.size());
-    return list;
-}
-
 inline long FilesIn(const TempDir& dir)
 {
     return std::distance(std::filesystem::directory_iterator(dir.Path("")),
                          std::filesystem::directory_iterator());
 }
-
-struct Edit {
-    enum Kind { Set, Delete, DeleteAll };
-    const char* name;
-    Kind kind;
-    NTag items;
-};
 
 // One edit, prepared so far that only the plug-in's function is left to be called.
 class EditCall
@@ -90,66 +72,6 @@ inline int32_t ApplyEdit(const Plugin& plugin, const std::string& path, const Ed
     return EditCall(plugin, path, edit, report)();
 }
 
-inline const std::string kForeignFrame = Frames(3, "GEOB:a/b\0f\0dj\0"s + std::string(42, 'g'));
-
-// A tag with a title, a frame that no field represents, and padding.
-inline Bytes Tag(const std::string& title, size_t padding = 0, size_t claimsMore = 0)
-{
-    const std::string frames =
-        Frames(3, "TIT2:" + title) + kForeignFrame + std::string(padding, '\0');
-    return TagOf(3, frames, 0, frames.size() + claimsMore);
-}
-
-using Chunk = WalkedChunk;
-
-struct Layout {
-    std::string name;
-    Bytes file;
-    std::vector<Chunk> others; // all chunks but the tags, which every edit keeps
-    std::string title;         // that reading shows
-    bool hasTag = false;       // the index shows a tag chunk that is not empty
-    bool hasForeign = false;   // a tag that can be read holds kForeignFrame
-    friend void PrintTo(const Layout& layout, std::ostream* out) { *out << layout.name; }
-};
-
-inline const Chunk kCommon{"COMM", Join({Big(1, 2), Big(500, 4), Big(16, 2), Extended(44100)})};
-inline const Chunk kSound{"SSND", Join({Bytes(8), Noise(1000)})};
-inline const Chunk kOddSound{"SSND", Join({Bytes(8), Noise(999)})};
-inline const Chunk kMarks{"MARK", Text("odd")};
-
-// A file of these chunks; `change` makes it odd in other ways.
-inline Layout Make(
-    const std::string& name, const std::vector<Chunk>& chunks, const std::string& title = "",
-    void (*change)(Layout&) = [](Layout&) {})
-{
-    Layout layout{name, {}, {}, title, false, !title.empty()};
-    AiffBuilder builder;
-    for (const Chunk& chunk : chunks) {
-        builder.Chunk(chunk.code, chunk.data);
-        if (!chunk.IsTag())
-            layout.others.push_back(chunk);
-        layout.hasTag = layout.hasTag || (chunk.IsTag() && !chunk.data.empty());
-    }
-    layout.file = builder.Build();
-    change(layout);
-    return layout;
-}
-
-inline void PutSize(Bytes& file, size_t position, size_t size)
-{
-    const Bytes bytes = Big(size, 4);
-    std::copy(bytes.begin(), bytes.end(), file.begin() + static_cast<ptrdiff_t>(position));
-}
-
-inline std::vector<Edit> AllEdits()
-{
-    const Bytes picture = Join({{0x89}, Text("PNG"), Noise(5001)});
-    return {{"set", Edit::Set, ListOf(L"Title=New;Artist=Me\rYou")},
-            {"picture", Edit::Set, WithCover(picture, L"Title=New")},
-            {"delete", Edit::Delete, ListOf(L"Title=")},
-            {"delete all", Edit::DeleteAll, {}}};
-}
-
 // Empty when a file that was edited is a well-formed one that has lost nothing, else
 // what is wrong with it.
 inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Bytes& file)
@@ -163,6 +85,7 @@ inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Byt
         return error.what();
     }
     const auto tags = std::erase_if(others, [](const Chunk& chunk) { return chunk.IsTag(); });
+    const XStr cover = ValueOf(edit.items, kCover);
     if (others != layout.others)
         return "other chunks were changed";
     if (tags != (edit.kind == Edit::DeleteAll ? 0u : 1u))
@@ -170,7 +93,9 @@ inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Byt
     if (edit.kind != Edit::DeleteAll && layout.hasForeign &&
         S(file).find(kForeignFrame) == std::string::npos)
         return "a frame is lost";
-    return "";
+    return S(file).find(std::string(cover.begin(), cover.end())) == std::string::npos
+               ? "the picture is not there as it was given"
+               : "";
 }
 
 // Empty when reading gives what was set, and not what was deleted.

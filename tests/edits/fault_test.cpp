@@ -1,6 +1,6 @@
 // A system that fails, and a process that ends, at every step of an edit.
 
-#include "Layouts.h"
+#include "edits/EditHarness.h"
 #include "support/Sndfile.h"
 #include "support/SystemCalls.h"
 
@@ -19,7 +19,7 @@ std::vector<Layout> MainLayouts()
                               "first|padded tag first|odd padded tag of 255 bytes first|tags "
                               "around the sound|two tags last|slack in a first chunk|stray bytes|"
                               "form ends before the tag|form of size 0|form too large|sound cut "
-                              "off|sound cut off behind a tag|";
+                              "off|sound cut off after a tag|";
     std::vector<Layout> layouts = EditableLayouts();
     std::erase_if(layouts, [&](const Layout& layout) {
         return names.find("|" + layout.name + "|") == names.npos;
@@ -36,57 +36,6 @@ std::string ReasonOf(Fault fault, const std::string& call)
     if (fault == Fault::Fails || call == "pread")
         return std::strerror(EIO);
     return std::strerror(fault == Fault::DiskFull ? ENOSPC : EINTR);
-}
-
-// Every edit of one layout.
-class FaultTest : public PluginTest, public testing::WithParamInterface<Layout>
-{
-protected:
-    std::string Complete(const Edit& edit)
-    {
-        const std::string wrong = WhatIsWrong(layout, edit, ReadFile(path));
-        return wrong.empty() ? WhatReadsWrong(plugin, path, layout, edit) : wrong;
-    }
-
-    // An edit in which one call fails; false when there were fewer calls.
-    bool EditWithFault(const Edit& edit, Fault fault, long call)
-    {
-        (void)dir.Write("a.aiff", layout.file);
-        (void)report.Take(kError);
-        const EditCall apply(plugin, path, edit, &report);
-        SystemCalls::Start(fault, call);
-        const int32_t result = apply();
-        const SystemCalls::Counts counts = SystemCalls::Stop();
-        if (!counts.struck)
-            return false;
-        SCOPED_TRACE(edit.name + (", call " + std::to_string(call) + ", ") + counts.last);
-        const std::string error = report.Take(kError);
-        const bool isSame = ReadFile(path) == layout.file;
-        const std::string wrong = Complete(edit);
-        if (result == 0) {
-            EXPECT_TRUE(isSame);
-            EXPECT_TRUE(!error.empty() || fault == Fault::NoMemory);
-            if (error.find("Error writing file") != std::string::npos) {
-                EXPECT_NE(error.find(ReasonOf(fault, counts.last)), std::string::npos) << error;
-            }
-        } else if (!isSame || error.empty()) {
-            EXPECT_EQ(wrong, "");
-        }
-        EXPECT_EQ(FilesIn(dir), 1);
-        return true;
-    }
-
-    const Layout layout = GetParam();
-    const std::string path = dir.Path("a.aiff");
-};
-
-TEST_P(FaultTest, FailingCallLeavesTheFileAsItWasOrEdited)
-{
-    for (const Edit& edit : AllEdits())
-        for (const Fault fault :
-             {Fault::Fails, Fault::DiskFull, Fault::Interrupts, Fault::NoMemory})
-            for (long call = 1; EditWithFault(edit, fault, call) && !HasFailure(); ++call)
-                continue;
 }
 
 // What a strict reader finds that believes neither the form nor the file to hold more
@@ -119,11 +68,81 @@ bool Holds(const std::vector<Chunk>& all, const std::vector<Chunk>& wanted)
     return next == wanted.end();
 }
 
-// -1 when libsndfile cannot open the file.
-int64_t FramesBySndfile(const std::string& path)
+// Every edit of one layout.
+class FaultTest : public PluginTest, public testing::WithParamInterface<Layout>
 {
-    const Samples samples = ReadSamples(path);
-    return samples.channels == 0 ? -1 : std::ssize(samples.values);
+protected:
+    FaultTest() { before = ReadableChunks(layout.file, wasWhole); }
+
+    // Whether the edit was made.
+    bool IsComplete(const Edit& edit)
+    {
+        return WhatIsWrong(layout, edit, ReadFile(path)).empty() &&
+               WhatReadsWrong(plugin, path, layout, edit).empty();
+    }
+
+    // Edits with one call that fails, or all from it on; false when there were fewer.
+    bool EditWithFault(const Edit& edit, Fault fault, long call)
+    {
+        (void)dir.Write("a.aiff", layout.file);
+        (void)report.Take(kError);
+        const EditCall apply(plugin, path, edit, &report);
+        SystemCalls::Start(fault, call);
+        result = apply();
+        const SystemCalls::Counts counts = SystemCalls::Stop();
+        what = edit.name + (", call " + std::to_string(call) + ", ") + counts.last;
+        struck = counts.last;
+        error = report.Take(kError);
+        isSame = ReadFile(path) == layout.file;
+        return counts.struck;
+    }
+
+    // What nobody could read before the edit need not be readable in the middle.
+    void ExpectAllAudio()
+    {
+        bool isWhole = false;
+        EXPECT_TRUE(Holds(ReadableChunks(ReadFile(path), isWhole), before));
+        EXPECT_TRUE(isWhole || !wasWhole);
+    }
+
+    const Layout layout = GetParam();
+    const std::string path = dir.Path("a.aiff");
+    std::vector<Chunk> before;
+    bool wasWhole = false;
+    int32_t result = 0;
+    std::string what, struck, error; // of the last edit
+    bool isSame = false;
+};
+
+TEST_P(FaultTest, FailingCallLeavesTheFileAsItWasOrEdited)
+{
+    for (const Edit& edit : AllEdits())
+        for (const Fault fault :
+             {Fault::Fails, Fault::DiskFull, Fault::Interrupts, Fault::NoMemory})
+            for (long call = 1; EditWithFault(edit, fault, call) && !HasFailure(); ++call) {
+                SCOPED_TRACE(what);
+                if (result == 0)
+                    EXPECT_TRUE(isSame && (!error.empty() || fault == Fault::NoMemory));
+                else if (!isSame || error.empty())
+                    EXPECT_TRUE(IsComplete(edit));
+                if (result == 0 && error.find("Error writing file") != std::string::npos)
+                    EXPECT_NE(error.find(ReasonOf(fault, struck)), std::string::npos) << error;
+                EXPECT_EQ(FilesIn(dir), 1);
+            }
+}
+
+// Not even what was written can be put back.
+TEST_P(FaultTest, SystemThatKeepsFailingLosesNoAudio)
+{
+    for (const Edit& edit : AllEdits())
+        for (long call = 1; EditWithFault(edit, Fault::KeepsFailing, call) && !HasFailure();
+             ++call) {
+            SCOPED_TRACE(what);
+            ExpectAllAudio();
+            EXPECT_TRUE(!error.empty() || (result == 1 && IsComplete(edit)));
+            if (result == 0 && !isSame)
+                EXPECT_NE(error.find("could not be put back"), std::string::npos);
+        }
 }
 
 // Runs an edit in a process of its own, which ends at a call; false when there were
@@ -146,25 +165,19 @@ bool EditAndKill(const Plugin& plugin, const std::string& path, const Edit& edit
 
 TEST_P(FaultTest, KilledProcessLosesNoAudio)
 {
-    // What nobody could read before the edit need not be readable in the middle.
-    bool wasWhole = false;
-    const std::vector<Chunk> before = ReadableChunks(layout.file, wasWhole);
-    const int64_t frames = FramesBySndfile(dir.Write("a.aiff", layout.file));
+    const size_t samples = ReadSamples(dir.Write("a.aiff", layout.file)).values.size();
     for (const Edit& edit : AllEdits())
         for (const Fault fault : {Fault::Kills, Fault::KillsInside})
             for (long call = 1; !HasFailure(); ++call) {
                 (void)dir.Write("a.aiff", layout.file);
                 if (!EditAndKill(plugin, path, edit, fault, call))
                     break;
-                SCOPED_TRACE(edit.name + (", call " + std::to_string(call)) +
-                             (fault == Fault::Kills ? "" : " inside"));
-                bool isWhole = false;
-                EXPECT_TRUE(Holds(ReadableChunks(ReadFile(path), isWhole), before));
-                EXPECT_TRUE(isWhole || !wasWhole);
-                EXPECT_GE(FramesBySndfile(path), frames);
+                SCOPED_TRACE(edit.name + (", call " + std::to_string(call)));
+                ExpectAllAudio();
+                EXPECT_GE(ReadSamples(path).values.size(), samples);
                 // The next edit finds a file that it can work with.
                 EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
-                EXPECT_TRUE(Holds(ReadableChunks(ReadFile(path), isWhole), before));
+                ExpectAllAudio();
                 if (edit.kind == Edit::Set) {
                     EXPECT_EQ(WhatReadsWrong(plugin, path, layout, edit), "");
                     EXPECT_NO_THROW((void)WalkStrictly(ReadFile(path)));
@@ -173,33 +186,6 @@ TEST_P(FaultTest, KilledProcessLosesNoAudio)
                     if (entry.path() != path)
                         std::filesystem::remove(entry.path());
             }
-}
-
-// Not even what was written can be put back.
-TEST_P(FaultTest, SystemThatKeepsFailingLosesNoAudio)
-{
-    bool wasWhole = false;
-    const std::vector<Chunk> before = ReadableChunks(layout.file, wasWhole);
-    for (const Edit& edit : AllEdits())
-        for (long call = 1; !HasFailure(); ++call) {
-            (void)dir.Write("a.aiff", layout.file);
-            (void)report.Take(kError);
-            const EditCall apply(plugin, path, edit, &report);
-            SystemCalls::Start(Fault::KeepsFailing, call);
-            const int32_t result = apply();
-            const SystemCalls::Counts counts = SystemCalls::Stop();
-            if (!counts.struck)
-                break;
-            SCOPED_TRACE(edit.name + (", from call " + std::to_string(call)) + ", " + counts.last);
-            bool isWhole = false;
-            EXPECT_TRUE(Holds(ReadableChunks(ReadFile(path), isWhole), before));
-            EXPECT_TRUE(isWhole || !wasWhole);
-            const std::string error = report.Take(kError);
-            EXPECT_TRUE(!error.empty() || (result == 1 && Complete(edit).empty()));
-            if (result == 0 && ReadFile(path) != layout.file) {
-                EXPECT_NE(error.find("could not be put back"), std::string::npos);
-            }
-        }
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, FaultTest, testing::ValuesIn(MainLayouts()),

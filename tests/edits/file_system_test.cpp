@@ -1,6 +1,6 @@
 // Edits and the file system: what a file is besides its bytes, and who else has it open.
 
-#include "Layouts.h"
+#include "edits/EditHarness.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -15,8 +15,8 @@ namespace
 class FileTest : public PluginTest
 {
 protected:
-    Layout First() const { return Make("", {TagChunk(Tag("Old")), kCommon, kSound}, "Old"); }
-    Layout Last() const { return Make("", {kCommon, kSound, TagChunk(Tag("Old"))}, "Old"); }
+    const Layout first = Make("", {kTag, kCommon, kSound});
+    const Layout last = Make("", {kCommon, kSound, kTag});
     const Edit set = AllEdits()[0];
 };
 
@@ -34,7 +34,7 @@ int AsNobody(Body&& body)
 
 TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
 {
-    const std::string path = dir.Write("a.aiff", First().file);
+    const std::string path = dir.Write("a.aiff", first.file);
     const std::string link = dir.Path("link.aiff");
     std::filesystem::create_symlink("a.aiff", link);
     const bool isRoot = geteuid() == 0;
@@ -55,14 +55,13 @@ TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
     if (hasAttributes)
         EXPECT_EQ(getxattr(path.c_str(), "user.mark", value.data(), value.size()), 5);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
-    EXPECT_EQ(WhatIsWrong(First(), set, ReadFile(path)), "");
+    EXPECT_EQ(WhatIsWrong(first, set, ReadFile(path)), "");
     EXPECT_EQ(FilesIn(dir), 2);
 }
 
 TEST_F(FileTest, EditAtTheEndKeepsTheFile)
 {
-    const Chunk tag = TagChunk(Tag("Old"));
-    for (const Layout& layout : {Last(), Make("", {kCommon, kSound, tag, TagChunk(Tag("B", 1))})}) {
+    for (const Layout& layout : {last, Make("", {kCommon, kSound, kTag, TagChunk("B", 1)})}) {
         const std::string path = dir.Write("a.aiff", layout.file);
         struct stat before = {};
         struct stat after = {};
@@ -77,7 +76,7 @@ TEST_F(FileTest, UserWhoMayNotWriteIsRefused)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "needs to be root to become somebody else";
-    const std::string path = dir.Write("a.aiff", First().file);
+    const std::string path = dir.Write("a.aiff", first.file);
     ASSERT_EQ(chmod(dir.Path("").c_str(), 0755), 0);
     ASSERT_EQ(chmod(path.c_str(), 0644), 0);
     const auto edit = [&] { return ApplyEdit(plugin, path, set, &report); };
@@ -87,26 +86,26 @@ TEST_F(FileTest, UserWhoMayNotWriteIsRefused)
     ASSERT_EQ(chmod(path.c_str(), 0666), 0);
     EXPECT_EQ(AsNobody(edit), 0);
     EXPECT_NE(report.Take(kError).find("Permission denied"), std::string::npos);
-    EXPECT_EQ(ReadFile(path), First().file);
+    EXPECT_EQ(ReadFile(path), first.file);
     // One whose owner cannot be kept.
     ASSERT_EQ(chmod(dir.Path("").c_str(), 0777), 0);
     EXPECT_EQ(AsNobody(edit), 0);
-    EXPECT_EQ(ReadFile(path), First().file);
+    EXPECT_EQ(ReadFile(path), first.file);
     EXPECT_EQ(FilesIn(dir), 1);
     // Control: at the end of the file neither is needed.
-    (void)dir.Write("a.aiff", Last().file);
+    (void)dir.Write("a.aiff", last.file);
     ASSERT_EQ(chmod(path.c_str(), 0666), 0);
     EXPECT_EQ(AsNobody(edit), 1);
 }
 
 TEST_F(FileTest, SecondWriterFailsAtOnceAndReadersGoOn)
 {
-    const std::string path = dir.Write("a.aiff", Last().file);
+    const std::string path = dir.Write("a.aiff", last.file);
     const int other = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(flock(other, LOCK_EX), 0);
     EXPECT_EQ(ApplyEdit(plugin, path, set, &report), 0);
     EXPECT_NE(report.Take(kError).find("check no other program has it open"), std::string::npos);
-    EXPECT_EQ(ReadFile(path), Last().file);
+    EXPECT_EQ(ReadFile(path), last.file);
     EXPECT_EQ(ValueOf(ReadTags(plugin, path), L"Title"), L"Old");
     close(other);
     Instance reader(plugin);
@@ -116,7 +115,7 @@ TEST_F(FileTest, SecondWriterFailsAtOnceAndReadersGoOn)
 
 TEST_F(FileTest, DecodingGoesOnWhileTheFileIsEdited)
 {
-    for (const Layout& layout : {First(), Last()})
+    for (const Layout& layout : {first, last})
         for (const bool same : {true, false}) {
             const std::string path = dir.Write("a.aiff", layout.file);
             Instance host(plugin);

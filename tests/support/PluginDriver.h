@@ -165,6 +165,13 @@ inline std::string Properties(const Instance& host)
     return lines;
 }
 
+// A folder of real files, which need not be there.
+inline std::string Corpus()
+{
+    const char* const folder = std::getenv("AIFF_CORPUS");
+    return std::string(folder != nullptr ? folder : AIFF_CORPUS_PATH) + "/";
+}
+
 class PluginTest : public testing::Test
 {
 protected:
