@@ -78,33 +78,23 @@ void Perform(void* handle, uint8_t command, int64_t number, size_t fileSize, uin
     record.nItemIndex = static_cast<uint32_t>(number);
     record.nValue1 = command == kRangeTo ? 0 : number;
     record.nValue2 = command == kRangeTo ? number : QV_RANGE_TO_END;
-    switch (command) {
-    case kDecodeAll:
+    if (command == kDecodeAll)
         for (size_t blocks = 0; Decode(handle); ++blocks)
             Require(blocks <= fileSize, "the last block comes");
-        break;
-    case kSeek:
+    else if (command == kSeek)
         SetPosition(handle, number);
-        break;
-    case kRangeFrom:
-    case kRangeTo:
+    else if (command == kRangeFrom || command == kRangeTo)
         Require(Set(handle, QV_KEY_SET_DECODE_RANGE, &record) == 1, "a range is taken");
-        break;
-    case kReopen:
+    else if (command == kReopen)
         OpenFile(handle, flags);
-        break;
-    case kClose:
+    else if (command == kClose)
         Require(Close(handle, nullptr) == 1, "Close succeeds");
-        break;
-    case kCut:
+    else if (command == kCut)
         Resize(static_cast<uint64_t>(number) % (fileSize + 1));
-        break;
-    case kGet:
+    else if (command == kGet)
         Get(handle, QV_KEY_STREAMING_DECODES, &record);
-        break;
-    default:
+    else
         Decode(handle);
-    }
 }
 
 // Every failure has indented the trace of the whole process, which would fill up.

@@ -72,38 +72,27 @@ static long Number(const char* script, const char* key, long otherwise)
     return found != NULL ? atol(found + strlen(key)) : otherwise;
 }
 
-static void MakeNoise(const Instance* instance, long lines)
-{
-    static const char line[] = "Error of the fixture.  [Open]\r\n";
-    for (long i = 0; i < lines; ++i)
-        (void)!write(instance->error, line, sizeof line - 1);
-}
-
 int32_t Open(void* hDecoder, STQvOpenDecoder* pOpen)
 {
     Instance* instance = hDecoder;
     char name[4096], script[256] = "";
     wcstombs(name, pOpen->pFileName, sizeof name);
     FILE* file = fopen(name, "r");
-    if (file == NULL || fgets(script, sizeof script, file) == NULL)
-        script[0] = '\0';
-    if (file != NULL)
+    if (file != NULL) {
+        (void)!fgets(script, sizeof script, file);
         fclose(file);
-    MakeNoise(instance, Number(script, "noise=", 0));
+    }
+    for (long i = Number(script, "noise=", 0); i > 0; --i)
+        dprintf(instance->error, "Error of the fixture.  [Open]\r\n");
     if (strncmp(script, "FIXTURE", 7) != 0)
         return 0;
     instance->blocks = Number(script, "blocks=", 1);
     instance->fail = Number(script, "fail=", -1);
     instance->pause = Number(script, "pause=", 0);
-    STQvAudioInfo info = {0};
-    info.WaveFormat.nFormatTag = QV_FORMAT_PCM;
-    info.WaveFormat.nChannels = 1;
-    info.WaveFormat.nSamplesPerSec = 8000;
-    info.WaveFormat.nAvgBytesPerSec = 16000;
-    info.WaveFormat.nBlockAlign = 2;
-    info.WaveFormat.nBitsPerSample = (uint16_t)Number(script, "bits=", 16);
-    info.nLengthBytes = Number(script, "promise=", instance->blocks * BLOCK_SIZE);
-    pOpen->AudioInfo = info;
+    const uint16_t bits = (uint16_t)Number(script, "bits=", 16);
+    pOpen->AudioInfo =
+        (STQvAudioInfo){.WaveFormat = {QV_FORMAT_PCM, 1, 8000, 16000, 2, bits, 0, 0, 0, {0}},
+                        .nLengthBytes = Number(script, "promise=", instance->blocks * BLOCK_SIZE)};
     return 1;
 }
 

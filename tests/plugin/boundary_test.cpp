@@ -91,15 +91,14 @@ TEST_F(BoundaryTest, GetAnswersItsKeysOnly)
         const int32_t result = plugin.Get(host.handle, key, &record);
         return std::to_wstring(result) + text(record.pText1) + L" " + text(record.pText2);
     };
-    const wchar_t* const decodes[] = {L"1.aif AIFF", L"1.aiff AIFF", L"1.aifc AIFC", L"0 ", L"0 "};
-    const wchar_t* const types[] = {
-        L"1audio/aiff ",         L"1application/aiff ",  L"1audio/x-aiff ",
-        L"1application/x-aiff ", L"1audio/aif ",         L"1application/aif ",
-        L"1audio/x-aif ",        L"1application/x-aif ", L"0 "};
-    for (uint32_t i = 0; i < std::size(decodes); ++i)
-        EXPECT_EQ(ask(L"Decodes", i), decodes[i]);
-    for (uint32_t i = 0; i < std::size(types); ++i)
-        EXPECT_EQ(ask(L"StreamingDecodes", i), types[i]);
+    std::wstring decodes, types;
+    for (uint32_t i = 0; i < 5; ++i)
+        decodes += ask(L"Decodes", i) + L";";
+    for (uint32_t i = 0; i < 9; ++i)
+        types += ask(L"StreamingDecodes", i) + L";";
+    EXPECT_EQ(decodes, L"1.aif AIFF;1.aiff AIFF;1.aifc AIFC;0 ;0 ;");
+    EXPECT_EQ(types, L"1audio/aiff ;1application/aiff ;1audio/x-aiff ;1application/x-aiff ;"
+                     L"1audio/aif ;1application/aif ;1audio/x-aif ;1application/x-aif ;0 ;");
     EXPECT_EQ(ask(L"Decodes", 0xFFFFFFFF), L"0 ");
     EXPECT_EQ(ask(L"Decoder Description", 77), L"1Aiff Decoder ");
     for (const wchar_t* key : {L"decodes", L"Decodes ", L"Decode", L"", L"IDTags"})
@@ -111,6 +110,7 @@ TEST_F(BoundaryTest, GetAnswersItsKeysOnly)
 
 TEST_F(BoundaryTest, NullArgumentsAreHarmless)
 {
+    const Bytes noItems(4);
     STQvCodecGetSet getSet = {};
     STQvOpenDecoder open = {};
     STQvAudioBlock block = {};
@@ -123,6 +123,10 @@ TEST_F(BoundaryTest, NullArgumentsAreHarmless)
         EXPECT_EQ(plugin.Set(handle, L"Set Decode Range", own ? nullptr : &getSet), 0);
         EXPECT_EQ(plugin.Open(handle, own ? nullptr : &open), 0);
         EXPECT_EQ(plugin.DecodeBlock(handle, own ? nullptr : &block), 0);
+        STQvCodecGetSet tags = {};
+        tags.pData = noItems.data();
+        tags.nDataSize = 4;
+        EXPECT_EQ(plugin.Set(handle, L"IDTags", &tags), 0);
         EXPECT_EQ(plugin.SetPosition(handle, 0), 0);
         EXPECT_EQ(plugin.DeleteATag(handle, nullptr, nullptr), 0);
         EXPECT_EQ(plugin.Close(handle, nullptr), own ? 1 : 0);

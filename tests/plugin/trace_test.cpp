@@ -132,19 +132,13 @@ std::string EditLines(const std::string& path, int form, const std::string& own)
 }
 
 // The lines of a tag chunk that gets another size.
-std::string ResizeLines(const std::string& size, const std::string& indent)
+std::string ResizeLines(const std::string& size, const std::string& in)
 {
-    std::istringstream lines(R"(->->  [ResizeExistingChunkOnFile]
-  ->->  [WriteChunkHeaders]
-    clAIFFHandler::CalcAllChunks: Ok
-    Writing Chunk Header 'ID3 '  Length: )" +
-                             size + R"(  ChunkPosition: 454  ChunkDataPos: 462
-  <-<-  [WriteChunkHeaders]
-<-<-  [ResizeExistingChunkOnFile])");
-    std::string text;
-    for (std::string line; std::getline(lines, line);)
-        text += indent + line + "\n";
-    return text;
+    return in + "->->  [ResizeExistingChunkOnFile]\n" + in + "  ->->  [WriteChunkHeaders]\n" + in +
+           "    clAIFFHandler::CalcAllChunks: Ok\n" + in +
+           "    Writing Chunk Header 'ID3 '  Length: " + size +
+           "  ChunkPosition: 454  ChunkDataPos: 462\n" + in + "  <-<-  [WriteChunkHeaders]\n" + in +
+           "<-<-  [ResizeExistingChunkOnFile]\n";
 }
 
 TEST_F(TraceTest, EveryStepOfAnEditIsShown)

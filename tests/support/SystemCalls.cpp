@@ -138,55 +138,37 @@ AIFF_IN_FRONT ssize_t pwrite(int fd, const void* bytes, size_t size, off_t posit
     return SystemCalls::Write(fd, bytes, size, position);
 }
 
-AIFF_IN_FRONT ssize_t pwrite64(int fd, const void* bytes, size_t size, off_t position)
-{
-    return SystemCalls::Write(fd, bytes, size, position);
-}
-
-// The arguments pass on as they are.
-#define AIFF_CALL(name, number, parameters, ...)                                                   \
-    AIFF_IN_FRONT int name parameters                                                              \
-    {                                                                                              \
-        return Strikes(#name) ? -1 : static_cast<int>(syscall(number, __VA_ARGS__));               \
-    }
-
-AIFF_CALL(ftruncate, SYS_ftruncate, (int fd, off_t size), fd, size)
-AIFF_CALL(ftruncate64, SYS_ftruncate, (int fd, off_t size), fd, size)
-AIFF_CALL(rename, SYS_rename, (const char* from, const char* to), from, to)
-AIFF_CALL(unlink, SYS_unlink, (const char* path), path)
-AIFF_CALL(fchmod, SYS_fchmod, (int fd, mode_t mode), fd, mode)
-AIFF_CALL(fchown, SYS_fchown, (int fd, uid_t user, gid_t group), fd, user, group)
-AIFF_CALL(fstat, SYS_fstat, (int fd, struct stat* status), fd, status)
-AIFF_CALL(fsetxattr, SYS_fsetxattr,
-          (int fd, const char* name, const void* value, size_t size, int flags), fd, name, value,
-          size, flags)
-
-// What reaches the disk and when is not what is tested here.
-AIFF_IN_FRONT int fsync(int)
-{
-    return Strikes("fsync") ? -1 : 0;
-}
-
-// Under its own name it would hide the record of fcntl.
-AIFF_IN_FRONT int LockFile(int fd, int operation) __asm__("flock");
-int LockFile(int fd, int operation)
-{
-    return Strikes("flock") ? -1 : static_cast<int>(syscall(SYS_flock, fd, operation));
-}
-
 AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
 {
     return SystemCalls::Read(fd, out, size, position);
 }
 
-AIFF_IN_FRONT ssize_t flistxattr(int fd, char* list, size_t size)
-{
-    return Strikes("flistxattr") ? -1 : syscall(SYS_flistxattr, fd, list, size);
-}
+// The arguments pass on as they are.
+#define AIFF_CALL(type, name, number, parameters, ...)                                             \
+    AIFF_IN_FRONT type name parameters                                                             \
+    {                                                                                              \
+        return Strikes(#name) ? -1 : static_cast<type>(syscall(number, __VA_ARGS__));              \
+    }
 
-AIFF_IN_FRONT ssize_t fgetxattr(int fd, const char* name, void* value, size_t size)
+AIFF_CALL(int, ftruncate, SYS_ftruncate, (int fd, off_t size), fd, size)
+AIFF_CALL(int, rename, SYS_rename, (const char* from, const char* to), from, to)
+AIFF_CALL(int, unlink, SYS_unlink, (const char* path), path)
+AIFF_CALL(int, fchmod, SYS_fchmod, (int fd, mode_t mode), fd, mode)
+AIFF_CALL(int, fchown, SYS_fchown, (int fd, uid_t user, gid_t group), fd, user, group)
+AIFF_CALL(int, fstat, SYS_fstat, (int fd, struct stat* status), fd, status)
+AIFF_CALL(int, fsetxattr, SYS_fsetxattr,
+          (int fd, const char* name, const void* value, size_t size, int flags), fd, name, value,
+          size, flags)
+AIFF_CALL(ssize_t, flistxattr, SYS_flistxattr, (int fd, char* list, size_t size), fd, list, size)
+AIFF_CALL(ssize_t, fgetxattr, SYS_fgetxattr, (int fd, const char* name, void* value, size_t size),
+          fd, name, value, size)
+// Under its own name it would hide the record of fcntl.
+AIFF_IN_FRONT int LockFile(int fd, int operation) __asm__("flock");
+AIFF_CALL(int, LockFile, SYS_flock, (int fd, int operation), fd, operation)
+// What reaches the disk and when is not what is tested here.
+AIFF_IN_FRONT int fsync(int)
 {
-    return Strikes("fgetxattr") ? -1 : syscall(SYS_fgetxattr, fd, name, value, size);
+    return Strikes("fsync") ? -1 : 0;
 }
 
 AIFF_IN_FRONT int open(const char* path, int flags, ...)

@@ -144,9 +144,9 @@ TEST(AlbumArt, NamesStandForPictureTypes)
 TEST(AlbumArt, ItemNamesAreSplit)
 {
     const WidePair rows[] = {{L"_albumart_1_Media", L"Media|"},
-                             {L"_albumart_12_Media<subdesc>a<subdesc>b", L"Media|a<subdesc>b"},
                              {L"_albumart_1_Media_x<SUBDESC>", L"Media_x<SUBDESC>|"},
                              {L"_albumart_1_<subdesc>", L"|"},
+                             {L"_albumart_12_Media<subdesc>a<subdesc>b", L"Media|a<subdesc>b"},
                              {L"_albumart_1", L"|"},
                              {L"", L"|"}};
     XStr description, sub;

@@ -147,6 +147,9 @@ TEST(CodePages, TextKeepsSurrogatesAndJoinsPairs)
     const XStr pair = {static_cast<wchar_t>(0xD83D), static_cast<wchar_t>(0xDE00)};
     EXPECT_EQ(TextToUtf8(pair), kGrin);
     EXPECT_EQ(Utf8ToText(TextToUtf8(pair.substr(0, 1))), pair.substr(0, 1));
+    const XStr last = {static_cast<wchar_t>(0xDBFF), static_cast<wchar_t>(0xDFFF)};
+    EXPECT_EQ(TextToUtf8(last), "\xF4\x8F\xBF\xBF");
+    EXPECT_EQ(TextToUtf8(L"\U0010FFFF"), "\xF4\x8F\xBF\xBF");
     EXPECT_EQ(TextToUtf8(XStr(L"a\0b", 3)), "a");
 }
 
