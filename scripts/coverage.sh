@@ -15,7 +15,7 @@ ctest --preset coverage -j "$(nproc)" >$build/tests.log || { tail -n 40 $build/t
 gcovr --root . --filter src/ --json $build/coverage.json $build
 jq -r '
     def share: "\(map(select(. > 0)) | length) \(length)";
-    (.files[] | "line \(.file | sub("/[^/]*$"; "")) \([.lines[].count] | share)"),
+    (.files[] | "line \(.file | sub("/[^/]*$"; "")) \([.lines[] | select(."gcovr/noncode" | not) | .count] | share)"),
     (.files[] | .file as $file | .functions[]? | select(.execution_count == 0)
         | "never \($file):\(.lineno) \(.name)")' $build/coverage.json |
 awk '
@@ -25,6 +25,6 @@ awk '
         for (folder in all) if (all[folder] > 0)
             printf "%6.1f %% of %5d lines  %s\n", 100 * hit[folder] / all[folder], all[folder], folder | "sort -k6"
         close("sort -k6")
-        printf "\n%d functions that nothing called:\n", count
+        printf "\nFunctions that nothing called: %d\n", count
         for (i = 1; i <= count; ++i) print "  " never[i]
-    }' | c++filt
+    }'
