@@ -10,6 +10,8 @@
 #include <set>
 #include <tuple>
 
+using namespace aiff;
+
 // Whether the disk holds the bytes is not what is tested here.
 extern "C" int fsync(int)
 {

@@ -13,6 +13,8 @@
 
 #include <set>
 
+using namespace aiff;
+
 using View = std::span<const uint8_t>;
 using id3parser::t_frame;
 using id3parser::t_tag;

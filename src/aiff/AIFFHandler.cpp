@@ -2,6 +2,9 @@
 
 #include "support/text/Ascii.h"
 
+namespace aiff
+{
+
 const STRIFFChunk* clAIFFHandler::GetChunk(int index) const
 {
     return index >= 0 && index < Count() ? &m_chunks[static_cast<size_t>(index)] : nullptr;
@@ -78,3 +81,5 @@ void clAIFFHandler::CalcAllChunks(int first)
     m_formSize = end - kChunkHeaderSize;
     StdReport::WriteDEBUG(L"Ok", m_report);
 }
+
+} // namespace aiff

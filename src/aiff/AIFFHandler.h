@@ -9,6 +9,9 @@
 
 #include <vector>
 
+namespace aiff
+{
+
 class clPassAIFFChunks;
 
 // One chunk. Positions assume that the chunks lie back to back from offset 12 on, each
@@ -206,3 +209,5 @@ inline constexpr uint16_t kTagALaw = 6;
 inline constexpr uint16_t kTagMuLaw = 7;
 inline constexpr uint16_t kTagLittleEndianPCM = 0x3000; // decoded as kTagPCM, not swapped
 inline constexpr uint16_t kTagUnknown = 0xFFFF;
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 #include <array>
 #include <new>
 
+namespace aiff
+{
+
 using StdReport::Operation;
 using StdReport::Piece;
 
@@ -217,3 +220,5 @@ bool clAIFFHandler::RemoveChunksFromFile(std::span<const int> indexes)
     operation.Leave();
     return WriteChunkHeaders(false);
 }
+
+} // namespace aiff

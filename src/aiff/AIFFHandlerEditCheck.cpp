@@ -7,6 +7,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -126,3 +129,5 @@ bool clAIFFHandler::PrepareForEdit()
         return Refuse(L"no sound data was found in it, although it holds more data.");
     return CorrectLastChunk();
 }
+
+} // namespace aiff

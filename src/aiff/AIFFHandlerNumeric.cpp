@@ -5,6 +5,9 @@
 #include <cmath>
 #include <limits>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -109,3 +112,5 @@ uint16_t clAIFFHandler::CompID2WFXFormatTag(uint32_t code)
             return row.tag;
     return kTagUnknown;
 }
+
+} // namespace aiff

@@ -4,6 +4,9 @@
 #include "aiff/FormWalk.h"
 #include "aiff/HeaderReader.h"
 
+namespace aiff
+{
+
 namespace
 {
 constexpr const char* kScanFile = "ScanFile";
@@ -68,3 +71,5 @@ bool clAIFFHandler::IndexChunks(int64_t fileSize)
                              m_report, kScanFile);
     return true;
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <array>
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 namespace
@@ -133,3 +136,5 @@ bool clAIFFHandler::WriteChunksAfterData()
                            return !HoldsItsData(chunk) || WriteChunkData(chunk, chunk.Data.View());
                        });
 }
+
+} // namespace aiff

@@ -5,6 +5,9 @@
 #include <cstring>
 #include <utility>
 
+namespace aiff
+{
+
 namespace ByteSwap
 {
 namespace
@@ -74,3 +77,5 @@ void clAIFFHandler::ByteSwap(XMem& block, int bitsPerSample)
         return;
     }
 }
+
+} // namespace aiff

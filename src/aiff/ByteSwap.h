@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ByteSwap
+namespace aiff::ByteSwap
 {
 
 // `bytes` points to `count` samples of the kernel's width.
@@ -30,4 +30,4 @@ const Kernels* Avx2();
 // The fastest kernels that this processor runs.
 const Kernels& Best();
 
-} // namespace ByteSwap
+} // namespace aiff::ByteSwap

@@ -6,6 +6,9 @@
 
 #include <immintrin.h>
 
+namespace aiff
+{
+
 #define AIFF_AVX2 __attribute__((target("avx2")))
 
 namespace ByteSwap
@@ -142,3 +145,5 @@ const ByteSwap::Kernels* ByteSwap::Avx2()
 }
 
 #endif
+
+} // namespace aiff

@@ -8,6 +8,9 @@
 #include <array>
 #include <new>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -134,3 +137,5 @@ CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailSt
         return {};
     return {writer.Undo() ? File::AsBefore : File::Damaged, error};
 }
+
+} // namespace aiff

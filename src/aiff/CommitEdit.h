@@ -4,6 +4,9 @@
 #include "support/file/EditTarget.h"
 #include "support/file/FileEdit.h"
 
+namespace aiff
+{
+
 struct CommitResult {
     enum class File {
         Changed,
@@ -22,3 +25,5 @@ struct CommitResult {
 // tailStart  position of the chunk at the end of the form that the edit adds or
 //            changes, or the end of the form when there is none
 [[nodiscard]] CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailStart);
+
+} // namespace aiff

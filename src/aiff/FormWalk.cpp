@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 using StdReport::Piece;
 
 namespace
@@ -97,3 +100,5 @@ void FormWalk::ChargeData(int64_t paddedSize)
     m_inputLeft = SubtractClamped(m_inputLeft, paddedSize);
     m_formLeft = SubtractClamped(m_formLeft, paddedSize);
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 
 #include <span>
 
+namespace aiff
+{
+
 // What a form header says. Codes have their first character in the low byte.
 struct FormHeader {
     uint32_t code = 0;
@@ -58,3 +61,5 @@ private:
     int64_t m_inputLeft = 0;
     int64_t m_formLeft = 0;
 };
+
+} // namespace aiff

@@ -3,6 +3,9 @@
 
 #include <cstdint>
 
+namespace aiff
+{
+
 // Packs four characters, the first one into the least significant byte: the value that a
 // little-endian machine gets by reading the four bytes of a chunk header.
 constexpr uint32_t FourCC(const char* text)
@@ -41,3 +44,5 @@ constexpr int64_t PaddedSize(int64_t size)
 {
     return size + (size & 1);
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 class HeaderReader
 {
 public:
@@ -53,3 +56,5 @@ private:
     size_t m_windowSize = kLeastWindow / 2; // the first request doubles it
     int64_t m_start = 0;
 };
+
+} // namespace aiff

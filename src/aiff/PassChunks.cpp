@@ -4,6 +4,9 @@
 
 #include <new>
 
+namespace aiff
+{
+
 void clPassAIFFChunks::AddInternal(uint32_t code, const void* data, uint32_t size, bool beforeSound)
 {
     STPassAIFFChunks chunk;
@@ -26,3 +29,5 @@ int clPassAIFFChunks::FindChunk(const char* text, bool fold) const
             return index;
     return -1;
 }
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <vector>
 
+namespace aiff
+{
+
 struct STPassAIFFChunks {
     uint32_t code = 0; // first character in the low byte
     XMem data;         // may be empty
@@ -31,3 +34,5 @@ public:
 private:
     std::vector<STPassAIFFChunks> m_chunks;
 };
+
+} // namespace aiff

@@ -3,7 +3,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 
-namespace codecs
+namespace aiff::codecs
 {
 namespace
 {
@@ -60,4 +60,4 @@ bool Codec::FindFunctions(std::string& why)
     return true;
 }
 
-} // namespace codecs
+} // namespace aiff::codecs

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-namespace codecs
+namespace aiff::codecs
 {
 
 // The exported functions of one decoder; none is null once loaded.
@@ -40,4 +40,4 @@ private:
     DecoderFunctions m_functions;
 };
 
-} // namespace codecs
+} // namespace aiff::codecs

@@ -8,7 +8,7 @@
 
 namespace fs = std::filesystem;
 
-namespace codecs
+namespace aiff::codecs
 {
 namespace
 {
@@ -73,4 +73,4 @@ std::vector<std::string> PluginFiles(const std::string& root, CodecKind kind)
     return files;
 }
 
-} // namespace codecs
+} // namespace aiff::codecs

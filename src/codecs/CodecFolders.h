@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace codecs
+namespace aiff::codecs
 {
 
 // The environment variable that names the folder which holds Codecs/Bin.
@@ -26,4 +26,4 @@ std::string FindRoot(const std::vector<std::string>& candidates);
 // Paths of the plug-in files of one kind below `root`, sorted by name.
 std::vector<std::string> PluginFiles(const std::string& root, CodecKind kind);
 
-} // namespace codecs
+} // namespace aiff::codecs

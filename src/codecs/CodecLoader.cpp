@@ -6,7 +6,7 @@
 #include <cwchar>
 #include <functional>
 
-namespace codecs
+namespace aiff::codecs
 {
 namespace
 {
@@ -119,4 +119,4 @@ const Decoder* CodecLoader::ForMimeType(std::wstring_view mimeType) const
     return found == m_byMimeType.end() ? nullptr : found->second;
 }
 
-} // namespace codecs
+} // namespace aiff::codecs

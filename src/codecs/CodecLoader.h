@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace codecs
+namespace aiff::codecs
 {
 
 // One kind of file that a decoder reads.
@@ -77,4 +77,4 @@ private:
     Index m_byMimeType;
 };
 
-} // namespace codecs
+} // namespace aiff::codecs

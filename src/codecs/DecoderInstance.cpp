@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace codecs
+namespace aiff::codecs
 {
 
 DecoderInstance::DecoderInstance(std::shared_ptr<const Codec> codec, const STNStdReport& report)
@@ -71,4 +71,4 @@ bool DecoderInstance::DeleteATag(const wchar_t* fileName, const wchar_t* names)
     return m_handle != nullptr && m_codec->Functions().DeleteATag(m_handle, fileName, names) != 0;
 }
 
-} // namespace codecs
+} // namespace aiff::codecs

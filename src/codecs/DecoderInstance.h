@@ -3,7 +3,7 @@
 
 #include "codecs/Codec.h"
 
-namespace codecs
+namespace aiff::codecs
 {
 
 // Owns a decoder handle and keeps its library loaded. For one thread at a time. Every call
@@ -36,4 +36,4 @@ private:
     bool m_opened = false; // Close is due
 };
 
-} // namespace codecs
+} // namespace aiff::codecs

@@ -3,11 +3,11 @@
 
 #include <string>
 
-namespace codecs
+namespace aiff::codecs
 {
 
 // The path of the running program with links resolved; empty when the system does not
 // say.
 std::string ExecutablePath();
 
-} // namespace codecs
+} // namespace aiff::codecs

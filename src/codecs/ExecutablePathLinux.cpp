@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace codecs
+namespace aiff::codecs
 {
 
 std::string ExecutablePath()
@@ -12,4 +12,4 @@ std::string ExecutablePath()
     return error ? std::string() : path.string();
 }
 
-} // namespace codecs
+} // namespace aiff::codecs

@@ -5,7 +5,7 @@
 #include <mach-o/dyld.h>
 #include <vector>
 
-namespace codecs
+namespace aiff::codecs
 {
 
 std::string ExecutablePath()
@@ -20,4 +20,4 @@ std::string ExecutablePath()
     return error ? std::string() : real.string();
 }
 
-} // namespace codecs
+} // namespace aiff::codecs

@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <limits>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -77,3 +80,5 @@ void AddTagProps(const XStr& properties, NTag& props)
     props.AddTag(PropertyName::kIDTag, properties);
     props.AddTag(PropertyName::kContains, L"ID Tag [" + properties + L"]");
 }
+
+} // namespace aiff

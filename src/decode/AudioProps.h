@@ -4,6 +4,9 @@
 #include "support/XAudioWFX.h"
 #include "tags/NTag.h"
 
+namespace aiff
+{
+
 // Quality class, for instance "CD  (Lossless)".
 XStr AudioQualityText(const XAudioWFX& wfx);
 
@@ -26,3 +29,5 @@ inline constexpr const wchar_t* kContains = L"Contains";
 inline constexpr const wchar_t* kGapless = L"Gapless";
 inline constexpr const wchar_t* kWaveHeader = L"Wave Header";
 } // namespace PropertyName
+
+} // namespace aiff

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -53,3 +56,5 @@ void ReadCommonChunk(std::span<const uint8_t> body, uint32_t formType, CommonChu
     }
     common.wfx.SetFormatTag(tag);
 }
+
+} // namespace aiff

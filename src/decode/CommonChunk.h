@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <span>
 
+namespace aiff
+{
+
 struct CommonChunk {
     XAudioWFX wfx;
     bool littleEndian = false; // little-endian PCM: samples need no byte swap
@@ -20,3 +23,5 @@ struct CommonChunk {
 // compression type and name are used if the chunk holds them; a name without a terminator
 // ends with the chunk.
 void ReadCommonChunk(std::span<const uint8_t> body, uint32_t formType, CommonChunk& common);
+
+} // namespace aiff

@@ -2,6 +2,9 @@
 
 #include "aiff/AIFFHandler.h"
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 bool SoundDecoder::FillAudioInfo(STQvAudioInfo* info)
@@ -120,3 +123,5 @@ const XMem* SoundDecoder::FillAudioProps(const XStr& properties)
     operation.Succeed();
     return &m_propertiesBuffer;
 }
+
+} // namespace aiff

@@ -11,6 +11,9 @@
 
 #include <span>
 
+namespace aiff
+{
+
 // Decodes one input. What the input says about the audio is read when it is first needed.
 // A read or a seek that fails leaves the position unchanged. Failures are reported.
 //
@@ -85,3 +88,5 @@ private:
     bool CheckFormat() const;
     bool ReadDataBlock();
 };
+
+} // namespace aiff

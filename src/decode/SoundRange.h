@@ -6,6 +6,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 // Positions are bytes from the start of the input.
 struct SoundRange {
     int64_t rangeStart = 0; // first sample frame of the decode range
@@ -53,3 +56,5 @@ private:
 
 // Most bytes of one block, before it is rounded down to whole frames.
 inline constexpr int64_t kBlockBytes = 65536;
+
+} // namespace aiff

@@ -1,5 +1,8 @@
 #include "decode/StreamingDecoder.h"
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 bool clsStreamingwavedecoder::Initialize(XFileHTTPStream& stream, const STNStdReport& report,
@@ -76,3 +79,5 @@ bool clsStreamingwavedecoder::SetPosition(int64_t frame)
         return false;
     return MoveTo(std::max(m_range.PositionOf(frame, m_common.wfx), m_range.dataStart));
 }
+
+} // namespace aiff

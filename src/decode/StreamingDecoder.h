@@ -5,6 +5,9 @@
 #include "decode/SoundDecoder.h"
 #include "support/net/XFileHTTPStream.h"
 
+namespace aiff
+{
+
 class FormWalk;
 struct ChunkHeader;
 
@@ -55,3 +58,5 @@ private:
     Header m_header = Header::Unread;
     int64_t m_count = 0; // bytes of the stream that the header took so far
 };
+
+} // namespace aiff

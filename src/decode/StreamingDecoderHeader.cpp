@@ -6,6 +6,9 @@
 
 #include <array>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -101,3 +104,5 @@ bool clsStreamingwavedecoder::ReachSound(const ChunkHeader& chunk)
     StdReport::WriteERROR({L"Error wave file has no COMM format chunk."}, m_report, kPullOut);
     return false;
 }
+
+} // namespace aiff

@@ -3,6 +3,9 @@
 #include "decode/AudioProps.h"
 #include "decode/StreamingDecoder.h"
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 // The header is read all the same, so that its faults are reported under whichever
@@ -43,3 +46,5 @@ XStr clsStreamingwavedecoder::GetChannelString() const
 {
     return ChannelText(m_common.wfx);
 }
+
+} // namespace aiff

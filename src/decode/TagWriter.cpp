@@ -5,6 +5,9 @@
 
 #include <limits>
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 namespace
@@ -214,3 +217,5 @@ bool TagWriter::Fail(const wchar_t* path, const XStr& reason) const
     StdReport::WriteERROR({L"Error writing file '", path, L"': ", reason}, m_report, kTagWriter);
     return false;
 }
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 #include "support/file/FileEdit.h"
 #include "tags/NTag.h"
 
+namespace aiff
+{
+
 // Reads all tag chunks of an indexed file into one list, replacing what it held; fields of
 // earlier chunks come before those of later ones. A tag that is damaged or larger than its
 // chunk contributes nothing.
@@ -50,3 +53,5 @@ private:
     STNStdReport m_report;
     clAIFFHandler m_aiff;
 };
+
+} // namespace aiff

@@ -1,5 +1,8 @@
 #include "decode/WaveDecoder.h"
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 bool clWaveDecoder::Initialize(XFileHandle file, const STNStdReport& report, int64_t rangeStart,
@@ -96,3 +99,5 @@ bool clWaveDecoder::SetPosition(int64_t frame)
 {
     return MoveTo(m_range.PositionOf(frame, m_common.wfx));
 }
+
+} // namespace aiff

@@ -5,6 +5,9 @@
 #include "aiff/AIFFHandler.h"
 #include "decode/SoundDecoder.h"
 
+namespace aiff
+{
+
 // The format and the location of the sound data are read once and kept, even across a
 // second Initialize.
 class clWaveDecoder : public SoundDecoder
@@ -51,3 +54,5 @@ private:
     XFile m_file;
     clAIFFHandler m_aiff;
 };
+
+} // namespace aiff

@@ -3,6 +3,9 @@
 #include "decode/AudioProps.h"
 #include "decode/WaveDecoder.h"
 
+namespace aiff
+{
+
 NTag clWaveDecoder::CollectProps(const XStr& properties) const
 {
     const XAudioWFX& wfx = m_common.wfx;
@@ -38,3 +41,5 @@ XStr clWaveDecoder::ChunkList() const
     }
     return text;
 }
+
+} // namespace aiff

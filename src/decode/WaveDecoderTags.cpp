@@ -5,6 +5,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 namespace
@@ -83,3 +86,5 @@ bool clWaveDecoder::DeleteTags(const wchar_t* path, const std::vector<XStr>& nam
                                  everything ? TagWriter::Task::DeleteAll
                                             : TagWriter::Task::DeleteFields);
 }
+
+} // namespace aiff

@@ -1,5 +1,8 @@
 #include "decoder/Decoder.h"
 
+namespace aiff
+{
+
 using StdReport::Operation;
 
 namespace
@@ -145,3 +148,5 @@ bool clDecoder::DeleteATag(const wchar_t* path, const wchar_t* names)
     operation.Leave();
     return deleted;
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 #include "qvcodec.h"
 #include "support/net/XFileHTTPStream.h"
 
+namespace aiff
+{
+
 // Forwards each call to the decoder for the kind of input that is open. Names and keys may
 // be null; records belong to the host and may be unaligned. Used by one thread at a time.
 // All operations return false on failure; qvcodec.h describes them.
@@ -40,3 +43,5 @@ private:
     XStr m_answer1; // the texts that Get returned last
     XStr m_answer2;
 };
+
+} // namespace aiff

@@ -2,6 +2,9 @@
 
 #include "decoder/Decoder.h"
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -61,3 +64,5 @@ bool clDecoder::Set(const wchar_t* key, const STQvCodecGetSet* getSet)
                                          m_report);
     return false;
 }
+
+} // namespace aiff

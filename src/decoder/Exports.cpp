@@ -5,6 +5,9 @@
 #include <new>
 #include <type_traits>
 
+namespace aiff
+{
+
 #define AIFF_EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace
@@ -84,3 +87,5 @@ AIFF_EXPORT int32_t DeleteATag(void* handle, const wchar_t* fileName, const wcha
 // Every function has the type that hosts know it by.
 #define AIFF_CHECK_TYPE(function, type) static_assert(std::is_same_v<decltype(&function), type>);
 QV_DECODER_FUNCTIONS(AIFF_CHECK_TYPE)
+
+} // namespace aiff

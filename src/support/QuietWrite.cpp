@@ -5,6 +5,9 @@
 #include <pthread.h>
 #include <unistd.h>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -80,3 +83,5 @@ int SetSizeQuietly(int fd, int64_t size) noexcept
 {
     return Quietly([=] { return ftruncate(fd, size); });
 }
+
+} // namespace aiff

@@ -7,6 +7,11 @@
 #include <cstdint>
 #include <sys/types.h>
 
+namespace aiff
+{
+
 ssize_t WriteQuietly(int fd, const void* bytes, size_t size) noexcept;
 ssize_t WriteQuietlyAt(int fd, const void* bytes, size_t size, int64_t position) noexcept;
 int SetSizeQuietly(int fd, int64_t size) noexcept;
+
+} // namespace aiff

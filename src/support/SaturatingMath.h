@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <limits>
 
+namespace aiff
+{
+
 constexpr int64_t AddSaturated(int64_t a, int64_t b)
 {
     int64_t sum = 0;
@@ -29,3 +32,5 @@ constexpr int64_t MultiplySaturated(int64_t a, int64_t b)
     return (a < 0) != (b < 0) ? std::numeric_limits<int64_t>::min()
                               : std::numeric_limits<int64_t>::max();
 }
+
+} // namespace aiff

@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-namespace StdReport
+namespace aiff::StdReport
 {
 namespace
 {
@@ -160,4 +160,4 @@ void WriteERROR(Message message, const STNStdReport& report, const char* operati
     BuildAndWrite(report.hError, {}, message, operation, true);
 }
 
-} // namespace StdReport
+} // namespace aiff::StdReport

@@ -11,7 +11,7 @@
 
 #include <initializer_list>
 
-namespace StdReport
+namespace aiff::StdReport
 {
 
 // One piece of a message: text, a decimal number, a four-character code or spaces. It does
@@ -98,4 +98,4 @@ private:
     const char* m_name;
 };
 
-} // namespace StdReport
+} // namespace aiff::StdReport

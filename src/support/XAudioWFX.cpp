@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cstring>
 
+namespace aiff
+{
+
 void XAudioWFX::Assign(int channels, int64_t samplesPerSec, int bitsPerSample)
 {
     m_format = {};
@@ -43,3 +46,5 @@ void XAudioWFX::CopyBasicTo(STQvWaveFormat* area) const
 {
     std::memcpy(area, &m_format, QV_WAVE_FORMAT_BASIC_SIZE);
 }
+
+} // namespace aiff

@@ -4,6 +4,9 @@
 #include "qvcodec.h"
 #include "support/text/XStr.h"
 
+namespace aiff
+{
+
 class XAudioWFX
 {
 public:
@@ -41,3 +44,5 @@ public:
 private:
     STQvWaveFormat m_format = {};
 };
+
+} // namespace aiff

@@ -9,6 +9,9 @@
 #include <span>
 #include <utility>
 
+namespace aiff
+{
+
 // Owns its bytes; moves, never copies. Bytes never written are zero.
 class XMem
 {
@@ -107,3 +110,5 @@ private:
     size_t m_start = 0; // where in the memory the block starts
     size_t m_used = 0;
 };
+
+} // namespace aiff

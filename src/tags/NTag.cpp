@@ -2,6 +2,9 @@
 
 #include <unordered_map>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -257,3 +260,5 @@ XStr NTag::PaddedTrackNum(const XStr& name) const
         text += L"/" + (count < 10 ? L"0" + std::to_wstring(count) : std::to_wstring(count));
     return text;
 }
+
+} // namespace aiff

@@ -9,6 +9,9 @@
 #include <span>
 #include <vector>
 
+namespace aiff
+{
+
 // One item. Copies are deep.
 struct STInternalTag {
     XStr name;
@@ -130,3 +133,5 @@ private:
 // Prefix of the names of picture items, and what comes before the sub-description.
 inline constexpr std::wstring_view kAlbumArtPrefix = L"_albumart_";
 inline constexpr std::wstring_view kSubDescriptionMark = L"<subdesc>";
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <limits>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -200,3 +203,5 @@ void NTag::InitFromRawMemoryUTF8(const void* bytes, long size)
     Destroy();
     Decode<Utf8Form>(BlobView(bytes, size), m_tags);
 }
+
+} // namespace aiff

@@ -10,6 +10,9 @@
 #include <algorithm>
 #include <stdexcept>
 
+namespace aiff
+{
+
 using id3parser::metaMap;
 using id3parser::t_tag;
 
@@ -83,3 +86,5 @@ bool isMultiValField(std::string_view name)
     return std::ranges::none_of(kSingle,
                                 [=](std::string_view single) { return EqualNoCase(name, single); });
 }
+
+} // namespace aiff

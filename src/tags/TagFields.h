@@ -12,6 +12,9 @@
 #include <string>
 #include <string_view>
 
+namespace aiff
+{
+
 // The item for the version of the tag that a list was read from.
 inline constexpr wchar_t kTagVersionName[] = L"TagVersion";
 
@@ -36,3 +39,5 @@ XStr ItemValue(const id3parser::metaMap::Values& values);
 std::string_view PreTranslateField(std::string_view name);
 // Whether an item of that name separates the values of its field.
 bool isMultiValField(std::string_view name);
+
+} // namespace aiff

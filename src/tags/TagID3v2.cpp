@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <limits>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -211,3 +214,5 @@ bool TagID3v2::DeleteATag(const wchar_t* name)
     list.AddTag(name, XStr());
     return Write(list, true);
 }
+
+} // namespace aiff

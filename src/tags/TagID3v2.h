@@ -5,6 +5,9 @@
 #include "tags/NTag.h"
 #include "tags/TagOptions.h"
 
+namespace aiff
+{
+
 // What all readers and writers of tags in files can do.
 class BaseTag
 {
@@ -98,3 +101,5 @@ private:
     unsigned m_alignment = 1;
     int64_t m_writtenSize = 0;
 };
+
+} // namespace aiff

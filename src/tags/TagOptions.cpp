@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <array>
 
+namespace aiff
+{
+
 void TagOptions::SetOption(std::wstring_view key)
 {
     if (key == ID3v2Option::kEncodeUni)
@@ -37,3 +40,5 @@ id3parser::tagCreateArgs TagOptions::CreateArgs() const
     args.fullDateInYear = fullDateInYear;
     return args;
 }
+
+} // namespace aiff

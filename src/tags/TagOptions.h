@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <string_view>
 
+namespace aiff
+{
+
 // Keys of the options.
 namespace ID3v2Option
 {
@@ -31,3 +34,5 @@ struct TagOptions {
     id3parser::t_tagRevision NewRevision() const;
     id3parser::tagCreateArgs CreateArgs() const;
 };
+
+} // namespace aiff

@@ -12,6 +12,9 @@
 #include <optional>
 #include <set>
 
+namespace aiff
+{
+
 using id3parser::t_frame;
 using id3parser::t_tag;
 
@@ -221,3 +224,5 @@ void ApplyPictures(t_tag& tag, const std::vector<const STInternalTag*>& items, b
         tag.Frames().splice(tag.Frames().end(), frames[i]);
     }
 }
+
+} // namespace aiff

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+namespace aiff
+{
+
 bool IsAlbumArt(const STInternalTag& item);
 // The ID3v2 picture type of a description; 0 for an empty one or "Undefined".
 uint8_t GetPictureType(const XStr& description);
@@ -24,3 +27,5 @@ void AppendPicturesToList(id3parser::t_tag& tag, NTag& list);
 // A picture that an item repeats keeps its frame.
 void ApplyPictures(id3parser::t_tag& tag, const std::vector<const STInternalTag*>& items,
                    bool deleteMode);
+
+} // namespace aiff

@@ -14,6 +14,9 @@
 #include <algorithm>
 #include <stdexcept>
 
+namespace aiff
+{
+
 using id3parser::metaMap;
 using id3parser::OldTag;
 using id3parser::t_frame;
@@ -177,3 +180,5 @@ bool TagUpdate::Write(uint64_t availableSize, uint64_t maxPadding, size_t alignm
         return false;
     }
 }
+
+} // namespace aiff

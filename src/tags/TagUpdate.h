@@ -15,6 +15,9 @@
 #include <string_view>
 #include <vector>
 
+namespace aiff
+{
+
 // Order of calls: construct, Apply as often as wanted, then Write once. Nothing in a
 // frame that an edit does not concern is changed: not its text encoding, its flags, nor
 // what no field can hold. Values and pictures that equal what reading the old tag shows
@@ -56,3 +59,5 @@ private:
     // The fields whose name the tag blob cuts, by the name that is left.
     std::map<std::string, std::string, id3parser::metaCompare> m_cutNames;
 };
+
+} // namespace aiff

@@ -4,6 +4,8 @@
 #include "support/ChunkWalker.h"
 #include "tags/TagBuilder.h"
 
+using namespace aiff;
+
 using Chunk = WalkedChunk;
 
 struct Layout {

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <random>
 
+using namespace aiff;
+
 namespace
 {
 

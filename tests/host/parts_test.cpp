@@ -12,6 +12,8 @@
 #include <gtest/gtest.h>
 #include <memory>
 
+using namespace aiff;
+
 namespace
 {
 
@@ -24,7 +26,8 @@ TEST(Printable, NothingInATextSteersTheTerminal)
         {"\x1B[2J\t\x7F", "?[2J??"},
         {"\xC2\x80\xC2\x9F\xC2\xA0", "??\xC2\xA0"}, // control characters beyond ASCII
         {std::string("a\0b", 3), "a?b"},
-        {"\x9B\xE2\x82(\xED\xA0\x80", "???(???"}, // not UTF-8
+        {"\x9B\xE2\x82(\xED\xA0\x80", "???"
+                                      "(???"}, // not UTF-8
     };
     for (const auto& [text, line] : rows)
         EXPECT_EQ(host::Printable(text), line);

@@ -15,6 +15,8 @@
 #include <wavfile.h>
 #include <xiphcomment.h>
 
+using namespace aiff;
+
 namespace
 {
 

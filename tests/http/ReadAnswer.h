@@ -6,6 +6,8 @@
 
 #include <span>
 
+using namespace aiff;
+
 // Delivers bytes in pieces of at most one size, then ends or fails.
 class MemorySource : public ByteSource
 {

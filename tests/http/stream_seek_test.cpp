@@ -5,6 +5,8 @@
 
 #include <netdb.h>
 
+using namespace aiff;
+
 // Names of the tests' own: "many.test" has the addresses below. Overrides the function
 // of the C library in this program.
 static std::vector<std::pair<std::string, std::string>> manyAddresses; // number, port

@@ -6,6 +6,8 @@
 
 #include <sstream>
 
+using namespace aiff;
+
 inline NTag ListOf(const XStr& items)
 {
     NTag list;

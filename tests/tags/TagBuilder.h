@@ -13,6 +13,8 @@
 #include <span>
 #include <string_view>
 
+using namespace aiff;
+
 using std::operator""s;
 
 inline std::string S(std::span<const uint8_t> bytes)

@@ -8,6 +8,8 @@
 
 #include <map>
 
+using namespace aiff;
+
 using id3parser::metaMap;
 
 namespace

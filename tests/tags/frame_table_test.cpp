@@ -8,6 +8,8 @@
 
 #include <map>
 
+using namespace aiff;
+
 namespace
 {
 

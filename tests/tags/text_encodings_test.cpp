@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace aiff;
+
 using id3parser::t_frame;
 using namespace id3parser::conv;
 

@@ -8,6 +8,8 @@
 
 #include <climits>
 
+using namespace aiff;
+
 namespace
 {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // Chunk codes as they are in files: four bytes, the first one in the low byte.
@@ -50,4 +50,4 @@ inline std::string ImpossibleFormat(int channels, int bits)
            std::to_string(bits) + " bits";
 }
 
-} // namespace host
+} // namespace aiff::host

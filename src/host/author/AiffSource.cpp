@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <array>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -147,4 +147,4 @@ Problem AiffSource::Damage() const
     return IsCut(*m_sound) ? kSoundIsCut : m_lost;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -4,7 +4,7 @@
 #include "aiff/AIFFHandler.h"
 #include "host/author/SoundSource.h"
 
-namespace host
+namespace aiff::host
 {
 
 // An AIFF or AIFF-C file. Its samples are copied, or swapped when they are little-endian,
@@ -36,4 +36,4 @@ private:
     int64_t m_end = 0;
 };
 
-} // namespace host
+} // namespace aiff::host

@@ -7,7 +7,7 @@
 #include "support/file/DiskFile.h"
 #include "tags/TagFields.h"
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -212,4 +212,4 @@ FileFindings CheckFile(const std::string& path)
     return findings;
 }
 
-} // namespace host
+} // namespace aiff::host

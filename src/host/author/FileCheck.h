@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // What a check of an AIFF or AIFF-C file has found.
@@ -22,4 +22,4 @@ struct FileFindings {
 // and tags, but not the sound.
 FileFindings CheckFile(const std::string& path);
 
-} // namespace host
+} // namespace aiff::host

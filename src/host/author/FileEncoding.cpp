@@ -12,7 +12,7 @@
 #include <limits>
 #include <sys/stat.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -206,4 +206,4 @@ FileWork MakeEncodingWork(const Trace& trace, const BatchOptions& options,
     return [encoding](const OutputPlan::Item& item) { return encoding->Run(item); };
 }
 
-} // namespace host
+} // namespace aiff::host

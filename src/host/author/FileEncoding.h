@@ -3,11 +3,11 @@
 
 #include "host/batch/Batch.h"
 
-namespace host
+namespace aiff::host
 {
 
 // Makes the work of one worker, which turns each input into an AIFF file, bit for bit.
 FileWork MakeEncodingWork(const Trace& trace, const BatchOptions& options,
                           ProgressFunction progress);
 
-} // namespace host
+} // namespace aiff::host

@@ -3,7 +3,7 @@
 #include "host/author/AiffSource.h"
 #include "host/author/SndfileSource.h"
 
-namespace host
+namespace aiff::host
 {
 
 Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path)
@@ -23,4 +23,4 @@ Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path)
     return source;
 }
 
-} // namespace host
+} // namespace aiff::host

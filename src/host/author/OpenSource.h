@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // Opens an AIFF file, or anything with integer PCM that libsndfile can read.
 Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path);
 
-} // namespace host
+} // namespace aiff::host

@@ -2,7 +2,7 @@
 
 #include <fcntl.h>
 
-namespace host
+namespace aiff::host
 {
 
 OutputContent::OutputContent(const OutputFile& output)
@@ -28,4 +28,4 @@ std::error_code OutputContent::Noted(std::error_code error)
     return error;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -5,7 +5,7 @@
 #include "host/batch/OutputFile.h"
 #include "support/file/DiskFile.h"
 
-namespace host
+namespace aiff::host
 {
 
 // The bytes of an output, for writers that seek in it. Must be destroyed before the output
@@ -29,4 +29,4 @@ private:
     Problem m_failure;
 };
 
-} // namespace host
+} // namespace aiff::host

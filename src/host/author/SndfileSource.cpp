@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -143,4 +143,4 @@ Problem SndfileSource::Damage() const
     return kSoundIsCut;
 }
 
-} // namespace host
+} // namespace aiff::host

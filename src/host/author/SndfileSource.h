@@ -7,7 +7,7 @@
 #include <sndfile.h>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // Any file with integer PCM that libsndfile can read.
@@ -34,4 +34,4 @@ private:
     std::vector<int> m_integers;
 };
 
-} // namespace host
+} // namespace aiff::host

@@ -7,7 +7,7 @@
 #include <array>
 #include <span>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -113,4 +113,4 @@ void SoundCheck::CompareFrames(const Say& say) const
             std::to_string(held) + " in its SSND chunk");
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -7,7 +7,7 @@
 #include <functional>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // Compares what the chunks of a form say about its audio.
@@ -44,4 +44,4 @@ private:
     int64_t m_soundBytes = 0; // after prefix and offset
 };
 
-} // namespace host
+} // namespace aiff::host

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -32,4 +32,4 @@ size_t SoundSource::BlockBytes() const
     return std::max(kBlockBytes / frame, size_t{1}) * frame;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // The source's own bytes of what a new AIFF file would round.
@@ -53,4 +53,4 @@ protected:
     int64_t m_offset = 0;
 };
 
-} // namespace host
+} // namespace aiff::host

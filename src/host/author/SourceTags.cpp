@@ -12,7 +12,7 @@
 #include <wavfile.h>
 #include <xiphcomment.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -140,4 +140,4 @@ Result<std::vector<uint8_t>> ReadSourceTag(const std::string& path)
     return tag;
 }
 
-} // namespace host
+} // namespace aiff::host

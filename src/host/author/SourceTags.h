@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Reads the tags and pictures of an audio file in any format and makes an ID3v2 tag of even
@@ -15,4 +15,4 @@ namespace host
 // a WAV file is passed on unchanged. Tags that do not fit are a problem.
 Result<std::vector<uint8_t>> ReadSourceTag(const std::string& path);
 
-} // namespace host
+} // namespace aiff::host

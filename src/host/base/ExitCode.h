@@ -1,7 +1,7 @@
 // What the program returns to the shell.
 #pragma once
 
-namespace host
+namespace aiff::host
 {
 
 // The manual page explains them.
@@ -24,4 +24,4 @@ constexpr ExitCode Worse(ExitCode a, ExitCode b)
     return either(kExitDamaged) ? kExitDamaged : kExitDone;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -59,4 +59,4 @@ Problem Input::AccessProblem() const
     return readable ? Problem() : Problem::FromErrno();
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // An input as named on the command line: a file, or a URL that begins with "http://".
@@ -35,4 +35,4 @@ private:
     bool m_isUrl;
 };
 
-} // namespace host
+} // namespace aiff::host

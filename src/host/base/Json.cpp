@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace host
+namespace aiff::host
 {
 
 std::string JsonText(const Json& value, JsonLayout layout)
@@ -16,4 +16,4 @@ void PrintJson(const Json& value, JsonLayout layout)
     std::fputs(JsonText(value, layout).c_str(), stdout);
 }
 
-} // namespace host
+} // namespace aiff::host

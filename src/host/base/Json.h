@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 using Json = nlohmann::ordered_json;
@@ -17,4 +17,4 @@ std::string JsonText(const Json& value, JsonLayout layout);
 // Prints it on standard output.
 void PrintJson(const Json& value, JsonLayout layout);
 
-} // namespace host
+} // namespace aiff::host

@@ -2,7 +2,7 @@
 
 #include "support/text/Utf8.h"
 
-namespace host
+namespace aiff::host
 {
 
 std::string Printable(std::string_view utf8)
@@ -23,4 +23,4 @@ std::string Printable(std::string_view utf8)
     return line;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace host
+namespace aiff::host
 {
 
 // The same text for a terminal, one line: line breaks become "; ", other control
@@ -12,4 +12,4 @@ namespace host
 // or tag can steer the terminal.
 std::string Printable(std::string_view utf8);
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace host
+namespace aiff::host
 {
 
 Problem Problem::FromErrno()
@@ -25,4 +25,4 @@ void SayProblem(const Problem& problem)
     std::fputs(line.c_str(), stderr); // in one piece: other programs write there too
 }
 
-} // namespace host
+} // namespace aiff::host

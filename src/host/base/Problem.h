@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-namespace host
+namespace aiff::host
 {
 
 // A few words for people, without a line end. True when something is wrong:
@@ -64,4 +64,4 @@ private:
 // Shows a problem on standard error: one line that begins with the program's name.
 void SayProblem(const Problem& problem);
 
-} // namespace host
+} // namespace aiff::host

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -41,4 +41,4 @@ Result<Trace> ParseTrace(const std::string& text)
     return trace;
 }
 
-} // namespace host
+} // namespace aiff::host

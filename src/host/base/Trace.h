@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // How much of the report is shown, and where.
@@ -22,4 +22,4 @@ struct Trace {
 // of to standard error. FILE is created or emptied.
 Result<Trace> ParseTrace(const std::string& text);
 
-} // namespace host
+} // namespace aiff::host

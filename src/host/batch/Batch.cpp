@@ -14,7 +14,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -190,4 +190,4 @@ ExitCode RunBatch(const OutputPlan& plan, const BatchOptions& options, const Tra
     return counts.damaged != 0 ? kExitDamaged : kExitDone;
 }
 
-} // namespace host
+} // namespace aiff::host

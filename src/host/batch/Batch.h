@@ -11,7 +11,7 @@
 #include <functional>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // What these commands have in common: where the output goes, how many files are worked on
@@ -39,4 +39,4 @@ using WorkMaker = std::function<FileWork(ProgressFunction)>;
 ExitCode RunBatch(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
                   const std::string& verb, const WorkMaker& makeWork);
 
-} // namespace host
+} // namespace aiff::host

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace host
+namespace aiff::host
 {
 
 enum class ConvertOutcome {
@@ -22,4 +22,4 @@ struct FileResult {
     double seconds = 0;  // their duration
 };
 
-} // namespace host
+} // namespace aiff::host

@@ -9,7 +9,7 @@
 #include <thread>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -87,4 +87,4 @@ void Interruption::RegisterFolder(const std::string& path)
     Registered().folders.insert(path);
 }
 
-} // namespace host
+} // namespace aiff::host

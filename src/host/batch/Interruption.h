@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // Keeps unfinished outputs from being left behind. A thread waits for Ctrl-C, hang-up and
@@ -27,4 +27,4 @@ public:
     static void RegisterFolder(const std::string& path);
 };
 
-} // namespace host
+} // namespace aiff::host

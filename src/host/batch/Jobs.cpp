@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 size_t WorkerCount(size_t count, size_t asked)
@@ -34,4 +34,4 @@ void RunJobs(size_t count, size_t workers, const std::function<void(size_t, size
         thread.join();
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <functional>
 
-namespace host
+namespace aiff::host
 {
 
 // The number of workers for `count` jobs: as many as asked for, or one per processor if
@@ -15,4 +15,4 @@ size_t WorkerCount(size_t count, size_t asked);
 // returns when all are done.
 void RunJobs(size_t count, size_t workers, const std::function<void(size_t, size_t)>& job);
 
-} // namespace host
+} // namespace aiff::host

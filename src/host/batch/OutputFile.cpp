@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -204,4 +204,4 @@ void OutputFile::Discard()
     });
 }
 
-} // namespace host
+} // namespace aiff::host

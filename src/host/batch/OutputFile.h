@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // What becomes of a file that already has the output's name.
@@ -62,4 +62,4 @@ private:
     IfExists m_ifExists = IfExists::Fail;
 };
 
-} // namespace host
+} // namespace aiff::host

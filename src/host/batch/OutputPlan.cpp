@@ -6,7 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -88,4 +88,4 @@ Result<OutputPlan> PlanOutputs(const std::vector<std::string>& inputs, const std
     return plan;
 }
 
-} // namespace host
+} // namespace aiff::host

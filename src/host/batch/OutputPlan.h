@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 struct OutputPlan {
@@ -31,4 +31,4 @@ Result<OutputPlan> PlanOutputs(const std::vector<std::string>& inputs, const std
                                const std::string& extension,
                                const std::function<bool(const std::string&)>& isKnownExtension);
 
-} // namespace host
+} // namespace aiff::host

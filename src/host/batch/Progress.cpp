@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -115,4 +115,4 @@ void Progress::Write(std::string_view line)
     WriteAll(std::string(line) + "\n");
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // How far a file has got: a fraction of the whole, 0 to 1, or, where the whole is unknown,
@@ -77,4 +77,4 @@ private:
     bool m_drawn = false;
 };
 
-} // namespace host
+} // namespace aiff::host

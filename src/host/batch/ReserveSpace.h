@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace host
+namespace aiff::host
 {
 
 // Asks the file system to set aside `size` bytes for a file that will be written from its
@@ -13,4 +13,4 @@ namespace host
 //         cannot reserve space is not a failure
 [[nodiscard]] bool ReserveSpace(int descriptor, int64_t size);
 
-} // namespace host
+} // namespace aiff::host

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 
-namespace host
+namespace aiff::host
 {
 
 bool ReserveSpace(int descriptor, int64_t size)
@@ -11,4 +11,4 @@ bool ReserveSpace(int descriptor, int64_t size)
     return fallocate(descriptor, FALLOC_FL_KEEP_SIZE, 0, size) == 0 || errno != ENOSPC;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 
-namespace host
+namespace aiff::host
 {
 
 bool ReserveSpace(int descriptor, int64_t size)
@@ -15,4 +15,4 @@ bool ReserveSpace(int descriptor, int64_t size)
     return fcntl(descriptor, F_PREALLOCATE, &store) == 0 || errno != ENOSPC;
 }
 
-} // namespace host
+} // namespace aiff::host

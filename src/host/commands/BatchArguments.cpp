@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -29,4 +29,4 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options)
     command.add_flag("-q,--quiet", options.quiet, "Show problems only");
 }
 
-} // namespace host
+} // namespace aiff::host

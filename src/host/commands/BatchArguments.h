@@ -5,11 +5,11 @@
 
 #include <CLI/App.hpp>
 
-namespace host
+namespace aiff::host
 {
 
 // Adds the options to a command. They are stored in `options`, which must outlive the
 // parsing.
 void AddBatchOptions(CLI::App& command, BatchOptions& options);
 
-} // namespace host
+} // namespace aiff::host

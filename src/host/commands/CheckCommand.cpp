@@ -7,7 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -95,4 +95,4 @@ std::unique_ptr<Command> MakeCheckCommand()
     return std::make_unique<CheckCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

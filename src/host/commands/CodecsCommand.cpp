@@ -6,7 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -114,4 +114,4 @@ std::unique_ptr<Command> MakeCodecsCommand()
     return std::make_unique<CodecsCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

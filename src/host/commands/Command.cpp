@@ -1,6 +1,6 @@
 #include "host/commands/Command.h"
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -41,4 +41,4 @@ ExitCode FailWith(ExitCode code, const Problem& problem)
     return code;
 }
 
-} // namespace host
+} // namespace aiff::host

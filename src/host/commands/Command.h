@@ -9,7 +9,7 @@
 #include <CLI/App.hpp>
 #include <memory>
 
-namespace host
+namespace aiff::host
 {
 
 // Options that apply to the program as a whole.
@@ -59,4 +59,4 @@ std::unique_ptr<Command> MakeTagsClearCommand();
 std::unique_ptr<Command> MakeTagsArtCommand();
 std::unique_ptr<Command> MakeTagsCopyCommand();
 
-} // namespace host
+} // namespace aiff::host

@@ -2,7 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace host
+namespace aiff::host
 {
 
 void CommandSet::AddTo(CLI::App& parent, const Makers& makers)
@@ -44,4 +44,4 @@ ExitCode CommandGroup::Run(const GlobalOptions& global)
     return m_commands.Run(global);
 }
 
-} // namespace host
+} // namespace aiff::host

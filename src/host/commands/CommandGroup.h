@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Subcommands of which the user names exactly one.
@@ -42,4 +42,4 @@ private:
     CommandSet m_commands;
 };
 
-} // namespace host
+} // namespace aiff::host

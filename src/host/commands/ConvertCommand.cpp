@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -151,4 +151,4 @@ std::unique_ptr<Command> MakeConvertCommand()
     return std::make_unique<ConvertCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string_view>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -79,4 +79,4 @@ std::unique_ptr<Command> MakeEncodeCommand()
     return std::make_unique<EncodeCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

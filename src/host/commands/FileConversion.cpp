@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -139,4 +139,4 @@ FileResult FileConversion::SumUp(const DecoderSession& session) const
     return result;
 }
 
-} // namespace host
+} // namespace aiff::host

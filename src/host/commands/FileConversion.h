@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 struct ConvertOptions {
@@ -53,4 +53,4 @@ private:
     int64_t m_written = 0;  // bytes of PCM
 };
 
-} // namespace host
+} // namespace aiff::host

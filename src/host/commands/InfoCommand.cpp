@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -166,4 +166,4 @@ std::unique_ptr<Command> MakeInfoCommand()
     return std::make_unique<InfoCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

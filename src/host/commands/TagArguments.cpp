@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <sys/stat.h>
 
-namespace host
+namespace aiff::host
 {
 
 Result<FilesAndRest> SplitArguments(const std::vector<std::string>& arguments,
@@ -52,4 +52,4 @@ Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& ass
     return items;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // The arguments of a command that takes files and then something else.
@@ -33,4 +33,4 @@ bool ExistsAsFile(const std::string& argument);
 // values that no field can have.
 Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& assignments);
 
-} // namespace host
+} // namespace aiff::host

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -82,4 +82,4 @@ bool SkipInformation(const std::string& name)
     return isInformation;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Reads the tags of each file in turn and does `work` with them. A failure is shown and
@@ -34,4 +34,4 @@ std::string Joined(const std::vector<std::string>& words);
 // nor removed; says that it is skipped.
 bool SkipInformation(const std::string& name);
 
-} // namespace host
+} // namespace aiff::host

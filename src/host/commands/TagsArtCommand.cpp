@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sys/stat.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -167,4 +167,4 @@ std::unique_ptr<Command> MakeTagsArtCommand()
         CommandSet::Makers{Make<ExportCommand>, Make<SetCommand>});
 }
 
-} // namespace host
+} // namespace aiff::host

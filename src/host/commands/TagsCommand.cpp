@@ -1,6 +1,6 @@
 #include "host/commands/CommandGroup.h"
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -25,4 +25,4 @@ std::unique_ptr<Command> MakeTagsCommand()
                            MakeTagsClearCommand, MakeTagsArtCommand, MakeTagsCopyCommand});
 }
 
-} // namespace host
+} // namespace aiff::host

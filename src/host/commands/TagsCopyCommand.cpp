@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -56,4 +56,4 @@ std::unique_ptr<Command> MakeTagsCopyCommand()
     return std::make_unique<CopyCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -5,7 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -104,4 +104,4 @@ std::unique_ptr<Command> MakeTagsClearCommand()
     return std::make_unique<ClearCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

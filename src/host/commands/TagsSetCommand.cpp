@@ -3,7 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -73,4 +73,4 @@ std::unique_ptr<Command> MakeTagsSetCommand()
     return std::make_unique<SetCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -7,7 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -64,4 +64,4 @@ std::unique_ptr<Command> MakeTagsShowCommand()
     return std::make_unique<ShowCommand>();
 }
 
-} // namespace host
+} // namespace aiff::host

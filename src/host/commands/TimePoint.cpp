@@ -9,7 +9,7 @@
 #include <limits>
 #include <string_view>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -103,4 +103,4 @@ std::string FormatDuration(int64_t milliseconds)
     return text;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace host
+namespace aiff::host
 {
 
 // A position in a recording, as given on the command line:
@@ -32,4 +32,4 @@ private:
 // "0:02.500", or "1:02:03.000" from one hour on.
 std::string FormatDuration(int64_t milliseconds);
 
-} // namespace host
+} // namespace aiff::host

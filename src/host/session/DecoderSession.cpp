@@ -2,7 +2,7 @@
 
 #include "support/text/XStr.h"
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -134,4 +134,4 @@ std::vector<TagItem> DecoderSession::Properties() const
     return ReadBlob(m_record.pPropertiesData, m_record.nPropertiesDataSize);
 }
 
-} // namespace host
+} // namespace aiff::host

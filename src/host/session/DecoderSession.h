@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // The sample frames to decode; `end` is exclusive.
@@ -83,4 +83,4 @@ private:
     std::vector<uint8_t> m_unsignedBytes;
 };
 
-} // namespace host
+} // namespace aiff::host

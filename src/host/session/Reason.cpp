@@ -4,7 +4,7 @@
 #include <string_view>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -186,4 +186,4 @@ Problem DamageWarning(const DecoderSession& session)
     return kSoundIsCut;
 }
 
-} // namespace host
+} // namespace aiff::host

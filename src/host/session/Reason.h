@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Why a session failed to open or to decode its input.
@@ -21,4 +21,4 @@ Problem DamageWarning(const DecoderSession& session);
 
 inline constexpr char kSoundIsCut[] = "is cut off: its sound data is shorter than the file says";
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -122,4 +122,4 @@ void ReportCapture::Read(Channel& channel)
     }
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Collects what decoders report about one input at a time, and shows it when a trace is
@@ -53,4 +53,4 @@ private:
     Channel m_information;
 };
 
-} // namespace host
+} // namespace aiff::host

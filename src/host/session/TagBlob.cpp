@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -220,4 +220,4 @@ const char* PictureType(std::span<const uint8_t> picture)
     return "";
 }
 
-} // namespace host
+} // namespace aiff::host

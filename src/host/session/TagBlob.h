@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // How the name of a picture begins, and what separates its description.
@@ -47,4 +47,4 @@ std::string FindValue(const std::vector<TagItem>& items, std::string_view name);
 // The MIME type of a picture, recognised by its first bytes; empty when unknown.
 const char* PictureType(std::span<const uint8_t> picture);
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 
 TagFile::TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input)
@@ -77,4 +77,4 @@ Problem TagFile::Change(Call call)
     return done ? Problem() : EditFailureReason(m_input, m_report.Errors());
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // The tags of one file, read and changed through the decoder that accepts it.
@@ -38,4 +38,4 @@ private:
     std::vector<TagItem> m_items;
 };
 
-} // namespace host
+} // namespace aiff::host

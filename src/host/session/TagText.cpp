@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -59,4 +59,4 @@ Json TagsJson(const std::vector<TagItem>& tags)
     return list;
 }
 
-} // namespace host
+} // namespace aiff::host

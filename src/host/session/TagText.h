@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Prints a line for each value of each item to standard output, indented by `indent` blanks.
@@ -16,4 +16,4 @@ void PrintTags(const std::vector<TagItem>& tags, int indent);
 // "picture".
 nlohmann::ordered_json TagsJson(const std::vector<TagItem>& tags);
 
-} // namespace host
+} // namespace aiff::host

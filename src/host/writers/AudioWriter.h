@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Writes PCM as a file of some format, with the tags of its input. The calls come in the
@@ -36,4 +36,4 @@ protected:
     const std::vector<TagItem>& m_tags;
 };
 
-} // namespace host
+} // namespace aiff::host

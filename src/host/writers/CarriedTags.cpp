@@ -18,7 +18,7 @@
 #include <urllinkframe.h>
 #include <xiphcomment.h>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -278,4 +278,4 @@ Result<std::vector<uint8_t>> FlacTagBlocks(const std::vector<TagItem>& tags,
     return blocks;
 }
 
-} // namespace host
+} // namespace aiff::host

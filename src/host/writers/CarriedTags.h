@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // Tags that are larger than the file can hold are a problem.
@@ -29,4 +29,4 @@ inline constexpr uint8_t kCommentBlock = 4;
 inline constexpr uint8_t kPictureBlock = 6;
 inline constexpr uint8_t kLastBlock = 0x80;
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 #include <limits>
 #include <utility>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -178,4 +178,4 @@ Problem FlacWriter::WriteMetadata(size_t commentStart, size_t commentEnd)
     return m_output.Write(*blocks);
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <sndfile.h>
 
-namespace host
+namespace aiff::host
 {
 
 // A FLAC file of up to 24 bits. The encoder's metadata is replaced on its way to the
@@ -42,4 +42,4 @@ private:
     int64_t m_length = 0;
 };
 
-} // namespace host
+} // namespace aiff::host

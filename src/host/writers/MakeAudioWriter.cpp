@@ -3,7 +3,7 @@
 #include "host/writers/FlacWriter.h"
 #include "host/writers/WavWriter.h"
 
-namespace host
+namespace aiff::host
 {
 
 std::unique_ptr<AudioWriter> MakeAudioWriter(AudioFormat format, OutputFile& output,
@@ -14,4 +14,4 @@ std::unique_ptr<AudioWriter> MakeAudioWriter(AudioFormat format, OutputFile& out
     return std::make_unique<WavWriter>(output, tags);
 }
 
-} // namespace host
+} // namespace aiff::host

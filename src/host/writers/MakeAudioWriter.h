@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace host
+namespace aiff::host
 {
 
 enum class AudioFormat { Wav, Flac };
@@ -14,4 +14,4 @@ enum class AudioFormat { Wav, Flac };
 std::unique_ptr<AudioWriter> MakeAudioWriter(AudioFormat format, OutputFile& output,
                                              const std::vector<TagItem>& tags);
 
-} // namespace host
+} // namespace aiff::host

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -76,4 +76,4 @@ std::string PictureItemName(int index, const PictureKind& kind, std::string_view
     return name;
 }
 
-} // namespace host
+} // namespace aiff::host

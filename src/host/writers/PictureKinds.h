@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace host
+namespace aiff::host
 {
 
 // What a picture shows, and its names.
@@ -29,4 +29,4 @@ const PictureKind* PictureKindOfOption(std::string_view option);
 // index  tells pictures of one kind apart
 std::string PictureItemName(int index, const PictureKind& kind, std::string_view description);
 
-} // namespace host
+} // namespace aiff::host

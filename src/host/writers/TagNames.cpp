@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -110,4 +110,4 @@ std::string VorbisName(std::string_view field)
     return name;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace host
+namespace aiff::host
 {
 
 // The names of one field; empty where a format has none.
@@ -38,4 +38,4 @@ const TagNames* FindVorbisName(std::string_view comment);
 // The Vorbis comment of any field: in capitals, "_" for what such a name cannot hold.
 std::string VorbisName(std::string_view field);
 
-} // namespace host
+} // namespace aiff::host

@@ -5,7 +5,7 @@
 #include <sndfile.h>
 #include <string_view>
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -203,4 +203,4 @@ Result<std::vector<uint8_t>> RoomyWavHeader(const STQvWaveFormat& format, int64_
     return header;
 }
 
-} // namespace host
+} // namespace aiff::host

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace host
+namespace aiff::host
 {
 
 // All bytes of a WAV file before its samples, for `pcmBytes` bytes of PCM (whole sample
@@ -26,4 +26,4 @@ inline constexpr int64_t kUnknownLength = -1;
 Result<std::vector<uint8_t>> RoomyWavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
                                             int64_t chunksAfter = 0);
 
-} // namespace host
+} // namespace aiff::host

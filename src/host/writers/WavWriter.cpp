@@ -2,7 +2,7 @@
 
 #include "host/writers/CarriedTags.h"
 
-namespace host
+namespace aiff::host
 {
 namespace
 {
@@ -58,4 +58,4 @@ Problem WavWriter::CorrectHeader()
     return header ? m_output.WriteAt(0, *header) : header.Why();
 }
 
-} // namespace host
+} // namespace aiff::host

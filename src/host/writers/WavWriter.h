@@ -3,7 +3,7 @@
 
 #include "host/writers/AudioWriter.h"
 
-namespace host
+namespace aiff::host
 {
 
 // A WAV file, RF64 when it is large. Samples are copied unchanged; the tags follow them in
@@ -27,4 +27,4 @@ private:
     std::vector<uint8_t> m_tagChunks;
 };
 
-} // namespace host
+} // namespace aiff::host

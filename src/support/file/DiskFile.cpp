@@ -8,6 +8,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -89,3 +92,5 @@ std::error_code DiskFile::SetSize(int64_t size)
 {
     return SetSizeQuietly(m_file.Get(), size) == 0 ? std::error_code() : LastSystemError();
 }
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 
 #include <string>
 
+namespace aiff
+{
+
 class DiskFile : public FileContent
 {
 public:
@@ -32,3 +35,5 @@ public:
 private:
     FileDescriptor m_file;
 };
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -56,3 +59,5 @@ std::error_code EditTarget::Open(const wchar_t* name)
     }
     return make_error_code(std::errc::operation_would_block);
 }
+
+} // namespace aiff

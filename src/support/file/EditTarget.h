@@ -3,6 +3,9 @@
 
 #include "support/file/DiskFile.h"
 
+namespace aiff
+{
+
 // Keeps the file open and locked for as long as the object lives. The lock is advisory:
 // it keeps out other editors, but no readers.
 class EditTarget
@@ -22,3 +25,5 @@ private:
     std::shared_ptr<DiskFile> m_file;
     std::string m_path;
 };
+
+} // namespace aiff

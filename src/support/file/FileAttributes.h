@@ -3,6 +3,11 @@
 
 #include <system_error>
 
+namespace aiff
+{
+
 // Copies the extended attributes, access control lists included, from one open file to
 // another. Fails when one of them cannot be copied.
 [[nodiscard]] std::error_code CopyExtendedAttributes(int from, int to);
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 #include <sys/xattr.h>
 #include <vector>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -46,3 +49,5 @@ std::error_code CopyExtendedAttributes(int from, int to)
             return error;
     return {};
 }
+
+} // namespace aiff

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 namespace
 {
 constexpr int64_t kMovePiece = 65536; // bytes moved at a time
@@ -37,3 +40,5 @@ std::error_code FileContent::Remove(std::span<const Range> ranges)
             return error;
     return {};
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 #include <system_error>
 #include <vector>
 
+namespace aiff
+{
+
 // A file on disk, or an edit of one that has not been carried out yet. Positions and
 // sizes are in bytes. An operation that changes the content returns why it failed; an
 // error that compares false means success.
@@ -51,3 +54,5 @@ public:
 
 // Open content that several XFile objects may share; the last owner closes it.
 using XFileHandle = std::shared_ptr<FileContent>;
+
+} // namespace aiff

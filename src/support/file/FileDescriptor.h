@@ -4,6 +4,9 @@
 #include <unistd.h>
 #include <utility>
 
+namespace aiff
+{
+
 // Owns one POSIX descriptor: moves, never copies.
 class FileDescriptor
 {
@@ -25,3 +28,5 @@ public:
 private:
     int m_fd;
 };
+
+} // namespace aiff

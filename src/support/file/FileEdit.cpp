@@ -6,6 +6,9 @@
 #include <array>
 #include <cstring>
 
+namespace aiff
+{
+
 namespace
 {
 // Writes of up to this size (headers, size fields) are compared with what is there, so
@@ -230,3 +233,5 @@ std::vector<FileEdit::Change> FileEdit::Changes() const
                                   .subspan(piece.bytesOffset, static_cast<size_t>(piece.length))});
     return changes;
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 
 #include "support/file/FileContent.h"
 
+namespace aiff
+{
+
 class FileEdit : public FileContent
 {
 public:
@@ -73,3 +76,5 @@ private:
     int64_t m_size;
     std::vector<Piece> m_pieces; // back to back from 0 to m_size, none empty
 };
+
+} // namespace aiff

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 std::error_code InPlaceWriter::Write(int64_t position, std::span<const uint8_t> bytes)
 {
     const int64_t inside =
@@ -37,3 +40,5 @@ bool InPlaceWriter::Undo()
         restored &= !m_file.SetSize(m_sizeBefore);
     return restored;
 }
+
+} // namespace aiff

@@ -3,6 +3,9 @@
 
 #include "support/file/DiskFile.h"
 
+namespace aiff
+{
+
 // Remembers the bytes it overwrites. The file must outlive the writer.
 class InPlaceWriter
 {
@@ -31,3 +34,5 @@ private:
     int64_t m_sizeBefore;
     std::vector<Overwritten> m_overwritten;
 };
+
+} // namespace aiff

@@ -9,6 +9,9 @@
 #include <sys/stat.h>
 #include <vector>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -114,3 +117,5 @@ std::error_code ReplaceFile(const DiskFile& original, const std::string& path,
         FlushDirectory(directory);
     return error;
 }
+
+} // namespace aiff

@@ -4,8 +4,13 @@
 #include <cerrno>
 #include <system_error>
 
+namespace aiff
+{
+
 // Ask directly after the failed call: the next one may change errno.
 inline std::error_code LastSystemError() noexcept
 {
     return {errno, std::generic_category()};
 }
+
+} // namespace aiff

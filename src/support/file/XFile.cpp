@@ -3,6 +3,9 @@
 #include "support/file/DiskFile.h"
 #include "support/text/XStr.h"
 
+namespace aiff
+{
+
 bool XFile::Open(const wchar_t* name)
 {
     Close();
@@ -75,3 +78,5 @@ bool XFile::Remove(std::span<const FileContent::Range> ranges)
 {
     return IsOpen() && !m_handle->Remove(ranges);
 }
+
+} // namespace aiff

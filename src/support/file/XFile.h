@@ -3,6 +3,9 @@
 
 #include "support/file/FileContent.h"
 
+namespace aiff
+{
+
 // A view of open content with a position of its own, in bytes from the start: two views
 // of one handle do not move each other, and a failed read does not move the position.
 class XFile
@@ -57,3 +60,5 @@ private:
     XFileHandle m_handle;
     int64_t m_position = 0;
 };
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <span>
 
+namespace aiff
+{
+
 // The result of one read. No bytes and no fault mean that the source has ended.
 struct Received {
     size_t count = 0;
@@ -22,3 +25,5 @@ public:
     // unless the source has ended or fails. `out` is not empty.
     [[nodiscard]] virtual Received ReadSome(std::span<uint8_t> out) = 0;
 };
+
+} // namespace aiff

@@ -4,6 +4,9 @@
 
 #include <limits>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -188,3 +191,5 @@ StreamFault ParseHead(std::string_view bytes, HttpHead& head)
         head.contentLength = head.range->last - head.range->first + 1;
     return StreamFault::None;
 }
+
+} // namespace aiff

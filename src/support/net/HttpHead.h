@@ -7,6 +7,9 @@
 #include <optional>
 #include <string>
 
+namespace aiff
+{
+
 // The limit for the headers of one response together, interim ones included, in bytes.
 inline constexpr size_t kMostHeadBytes = 65536;
 
@@ -44,3 +47,5 @@ size_t HeadSize(std::string_view bytes, size_t from = 0);
 // are not fields. BadResponse for what is not HTTP/1 and for fields that contradict
 // themselves or each other, UnknownCoding for bodies that would have to be decoded.
 [[nodiscard]] StreamFault ParseHead(std::string_view bytes, HttpHead& head);
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 #include <limits>
 #include <utility>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -179,3 +182,5 @@ bool HttpReader::ReadChunkEnd()
         return false;
     return c == '\n' || End(StreamFault::BadResponse);
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 
 #include <vector>
 
+namespace aiff
+{
+
 class HttpReader
 {
 public:
@@ -47,3 +50,5 @@ private:
     bool m_hasEnded = false;
     StreamFault m_fault = StreamFault::None;
 };
+
+} // namespace aiff

@@ -1,5 +1,8 @@
 #include "support/net/HttpTransfer.h"
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -40,3 +43,5 @@ StreamFault HttpTransfer::Ask(const Url& url, const RangeRequest& range)
     m_socket.SetDeadline({});
     return fault;
 }
+
+} // namespace aiff

@@ -5,6 +5,9 @@
 #include "support/net/TcpSocket.h"
 #include "support/net/Url.h"
 
+namespace aiff
+{
+
 // The part of the data that a request asks for.
 struct RangeRequest {
     int64_t firstByte = -1; // everything from this byte on; -1 asks for the whole
@@ -41,3 +44,5 @@ private:
     HttpReader m_reader;
     HttpHead m_head;
 };
+
+} // namespace aiff

@@ -3,6 +3,9 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 
+namespace aiff
+{
+
 FileDescriptor OpenSocket(int family) noexcept
 {
     FileDescriptor opened(socket(family, SOCK_STREAM, 0));
@@ -20,3 +23,5 @@ ssize_t SendQuietly(int fd, std::string_view bytes) noexcept
 {
     return send(fd, bytes.data(), bytes.size(), 0);
 }
+
+} // namespace aiff

@@ -1,5 +1,8 @@
 #include "support/net/StreamFault.h"
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -38,3 +41,5 @@ XStr TextOf(StreamFault fault, int status)
             return fault == StreamFault::Status ? row.text + std::to_wstring(status) : row.text;
     return {};
 }
+
+} // namespace aiff

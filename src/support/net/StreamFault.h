@@ -3,6 +3,9 @@
 
 #include "support/text/XStr.h"
 
+namespace aiff
+{
+
 enum class StreamFault {
     None,
     BadName,
@@ -26,3 +29,5 @@ enum class StreamFault {
 
 // The reason in words. `status` is the HTTP status; only the fault Status shows it.
 XStr TextOf(StreamFault fault, int status);
+
+} // namespace aiff

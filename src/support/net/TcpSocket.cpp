@@ -10,6 +10,9 @@
 #include <sys/socket.h>
 #include <vector>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -193,3 +196,5 @@ Received TcpSocket::ReadSome(std::span<uint8_t> out)
             return {0, StreamFault::ConnectionLost};
     }
 }
+
+} // namespace aiff

@@ -7,6 +7,9 @@
 #include <chrono>
 #include <optional>
 
+namespace aiff
+{
+
 // How long to wait for the network.
 struct NetLimits {
     std::chrono::milliseconds connect{10000}; // to any address of a host
@@ -42,3 +45,5 @@ private:
     FileDescriptor m_socket;
     std::optional<Clock::time_point> m_deadline;
 };
+
+} // namespace aiff

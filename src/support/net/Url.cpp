@@ -2,6 +2,9 @@
 
 #include "support/text/Ascii.h"
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -182,3 +185,5 @@ StreamFault ResolveUrl(const Url& base, std::string_view reference, Url& url)
         url.target = TargetOf(path.substr(0, path.rfind('/') + 1) + std::string(reference));
     return StreamFault::None;
 }
+
+} // namespace aiff

@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <string>
 
+namespace aiff
+{
+
 // What a request needs from an address. All texts are printable ASCII without blanks.
 struct Url {
     std::string host; // name or number; an IPv6 number has no brackets here
@@ -28,3 +31,5 @@ inline constexpr size_t kMostUrlBytes = 16384;
 // The address that a redirect from `base` names: absolute, or relative to `base`.
 // RedirectElsewhere for any scheme but http.
 [[nodiscard]] StreamFault ResolveUrl(const Url& base, std::string_view reference, Url& url);
+
+} // namespace aiff

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -146,3 +149,5 @@ bool XFileHTTPStream::SetPosition(int64_t position)
     m_position = position;
     return true;
 }
+
+} // namespace aiff

@@ -4,6 +4,9 @@
 #include "support/file/XFile.h"
 #include "support/net/HttpTransfer.h"
 
+namespace aiff
+{
+
 // Opens a local file or, for a name that begins with "http://" in any case, an HTTP
 // stream, and remembers which of them the last successful Open found.
 //
@@ -65,3 +68,5 @@ private:
     bool m_servesRanges = false;
     int64_t m_position = 0; // in the stream
 };
+
+} // namespace aiff

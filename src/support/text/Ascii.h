@@ -6,6 +6,9 @@
 #include <string>
 #include <string_view>
 
+namespace aiff
+{
+
 template <class Char>
 constexpr bool IsAsciiDigit(Char c)
 {
@@ -113,3 +116,5 @@ constexpr std::string_view TakeUntil(std::string_view& text, char mark)
     text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
     return part;
 }
+
+} // namespace aiff

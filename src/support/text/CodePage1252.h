@@ -3,6 +3,9 @@
 
 #include <cstdint>
 
+namespace aiff
+{
+
 // Code points of the bytes 0x80 to 0x9F; 0 where the code page has no character.
 // Every other byte is the code point of the same number.
 inline constexpr uint16_t kCodePage1252High[32] = {
@@ -18,3 +21,5 @@ constexpr uint32_t CodePointOf1252(uint8_t byte)
     const uint16_t codePoint = kCodePage1252High[byte - 0x80];
     return codePoint != 0 ? codePoint : uint32_t{'?'};
 }
+
+} // namespace aiff

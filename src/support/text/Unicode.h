@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
+namespace aiff
+{
+
 // Stands for what is no character.
 inline constexpr uint32_t kReplacementCharacter = 0xFFFD;
 
@@ -45,3 +48,5 @@ constexpr uint32_t TakeUtf16(std::basic_string_view<Unit>& units)
     units.remove_prefix(isPair ? 2 : 1);
     return isPair ? 0x10000 + ((first & 0x3FF) << 10 | (second & 0x3FF)) : first;
 }
+
+} // namespace aiff

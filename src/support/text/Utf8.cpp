@@ -6,6 +6,9 @@
 #include <bit>
 #include <iterator>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -75,3 +78,5 @@ void AppendUtf8(std::string& out, uint32_t codePoint)
     char bytes[kMostBytes];
     out.append(bytes, EncodeUtf8(codePoint, bytes));
 }
+
+} // namespace aiff

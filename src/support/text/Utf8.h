@@ -6,6 +6,9 @@
 #include <string>
 #include <string_view>
 
+namespace aiff
+{
+
 // What counts as a character. Only the shortest form of each ever does.
 enum class Utf8Policy {
     Strict,   // Unicode scalar values
@@ -23,3 +26,5 @@ size_t EncodeUtf8(uint32_t codePoint, char* out);
 
 // Appends what EncodeUtf8 writes.
 void AppendUtf8(std::string& out, uint32_t codePoint);
+
+} // namespace aiff

@@ -8,6 +8,9 @@
 #include <limits>
 #include <system_error>
 
+namespace aiff
+{
+
 namespace
 {
 
@@ -115,3 +118,5 @@ XStr SizeText(int64_t bytes)
     const auto tenths = static_cast<int64_t>(scaled * 10 + 0.5);
     return std::to_wstring(tenths / 10) + L"." + std::to_wstring(tenths % 10) + kUnits[unit];
 }
+
+} // namespace aiff

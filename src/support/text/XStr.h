@@ -9,6 +9,9 @@
 #include <string>
 #include <string_view>
 
+namespace aiff
+{
+
 // Code points, one per 32-bit unit.
 using XStr = std::wstring;
 static_assert(sizeof(wchar_t) == 4, "wide strings hold 32-bit code points");
@@ -42,3 +45,5 @@ XStr SystemText(int errorNumber);
 
 // A size for people: "1 byte", "512 bytes", "30.5 KB", scaled by 1024.
 XStr SizeText(int64_t bytes);
+
+} // namespace aiff

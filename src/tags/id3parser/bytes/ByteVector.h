@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 class t_byteVector
@@ -45,4 +45,4 @@ private:
     std::vector<uint8_t> m_bytes;
 };
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <stdexcept>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // The bytes of a tag or of a frame body are not what they should be.
@@ -45,4 +45,4 @@ private:
     size_t m_length;
 };
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 size_t streamIn::readObj(void* buffer, size_t size)
@@ -130,4 +130,4 @@ void streamOutBuffer::write(const void* data, size_t size)
     bytes.insert(bytes.end(), source, source + size);
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

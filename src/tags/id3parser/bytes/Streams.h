@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 class streamIn
@@ -119,4 +119,4 @@ public:
     std::vector<uint8_t> bytes;
 };
 
-} // namespace id3parser
+} // namespace aiff::id3parser

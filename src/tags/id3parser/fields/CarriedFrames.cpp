@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -154,4 +154,4 @@ bool CarriedFrames::PortWireForm(t_frame& frame, t_tagRevision from)
     return true;
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

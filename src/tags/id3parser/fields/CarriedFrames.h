@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // The frames of one or several old tags, merged into a tag of one revision.
@@ -50,4 +50,4 @@ private:
     std::deque<std::vector<uint8_t>> m_owned; // bodies of frames of another revision
 };
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -2,7 +2,7 @@
 
 #include "support/text/Ascii.h"
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 bool _is_valid_date(std::string_view text, std::string_view pattern)
@@ -53,4 +53,4 @@ std::optional<OldDate> SplitOldDate(std::string_view date)
     return OldDate{std::string(date.substr(0, 4)), day + std::string(date.substr(5, 2))};
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 inline constexpr std::string_view kDatePattern = "####-##-##";
@@ -29,4 +29,4 @@ struct OldDate {
 // Nothing when the text is no date.
 std::optional<OldDate> SplitOldDate(std::string_view date);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -2,7 +2,7 @@
 
 #include "tags/id3parser/fields/FrameToMeta.h"
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // A frame without an identifier cannot be written.
@@ -79,4 +79,4 @@ void ExistingFrames::TakeRest(t_tag::FrameList& out)
     out.splice(out.end(), m_rest);
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

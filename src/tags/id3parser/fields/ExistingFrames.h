@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Frames move between lists without being copied, so their addresses stay valid.
@@ -58,4 +58,4 @@ private:
     std::multimap<std::string, t_tag::FrameList::iterator, metaCompare> m_silent;
 };
 
-} // namespace id3parser
+} // namespace aiff::id3parser

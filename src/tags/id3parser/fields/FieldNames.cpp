@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -114,4 +114,4 @@ uint8_t ratingToPOPM(int rating)
     return rating > kMost ? uint8_t{0xFF} : POPM10_Table[std::max(rating, 0)];
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

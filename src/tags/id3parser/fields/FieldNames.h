@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 inline constexpr std::string_view kFieldComment = "Comment";
@@ -51,4 +51,4 @@ bool iTunIsNumeric(std::string_view text);
 int POPMToRating(uint8_t byte);
 uint8_t ratingToPOPM(int rating);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -266,4 +266,4 @@ std::string FieldOfFrame(const t_frame& frame)
     return *description;
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

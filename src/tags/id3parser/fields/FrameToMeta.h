@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Adds the fields of a frame from a tag of that revision to the map. A malformed frame
@@ -22,4 +22,4 @@ void tag_to_metaMap(const t_tag& tag, metaMap& map, bool strict = false);
 // empty when none does.
 std::string FieldOfFrame(const t_frame& frame);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -55,4 +55,4 @@ bool extractAppleGapless(const t_frame& frame, uint64_t& delay, uint64_t& length
     }
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

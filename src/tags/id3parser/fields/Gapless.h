@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // The delay and the length in sample frames, from such a comment or from its text. False,
@@ -14,4 +14,4 @@ namespace id3parser
 bool extractAppleGapless(const t_frame& frame, uint64_t& delay, uint64_t& length);
 bool parse_apple_gapless(std::string_view text, uint64_t& delay, uint64_t& length);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -93,4 +93,4 @@ std::string MangleGenre(std::string_view genre)
     return (genre.starts_with('(') ? "(" : "") + std::string(genre);
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 inline constexpr size_t kGenreCount = 126;
@@ -22,4 +22,4 @@ metaMap::Values unmangle_genres(std::string_view text);
 // The entry that is read as `genre`: what begins with "(" is escaped.
 std::string MangleGenre(std::string_view genre);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

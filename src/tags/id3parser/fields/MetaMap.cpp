@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 bool metaCompare::operator()(std::string_view a, std::string_view b) const
@@ -76,4 +76,4 @@ metaMap::Values SplitValues(std::string_view text, char separator)
     return values;
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Orders names byte by byte, without regard to the case of ASCII letters.
@@ -59,4 +59,4 @@ inline constexpr char kOldGenreSeparator = ';';
 std::string JoinValues(const metaMap::Values& values, char separator);
 metaMap::Values SplitValues(std::string_view text, char separator);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -14,7 +14,7 @@
 #include <limits>
 #include <optional>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -248,4 +248,4 @@ void metaMap_to_tag(t_tag& tag, metaMap map, const tagCreateArgs& args)
     existing.TakeRest(tag.Frames());
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -4,7 +4,7 @@
 #include "tags/id3parser/fields/MetaMap.h"
 #include "tags/id3parser/frames/Tag.h"
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Gives the tag the fields of the map. A tag of revision 2 or none becomes one of
@@ -16,4 +16,4 @@ namespace id3parser
 // writeError for an encoding that cannot be written.
 void metaMap_to_tag(t_tag& tag, metaMap map, const tagCreateArgs& args);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

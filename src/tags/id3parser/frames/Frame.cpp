@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -247,4 +247,4 @@ void t_frame::SanitizeForRevision(t_tagRevision revision)
     *this = std::move(rebuilt);
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

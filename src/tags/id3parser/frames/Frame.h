@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // The major version of a tag.
@@ -122,4 +122,4 @@ public:
     t_byteVector data;
 };
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 constexpr uint32_t FrameId(const char (&text)[5])
@@ -26,4 +26,4 @@ inline constexpr uint32_t kFrameWXXX = FrameId("WXXX");
 
 static_assert(FrameId("TIT2") == 0x54495432);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -3,7 +3,7 @@
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/text/TextEncodings.h"
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -67,4 +67,4 @@ std::string extractAPIC_desc(std::span<const uint8_t> body)
     return description;
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 struct PictureView {
@@ -18,4 +18,4 @@ PictureView extractAPIC(std::span<const uint8_t> body);
 std::string extractAPIC_mime(std::span<const uint8_t> body); // not converted
 std::string extractAPIC_desc(std::span<const uint8_t> body); // UTF-8
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -282,4 +282,4 @@ bool zlib_decode_inplace(t_byteVector&)
     return false;
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

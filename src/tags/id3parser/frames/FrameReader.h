@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Format flags of a frame header: the second flags byte.
@@ -122,4 +122,4 @@ bool test_for_false_sync(const void* data, size_t size);
 // Decompresses in place. There is no decompressor: always false.
 bool zlib_decode_inplace(t_byteVector& body);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -174,4 +174,4 @@ uint32_t CarriedId_v2(std::string_view name)
     return IdOf(name, Use_v2::CarriedOnly);
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 enum class ReadRule : uint8_t {
@@ -83,4 +83,4 @@ const FrameRule* RuleForFrame(uint32_t id);
 uint32_t translate_v2_id(const char* id3);
 uint32_t CarriedId_v2(std::string_view name);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -180,4 +180,4 @@ FrameReading ReadWireForm(const WireForm& form, t_tagRevision revision, t_frame&
     return reading;
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -10,7 +10,7 @@
 #include <span>
 #include <vector>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Frames point into it: it moves, but cannot be copied.
@@ -40,4 +40,4 @@ OldTag ReadOldTag(std::span<const uint8_t> bytes);
 // by its identifier.
 FrameReading ReadWireForm(const WireForm& form, t_tagRevision revision, t_frame& frame);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

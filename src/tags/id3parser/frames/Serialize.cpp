@@ -9,7 +9,7 @@
 #include <limits>
 #include <stdexcept>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 namespace
@@ -191,4 +191,4 @@ uint64_t PaddingFor(uint64_t total, uint64_t availableSize, uint64_t maxPadding,
     return excess == 0 ? padding : padding + (alignment - excess);
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

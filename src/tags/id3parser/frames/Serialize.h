@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Both take 28 bits, so that a size reads the same in every revision.
@@ -40,4 +40,4 @@ void WritePadding(uint64_t size, streamOut& out);
 // those of t_tag::Write.
 uint64_t PaddingFor(uint64_t total, uint64_t availableSize, uint64_t maxPadding, size_t alignment);
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -4,7 +4,7 @@
 #include "tags/id3parser/frames/FrameReader.h"
 #include "tags/id3parser/frames/Serialize.h"
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 t_tag::FrameList::iterator t_tag::AddFrame(uint32_t id)
@@ -170,4 +170,4 @@ void t_tag::Write(streamOut& out, uint64_t availableSize, uint64_t maxPadding,
     WritePadding(padding, out);
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <list>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // Which frames the caller of a parse wants.
@@ -107,4 +107,4 @@ private:
     t_tagRevision m_revision = kRevisionNone;
 };
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace id3parser::conv
+namespace aiff::id3parser::conv
 {
 
 namespace
@@ -221,4 +221,4 @@ std::string TextToUtf8(std::wstring_view text)
     return utf8;
 }
 
-} // namespace id3parser::conv
+} // namespace aiff::id3parser::conv

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace id3parser::conv
+namespace aiff::id3parser::conv
 {
 
 enum class CodePage {
@@ -70,4 +70,4 @@ bool isValidUTF8(std::span<const uint8_t> bytes);
 std::wstring Utf8ToText(std::string_view utf8);
 std::string TextToUtf8(std::wstring_view text);
 
-} // namespace id3parser::conv
+} // namespace aiff::id3parser::conv

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 using conv::CodePage;
@@ -210,4 +210,4 @@ void strict_mode_validate_ascii(std::span<const uint8_t> bytes)
         throw parseError();
 }
 
-} // namespace id3parser
+} // namespace aiff::id3parser

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace id3parser
+namespace aiff::id3parser
 {
 
 // The first byte of a body that carries text.
@@ -88,4 +88,4 @@ std::u16string exportWide(std::string_view utf8);
 // Throws parseError for any byte from 0x80 on.
 void strict_mode_validate_ascii(std::span<const uint8_t> bytes);
 
-} // namespace id3parser
+} // namespace aiff::id3parser
