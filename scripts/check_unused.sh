@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=build/unused
+export LC_ALL=C # one order for sort and comm
 # Without inlining every function is there by its name, in a section of its own.
 cmake -S . -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DAIFF_TESTS=OFF -DAIFF_BENCH=OFF \
     -DCMAKE_CXX_FLAGS="-O0 -g0 -ffunction-sections" \
@@ -15,7 +16,7 @@ functions_in() { nm --defined-only "$@" 2>/dev/null | awk '$2 ~ /^[Tt]$/ {print 
 functions_in $build/bin/aiffconv $build/Codecs/Bin/decoder/AIFF.so >$build/used.txt
 find $build -name '*.a' -exec nm --defined-only {} + 2>/dev/null |
     awk '$2 == "T" {print $3}' | sort -u >$build/ours.txt
-comm -23 $build/ours.txt $build/used.txt | c++filt | sort -u >$build/dropped.txt
+comm -23 $build/ours.txt $build/used.txt | c++filt -p | sed 's/\[abi:[^]]*\]//' | sort -u >$build/dropped.txt
 sed -e '/^#/d' -e '/^$/d' scripts/unused_functions.txt | sort -u >$build/listed.txt
 
 if ! diff --unchanged-line-format= --old-line-format='listed, but used or gone: %L' \

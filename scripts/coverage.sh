@@ -9,7 +9,7 @@ cmake --preset coverage -DAIFF_TESTS=ON >/dev/null
 cmake --build --preset coverage
 build=build/coverage
 find $build -name '*.gcda' -delete
-ctest --preset coverage -j "$(nproc)" >$build/tests.log || { tail -n 40 $build/tests.log; exit 1; }
+ctest --preset coverage -j "$(getconf _NPROCESSORS_ONLN)" >$build/tests.log || { tail -n 40 $build/tests.log; exit 1; }
 
 # One record for each source: gcovr merges what the objects of several programs counted.
 gcovr --root . --filter src/ --json $build/coverage.json $build

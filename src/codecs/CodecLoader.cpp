@@ -103,20 +103,12 @@ void CodecLoader::AddDecoder(PluginFile& file)
     file.decoder = &m_decoders.back();
     for (const FileFormat& format : file.decoder->formats)
         m_byExtension.emplace(FoldCase(format.extension), file.decoder);
-    for (const std::wstring& type : file.decoder->mimeTypes)
-        m_byMimeType.emplace(FoldCase(type), file.decoder);
 }
 
 const Decoder* CodecLoader::ForExtension(std::wstring_view extension) const
 {
     const auto found = m_byExtension.find(FoldCase(extension));
     return found == m_byExtension.end() ? nullptr : found->second;
-}
-
-const Decoder* CodecLoader::ForMimeType(std::wstring_view mimeType) const
-{
-    const auto found = m_byMimeType.find(FoldCase(mimeType));
-    return found == m_byMimeType.end() ? nullptr : found->second;
 }
 
 } // namespace aiff::codecs

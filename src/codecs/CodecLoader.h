@@ -37,9 +37,9 @@ struct PluginFile {
     std::string problem;              // why a decoder is not usable
 };
 
-// Loads all decoders below a folder and knows which of them reads which extension and MIME
-// type. Encoders and DSPs are listed but not loaded. Once Load has returned, any number of
-// threads may look things up.
+// Loads all decoders below a folder and knows which of them reads which extension. Encoders
+// and DSPs are listed but not loaded. Once Load has returned, any number of threads may look
+// things up.
 class CodecLoader
 {
 public:
@@ -59,22 +59,18 @@ public:
     const std::vector<PluginFile>& Files() const { return m_files; }
     const std::deque<Decoder>& Decoders() const { return m_decoders; }
 
-    // The decoder for an extension with its dot, or for a MIME type, in upper or lower
-    // case; null when there is none. Of several the first one found is taken.
+    // The decoder for an extension with its dot, in upper or lower case; null when there is
+    // none. Of several the first one found is taken.
     const Decoder* ForExtension(std::wstring_view extension) const;
-    const Decoder* ForMimeType(std::wstring_view mimeType) const;
 
 private:
-    using Index = std::map<std::wstring, const Decoder*>;
-
     void AddDecoder(PluginFile& file);
 
     std::string m_root;
     std::vector<std::string> m_searched;
     std::vector<PluginFile> m_files;
-    std::deque<Decoder> m_decoders; // addresses stay as it grows
-    Index m_byExtension;
-    Index m_byMimeType;
+    std::deque<Decoder> m_decoders;                       // addresses stay as it grows
+    std::map<std::wstring, const Decoder*> m_byExtension; // in lower case
 };
 
 } // namespace aiff::codecs

@@ -10,12 +10,6 @@ DecoderInstance::DecoderInstance(std::shared_ptr<const Codec> codec, const STNSt
 {
 }
 
-DecoderInstance::DecoderInstance(DecoderInstance&& other) noexcept
-    : m_codec(std::move(other.m_codec)), m_handle(std::exchange(other.m_handle, nullptr)),
-      m_opened(std::exchange(other.m_opened, false))
-{
-}
-
 DecoderInstance& DecoderInstance::operator=(DecoderInstance&& other) noexcept
 {
     std::swap(m_codec, other.m_codec);
@@ -59,11 +53,6 @@ void DecoderInstance::Close()
 bool DecoderInstance::DecodeBlock(STQvAudioBlock& block)
 {
     return m_handle != nullptr && m_codec->Functions().DecodeBlock(m_handle, &block) != 0;
-}
-
-bool DecoderInstance::SetPosition(int64_t frame)
-{
-    return m_handle != nullptr && m_codec->Functions().SetPosition(m_handle, frame) != 0;
 }
 
 bool DecoderInstance::DeleteATag(const wchar_t* fileName, const wchar_t* names)

@@ -15,7 +15,6 @@ public:
     // Creates a handle that reports to `report`, whose descriptors must stay open for as
     // long as the instance lives. Empty when the decoder refuses.
     DecoderInstance(std::shared_ptr<const Codec> codec, const STNStdReport& report);
-    DecoderInstance(DecoderInstance&& other) noexcept;
     DecoderInstance& operator=(DecoderInstance&& other) noexcept;
     ~DecoderInstance();
 
@@ -27,7 +26,6 @@ public:
     [[nodiscard]] bool Open(STQvOpenDecoder& record);
     void Close();
     [[nodiscard]] bool DecodeBlock(STQvAudioBlock& block);
-    [[nodiscard]] bool SetPosition(int64_t frame);
     [[nodiscard]] bool DeleteATag(const wchar_t* fileName, const wchar_t* names);
 
 private:
