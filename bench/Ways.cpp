@@ -18,8 +18,8 @@ constexpr size_t kBufferBytes = 65536;
 constexpr size_t kPageBytes = 4096;
 
 // The buffer of read() and libsndfile. How fast the system copies depends on where
-// both ends lie within their pages; this is a fast place for what starts with the
-// file or a short header behind.
+// source and target are within their pages; this is a fast place for data that starts
+// with the file or after a short header.
 uint8_t* Buffer()
 {
     alignas(kPageBytes) static uint8_t pages[kBufferBytes + kPageBytes];

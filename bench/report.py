@@ -176,7 +176,7 @@ def opening(bench):
 
 
 def append_tag(path):
-    """Twelve fields and a picture of 30 KB behind the sound of a file."""
+    """Twelve fields and a picture of 30 KB after the sound of a file."""
     names = b"TIT2 TPE1 TPE2 TALB TCOM TCON TCOP TENC TIT1 TPUB TRCK TYER".split()
     body = tag({name: b"1971" for name in names}, b"\x89PNG" + os.urandom(PICTURE - 4))
     with open(path, "r+b") as file:
@@ -218,7 +218,7 @@ def tags(bench):
 
 
 def many(count, kind):
-    """An AIFF file with that many chunks, or frames in its tag, behind its sound."""
+    """An AIFF file with that many chunks, or frames in its tag, after its sound."""
     plain = small_file(0, False)
     if kind == "chunks":
         more = (b"ANNO" + struct.pack(">I", 3) + b"odd\0") * count

@@ -68,7 +68,7 @@ int main(int argc, char** argv)
     do {
         memset(&block, 0, sizeof block);
         if (!pDecodeBlock(decoder, &block)) {
-            fprintf(stderr, "cannot decode behind %lld bytes\n", bytes);
+            fprintf(stderr, "cannot decode after %lld bytes\n", bytes);
             return 1;
         }
         bytes += block.nDataSize;
