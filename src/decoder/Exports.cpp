@@ -85,7 +85,7 @@ AIFF_EXPORT int32_t DeleteATag(void* handle, const wchar_t* fileName, const wcha
 }
 
 // Every function has the type that hosts know it by.
-#define AIFF_CHECK_TYPE(function, type) static_assert(std::is_same_v<decltype(&function), type>);
+#define AIFF_CHECK_TYPE(function, type) static_assert(std::is_same_v<decltype(&(function)), type>);
 QV_DECODER_FUNCTIONS(AIFF_CHECK_TYPE)
 
 } // namespace aiff

@@ -29,7 +29,7 @@ struct BatchOptions {
 
 using FileWork = std::function<FileResult(const OutputPlan::Item&)>;
 // Makes the work function of one worker, which takes one file at a time.
-using WorkMaker = std::function<FileWork(ProgressFunction)>;
+using WorkMaker = std::function<FileWork(const ProgressFunction&)>;
 
 // Carries out a plan and shows how it went: problems and a summary on standard error and,
 // with --json, a line for each file on standard output. The plan's new folder is made, and

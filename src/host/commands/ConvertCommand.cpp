@@ -98,7 +98,7 @@ ExitCode ConvertCommand::Work(const codecs::CodecLoader& loader, const Trace& tr
     const Result<OutputPlan> plan = MakePlan(loader);
     if (!plan)
         return FailWith(kExitUsage, plan.Why());
-    return RunBatch(*plan, m_batch, trace, "converted", [&](ProgressFunction progress) {
+    return RunBatch(*plan, m_batch, trace, "converted", [&](const ProgressFunction& progress) {
         auto conversion = std::make_shared<FileConversion>(loader, trace, m_options, progress);
         return [conversion](const OutputPlan::Item& item) { return conversion->Run(item); };
     });

@@ -67,7 +67,7 @@ ExitCode EncodeCommand::Run(const GlobalOptions& global)
         PlanOutputs(m_inputs, m_batch.output, kOutputExtension, IsInputExtension);
     if (!plan)
         return FailWith(kExitUsage, plan.Why());
-    return RunBatch(*plan, m_batch, global.trace, "encoded", [&](ProgressFunction progress) {
+    return RunBatch(*plan, m_batch, global.trace, "encoded", [&](const ProgressFunction& progress) {
         return MakeEncodingWork(global.trace, m_batch, std::move(progress));
     });
 }
