@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Require(whole.headFault == pieces.headFault && whole.bodyFault == pieces.bodyFault &&
                 whole.body == pieces.body,
             "the pieces do not matter");
-    Require(whole.behind + pieces.behind == 0, "nothing comes behind the end");
+    Require(whole.after + pieces.after == 0, "nothing comes after the end");
     Require(whole.body.size() <= size, "a body is made of what arrived");
     if (whole.headFault == StreamFault::None && whole.head.contentLength >= 0)
         Require(whole.bodyFault == (std::ssize(whole.body) == whole.head.contentLength

@@ -35,7 +35,7 @@ struct ReadResult {
     StreamFault headFault = StreamFault::None, bodyFault = StreamFault::None;
     HttpHead head;
     Bytes body;
-    size_t behind = 0; // bytes that came behind the end of the body
+    size_t after = 0; // bytes that came after the end of the body
 };
 
 // Reads an answer that comes in pieces, in steps of a number of bytes.
@@ -54,6 +54,6 @@ inline ReadResult ReadAnswer(std::span<const uint8_t> bytes, size_t piece, size_
         result.body.insert(result.body.end(), part.data(), part.data() + count);
     }
     result.bodyFault = reader.Fault();
-    result.behind = reader.ReadBody(part);
+    result.after = reader.ReadBody(part);
     return result;
 }

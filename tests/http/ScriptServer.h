@@ -35,7 +35,6 @@ class Peer
 {
 public:
     Peer(int fd, const std::atomic<bool>& stop) : m_fd(fd), m_stop(stop) {}
-    Peer(Peer&&) = delete;
     ~Peer()
     {
         if (m_fd < 0)
@@ -117,7 +116,6 @@ class ScriptServer
 {
 public:
     ScriptServer() : m_acceptor([this] { Accept(); }) {}
-    ScriptServer(ScriptServer&&) = delete;
     ~ScriptServer()
     {
         m_stop = true;
@@ -128,6 +126,10 @@ public:
     }
 
     // The address below which the handler answers from now on.
+    std::string Serve(const Bytes& answer, const std::string& host = "127.0.0.1")
+    {
+        return Serve(Sends(answer), host);
+    }
     std::string Serve(Handler handler, const std::string& host = "127.0.0.1")
     {
         const std::scoped_lock lock(m_mutex);
@@ -135,11 +137,6 @@ public:
         return "http://" + host + ":" + std::to_string(Port()) + "/" +
                std::to_string(m_handlers.size() - 1) + "/";
     }
-    std::string Serve(const Bytes& answer, const std::string& host = "127.0.0.1")
-    {
-        return Serve(Sends(answer), host);
-    }
-
     uint16_t Port() const { return ntohs(m_place.sin_port); }
     std::vector<std::string> Requests() const
     {

@@ -14,49 +14,45 @@ namespace
 using F = StreamFault;
 using namespace std::string_literals;
 
+// The words of a list that a sign separates.
+std::vector<std::string> Split(const std::string& list, char sign)
+{
+    std::vector<std::string> words;
+    std::istringstream in(list);
+    for (std::string word; std::getline(in, word, sign);)
+        words.push_back(word);
+    return words;
+}
+
 TEST(Url, IsTakenApartEncodedAndResolvedAgainstABase)
 {
-    const std::pair<std::string, const char*> cases[] = {
-        // port, Host field and target
-        {"http://example.org", "80 example.org/"},
-        {"HTTP://Example.org:/", "80 Example.org/"},
-        {"http://h:8080/a", "8080 h:8080/a"},
-        {"http://[::1]:81/", "81 [::1]:81/"},
-        {"http://[fe80::1]?q=1", "80 [fe80::1]/?q=1"},
-        {"http://h#f", "80 h/"},
-        {"http://h/a%20b c%zz%4", "80 h/a%20b%20c%25zz%254"},
-        {"http://h/\xC3\xA4?\xC3\xB6=\"<>\"#x y", "80 h/%C3%A4?%C3%B6=%22%3C%3E%22"},
-        {"http://h/tab\there\x7F\\", "80 h/tab%09here%7F%5C"},
-        {"http://h/a/./b/../../c/..", "80 h/"},
-        {"http://h/../../x/.", "80 h/x/"},
-        {"http://h/a?b/../c", "80 h/a?b/../c"},
-        {"http://h/...//x", "80 h/...//x"},
-        {"//other/x", "80 other/x"},
-        {"/x?y", "8 h:8/x?y"},
-        {"x", "8 h:8/a/b/x"},
-        {"../x", "8 h:8/a/x"},
-        {"./", "8 h:8/a/b/"},
-        {"?z", "8 h:8/a/b/c?z"},
-        {"", "8 h:8/a/b/c?q"},
-        {"#f", "8 h:8/a/b/c?q"},
-        {"a b\xE4", "8 h:8/a/b/a%20b%E4"},
-    };
+    // References, and what is to come of each: port, Host field and target.
+    const std::vector<std::string> cases = Split(
+        "http://example.org|80 example.org/|HTTP://Example.org:/|80 Example.org/|"
+        "http://h:8080/a|8080 h:8080/a|http://[::1]:81/|81 [::1]:81/|http://h#f|80 h/|"
+        "http://[fe80::1]?q=1|80 [fe80::1]/?q=1|http://h/a%20b c%zz%4|80 h/a%20b%20c%25zz%254|"
+        "http://h/\xC3\xA4?\xC3\xB6=\"<>\"#x y|80 h/%C3%A4?%C3%B6=%22%3C%3E%22|"
+        "http://h/tab\there\x7F\\|80 h/tab%09here%7F%5C|http://h/a/./b/../../c/..|80 h/|"
+        "http://h/../../x/.|80 h/x/|http://h/a?b/../c|80 h/a?b/../c|http://h/...//x|80 h/...//x|"
+        "//other/x|80 other/x|/x?y|8 h:8/x?y|x|8 h:8/a/b/x|../x|8 h:8/a/x|./|8 h:8/a/b/|"
+        "?z|8 h:8/a/b/c?z||8 h:8/a/b/c?q|#f|8 h:8/a/b/c?q|a b\xE4|8 h:8/a/b/a%20b%E4",
+        '|');
     const Url base = {"h", 8, "/a/b/c?q"};
     Url url;
-    for (const auto& [reference, result] : cases) {
-        EXPECT_EQ(ParseUrl(reference, url), reference.find("://") == 4) << reference;
-        ASSERT_EQ(ResolveUrl(base, reference, url), F::None) << reference;
-        EXPECT_EQ(std::to_string(url.port) + " " + url.HostField() + url.target, result);
+    for (size_t i = 0; i < cases.size(); i += 2) {
+        EXPECT_EQ(ParseUrl(cases[i], url), cases[i].find("://") == 4) << cases[i];
+        ASSERT_EQ(ResolveUrl(base, cases[i], url), F::None) << cases[i];
+        EXPECT_EQ(std::to_string(url.port) + " " + url.HostField() + url.target, cases[i + 1]);
     }
     for (const char* elsewhere : {"https://h/", "file:///etc/passwd", "FTP:x", "http:/h/"})
         EXPECT_TRUE(!ParseUrl(elsewhere, url) &&
                     ResolveUrl(base, elsewhere, url) == F::RedirectElsewhere)
             << elsewhere;
-    std::vector<std::string> refused = {"h/\0x"s, "h/" + std::string(kMostUrlBytes, 'a')};
-    std::istringstream list("|/x|user@h/|h:0/|h:65536/|h:8o/|h:99999999999999999999/|[::1/|[::1]x/|"
-                            "[h]/|h h/|h\\x/|h%0d/|h/\r\nX: y|h/\n|");
-    while (std::getline(list, refused.emplace_back(), '|'))
-        ;
+    std::vector<std::string> refused =
+        Split("|/x|user@h/|h:0/|h:65536/|h:8o/|h:99999999999999999999/|[::1/|[::1]x/|[h]/|h h/|"
+              "h\\x/|h%0d/|h/\r\nX: y|h/\n|h/\0x"s,
+              '|');
+    refused.push_back("h/" + std::string(kMostUrlBytes, 'a'));
     for (const std::string& rest : refused)
         EXPECT_TRUE(!ParseUrl("http://" + rest, url) &&
                     ResolveUrl(base, "//" + rest, url) == F::RedirectWithoutTarget)
@@ -88,7 +84,7 @@ void ExpectAnswer(const std::string& answer, F headFault, const std::string& bod
             ASSERT_EQ(result.headFault, headFault);
             EXPECT_EQ(std::string(result.body.begin(), result.body.end()), body);
             EXPECT_EQ(result.bodyFault, bodyFault);
-            EXPECT_EQ(result.behind, 0u) << "read on behind the end";
+            EXPECT_EQ(result.after, 0u) << "read on after the end";
         }
     }
 }
@@ -121,10 +117,12 @@ TEST(HttpReader, TellsWhyABodyEndsEarly)
         ExpectAnswer(answer, F::None, "abc", F::EndedEarly);
         ExpectAnswer(answer, F::None, "abc", F::ConnectionLost, F::ConnectionLost);
     }
-    for (const std::string& next :
-         {"d\r\n"s, "x0\r\n\r\n"s, "\r\nx\r\n"s, "\r\n\r\n"s, "\r\n-3\r\n"s, "\r\n3z\r\n"s,
-          "\r\nfffffffffffffffff\r\n"s, "\r\n" + std::string(70000, '0'),
-          "\r\n3;" + std::string(70000, 'x')})
+    const std::string zeros(70000, '0');
+    for (const std::string& next : Split(
+             "d\r\n|x0\r\n\r\n|\r\nx\r\n|\r\n\r\n|\r\n-3\r\n|\r\n3z\r\n|\r\nfffffffffffffffff\r\n|"
+             "\r\n" +
+                 zeros + "|\r\n3;" + zeros,
+             '|'))
         ExpectAnswer(InChunks("3\r\nabc" + next), F::None, "abc", F::BadResponse);
 }
 
@@ -139,14 +137,15 @@ TEST(HttpReader, RefusesImproperHeaders)
     ExpectAnswer(std::string(100000, 'x'), F::HeadTooLong);
     ExpectAnswer("", F::EndedEarly);
     ExpectAnswer(Ok("Content-Length: 3\r\n"), F::EndedEarly);
+    ExpectAnswer(Ok("X: \0\r\n\r\n"s), F::BadResponse);
     for (const char* start : {"SSH-2.0-x", "HTTP/2.0 200 OK", "HTTP/1.1 OK", "HTTP/1.1 2000 OK"})
         ExpectAnswer(start + "\r\n\r\n"s, F::BadResponse);
-    ExpectAnswer(Ok("X: \0\r\n\r\n"s), F::BadResponse);
-    for (const char* fields :
-         {"Content-Length: 3\r\nContent-Length: 4", "Content-Length: -3", "Content-Length: +3",
-          "Content-Length: ", "Content-Length: 9223372036854775808", "Location: /a\r\nLocation: /b",
-          "Content-Range: bytes 0-1/2\nContent-Range: bytes 0-2/3"})
-        ExpectAnswer(Ok(fields + "\r\n\r\nabcd"s), F::BadResponse);
+    for (const std::string& fields :
+         Split("Content-Length: 3\r\nContent-Length: 4|Content-Length: -3|Content-Length: +3|"
+               "Content-Length: |Content-Length: 9223372036854775808|Location: /a\r\nLocation: /b|"
+               "Content-Range: bytes 0-1/2\nContent-Range: bytes 0-2/3",
+               '|'))
+        ExpectAnswer(Ok(fields + "\r\n\r\nabcd"), F::BadResponse);
     for (const char* field : {"Transfer-Encoding: gzip, chunked",
                               "Transfer-Encoding: chunked, chunked", "Content-Encoding: gzip"})
         ExpectAnswer(Ok(field + "\r\n\r\n"s), F::UnknownCoding);
@@ -163,9 +162,10 @@ TEST(HttpHead, TellsWhatSeekingNeeds)
     EXPECT_EQ(head.entityTag, "\"a:b\"");
     EXPECT_EQ(head.location, "x y");
     EXPECT_EQ(head.range, (ContentRange{5, 9, -1}));
-    for (const char* range : {"bytes */10", "bytes 5-4/10", "bytes 5-10/10", "bytes 5/10",
-                              "items 5-9/10", "bytes 5-9", "bytes -9/10", "bytes 5-1e9/*"}) {
-        ASSERT_EQ(ParseHead(Ok("Content-Range: " + std::string(range) + "\n\n"), head), F::None);
+    for (const std::string& range : Split("bytes */10|bytes 5-4/10|bytes 5-10/10|bytes 5/10|"
+                                          "items 5-9/10|bytes 5-9|bytes -9/10|bytes 5-1e9/*",
+                                          '|')) {
+        ASSERT_EQ(ParseHead(Ok("Content-Range: " + range + "\n\n"), head), F::None);
         EXPECT_FALSE(head.range.has_value()) << range;
     }
 }

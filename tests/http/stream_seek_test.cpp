@@ -46,8 +46,7 @@ TEST_F(StreamTest, SeeksByAskingAServerOfRangesForTheRest)
     const std::tuple<int64_t, size_t, std::string> cases[] = {
         {18000, 18000, "72046-"}, {0, 0, "46-"},      {37501, 37501, "150050-"}, {1, 1, "50-"},
         {INT64_MIN, 0, "46-"},    {16384, 16384, ""}, {37502, 37502, ""},        {99, 99, "442-"},
-        {INT64_MAX, 37502, ""},
-    };
+        {INT64_MAX, 37502, ""}};
     for (const auto& [frame, lands, range] : cases) {
         SCOPED_TRACE(frame);
         const size_t before = server.Requests().size();
@@ -101,8 +100,7 @@ TEST_F(StreamTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
         {"no word of ranges", Sends(Counted(kFile)), ""},
         {"no ranges", Sends(Answer("Accept-Ranges: none\r\n" + Length(size), kFile)), ""},
         {"no size", Sends(Answer(ranges, kFile)), ""},
-        {"chunked", Sends(Chunked(kFile, ranges)), ""},
-    };
+        {"chunked", Sends(Chunked(kFile, ranges)), ""}};
     for (const auto& [name, handler, expected] : cases) {
         SCOPED_TRACE(name);
         Instance instance(plugin, report);
@@ -123,8 +121,7 @@ TEST_F(StreamTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
         // range, and what it holds
         {0, -1, 0, kFrames}, {20000, 20010, 20000, 20010},      {100, 36000, 100, 36000},
         {-7, 3, 0, 3},       {INT64_MAX, -1, kFrames, kFrames}, {37490, INT64_MAX, 37490, kFrames},
-        {20, 10, 20, 20},
-    };
+        {20, 10, 20, 20}};
     for (const std::string& url : urls)
         for (const auto& [start, end, from, to] : cases) {
             SCOPED_TRACE(url + " from " + std::to_string(start));

@@ -188,16 +188,14 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
 // The type counts from 22 bytes on, the name from 24; its count byte does not count.
 TEST_F(BoundaryTest, CompressionTypeAndNameOfShortCommons)
 {
-    const std::pair<std::string, const char*> rows[] = {
-        {"AIFCula", "NONE (no compression)"},
-        {"AIFCulaw", "ulaw ()"},
-        {"aifculaw", "ulaw ()"},
-        {"AIFFulaw\3abc", "NONE (no compression)"},
-        {"AIFCulaw\3", "ulaw ()"},
-        {"AIFCulaw\3abcdef", "ulaw (abcdef)"},
-        {"AIFCulaw\7ab\0def"s, "ulaw (ab)"},
-        {"AIFC\0\0\0\0\1a"s, ""},
-    };
+    const std::pair<std::string, const char*> rows[] = {{"AIFCula", "NONE (no compression)"},
+                                                        {"AIFCulaw", "ulaw ()"},
+                                                        {"aifculaw", "ulaw ()"},
+                                                        {"AIFFulaw\3abc", "NONE (no compression)"},
+                                                        {"AIFCulaw\3", "ulaw ()"},
+                                                        {"AIFCulaw\3abcdef", "ulaw (abcdef)"},
+                                                        {"AIFCulaw\7ab\0def"s, "ulaw (ab)"},
+                                                        {"AIFC\0\0\0\0\1a"s, ""}};
     const Bytes common = Join({Big(1, 2), Big(0, 4), Big(8, 2), Extended(8000)});
     for (const auto& [text, settings] : rows) {
         AiffBuilder file(text.substr(0, 4));

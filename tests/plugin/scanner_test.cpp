@@ -104,8 +104,7 @@ TEST_F(ScannerTest, RepairsAndReports)
         {"header across the end of the form", B(plain).FormSize(26).Tail(ten),
          "FORM 26 AIFF, extra data, AAAA 10/14@12,  0/0@30, total differs, done"},
         {"code with a zero", B().Chunk(std::string("A\0BC", 4), {}),
-         "FORM 12 AIFF, A 0/0@12, done"},
-    };
+         "FORM 12 AIFF, A 0/0@12, done"}};
     for (const auto& [name, file, expected] : rows) {
         SCOPED_TRACE(name);
         Instance host(plugin, report);

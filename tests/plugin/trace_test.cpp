@@ -1,5 +1,6 @@
 // The three outputs of the report, line by line.
 
+#include "TraceLines.h"
 #include "edits/EditHarness.h"
 
 #include <utility>
@@ -14,65 +15,37 @@ const AiffBuilder kSmall = AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(400));
 // The lines up to the look at the header; the indentation is that of a first Open.
 std::string HeaderLines(const std::string& path)
 {
-    return "->->  [Open]\n"
-           "  Opening file '" +
-           path + R"(' for read access: Opened
-  Reading Audio Information
-  ->->  [Initialize]
-  <-<-  [Initialize]
-  ->->  [Initialize]
-    clAIFFHandler::CalcAllChunks: Ok
-  <-<-  [Initialize]
-  ->->  [ScanFile]
-    clAIFFHandler::CalcAllChunks: Ok
-)";
+    return "->->  [Open]\r\n" + TraceLines("Opening file '" + path + "' for read access: Opened|" +
+                                               "Reading Audio Information|Initialize{}"
+                                               "Initialize{Ok|}ScanFile{Ok|",
+                                           2);
 }
 
 // The whole trace of a first Open that succeeds.
 std::string OpenLines(const std::string& path, uint32_t flags)
 {
-    std::string format = R"(    ->->  [PullOutCOMMnSSND]
-      Finding 'COMM' chunk.
-      Finding 'SSND' chunk.
-      Assigning 'COMM' chunk to WFX
-    <-<-  [PullOutCOMMnSSND]
-)";
-    std::string lines = HeaderLines(path) +
-                        R"(      AIFF Header 'FORM'   Length: 446  FormType 'AIFF'  [ScanFile]
-      Got Chunk 'COMM'  Length: 18  RiffSizeLeft: 434  ChunkPosition: 12
-      Got Chunk 'SSND'  Length: 408  RiffSizeLeft: 408  ChunkPosition: 38
-    clAIFFHandler::CalcAllChunks: Ok
-  <-<-  [ScanFile]
-  Read Audio Information
-)";
+    std::string format = "PullOutCOMMnSSND{Finding 'COMM' chunk.|Finding 'SSND' chunk.|"
+                         "Assigning 'COMM' chunk to WFX|}";
+    std::string lines =
+        "    AIFF Header 'FORM'   Length: 446  FormType 'AIFF'  [ScanFile]|"
+        "    Got Chunk 'COMM'  Length: 18  RiffSizeLeft: 434  ChunkPosition: 12|"
+        "    Got Chunk 'SSND'  Length: 408  RiffSizeLeft: 408  ChunkPosition: 38|"
+        "  clAIFFHandler::CalcAllChunks: Ok|<  <-<-  [ScanFile]|Read Audio Information|";
     if ((flags & (8 + 16)) != 0) // the first to need the format reads it
-        lines +=
-            "  ->->  [ReadIDTags]\n" + std::exchange(format, "") + R"(    ->->  [InternalReadTags]
-    <-<-  [InternalReadTags]
-    0 ID Tags:
-  <-<-  [ReadIDTags]
-)";
+        lines += "ReadIDTags{" + std::exchange(format, "") + "InternalReadTags{}0 ID Tags:|}";
     if ((flags & 16) != 0)
-        lines += R"(  ->->  [FillAudioProps]
-	Audio Quality: CD  (Lossless)
-	Encoder Settings: NONE (no compression)
-	Channel Mapping: Left, Right
-	Sample Count: 100
-	Riff Chunks: 'COMM' 18 bytes,  'SSND' 408 bytes
-	Gapless: Yes
-	Wave Header: AIFF
-  <-<-  [FillAudioProps]
-)";
+        lines += "FillAudioProps{<\tAudio Quality: CD  (Lossless)|"
+                 "<\tEncoder Settings: NONE (no compression)|<\tChannel Mapping: Left, Right|"
+                 "<\tSample Count: 100|<\tRiff Chunks: 'COMM' 18 bytes,  'SSND' 408 bytes|"
+                 "<\tGapless: Yes|<\tWave Header: AIFF|}";
     if ((flags & (1 + 4)) != 0)
-        lines += "  Writing Audio Information\n  ->->  [FillAudioInfo]\n" + format +
-                 "  <-<-  [FillAudioInfo]\n  Written Audio Information\n";
+        lines +=
+            "Writing Audio Information|FillAudioInfo{" + format + "}Written Audio Information|";
     if ((flags & 1) != 0)
-        lines += "  Preparing to Decode\n  ->->  [PrepareToDecodeAudio]\n"
-                 "    WFX (on file): Format Tag: 1  Channels: 2  Bits per Sample: 16  "
-                 "Samples Per Second: 44100  Bytes Per Second: 176400  Block Align: 4  CB Size: 0\n"
-                 "    Setting Position in File\n"
-                 "  <-<-  [PrepareToDecodeAudio]\n  Prepared Decoding\n";
-    return Lines(lines + " <-<-  [Open]\n");
+        lines += "Preparing to Decode|PrepareToDecodeAudio{WFX (on file): Format Tag: 1  Channels: "
+                 "2  Bits per Sample: 16  Samples Per Second: 44100  Bytes Per Second: 176400  "
+                 "Block Align: 4  CB Size: 0|Setting Position in File|}Prepared Decoding|";
+    return HeaderLines(path) + TraceLines(lines, 2) + " <-<-  [Open]\r\n";
 }
 
 TEST(OpenTrace, EverySumOfFlags)
@@ -97,89 +70,56 @@ TEST_F(TraceTest, EveryItemOfATagIsListed)
     const std::string path = File(AiffBuilder(kSmall).Chunk("ID3 ", Tag(3, kItems)));
     EXPECT_EQ(Instance(plugin, report).Open(path, QV_OPEN_READ_TAGS), 1);
     const std::string trace = report.Take(kDebug);
-    EXPECT_EQ(trace.substr(trace.find("    ->->  [InternalReadTags]")),
-              "    ->->  [InternalReadTags]\r\n    <-<-  [InternalReadTags]\r\n"
-              "    7 ID Tags:\r\n\t\t\tTagVersion: ID3v2.3\r\n\t\t\tArtist: b\rc\r\n"
-              "\t\t\tComment: l\nm\r\n\t\t\town: x\ry\r\n\t\t\tTitle: a\r\n"
-              "\t\t\t_albumart_1_Front Album Cover<subdesc>d: DATA Length: 8   .PNG....\r\n"
-              "\t\t\t_albumart_2_Back Album Cover: DATA Length: 2   jk\r\n"
-              "  <-<-  [ReadIDTags]\r\n <-<-  [Open]\r\n");
+    EXPECT_EQ(
+        trace.substr(trace.find("    ->->  [InternalReadTags]")),
+        TraceLines("InternalReadTags{}7 ID Tags:|<\t\t\tTagVersion: ID3v2.3|"
+                   "<\t\t\tArtist: b\rc|<\t\t\tComment: l\nm|<\t\t\town: x\ry|<\t\t\tTitle: a|"
+                   "<\t\t\t_albumart_1_Front Album Cover<subdesc>d: DATA Length: 8   .PNG....|"
+                   "<\t\t\t_albumart_2_Back Album Cover: DATA Length: 2   jk|"
+                   "<  <-<-  [ReadIDTags]|< <-<-  [Open]|",
+                   4));
 }
 
-// The lines of an edit that finds a form of some size, and those of its own.
-std::string EditLines(const std::string& path, int form, const std::string& own)
+// A tag chunk that gets another size.
+std::string Resizing(int size)
 {
-    const auto number = [form](int less) { return std::to_string(form - less); };
-    const std::string tag = "         Got Chunk 'ID3 '  Length: " + number(454) +
-                            "  RiffSizeLeft: " + number(454) + "  ChunkPosition: 454\n";
-    return "   ->->  [IDTagWriter]\n     Opening file '" + path + R"(' for write access: Opened
-     ->->  [Initialize]
-       clAIFFHandler::CalcAllChunks: Ok
-     <-<-  [Initialize]
-     ->->  [ScanFile]
-       clAIFFHandler::CalcAllChunks: Ok
-         AIFF Header 'FORM'   Length: )" +
-           number(0) + R"(  FormType 'AIFF'  [ScanFile]
-         Got Chunk 'COMM'  Length: 18  RiffSizeLeft: )" +
-           number(12) + R"(  ChunkPosition: 12
-         Got Chunk 'SSND'  Length: 408  RiffSizeLeft: )" +
-           number(38) + "  ChunkPosition: 38\n" + (form > 446 ? tag : "") +
-           R"(       clAIFFHandler::CalcAllChunks: Ok
-     <-<-  [ScanFile]
-     ->->  [InternalReadTags]
-     <-<-  [InternalReadTags]
-)" + own;
-}
-
-// The lines of a tag chunk that gets another size.
-std::string ResizeLines(const std::string& size, const std::string& in)
-{
-    return in + "->->  [ResizeExistingChunkOnFile]\n" + in + "  ->->  [WriteChunkHeaders]\n" + in +
-           "    clAIFFHandler::CalcAllChunks: Ok\n" + in +
-           "    Writing Chunk Header 'ID3 '  Length: " + size +
-           "  ChunkPosition: 454  ChunkDataPos: 462\n" + in + "  <-<-  [WriteChunkHeaders]\n" + in +
-           "<-<-  [ResizeExistingChunkOnFile]\n";
+    return "ResizeExistingChunkOnFile{WriteChunkHeaders{Ok|Writing Chunk Header 'ID3 '  Length: " +
+           std::to_string(size) + "  ChunkPosition: 454  ChunkDataPos: 462|}}";
 }
 
 TEST_F(TraceTest, EveryStepOfAnEditIsShown)
 {
     const std::string path = File(AiffBuilder(kSmall).Chunk("ID3 ", Tag(3, kItems)));
-    const std::string set = " IDTags  [Set]\n ->->  [WriteIDTags]\n",
-                      removal = " ->->  [DeleteATag]\n", closing = "   <-<-  [IDTagWriter]\n",
-                      set2 = closing + " <-<-  [WriteIDTags]\n",
-                      removal2 = closing + " <-<-  [DeleteATag]\n";
+    const std::string removal = "RemoveChunkFromFile{}WriteChunkHeaders{Ok|}",
+                      addition = "AddNewChunkToFile{AddChunk{->-> Adding Chunk 'ID3 ' Length: 10|"
+                                 "Ok|}Writing Chunk Data 'ID3 '  Length: 10  ChunkPosition: 454  "
+                                 "ChunkDataPos: 462|}InternalReadTags{}chunk index: 2|";
     const std::tuple<Edit, int, std::string> rows[] = {
-        {{"", Edit::Set, WithCover(Text("new"), L"Title=b;Artist=c\rd;Own=")},
-         588,
-         ResizeLines("100", "     ") + set2},
-        {{"", Edit::Delete, ListOf(L"Title=;none=")}, 554, ResizeLines("82", "     ") + removal2},
-        {{"", Edit::DeleteAll, {}}, 536, R"(     ->->  [RemoveChunkFromFile]
-     <-<-  [RemoveChunkFromFile]
-     ->->  [WriteChunkHeaders]
-       clAIFFHandler::CalcAllChunks: Ok
-     <-<-  [WriteChunkHeaders]
-)" + removal2},
-        {{"", Edit::Set, ListOf(L"Title=b")},
-         446,
-         R"(     ->->  [AddNewChunkToFile]
-       ->->  [AddChunk]
-         ->-> Adding Chunk 'ID3 ' Length: 10
-           clAIFFHandler::CalcAllChunks: Ok
-         <-<-  [AddChunk]
-         Writing Chunk Data 'ID3 '  Length: 10  ChunkPosition: 454  ChunkDataPos: 462
-       <-<-  [AddNewChunkToFile]
-       ->->  [InternalReadTags]
-       <-<-  [InternalReadTags]
-       chunk index: 2
-)" + ResizeLines("28", "       ") +
-             "     <-<-  [IDTagWriter]\n"
-             "   <-<-  [WriteIDTags]\n"}};
+        // size of the form before, and last steps
+        {{"", Edit::Set, WithCover(Text("new"), L"Title=b;Artist=c\rd;Own=")}, 588, Resizing(100)},
+        {{"", Edit::Delete, ListOf(L"Title=;none=")}, 554, Resizing(82)},
+        {{"", Edit::DeleteAll, {}}, 536, removal},
+        {{"", Edit::Set, ListOf(L"Title=b")}, 446, addition + Resizing(28)}};
     Instance(plugin, report).Close(); // the first operation is indented in another way
     for (const auto& [edit, form, steps] : rows) {
+        const auto chunk = [form](const std::string& code, int size, int at) {
+            return "  Got Chunk '" + code + "'  Length: " + std::to_string(size) +
+                   "  RiffSizeLeft: " + std::to_string(form - at) +
+                   "  ChunkPosition: " + std::to_string(at) + "|";
+        };
         report.Take(kDebug);
         EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
-        EXPECT_EQ(report.Take(kDebug),
-                  Lines((edit.kind == Edit::Set ? set : removal) + EditLines(path, form, steps)));
+        EXPECT_EQ(
+            report.Take(kDebug),
+            TraceLines((edit.kind == Edit::Set ? "IDTags  [Set]|WriteIDTags{" : "DeleteATag{") +
+                           "IDTagWriter{Opening file '"s + path +
+                           "' for write access: Opened|Initialize{Ok|}ScanFile{Ok|"
+                           "  AIFF Header 'FORM'   Length: " +
+                           std::to_string(form) + "  FormType 'AIFF'  [ScanFile]|" +
+                           chunk("COMM", 18, 12) + chunk("SSND", 408, 38) +
+                           (form > 446 ? chunk("ID3 ", form - 454, 454) : "") +
+                           "Ok|}InternalReadTags{}" + steps + "}}",
+                       1));
     }
 }
 
@@ -195,10 +135,9 @@ TEST_F(TraceTest, DecodingSeekingQuestionsAndClosing)
     plugin.Get(host.handle, L"Decoder Description", &record);
     plugin.Set(host.handle, L"Unknown", &record);
     EXPECT_EQ(host.Close(), 1);
-    EXPECT_EQ(report.Take(kDebug),
-              Lines(" ->->  [SetPosition]\n <-<-  [SetPosition]\n"
-                    " Decoder Description  [Get]\n Unknown  [Set]\n"
-                    " ->->  [Close]\n   ->->  [Close]\n   <-<-  [Close]\n <-<-  [Close]\n"));
+    EXPECT_EQ(
+        report.Take(kDebug),
+        TraceLines("SetPosition{}Decoder Description  [Get]|Unknown  [Set]|Close{Close{}}", 1));
     EXPECT_EQ(report.Take(kError) + report.Take(kInformation), "");
 }
 
@@ -210,27 +149,25 @@ TEST_F(TraceTest, FailuresDeepenTheIndentation)
         Instance first(plugin, report);
         EXPECT_EQ(first.Open(noForm, 1), 0);
         EXPECT_EQ(report.Take(kDebug),
-                  Lines(HeaderLines(noForm) +
-                        "*** Error: Error first chunk unknown: RIFF  [ScanFile]\n"));
+                  HeaderLines(noForm) +
+                      "*** Error: Error first chunk unknown: RIFF  [ScanFile]\r\n");
         first.Close();
-        EXPECT_EQ(report.Take(kDebug), Lines("    ->->  [Close]\n      ->->  [Close]\n"
-                                             "      <-<-  [Close]\n    <-<-  [Close]\n"));
+        EXPECT_EQ(report.Take(kDebug), TraceLines("Close{Close{}}", 4));
     }
     EXPECT_EQ(report.Take(kError), Lines("Error first chunk unknown: RIFF  [ScanFile]\n"));
     Instance second(plugin, report);
     EXPECT_EQ(second.Open(nullptr, 1), 0);
     EXPECT_EQ(second.Open(L"x", 1 + 2), 0);
     EXPECT_EQ(second.Seek(-1), 0);
-    EXPECT_EQ(report.Take(kDebug),
-              Lines("    ->->  [Open]\n"
-                    "      Opening file '' for read access: *** Error: Error opening file '' "
-                    "check no other program has it open.  [Open]\n"
-                    "      ->->  [Open]\n"
-                    "*** Error: Error cannot decode external-packet data.  [Open]\n"
-                    "        ->->  [SetPosition]\n"));
+    EXPECT_EQ(
+        report.Take(kDebug),
+        TraceLines("Open{Opening file '' for read access: *** Error: Error opening file '' check "
+                   "no other program has it open.  [Open]|Open{<*** Error: Error cannot "
+                   "decode external-packet data.  [Open]|SetPosition{",
+                   4));
     // The file decoder, never initialised, has no report of its own.
     second.Close();
-    EXPECT_EQ(report.Take(kDebug), Lines("          ->->  [Close]\n          <-<-  [Close]\n"));
+    EXPECT_EQ(report.Take(kDebug), TraceLines("Close{}", 10));
 }
 
 TEST_F(TraceTest, FirstOperationLeavesOneSpace)
@@ -256,7 +193,7 @@ TEST_F(TraceTest, SilentInstanceMovesTheIndentationOfOthers)
     EXPECT_EQ(mute.Rest(), HostOrder(Noise(400), 16));
     Instance host(plugin, report);
     host.Close();
-    EXPECT_EQ(report.Take(kDebug), Lines("  ->->  [Close]\n  <-<-  [Close]\n"));
+    EXPECT_EQ(report.Take(kDebug), TraceLines("Close{}", 2));
 }
 
 TEST_F(TraceTest, EveryReasonForAFailedOpen)
@@ -289,8 +226,7 @@ TEST_F(TraceTest, EveryReasonForAFailedOpen)
          noRead + noRead + noRead},
         {"compressed", B(ulaw).Ssnd(sound), 1, 0,
          "Error - file has compressed audio (not supported).  [PrepareToDecodeAudio]\n"},
-        {"tags of a file without sound", ulaw, 8, 1, noSound},
-    };
+        {"tags of a file without sound", ulaw, 8, 1, noSound}};
     for (const auto& [name, file, flags, result, error] : rows) {
         Instance host(plugin, report);
         EXPECT_EQ(host.Open(File(file), flags), result) << name;
