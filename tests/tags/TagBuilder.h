@@ -1,6 +1,6 @@
-// Builds ID3v2 tags from a notation, "TIT2:a|TXXX^k^v|PRIV[4000]=x": behind ':' stands a
-// Latin text, behind each '^' a UTF-16 string (comments are in English), behind '=' the
-// body as it is; the brackets hold the flag bytes.
+// Builds ID3v2 tags from a notation, "TIT2:a|TXXX^k^v|PRIV[4000]=x": after ':' comes a
+// Latin text, after each '^' a UTF-16 string (comments are in English), after '=' the body
+// as it is; the brackets hold the flag bytes, and '~' is a zero byte.
 #pragma once
 
 #include "support/AiffBuilder.h"
@@ -43,8 +43,9 @@ struct NotedFrame {
     std::string id, flags, body;
 };
 
-inline NotedFrame FrameFrom(const std::string& note)
+inline NotedFrame FrameFrom(std::string note)
 {
+    std::ranges::replace(note, '~', '\0');
     const size_t mark = note.find_first_of(":^="), bracket = std::min(note.find('['), mark);
     NotedFrame frame = {note.substr(0, bracket), "\0\0"s, note.substr(mark + 1)};
     if (bracket < mark)
@@ -81,6 +82,17 @@ inline Bytes TagOf(int version, const std::string& content, uint8_t flags = 0,
     return Text(std::string(header, 6) + SizeBytes(size.value_or(content.size()), 7, 4) + content);
 }
 
+// A 0 for every 0xFF that is followed by one, by a byte from 0xE0 on, or by nothing.
+inline std::string Unsynchronised(const std::string& bytes)
+{
+    std::string out;
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        const int next = i + 1 < bytes.size() ? static_cast<uint8_t>(bytes[i + 1]) : 0;
+        out.append(1, bytes[i]).append(bytes[i] == '\xFF' && (next == 0 || next >= 0xE0), '\0');
+    }
+    return out;
+}
+
 inline Bytes Tag(int version, const std::string& notes, uint8_t flags = 0)
 {
     return TagOf(version, Frames(version, notes), flags);
@@ -110,7 +122,7 @@ inline std::string NotesOf(const id3parser::t_tag& tag)
     return notes;
 }
 
-// "3 TIT2:a|...", or "throws" behind what survived it.
+// "3 TIT2:a|...", or "throws" after what survived it.
 inline std::string Parsed(const Bytes& bytes, id3parser::parseCallback&& callback = {})
 {
     id3parser::t_tag tag;

@@ -14,87 +14,34 @@ namespace
 {
 
 // The name in ID3v2.2, in brackets when only an edit knows it; the identifier; the kind of
-// frame; the revisions that know it; the field. In the order of writing.
+// frame with the revisions that know it unless all do; the field. In the order of writing.
 constexpr const char* kCases = R"(
-TT1 TIT1 multi 234 Style
-TT2 TIT2 text 234 Title
-TT3 TIT3 text 234 Subtitle
-- TSST text 234 Set subtitle
-TAL TALB text 234 Album
-TRC TSRC text 234 ISRC
-TEN TENC text 234 Encoded by
-TCR TCOP text 234 Copyright
-TPB TPUB text 234 Label
-- TOWN text 234 File owner/licensee
-- TRSN text 234 Internet radio station name
-- TRSO text 234 Internet radio station owner
-TSS TSSE text 234 Encoder Settings
-TBP TBPM text 234 Tempo
-(TMT) TMED text 234 Source
-(TKE) TKEY text 234 Initial key
-(TST) TSOT multi 234 Title Sort
-(TSP) TSOP multi 234 Artist Sort
-(TSA) TSOA multi 234 Album Sort
-(TS2) TSO2 multi 234 Album Artist Sort
-(TSC) TSOC multi 234 ComposerSort
-(TLE) TLEN text 234 Length
-TLA TLAN text 234 Language(s)
-(ULT) USLT lyrics 234 Lyrics
-TCO TCON genre 234 Genre
-WCM WCOM url 234 Commercial information
-WCP WCOP url 234 Copyright/Legal infromation
-WAF WOAF url 234 Official audio file webpage
-WAR WOAR url 234 Official artist/performer webpage
-WAS WOAS url 234 Official audio source webpage
-- WORS url 234 Official internet radio station homepage
-- WPAY url 234 Payment
-WPB WPUB url 234 Official publisher webpage
-(TCP) TCMP text 234 Compilation
-TYE TYER year 23 Year
-- TDAT day 23 Year
-(TOR) TORY date 23 Original release year
-(TRD) TRDA text 23 Recording dates
-- TDRC date 4 Year
-- TDOR date 4 Original release year
-- TIPL credits 4 Involved People
-- TMCL credits 4 Musician Credits
-- TDRL date 234 Release date
-TRK TRCK text 234 Track
-TPA TPOS text 234 Disc
-TOA TOPE multi 234 Original artist(s)/performer(s)
-(TOT) TOAL multi 234 Original album/movie/show title
-TP1 TPE1 multi 234 Artist
-TP2 TPE2 multi 234 Album Artist
-TP3 TPE3 multi 234 Conductor
-TP4 TPE4 multi 234 Interpreted, remixed, or otherwise modified by
-TCM TCOM multi 234 Composer
-TXT TEXT multi 234 Lyricist/Text writer
-(POP) POPM rating 234 Rating
-WXX WXXX userurl 234 User defined URL link k
-COM COMM comment 234 Comment k
-TXX TXXX usertext 234 k
-(CRA) AENC none 234
-PIC APIC picture 234 _albumart_1_Front Album Cover
-(EQU) EQUA none 234
-(ETC) ETCO none 234
-(GEO) GEOB none 234
-(IPL) IPLS none 234
-(MCI) MCDI none 234
-(MLL) MLLT none 234
-(CNT) PCNT none 234
-(BUF) RBUF none 234
-(RVA) RVAD none 234
-(REV) RVRB none 234
-(SLT) SYLT none 234
-(STC) SYTC none 234
-(TDY) TDLY none 234
-(TFT) TFLT none 234
-(TIM) TIME none 234
-(TOF) TOFN none 234
-(TOL) TOLY none 234
-(TSI) TSIZ none 234
-(UFI) UFID none 234
-)";
+TT1 TIT1 multi Style; TT2 TIT2 text Title; TT3 TIT3 text Subtitle; - TSST text Set subtitle;
+TAL TALB text Album; TRC TSRC text ISRC; TEN TENC text Encoded by; TCR TCOP text Copyright;
+TPB TPUB text Label; - TOWN text File owner/licensee; - TRSN text Internet radio station name;
+- TRSO text Internet radio station owner; TSS TSSE text Encoder Settings; TBP TBPM text Tempo;
+(TMT) TMED text Source; (TKE) TKEY text Initial key; (TST) TSOT multi Title Sort;
+(TSP) TSOP multi Artist Sort; (TSA) TSOA multi Album Sort; (TS2) TSO2 multi Album Artist Sort;
+(TSC) TSOC multi ComposerSort; (TLE) TLEN text Length; TLA TLAN text Language(s);
+(ULT) USLT lyrics Lyrics; TCO TCON genre Genre; WCM WCOM url Commercial information;
+WCP WCOP url Copyright/Legal infromation; WAF WOAF url Official audio file webpage;
+WAR WOAR url Official artist/performer webpage; WAS WOAS url Official audio source webpage;
+- WORS url Official internet radio station homepage; - WPAY url Payment;
+WPB WPUB url Official publisher webpage; (TCP) TCMP text Compilation; TYE TYER year23 Year;
+- TDAT day23 Year; (TOR) TORY date23 Original release year; (TRD) TRDA text23 Recording dates;
+- TDRC date4 Year; - TDOR date4 Original release year; - TIPL credits4 Involved People;
+- TMCL credits4 Musician Credits; - TDRL date Release date; TRK TRCK text Track;
+TPA TPOS text Disc; TOA TOPE multi Original artist(s)/performer(s);
+(TOT) TOAL multi Original album/movie/show title; TP1 TPE1 multi Artist;
+TP2 TPE2 multi Album Artist; TP3 TPE3 multi Conductor;
+TP4 TPE4 multi Interpreted, remixed, or otherwise modified by; TCM TCOM multi Composer;
+TXT TEXT multi Lyricist/Text writer; (POP) POPM rating Rating;
+WXX WXXX userurl User defined URL link k; COM COMM comment Comment k; TXX TXXX usertext k;
+(CRA) AENC none; PIC APIC picture _albumart_1_Front Album Cover; (EQU) EQUA none;
+(ETC) ETCO none; (GEO) GEOB none; (IPL) IPLS none; (MCI) MCDI none; (MLL) MLLT none;
+(CNT) PCNT none; (BUF) RBUF none; (RVA) RVAD none; (REV) RVRB none; (SLT) SYLT none;
+(STC) SYTC none; (TDY) TDLY none; (TFT) TFLT none; (TIM) TIME none; (TOF) TOFN none;
+(TOL) TOLY none; (TSI) TSIZ none; (UFI) UFID none)";
 
 struct Case {
     std::string name22, id, kind, revisions;
@@ -104,57 +51,56 @@ struct Case {
     std::string Name22() const { return IsCarriedOnly() ? name22.substr(1, 3) : name22; }
     bool IsKnownIn(int revision) const
     {
-        return revisions.find(std::to_string(revision)) != revisions.npos;
+        return revisions.empty() || revisions.find(std::to_string(revision)) != revisions.npos;
     }
 };
 
 std::vector<Case> Cases()
 {
     std::vector<Case> cases;
-    std::istringstream lines(kCases);
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream words(line);
+    std::istringstream in(kCases);
+    for (std::string text; std::getline(in, text, ';');) {
+        std::istringstream words(text);
         Case row;
         std::string field;
-        if (words >> row.name22 >> row.id >> row.kind >> row.revisions) {
-            std::getline(words >> std::ws, field);
-            row.field = FromUtf8(field);
-            cases.push_back(row);
-        }
+        words >> row.name22 >> row.id >> row.kind;
+        std::getline(words >> std::ws, field);
+        row.field = FromUtf8(field);
+        const size_t letters = std::min(row.kind.find_first_of("234"), row.kind.size());
+        row.revisions = row.kind.substr(letters);
+        row.kind.resize(letters);
+        cases.push_back(row);
     }
     return cases;
 }
 
-// What a kind of frame says, and how a value is written; '%' is the frame's name.
+// What reading shows of a kind of frame, and how a value is written; '%' is the frame's name.
 struct Probe {
     std::string frames;
-    XStr read3, read4;
-    XStr value;
-    std::string written3, written4;
+    XStr read3, value;
+    std::string written3, written4 = written3;
+    XStr read4 = read3;
 };
 
-const std::string kTwoTexts = "%:a/b|%:c\0d"s;
+const std::string kTwoTexts = "%:a/b|%:c~d";
 const std::multimap<std::string, Probe> kProbes = {
-    {"text", {kTwoTexts, L"a/b\rc", L"a/b\rc", L"1\r2", "%^1\r2", "%^1\r2"}},
-    {"text", {"%:e", L"e", L"e", L"12", "%^12", "%^12"}},
-    {"multi", {kTwoTexts, L"a\rb\rc\rd", L"a/b\rc\rd", L"x\ry", "%^x/y", "%^x^y"}},
-    {"credits", {kTwoTexts, L"a/b\rc", L"a/b\rc", L"x\ry", "", "%^x^y"}},
-    {"date", {kTwoTexts, L"a/b\rc", L"a/b\rc", L"2001", "%:2001\0"s, "%:2001\0"s}},
-    {"year", {"%:2004", L"2004", L"2004", L"2004-03-15", "%:2004\0|TDAT:1503\0"s, ""}},
-    {"day", {"%:1503", L"0000-03-15", L"0000-03-15", L"", "", ""}},
-    {"url", {"%=a/b|%=c\0d"s, L"a/b\rc", L"a/b\rc", L"x\ry", "%=x|%=y", "%=x|%=y"}},
-    {"lyrics", {"%:engk\0a/b"s, L"a/b", L"a/b", L"x\ry", "%^^x\ry", "%^^x\ry"}},
-    {"genre", {"%:17;8", L"Rock\rJazz", L"17;8", L"Rock\r(x", "%^Rock;((x", "%^Rock^((x"}},
-    {"rating",
-     {"%=a\0\x20"s, L"3", L"3", L"9", "%=Windows Media Player 9 Series\0\xE4"s,
-      "%=Windows Media Player 9 Series\0\xE4"s}},
-    {"comment", {"%:engk\0a/b"s, L"a/b", L"a/b", L"x\ry", "%^k^x|%^k^y", "%^k^x|%^k^y"}},
-    {"usertext", {"%:k\0a/b"s, L"a/b", L"a/b", L"x\ry", "%^k^x|%^k^y", "%^k^x^y"}},
-    {"userurl",
-     {"%:k\0a/b"s, L"a/b", L"a/b", L"x", "%=\1\xFF\xFEk\0\0\0x"s, "%=\1\xFF\xFEk\0\0\0x"s}},
+    {"text", {kTwoTexts, L"a/b\rc", L"1\r2", "%^1\r2"}},
+    {"text", {"%:e", L"e", L"12", "%^12"}},
+    {"multi", {kTwoTexts, L"a\rb\rc\rd", L"x\ry", "%^x/y", "%^x^y", L"a/b\rc\rd"}},
+    {"credits", {kTwoTexts, L"a/b\rc", L"x\ry", "", "%^x^y"}},
+    {"date", {kTwoTexts, L"a/b\rc", L"2001", "%:2001~"}},
+    {"year", {"%:2004", L"2004", L"2004-03-15", "%:2004~|TDAT:1503~"}},
+    {"day", {"%:1503", L"0000-03-15", L"", ""}},
+    {"url", {"%=a/b|%=c~d", L"a/b\rc", L"x\ry", "%=x|%=y"}},
+    {"lyrics", {"%:engk~a/b", L"a/b", L"x\ry", "%^^x\ry"}},
+    {"genre", {"%:17;8", L"Rock\rJazz", L"Rock\r(x", "%^Rock;((x", "%^Rock^((x", L"17;8"}},
+    {"rating", {"%=a~ ", L"3", L"9", "%=Windows Media Player 9 Series~\xE4"}},
+    {"comment", {"%:engk~a/b", L"a/b", L"x\ry", "%^k^x|%^k^y"}},
+    {"usertext", {"%:k~a/b", L"a/b", L"x\ry", "%^k^x|%^k^y", "%^k^x^y"}},
+    {"userurl", {"%:k~a/b", L"a/b", L"x", "%=\1\xFF\xFEk~~~x"}},
     // In ID3v2.2 a format of three characters, later a MIME type that ends with a zero.
-    {"picture", {"%:PN\0\3\0data"s, L"data", L"data", L"x", "%:\0\3\0x"s, "%:\0\3\0x"s}},
-    {"none", {"%=a/b", L"", L"", L"", "", ""}}};
+    {"picture", {"%:PN~\3~data", L"data", L"x", "%:~\3~x"}},
+    {"none", {"%=a/b", L"", L"", ""}}};
 
 std::string Named(std::string notes, const std::string& name)
 {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-using namespace aiff;
-
 using id3parser::t_tag;
 
 namespace
@@ -23,26 +21,17 @@ t_tag TagWith(id3parser::t_tagRevision revision, const std::string& notes)
 TEST(Serializer, PaddingFillsTheRoomOrStaysSmall)
 {
     // The room, the most padding, the alignment and what is written.
-    const std::tuple<uint64_t, uint64_t, size_t, size_t> rows[] = {{4096, 8192, 1, 4096},
-                                                                   {4096, 3986, 1, 4096},
-                                                                   {50, 8192, 1, 110 + 2048},
-                                                                   {4096, 1000, 1, 110 + 1000},
-                                                                   {8192, 4000, 1, 110 + 2048},
-                                                                   {110, 8192, 1, 110},
-                                                                   {0, 0, 512, 512},
-                                                                   {111, 1, 2, 112},
-                                                                   {0, 0, 2, 110}};
+    const std::tuple<uint64_t, uint64_t, size_t, size_t> rows[] = {
+        {4096, 8192, 1, 4096}, {4096, 3986, 1, 4096}, {50, 8192, 1, 110 + 2048},
+        {4096, 1000, 1, 1110}, {8192, 4000, 1, 2158}, {110, 8192, 1, 110},
+        {0, 0, 512, 512},      {111, 1, 2, 112},      {0, 0, 2, 110}};
     const std::string note = "PRIV=" + std::string(90, 'x');
-    const t_tag tag = TagWith(id3parser::kRevision3, note);
     for (const auto& [available, maxPadding, alignment, written] : rows) {
         id3parser::streamOutBuffer out;
-        tag.Write(out, available, maxPadding, alignment);
+        TagWith(id3parser::kRevision3, note).Write(out, available, maxPadding, alignment);
         const Bytes expected = TagOf(3, Frames(3, note) + std::string(written - 110, '\0'));
         EXPECT_EQ(out.bytes, expected) << available;
     }
-    id3parser::streamOutBuffer out;
-    TagWith(id3parser::kRevision4, "PRIV=A\xFF\xE0").Write(out, 0, 0, 1);
-    EXPECT_EQ(out.bytes, Tag(4, "PRIV[0003]=\0\0\0\3A\xFF\0\xE0"s, 0x80));
 }
 
 TEST(Serializer, WritesNothingOfATagThatCannotBeExpressed)
@@ -59,29 +48,28 @@ TEST(Serializer, WritesNothingOfATagThatCannotBeExpressed)
 
 TEST(Serializer, AChangeOfRevisionKeepsPicturesCommentsAndLyrics)
 {
-    const std::string kept = "APIC:x\0\3\0p|USLT:deud\0l"s;
-    t_tag tag = TagWith(id3parser::kRevision4, "TIT2:a|COMM=\3deu\0\xC3\xA9|PRIV=x|"s + kept);
+    const std::string kept = "APIC:x~\3~p|USLT:deud~l";
+    t_tag tag = TagWith(id3parser::kRevision4, "TIT2:a|COMM=\3deu~\xC3\xA9|PRIV=x|" + kept);
     tag.SetRevision(id3parser::kRevision4);
     EXPECT_EQ(tag.Frames().size(), 5u);
     tag.SetRevision(id3parser::kRevision3);
-    EXPECT_EQ(NotesOf(tag), "COMM=\1deu" + Utf16(u"") + Utf16(u"\u00E9") + "|" + kept);
+    EXPECT_EQ(NotesOf(tag),
+              NotesOf(TagWith(id3parser::kRevision3,
+                              "COMM=\1deu" + Utf16(u"") + Utf16(u"\u00E9") + "|" + kept)));
     EXPECT_EQ(tag.Revision(), id3parser::kRevision3);
 }
 
 TEST(Serializer, FiltersSelectTheFramesThatAreRemoved)
 {
-    const std::string notes = "TYER:2004|TIT2:a|TDAT:1503|TIT2:b";
-    t_tag tag = TagWith(id3parser::kRevision3, notes);
-    EXPECT_EQ(tag.RemoveFrameID(id3parser::FrameId("TALB")), 0u);
+    t_tag tag = TagWith(id3parser::kRevision3, "TYER:2004|TIT2:a|TALB:b|TDAT:1503|TIT2:c");
+    EXPECT_EQ(tag.RemoveFrameID(id3parser::FrameId("TIT3")), 0u);
     EXPECT_EQ(tag.RemoveFrameID(id3parser::FrameId("TIT2")), 2u);
-    EXPECT_EQ(NotesOf(tag), "TYER:2004|TDAT:1503");
-    tag = TagWith(id3parser::kRevision3, notes);
+    EXPECT_EQ(NotesOf(tag), "TYER:2004|TALB:b|TDAT:1503");
     EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilter23date()), 2u);
-    EXPECT_EQ(NotesOf(tag), "TIT2:a|TIT2:b");
+    EXPECT_EQ(NotesOf(tag), "TALB:b");
     tag.Frames().back().Reset();
-    EXPECT_EQ(NotesOf(tag), "TIT2:a|0=");
-    EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilterAny()), 2u);
-    EXPECT_EQ(NotesOf(tag), "");
+    EXPECT_EQ(NotesOf(tag), "0=");
+    EXPECT_EQ(tag.RemoveFrames(id3parser::FIDFilterAny()), 1u);
 }
 
 TEST(Serializer, UnsynchronisationIsUndoneByReading)
@@ -92,7 +80,7 @@ TEST(Serializer, UnsynchronisationIsUndoneByReading)
     id3parser::streamInMem in(data.data(), data.size());
     id3parser::streamOutBuffer out;
     id3parser::unsync(in, out);
-    EXPECT_FALSE(id3parser::test_for_false_sync(out.bytes.data(), out.bytes.size()));
+    EXPECT_EQ(S(out.bytes), Unsynchronised(data));
     id3parser::streamInMem written(out.bytes);
     id3parser::streamFixSync fixed(written);
     std::string back(data.size() + 1, ' ');
