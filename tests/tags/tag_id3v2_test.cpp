@@ -5,12 +5,8 @@
 
 #include <gtest/gtest.h>
 
-using namespace aiff;
-
 namespace
 {
-
-const std::string kBefore = "before", kAfter = "after!";
 
 // A tag between other bytes of a file.
 class TagInAFile : public testing::Test
@@ -18,16 +14,16 @@ class TagInAFile : public testing::Test
 protected:
     TagID3v2 Open(const std::string& tag)
     {
-        m_path = m_dir.Write("f", Text(kBefore + tag + kAfter));
+        m_path = m_dir.Write("f", Text("before" + tag + "after!"));
         std::error_code error;
-        return {DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error), std::ssize(kBefore)};
+        return {DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error), 6};
     }
 
     // What is between the other bytes now.
     std::string Between() const
     {
         const std::string all = S(ReadFile(m_path));
-        const bool framed = all.starts_with(kBefore) && all.ends_with(kAfter);
+        const bool framed = all.starts_with("before") && all.ends_with("after!");
         return framed ? all.substr(6, all.size() - 12) : "other bytes changed: " + all;
     }
 
@@ -54,10 +50,10 @@ TEST_F(TagInAFile, GrowsShrinksAndGoes)
     EXPECT_EQ(Content(list), L"TagVersion=ID3v2.3;Album=bcd;");
     ASSERT_TRUE(tag.DeleteATag(L"ALBUM"));
     EXPECT_EQ(Between(), S(TagOf(3, "")));
-    ASSERT_TRUE(tag.DeleteAllTags());
-    EXPECT_EQ(Between(), "");
-    EXPECT_TRUE(tag.DeleteAllTags());
-    EXPECT_EQ(Between(), "");
+    for (int time = 0; time < 2; ++time) {
+        EXPECT_TRUE(tag.DeleteAllTags());
+        EXPECT_EQ(Between(), "");
+    }
     EXPECT_STREQ(tag.GetTagName(), L"ID3v2");
 }
 
@@ -73,15 +69,17 @@ TEST_F(TagInAFile, TakesItsPadByteAlong)
 
 TEST_F(TagInAFile, IsAsLargeAsItsHeaderSays)
 {
-    const std::tuple<const char*, Bytes, int64_t> rows[] = {
-        {"2.3", TagOf(3, "", 0xE0, 300), 310},
-        {"a footer", TagOf(4, "", 0x10, 300), 320},
-        {"any version", TagOf(9, "", 0, 300), 310},
-        {"an unknown flag", TagOf(4, "", 0x08, 300), 0},
-        {"a size with a top bit", Text("ID3\3\0\0\0\0\x80\0"s), 0},
-        {"another magic", Text("ID2\3\0\0\0\0\2\0"s), 0}};
-    for (const auto& [name, bytes, size] : rows)
-        EXPECT_EQ(Open(S(bytes)).GetID3v2TagSize(), size) << name;
+    using Row = std::pair<Bytes, int64_t>;
+    const Row rows[] = {Row(Text("ID3\3\0\0\x7F\x7F\x7F\x7F"s), 0x0FFFFFFF + 10),
+                        Row(TagOf(3, "", 0xE0, 129), 139), Row(TagOf(9, "", 0, 0), 10),
+                        Row(TagOf(4, "", 0x10, 1), 21),
+                        // What is no header.
+                        Row(TagOf(3, "", 1, 129), 0), Row(TagOf(4, "", 8, 129), 0),
+                        Row(Text("ID3\3\0\0\0\0\x80\1"s), 0), Row(Text("id3\3\0\0\0\0\1\1"s), 0),
+                        Row(Text("ID3\3\0\0\0\0\1"s), 0)};
+    for (const auto& [header, size] : rows)
+        EXPECT_EQ(TagSizeFromHeader(header), size) << S(header);
+    EXPECT_EQ(Open(S(TagOf(4, "", 0x10, 300))).GetID3v2TagSize(), 320);
 }
 
 } // namespace
