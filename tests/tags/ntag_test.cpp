@@ -147,6 +147,20 @@ TEST(AlbumArt, ItemNamesAreSplit)
     }
 }
 
+TEST(AlbumArt, IsFoundByTheBeginningOfItsIndexAndGoesWithBinaryItems)
+{
+    NTag tags = ListOf(L"Title=T;_AlbumArt_12_Media<subdesc>s=1;_albumart_2_Band=2");
+    XStr description, sub;
+    EXPECT_EQ(tags.GetAlbumArt(1, description, sub), tags.pTag(1));
+    EXPECT_EQ(description + L"|" + sub, L"Media|s");
+    EXPECT_EQ(tags.GetAlbumArt(3, description, sub), nullptr);
+    EXPECT_EQ(description + sub, L"");
+    EXPECT_EQ(tags.pTag(3), nullptr);
+    EXPECT_EQ(tags.pTag(-1), nullptr);
+    tags.RemoveAllBinaryTags();
+    EXPECT_EQ(Content(tags), L"Title=T;");
+}
+
 TEST(TrackNumbers, AreSplitAndPadded)
 {
     const WidePair rows[] = {{L"3/9", L"03/09"},   {L"7", L"07"},        {L"12/15", L"12/15"},

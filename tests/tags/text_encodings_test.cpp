@@ -87,7 +87,14 @@ TEST(TextEncodings, Pictures)
         const t_frame frame = Frame(note);
         EXPECT_EQ(frame.getPictureType(), type) << note;
         EXPECT_EQ(Outcome([&] { return frame.getPictureDesc(); }), description) << note;
-        const auto bytes = [&] { return S(id3parser::extractAPIC(frame.data.view()).data); };
+        const auto bytes = [&frame = frame] {
+            uint8_t readType = 0;
+            const uint8_t* start = nullptr;
+            size_t size = 0;
+            frame.getPicture(readType, start, size);
+            EXPECT_EQ(readType, frame.getPictureType());
+            return S({start, size});
+        };
         EXPECT_EQ(Outcome(bytes), data) << note;
     }
     EXPECT_EQ(Frame("APIC:image/png~\3d~x").getPictureMime(), "image/png");
