@@ -1,9 +1,9 @@
 // bench_codec PLUGIN REPETITIONS PATH WAY...
 //
-// Goes each way over a file, or all files of a folder, once to warm up and then so many
-// times, and prints JSON: per way the result and the seconds of every repetition, and
-// the peak memory of the process. The ways take turns within a repetition, and the
-// first of them changes, so that a disturbance of the machine hits all alike.
+// Runs each way on a file, or on all files of a folder, once to warm up and then REPETITIONS
+// times, and prints JSON: for each way the result and the seconds of every repetition, and the
+// peak memory of the process. The ways take turns within a repetition, and each repetition
+// starts with another one, so that a disturbance affects all equally.
 #include "Ways.h"
 
 #include <chrono>

@@ -11,7 +11,7 @@
 // the work can be checked.
 using Way = std::function<int64_t(const std::string& file)>;
 
-// By name; the plug-in is loaded when one of its ways is first gone.
+// By name; the plug-in is loaded when one of its ways is first used.
 //   read, plugin, libsndfile           reads all; bytes of the file or of the PCM
 //   sum_plugin, sum_libsndfile         reads all; checksum of the PCM
 //   open_1_16, open_1_8_16, open_libsndfile  opens and closes; bytes of PCM announced

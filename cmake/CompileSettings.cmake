@@ -16,8 +16,8 @@ if(AIFF_FUZZ)
   target_compile_options(aiff_settings INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(AIFF_SANITIZE)
-  # gcc 12 sees a huge size behind a resize of a vector to a smaller one, and members of
-  # std::regex that nobody has set.
+  # gcc 12 reports a huge size when a vector is made smaller, and uninitialised members of
+  # std::regex.
   target_compile_options(aiff_settings INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>
     $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>

@@ -1,4 +1,4 @@
-# What is installed beside the programs, and the packages: `cpack` lays out what
+# What is installed along with the programs, and the packages: `cpack` lays out what
 # `cmake --install` does, as .deb and .tar.gz.
 set(AIFF_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/aiffconv)
 install(FILES docs/HOST_GUIDE.md docs/PARALLEL.md docs/example_host.c DESTINATION ${AIFF_DOC_DIR})

@@ -104,7 +104,7 @@ Problem AiffSource::ListChunks(clPassAIFFChunks& chunks)
             continue;
         passed += chunk.nSize;
         if (passed > kMostPassedBytes)
-            return "holds more than 256 MiB beside its sound";
+            return "holds more than 256 MiB besides its sound";
         PassChunk(chunk, chunks);
     }
     return {};

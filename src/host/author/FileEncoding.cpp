@@ -18,8 +18,6 @@ namespace
 {
 
 constexpr char kTooLarge[] = "is too large: an AIFF file cannot exceed 4 GiB";
-// Below this size reserving space costs more than it saves.
-constexpr int64_t kReserveFrom = 1024 * 1024;
 
 // How many bytes of sound fit into the largest form beside these chunks; negative when the
 // chunks alone are too large.
@@ -133,12 +131,10 @@ Problem FileEncoding::OpenOutput(const std::string& path, OutputFile& output)
 {
     struct stat status;
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
-        return Problem("is no file, and AIFF can only be written to one").About(m_outputName);
-    const int64_t expected = m_source->ExpectedBytes();
-    Problem problem = output.Open(path, m_ifExists);
-    if (!problem && expected >= kReserveFrom)
-        problem = output.Reserve(expected);
-    return problem;
+        return Problem("is not a regular file, and AIFF can only be written to one")
+            .About(m_outputName);
+    const Problem problem = output.Open(path, m_ifExists);
+    return problem ? problem : output.Reserve(m_source->ExpectedBytes());
 }
 
 Problem FileEncoding::WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks)

@@ -7,7 +7,7 @@ namespace aiff::host
 namespace
 {
 
-// What the second cache holds: a block is read, swapped and written out of it.
+// Fits the second-level cache, in which a block is read, swapped and written.
 constexpr size_t kBlockBytes = 128 * 1024;
 
 } // namespace

@@ -34,7 +34,7 @@ public:
     // Lists the chunks of the new file, including COMM and SSND without data.
     virtual Problem ListChunks(clPassAIFFChunks& chunks) = 0;
 
-    // Reads the next whole frames into `block`, at most about a quarter of a megabyte;
+    // Reads the next whole frames into `block`, at most 128 KiB;
     // none at the end. False when reading fails.
     [[nodiscard]] virtual bool Read(XMem& block) = 0;
 

@@ -112,7 +112,10 @@ Problem OutputFile::OpenTemporary()
 
 Problem OutputFile::Reserve(int64_t size)
 {
-    return IsDirect() || ReserveSpace(m_descriptor, size) ? Problem() : FailedCall();
+    // Below this size, reserving space costs more than it saves.
+    constexpr int64_t kReserveFrom = 1024 * 1024;
+    const bool isDone = IsDirect() || size < kReserveFrom || ReserveSpace(m_descriptor, size);
+    return isDone ? Problem() : FailedCall();
 }
 
 Problem OutputFile::Write(std::span<const uint8_t> bytes)

@@ -30,7 +30,7 @@ public:
     // Commit(), and its permissions after it.
     Problem Open(const std::string& path, IfExists ifExists);
     // Announces the final size, so that the file system can set the space aside at once
-    // or say that there is not enough.
+    // or say that there is not enough. For small files it does nothing.
     Problem Reserve(int64_t size);
     Problem Write(std::span<const uint8_t> bytes);
     // Overwrites bytes already written; a direct output cannot go back.

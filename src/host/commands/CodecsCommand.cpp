@@ -17,7 +17,8 @@ using codecs::PluginFile;
 constexpr char kFolders[] =
     R"(Plug-ins are looked for in Codecs/Bin/decoder, encoder and dsp below the folder that
 QVCODECPATH names. If that is not set, they are looked for below the program's own
-folder, its parent folder, and lib/aiffconv in the parent folder.)";
+folder, its parent folder, lib/aiffconv in the parent folder, and aiffconv in the
+library folder chosen at build time.)";
 
 std::string Status(const PluginFile& file)
 {

@@ -1,4 +1,5 @@
-// The subcommands of the program.
+// The subcommands of the program. Each is defined in a source ...Command.cpp, which needs no
+// header besides its Make function here.
 #pragma once
 
 #include "codecs/CodecLoader.h"
@@ -45,7 +46,6 @@ private:
 // Shows why a command ends here; returns `code`.
 ExitCode FailWith(ExitCode code, const Problem& problem);
 
-// Each is defined in the source of its command, which needs no header besides.
 std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeCodecsCommand();
 std::unique_ptr<Command> MakeConvertCommand();

@@ -68,7 +68,7 @@ ExitCode EncodeCommand::Run(const GlobalOptions& global)
     if (!plan)
         return FailWith(kExitUsage, plan.Why());
     return RunBatch(*plan, m_batch, global.trace, "encoded", [&](const ProgressFunction& progress) {
-        return MakeEncodingWork(global.trace, m_batch, std::move(progress));
+        return MakeEncodingWork(global.trace, m_batch, progress);
     });
 }
 

@@ -11,8 +11,6 @@ namespace
 
 // Larger writes are no faster.
 constexpr size_t kOutputBuffer = 256 * 1024;
-// Below this size, reserving space costs more than it saves.
-constexpr int64_t kReserveFrom = 1024 * 1024;
 
 } // namespace
 
@@ -78,8 +76,7 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path)
     OutputFile output(m_buffer);
     if (Problem problem = output.Open(path, m_options.ifExists))
         return problem;
-    const bool reserve = m_options.format == AudioFormat::Wav && m_expected >= kReserveFrom &&
-                         !session.Source().IsUrl();
+    const bool reserve = m_options.format == AudioFormat::Wav && !session.Source().IsUrl();
     if (Problem problem = reserve ? output.Reserve(m_expected) : Problem())
         return problem;
     const std::vector<TagItem> tags = session.Tags();

@@ -23,7 +23,7 @@ Result<FilesAndRest> SplitArguments(const std::vector<std::string>& arguments,
     return split;
 }
 
-bool ExistsAsFile(const std::string& argument)
+bool Exists(const std::string& argument)
 {
     struct stat status;
     return stat(argument.c_str(), &status) == 0;

@@ -26,7 +26,7 @@ Result<FilesAndRest> SplitArguments(const std::vector<std::string>& arguments,
                                     const std::function<bool(const std::string&)>& isFile,
                                     const std::string& what);
 
-bool ExistsAsFile(const std::string& argument);
+bool Exists(const std::string& argument);
 
 // The items for "NAME=VALUE" texts. Texts with the same name become several values of one
 // item; an empty value stays and removes the field. Refuses other texts, and names and

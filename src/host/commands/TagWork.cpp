@@ -2,6 +2,7 @@
 
 #include "host/base/Printable.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace aiff::host
@@ -12,6 +13,8 @@ namespace
 void SayWhatDiffers(const TagFile& file, const std::vector<TagItem>& items,
                     const codecs::CodecLoader& loader)
 {
+    if (std::ranges::all_of(items, &TagItem::IsPicture))
+        return;
     ReportCapture silent{Trace{}};
     TagFile changed(loader, silent, file.Source());
     if (changed.Read())

@@ -50,7 +50,7 @@ private:
     {
         const auto isFile = [&loader](const std::string& argument) {
             const std::wstring extension = FromPathBytes(Input(argument).Extension());
-            return ExistsAsFile(argument) || loader.ForExtension(extension) != nullptr;
+            return Exists(argument) || loader.ForExtension(extension) != nullptr;
         };
         Result<FilesAndRest> split = SplitArguments(m_arguments, isFile, "names of fields");
         if (!split)
@@ -68,40 +68,11 @@ private:
     std::vector<std::string> m_names;
 };
 
-class ClearCommand : public DecoderCommand
-{
-public:
-    CLI::App* AddTo(CLI::App& program) override
-    {
-        CLI::App* command = program.add_subcommand("clear", "Remove all tags");
-        command->add_option("FILE", m_files, "Files to change")->required();
-        return command;
-    }
-
-private:
-    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
-    {
-        return ForEachTagFile(m_files, loader, trace, [](TagFile& file) {
-            Problem problem = file.RemoveAll();
-            if (!problem)
-                SayDone(file, "removed all tags");
-            return problem;
-        });
-    }
-
-    std::vector<std::string> m_files;
-};
-
 } // namespace
 
 std::unique_ptr<Command> MakeTagsRemoveCommand()
 {
     return std::make_unique<RemoveCommand>();
-}
-
-std::unique_ptr<Command> MakeTagsClearCommand()
-{
-    return std::make_unique<ClearCommand>();
 }
 
 } // namespace aiff::host

@@ -47,7 +47,7 @@ private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
         const auto isFile = [](const std::string& argument) {
-            return argument.find('=') == std::string::npos || ExistsAsFile(argument);
+            return argument.find('=') == std::string::npos || Exists(argument);
         };
         Result<FilesAndRest> split = SplitArguments(m_arguments, isFile, "NAME=VALUE");
         if (!split)

@@ -9,8 +9,6 @@ namespace aiff::host
 namespace
 {
 
-using Json = nlohmann::ordered_json;
-
 std::string PictureText(const TagItem& item)
 {
     const std::string type = PictureType(item.data);

@@ -1,9 +1,9 @@
 // Tags as text and as JSON.
 #pragma once
 
+#include "host/base/Json.h"
 #include "host/session/TagBlob.h"
 
-#include <nlohmann/json.hpp>
 #include <vector>
 
 namespace aiff::host
@@ -14,6 +14,6 @@ void PrintTags(const std::vector<TagItem>& tags, int indent);
 
 // An array with an object for each item: "name", and "value" with "values", or
 // "picture".
-nlohmann::ordered_json TagsJson(const std::vector<TagItem>& tags);
+Json TagsJson(const std::vector<TagItem>& tags);
 
 } // namespace aiff::host
