@@ -78,10 +78,7 @@ void Perform(void* handle, uint8_t command, int64_t number, size_t fileSize, uin
     record.nItemIndex = static_cast<uint32_t>(number);
     record.nValue1 = command == kRangeTo ? 0 : number;
     record.nValue2 = command == kRangeTo ? number : QV_RANGE_TO_END;
-    if (command == kDecodeAll)
-        for (size_t blocks = 0; Decode(handle); ++blocks)
-            Require(blocks <= fileSize, "the last block comes");
-    else if (command == kSeek)
+    if (command == kSeek)
         SetPosition(handle, number);
     else if (command == kRangeFrom || command == kRangeTo)
         Require(Set(handle, QV_KEY_SET_DECODE_RANGE, &record) == 1, "a range is taken");
@@ -94,7 +91,8 @@ void Perform(void* handle, uint8_t command, int64_t number, size_t fileSize, uin
     else if (command == kGet)
         Get(handle, QV_KEY_STREAMING_DECODES, &record);
     else
-        Decode(handle);
+        for (size_t blocks = 0; Decode(handle) && command == kDecodeAll; ++blocks)
+            Require(blocks <= fileSize, "the last block comes");
 }
 
 // Every failure has indented the trace of the whole process, which would fill up.
@@ -124,16 +122,14 @@ Bytes Input(uint8_t flags, const std::vector<std::pair<Command, int64_t>>& comma
 std::vector<Bytes> Seeds()
 {
     constexpr uint8_t kAll = kWithReport + 1 + 4 + 8 + 16;
+    AiffBuilder tagged;
+    tagged.Chunk("NAME", Text("odd")).Comm(3, 12, 0.5, "ulaw").Ssnd(Noise(7));
+    tagged.Chunk("ID3 ", Text("ID3\3" + std::string(6, '\0')));
     return {Input(kAll, {{kDecodeAll, 0}, {kSeek, -3}, {kDecode, 0}, {kCut, 60}, {kDecode, 0}},
                   AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(64))),
             Input(1, {{kRangeFrom, 2}, {kReopen, 0}, {kDecodeAll, 0}, {kGet, 3}},
                   AiffBuilder().Comm(1, 24, 8000, "sowt").Ssnd(Noise(30))),
-            Input(kAll, {{kClose, 0}, {kReopen, 0}, {kDecode, 0}},
-                  AiffBuilder()
-                      .Chunk("NAME", Text("odd"))
-                      .Comm(3, 12, 0.5, "ulaw")
-                      .Ssnd(Noise(7))
-                      .Chunk("ID3 ", Text("ID3\3" + std::string(6, '\0')))),
+            Input(kAll, {{kClose, 0}, {kReopen, 0}, {kDecode, 0}}, tagged),
             Input(1, {{kRangeTo, 1000000}, {kReopen, 0}, {kDecodeAll, 0}},
                   AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(65538)))};
 }

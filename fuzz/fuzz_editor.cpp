@@ -7,6 +7,7 @@
 #include "edits/Layouts.h"
 #include "support/TempDir.h"
 
+#include <functional>
 #include <set>
 #include <tuple>
 
@@ -25,21 +26,17 @@ enum Choice { kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack, kCho
 
 using Chunks = std::vector<WalkedChunk>;
 
-bool IsPrintable(const std::string& code)
-{
-    return std::ranges::all_of(code, [](char c) { return c >= ' ' && c <= '~'; });
-}
-
 // The chunks of a file that is nothing but whole chunks; the last may lack its pad byte.
 std::optional<Chunks> WalkWhole(const Bytes& file, bool printable)
 {
+    const auto isOdd = [](char c) { return c < ' ' || c > '~'; };
     Chunks chunks;
     for (size_t at = 12; at < file.size();) {
-        if (file.size() - at < 8 || Number(file, at + 4) > file.size() - at - 8)
+        const size_t size = file.size() - at < 8 ? SIZE_MAX : Number(file, at + 4);
+        if (size == SIZE_MAX || size > file.size() - at - 8)
             return std::nullopt;
-        const size_t size = Number(file, at + 4);
         chunks.push_back(ChunkAt(file, at, size));
-        if (printable && !IsPrintable(chunks.back().code))
+        if (printable && std::ranges::any_of(chunks.back().code, isOdd))
             return std::nullopt;
         at += 8 + size + size % 2;
     }
@@ -66,12 +63,6 @@ Chunks PartsOf(const Bytes& file, bool& isCut)
     return parts;
 }
 
-Chunks WithoutTags(Chunks parts)
-{
-    std::erase_if(parts, [](const WalkedChunk& part) { return part.IsTag(); });
-    return parts;
-}
-
 const STNStdReport kSilent = {};
 
 // `isTag` becomes whether a tag can be read, whatever it holds.
@@ -89,19 +80,12 @@ NTag ReadTags(const std::wstring& path, bool* isTag = nullptr)
     return tags;
 }
 
-// Fields that stood in front of the damage in a tag may show that did not before.
-bool HoldsTags(const NTag& all, const NTag& wanted)
+std::multiset<std::tuple<XStr, XStr, Bytes>> Items(const NTag& list)
 {
     std::multiset<std::tuple<XStr, XStr, Bytes>> items;
-    for (long i = 0; i < all.Count(); ++i)
-        items.emplace(all[i].name, all[i].value, all[i].data);
-    for (long i = 0; i < wanted.Count(); ++i) {
-        const auto found = items.find({wanted[i].name, wanted[i].value, wanted[i].data});
-        if (found == items.end())
-            return false;
-        items.erase(found);
-    }
-    return true;
+    for (long i = 0; i < list.Count(); ++i)
+        items.emplace(list[i].name, list[i].value, list[i].data);
+    return items;
 }
 
 // The items that an edit does not name. The pictures' names count them, so they are
@@ -137,11 +121,10 @@ bool EditFile(int choice, const std::wstring& path, NTag list)
 
 // Whether the tag keeps its revision: in another one some values cannot be told apart.
 // One that is cut off in the file, but not in the form, is shown and not kept.
-bool KeepsRevision(const Chunks& parts, bool isCut)
+bool KeepsRevision(Chunks parts, bool isCut)
 {
-    const auto tag = std::ranges::find_if(parts, &WalkedChunk::IsTag);
-    return !isCut && tag != parts.end() && std::ranges::count_if(parts, &WalkedChunk::IsTag) == 1 &&
-           tag->data.size() > 3 && tag->data[3] >= 3;
+    std::erase_if(parts, std::not_fn(std::mem_fn(&WalkedChunk::IsTag)));
+    return !isCut && parts.size() == 1 && parts[0].data.size() > 3 && parts[0].data[3] >= 3;
 }
 
 void CheckTags(int choice, bool keepsAll, const NTag& before, NTag after)
@@ -157,17 +140,20 @@ void CheckTags(int choice, bool keepsAll, const NTag& before, NTag after)
     if (choice == kDeleteAll)
         Require(after.Count() == 0, "all tags are gone");
     else if (keepsAll)
-        Require(HoldsTags(after, Untouched(choice, before)), "what the edit does not name stays");
+        // Fields before the damage in a tag may show that did not before.
+        Require(std::ranges::includes(Items(after), Items(Untouched(choice, before))),
+                "what the edit does not name stays");
 }
 
-void CheckFile(int choice, const Chunks& before, const Bytes& after)
+void CheckFile(int choice, Chunks before, const Bytes& after)
 {
     Require(Number(after, 4) == after.size() - 8, "the form fills the file");
-    const auto parts = WalkWhole(after, false);
+    auto parts = WalkWhole(after, false);
     Require(parts.has_value(), "the file consists of chunks");
-    Require(WithoutTags(*parts) == WithoutTags(before), "all other chunks are kept");
-    const auto tags = std::ranges::count_if(*parts, &WalkedChunk::IsTag);
-    Require(tags == (choice == kDeleteAll ? 0 : 1), "there is one tag chunk");
+    Require(std::erase_if(*parts, std::mem_fn(&WalkedChunk::IsTag)) == (choice != kDeleteAll),
+            "there is one tag chunk, or none");
+    std::erase_if(before, std::mem_fn(&WalkedChunk::IsTag));
+    Require(*parts == before, "all other chunks are kept");
 }
 
 } // namespace
@@ -177,10 +163,10 @@ std::vector<Bytes> Seeds()
     const std::string notes =
         "TIT2:Old|PRIV=own\0bytes|TPE1:|TPE2:a/b|TYER:2004|TDAT:1503|TCON:(17)|COMM:engx\0y|"
         "USLT:eng\0|TXXX:k\0|POPM=a\0\x40|WXXX:\0http://b|APIC:image/png\0\3\0\x89PNG"s;
+    const Bytes padded = TagOf(4, Frames(4, notes) + std::string(20, '\0'));
     std::vector<Layout> layouts = EditableLayouts();
     layouts.push_back(Make("", {kCommon, kSound, {"ID3 ", Tag(3, notes)}}));
-    layouts.push_back(
-        Make("", {{"ID3 ", TagOf(4, Frames(4, notes) + std::string(20, '\0'))}, kSound}));
+    layouts.push_back(Make("", {{"ID3 ", padded}, kSound}));
     std::vector<Bytes> seeds;
     for (const Layout& layout : layouts)
         for (uint8_t choice = 0; choice < kChoices; ++choice)
