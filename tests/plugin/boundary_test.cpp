@@ -5,14 +5,16 @@
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
+#include <future>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <thread>
 
 namespace
 {
 
 using namespace std::string_literals;
 using BoundaryTest = PluginTest;
+using testing::HasSubstr;
 
 const AiffBuilder kSmall = AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(400));
 
@@ -168,9 +170,9 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
         Instance host(plugin);
         ASSERT_EQ(host.Open(File(file), 16 + 4), 1);
         EXPECT_EQ(+host.open.AudioInfo.WaveFormat.nFormatTag, tag);
-        const std::string settings = type.empty()                       ? "NONE (no compression)"
-                                     : type == "sowt" || type == "SOWT" ? type + " (no compression)"
-                                                                        : type + " (x)";
+        const bool isUnnamed = type.empty() || type == "sowt" || type == "SOWT";
+        const std::string settings =
+            (type.empty() ? "NONE" : type) + (isUnnamed ? " (no compression)" : " (x)");
         const int frames = 1344 / std::max(channels * bits / 8, 1);
         EXPECT_EQ(Properties(host),
                   "Audio Quality: "s + quality + (tag < 4 ? "  (Lossless)" : "  (Lossy)") +
@@ -182,29 +184,28 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
     Instance host(plugin);
     host.Range(3, 3);
     ASSERT_EQ(host.Open(File(kSmall), 16), 1);
-    EXPECT_NE(Properties(host).find("\nSample Count: 0\n"), std::string::npos);
+    EXPECT_THAT(Properties(host), HasSubstr("\nSample Count: 0\n"));
 }
 
 // The type counts from 22 bytes on, the name from 24; its count byte does not count.
 TEST_F(BoundaryTest, CompressionTypeAndNameOfShortCommons)
 {
-    const std::pair<std::string, const char*> rows[] = {{"AIFCula", "NONE (no compression)"},
-                                                        {"AIFCulaw", "ulaw ()"},
-                                                        {"aifculaw", "ulaw ()"},
-                                                        {"AIFFulaw\3abc", "NONE (no compression)"},
-                                                        {"AIFCulaw\3", "ulaw ()"},
-                                                        {"AIFCulaw\3abcdef", "ulaw (abcdef)"},
-                                                        {"AIFCulaw\7ab\0def"s, "ulaw (ab)"},
-                                                        {"AIFC\0\0\0\0\1a"s, ""}};
+    const std::string none = "NONE (no compression)", ulaw = "ulaw ()";
+    const std::string rows[][2] = {{"AIFCula", none},
+                                   {"AIFFulaw\3abc", none},
+                                   {"AIFCulaw", ulaw},
+                                   {"aifculaw", ulaw},
+                                   {"AIFCulaw\3", ulaw},
+                                   {"AIFCulaw\3abcdef", "ulaw (abcdef)"},
+                                   {"AIFCulaw\7ab\0def"s, "ulaw (ab)"},
+                                   {"AIFC\0\0\0\0\1a"s, ""}};
     const Bytes common = Join({Big(1, 2), Big(0, 4), Big(8, 2), Extended(8000)});
     for (const auto& [text, settings] : rows) {
         AiffBuilder file(text.substr(0, 4));
         file.Chunk("COMM", Join({common, Text(text.substr(4))})).Ssnd({});
         Instance host(plugin);
         EXPECT_EQ(host.Open(File(file), 16), 1);
-        EXPECT_NE(Properties(host).find("\nEncoder Settings: "s + settings + "\n"),
-                  std::string::npos)
-            << text;
+        EXPECT_THAT(Properties(host), HasSubstr("\nEncoder Settings: " + settings + "\n")) << text;
     }
 }
 
@@ -274,17 +275,16 @@ TEST_F(BoundaryTest, InstancesWorkInParallel)
     const Bytes sound = Noise(300000);
     const std::string path = File(AiffBuilder().Comm(2, 24, 8000).Ssnd(sound));
     std::atomic<int> good = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([&] {
-            for (int round = 0; round < 5; ++round) {
-                Instance host(plugin, report);
-                good += host.Open(path, 1 + 4 + 16) == 1 && host.Rest() == HostOrder(sound, 24) &&
-                        host.Seek(9) == 1 && host.Close() == 1;
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
+    const auto work = [&] {
+        for (int round = 0; round < 5; ++round) {
+            Instance host(plugin, report);
+            good += host.Open(path, 1 + 4 + 16) == 1 && host.Rest() == HostOrder(sound, 24) &&
+                    host.Seek(9) == 1 && host.Close() == 1;
+        }
+    };
+    std::vector<std::future<void>> threads(4);
+    std::ranges::generate(threads, [&] { return std::async(std::launch::async, work); });
+    threads.clear(); // waits
     EXPECT_EQ(good, 4 * 5);
     // Lines of different instances may interleave, but every one was written whole.
     const std::string trace = report.Take(kDebug);

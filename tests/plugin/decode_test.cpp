@@ -53,8 +53,8 @@ TEST_F(DecodeTest, EveryFormatEqualsLibsndfileHoweverReadsEnd)
                 const Bytes sound = Noise(static_cast<size_t>(150000 / align * align));
                 const std::string path =
                     File(AiffBuilder().Comm(channels, bits, 22050, type).Ssnd(sound));
-                const bool isSigned = bits == 8 && type == "sowt"; // handed out as it is
-                const Bytes expected = isSigned ? sound : ReadWithSndfile(path);
+                // Signed bytes are handed out as they are.
+                const Bytes expected = bits == 8 && type == "sowt" ? sound : ReadWithSndfile(path);
                 for (const auto fault : {Fault::None, Fault::ShortReads}) {
                     SystemCalls::Start(fault);
                     const Bytes pcm = ReadWithPlugin(plugin, path);
@@ -89,8 +89,7 @@ TEST_F(DecodeTest, BlocksAreWholeFramesUpTo64KiB)
             ASSERT_FALSE(host.Data().empty());
         }
         EXPECT_EQ(all, bits % 8 == 0 ? HostOrder(sound, bits) : sound);
-        EXPECT_EQ(host.Rest(), Bytes()); // at the end, and again
-        EXPECT_EQ(host.Rest(), Bytes());
+        EXPECT_EQ(Join({host.Rest(), host.Rest()}), Bytes()); // at the end, and again
     }
 }
 
@@ -153,14 +152,14 @@ TEST_F(DecodeTest, PartialFrameAtTheEnd)
         Instance host(plugin);
         ASSERT_EQ(host.Open(path, 1), 1);
         EXPECT_EQ(host.Rest(), Part(pcm, 0, 65536)); // to the end of the audio: whole frames
-        // An end behind the data: the torso is dropped, and the last block comes once more
+        // An end after the data: the torso is dropped, and the last block comes once more
         // with its bytes swapped back.
         host.Range(0, 1000000);
         ASSERT_EQ(host.Open(path, 1), 1);
         EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, std::ssize(sound));
         EXPECT_EQ(host.Rest(), Join({Part(pcm, 0, 65536), Part(sound, 0, 65536)}));
         EXPECT_EQ(host.Rest(), Bytes());
-        // Behind whole frames of the same block it is handed out.
+        // After whole frames of the same block it is handed out.
         ASSERT_EQ(host.Seek(16000), 1);
         EXPECT_EQ(host.Rest(), Part(pcm, 64000, std::ssize(sound)));
     }
