@@ -5,8 +5,6 @@
 #include "http/ReadAnswer.h"
 #include "support/net/Url.h"
 
-#include <algorithm>
-
 using namespace aiff;
 
 namespace

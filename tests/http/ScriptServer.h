@@ -30,6 +30,13 @@ inline int Listen(sockaddr_in& address, int queue)
     return fd;
 }
 
+// The byte that a request for a range begins at; -1 when it is for everything.
+inline long FirstByteOf(const std::string& request)
+{
+    const size_t at = request.find("Range: bytes=");
+    return at == std::string::npos ? -1 : std::stol(request.substr(at + 13));
+}
+
 // One accepted connection and its request.
 class Peer
 {
@@ -52,12 +59,7 @@ public:
         return request.ends_with("\r\n\r\n");
     }
     std::string Target() const { return request.substr(4, request.find(' ', 4) - 4); }
-    // The byte that a request for a range begins at; -1 when it is for everything.
-    long FirstByte() const
-    {
-        const size_t at = request.find("Range: bytes=");
-        return at == std::string::npos ? -1 : std::stol(request.substr(at + 13));
-    }
+    long FirstByte() const { return FirstByteOf(request); }
 
     // Sends until the client has gone; with `piece` given, in pieces of that size.
     Peer& Send(const Bytes& bytes, size_t piece = SIZE_MAX)

@@ -113,26 +113,27 @@ TEST_F(BoundaryTest, GetAnswersItsKeysOnly)
 TEST_F(BoundaryTest, NullArgumentsAreHarmless)
 {
     const Bytes noItems(4);
-    STQvCodecGetSet getSet = {};
+    STQvCodecGetSet getSet = {}, tags = {};
     STQvOpenDecoder open = {};
     STQvAudioBlock block = {};
+    tags.pData = noItems.data();
+    tags.nDataSize = 4;
     for (const bool own : {false, true}) {
-        void* handle = own ? plugin.Create(nullptr) : nullptr;
-        EXPECT_EQ(handle != nullptr, own);
-        EXPECT_EQ(plugin.Get(handle, nullptr, &getSet), 0);
-        EXPECT_EQ(plugin.Set(handle, nullptr, &getSet), 0);
-        EXPECT_EQ(plugin.Get(handle, L"Decodes", own ? nullptr : &getSet), 0);
-        EXPECT_EQ(plugin.Set(handle, L"Set Decode Range", own ? nullptr : &getSet), 0);
-        EXPECT_EQ(plugin.Open(handle, own ? nullptr : &open), 0);
-        EXPECT_EQ(plugin.DecodeBlock(handle, own ? nullptr : &block), 0);
-        STQvCodecGetSet tags = {};
-        tags.pData = noItems.data();
-        tags.nDataSize = 4;
-        EXPECT_EQ(plugin.Set(handle, L"IDTags", &tags), 0);
-        EXPECT_EQ(plugin.SetPosition(handle, 0), 0);
-        EXPECT_EQ(plugin.DeleteATag(handle, nullptr, nullptr), 0);
-        EXPECT_EQ(plugin.Close(handle, nullptr), own ? 1 : 0);
-        EXPECT_EQ(plugin.Destroy(handle), 1);
+        void* const host = own ? plugin.Create(nullptr) : nullptr;
+        STQvCodecGetSet* const record = own ? nullptr : &getSet;
+        EXPECT_EQ(host != nullptr, own);
+        const int32_t results[] = {plugin.Get(host, nullptr, &getSet),
+                                   plugin.Get(host, L"Decodes", record),
+                                   plugin.Set(host, nullptr, &getSet),
+                                   plugin.Set(host, L"Set Decode Range", record),
+                                   plugin.Open(host, own ? nullptr : &open),
+                                   plugin.DecodeBlock(host, own ? nullptr : &block),
+                                   plugin.Set(host, L"IDTags", &tags),
+                                   plugin.SetPosition(host, 0),
+                                   plugin.DeleteATag(host, nullptr, nullptr)};
+        EXPECT_THAT(results, testing::Each(0));
+        EXPECT_EQ(plugin.Close(host, nullptr), own ? 1 : 0);
+        EXPECT_EQ(plugin.Destroy(host), 1);
     }
 }
 

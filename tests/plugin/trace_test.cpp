@@ -15,10 +15,9 @@ const AiffBuilder kSmall = AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(400));
 // The lines up to the look at the header; the indentation is that of a first Open.
 std::string HeaderLines(const std::string& path)
 {
-    return "->->  [Open]\r\n" + TraceLines("Opening file '" + path + "' for read access: Opened|" +
-                                               "Reading Audio Information|Initialize{}"
-                                               "Initialize{Ok|}ScanFile{Ok|",
-                                           2);
+    const std::string steps = "Reading Audio Information|Initialize{}Initialize{Ok|}ScanFile{Ok|";
+    return "->->  [Open]\r\n" +
+           TraceLines("Opening file '" + path + "' for read access: Opened|" + steps, 2);
 }
 
 // The whole trace of a first Open that succeeds.
@@ -109,17 +108,16 @@ TEST_F(TraceTest, EveryStepOfAnEditIsShown)
         };
         report.Take(kDebug);
         EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
-        EXPECT_EQ(
-            report.Take(kDebug),
-            TraceLines((edit.kind == Edit::Set ? "IDTags  [Set]|WriteIDTags{" : "DeleteATag{") +
-                           "IDTagWriter{Opening file '"s + path +
-                           "' for write access: Opened|Initialize{Ok|}ScanFile{Ok|"
-                           "  AIFF Header 'FORM'   Length: " +
-                           std::to_string(form) + "  FormType 'AIFF'  [ScanFile]|" +
-                           chunk("COMM", 18, 12) + chunk("SSND", 408, 38) +
-                           (form > 446 ? chunk("ID3 ", form - 454, 454) : "") +
-                           "Ok|}InternalReadTags{}" + steps + "}}",
-                       1));
+        const std::string header = "  AIFF Header 'FORM'   Length: " + std::to_string(form) +
+                                   "  FormType 'AIFF'  [ScanFile]|",
+                          lines = "IDTagWriter{Opening file '" + path +
+                                  "' for write access: " + "Opened|Initialize{Ok|}ScanFile{Ok|" +
+                                  header + chunk("COMM", 18, 12) + chunk("SSND", 408, 38) +
+                                  (form > 446 ? chunk("ID3 ", form - 454, 454) : "") +
+                                  "Ok|}InternalReadTags{}" + steps + "}}";
+        const char* const call =
+            edit.kind == Edit::Set ? "IDTags  [Set]|WriteIDTags{" : "DeleteATag{";
+        EXPECT_EQ(report.Take(kDebug), TraceLines(call + lines, 1));
     }
 }
 
