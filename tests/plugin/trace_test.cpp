@@ -101,9 +101,9 @@ TEST_F(TraceTest, EveryStepOfAnEditIsShown)
         {{"", Edit::Set, ListOf(L"Title=b")}, 446, addition + Resizing(28)}};
     Instance(plugin, report).Close(); // the first operation is indented in another way
     for (const auto& [edit, form, steps] : rows) {
-        const auto chunk = [form](const std::string& code, int size, int at) {
+        const auto chunk = [end = form](const std::string& code, int size, int at) {
             return "  Got Chunk '" + code + "'  Length: " + std::to_string(size) +
-                   "  RiffSizeLeft: " + std::to_string(form - at) +
+                   "  RiffSizeLeft: " + std::to_string(end - at) +
                    "  ChunkPosition: " + std::to_string(at) + "|";
         };
         report.Take(kDebug);
