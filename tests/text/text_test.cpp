@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <climits>
 
 using namespace aiff;
@@ -17,79 +18,62 @@ using namespace std::string_literals;
 
 constexpr uint32_t kNone = 0xFFFFFFFF;
 
-// What is read at the front of `bytes`, "taken" being the bytes it took.
-uint32_t FirstOf(std::string_view bytes, Utf8Policy policy, size_t& taken)
+// What is read at the front of `bytes`, and how many of them it takes.
+std::pair<uint32_t, size_t> FirstOf(std::string_view bytes, Utf8Policy policy)
 {
     std::string_view rest = bytes;
     uint32_t codePoint = kNone;
     const bool found = TakeUtf8(rest, policy, codePoint);
-    taken = bytes.size() - rest.size();
-    EXPECT_TRUE(found || (codePoint == 0 && taken == 0)) << bytes;
-    return found ? codePoint : kNone;
+    EXPECT_TRUE(found || codePoint == 0) << bytes;
+    return {found ? codePoint : kNone, bytes.size() - rest.size()};
 }
 
 TEST(Utf8, EachPolicyTakesItsSequences)
 {
-    struct Row {
-        std::string bytes;
-        uint32_t strict, extended;
-    };
+    using Row = std::tuple<std::string, uint32_t, uint32_t>; // bytes; strict and extended reading
     const Row rows[] = {
-        {"\0"s, 0, 0},
-        {"\x7F", 0x7F, 0x7F},
-        {"\x80", kNone, kNone}, // no lead byte
-        {"\xBF", kNone, kNone},
-        {"\xC0\x80", kNone, kNone}, // longer than need be
-        {"\xC1\xBF", kNone, kNone},
-        {"\xC2\x80", 0x80, 0x80},
-        {"\xDF\xBF", 0x7FF, 0x7FF},
-        {"\xE0\x9F\xBF", kNone, kNone},
-        {"\xE0\xA0\x80", 0x800, 0x800},
-        {"\xE2\x82", kNone, kNone},  // cut short
-        {"\xE2(\xAC", kNone, kNone}, // not a continuation
-        {"\xE2\x82(", kNone, kNone},
-        {"\xE2\x82\xC2", kNone, kNone},
-        {"\xED\x9F\xBF", 0xD7FF, 0xD7FF},
-        {"\xED\xA0\x80", kNone, 0xD800}, // surrogates
-        {"\xED\xBF\xBF", kNone, 0xDFFF},
-        {"\xEE\x80\x80", 0xE000, 0xE000},
-        {"\xEF\xBF\xBF", 0xFFFF, 0xFFFF},
-        {"\xF0\x8F\xBF\xBF", kNone, kNone},
-        {"\xF0\x90\x80\x80", 0x10000, 0x10000},
-        {"\xF4\x8F\xBF\xBF", 0x10FFFF, 0x10FFFF},
-        {"\xF4\x90\x80\x80", kNone, 0x110000},
-        {"\xF7\xBF\xBF\xBF", kNone, 0x1FFFFF},
-        {"\xF8\x87\xBF\xBF\xBF", kNone, kNone},
-        {"\xF8\x88\x80\x80\x80", kNone, 0x200000},
-        {"\xFC\x83\xBF\xBF\xBF\xBF", kNone, kNone},
-        {"\xFC\x84\x80\x80\x80\x80", kNone, 0x4000000},
-        {"\xFD\xBF\xBF\xBF\xBF\xBF", kNone, 0x7FFFFFFF},
-        {"\xFE\xBF\xBF\xBF\xBF\xBF\xBF", kNone, kNone},
-        {"\xFF", kNone, kNone},
-    };
+        // No lead byte, longer than need be, cut short, another byte than a continuation.
+        Row("\x80", kNone, kNone), Row("\xBF", kNone, kNone), Row("\xC0\x80", kNone, kNone),
+        Row("\xC1\xBF", kNone, kNone), Row("\xE0\x9F\xBF", kNone, kNone),
+        Row("\xF0\x8F\xBF\xBF", kNone, kNone), Row("\xF8\x87\xBF\xBF\xBF", kNone, kNone),
+        Row("\xFC\x83\xBF\xBF\xBF\xBF", kNone, kNone), Row("\xE2\x82", kNone, kNone),
+        Row("\xE2(\xAC", kNone, kNone), Row("\xE2\x82(", kNone, kNone),
+        Row("\xE2\x82\xC2", kNone, kNone), Row("\xFF", kNone, kNone),
+        Row("\xFE\xBF\xBF\xBF\xBF\xBF\xBF", kNone, kNone),
+        // The first and last characters of each length.
+        Row("\0"s, 0, 0), Row("\x7F", 0x7F, 0x7F), Row("\xC2\x80", 0x80, 0x80),
+        Row("\xDF\xBF", 0x7FF, 0x7FF), Row("\xE0\xA0\x80", 0x800, 0x800),
+        Row("\xEF\xBF\xBF", 0xFFFF, 0xFFFF), Row("\xF0\x90\x80\x80", 0x10000, 0x10000),
+        // Surrogates, and what is beyond the last character of Unicode.
+        Row("\xED\x9F\xBF", 0xD7FF, 0xD7FF), Row("\xED\xA0\x80", kNone, 0xD800),
+        Row("\xED\xBF\xBF", kNone, 0xDFFF), Row("\xEE\x80\x80", 0xE000, 0xE000),
+        Row("\xF4\x8F\xBF\xBF", 0x10FFFF, 0x10FFFF), Row("\xF4\x90\x80\x80", kNone, 0x110000),
+        Row("\xF7\xBF\xBF\xBF", kNone, 0x1FFFFF), Row("\xF8\x88\x80\x80\x80", kNone, 0x200000),
+        Row("\xFC\x84\x80\x80\x80\x80", kNone, 0x4000000),
+        Row("\xFD\xBF\xBF\xBF\xBF\xBF", kNone, 0x7FFFFFFF)};
     for (const auto& [bytes, strict, extended] : rows) {
         SCOPED_TRACE(testing::PrintToString(bytes));
-        size_t taken = 0;
-        EXPECT_EQ(FirstOf(bytes + "x", Utf8Policy::Strict, taken), strict);
-        EXPECT_EQ(taken, strict == kNone ? 0 : bytes.size());
-        EXPECT_EQ(FirstOf(bytes + "x", Utf8Policy::Extended, taken), extended);
-        EXPECT_EQ(taken, extended == kNone ? 0 : bytes.size());
+        // What is read of the bytes and another character, and how many bytes that takes.
+        using Taken = std::pair<uint32_t, size_t>;
+        const size_t all = bytes.size();
         const uint32_t raw = 0xDC00u + static_cast<uint8_t>(bytes[0]);
-        EXPECT_EQ(FirstOf(bytes + "x", Utf8Policy::RawBytes, taken),
-                  strict == kNone ? raw : strict);
-        EXPECT_EQ(taken, strict == kNone ? 1 : bytes.size());
-        for (size_t cut = 1; cut < bytes.size(); ++cut)
-            EXPECT_EQ(FirstOf(bytes.substr(0, cut), Utf8Policy::Extended, taken), kNone);
+        const auto taken = [&, &text = bytes](Utf8Policy policy) {
+            return FirstOf(text + "x", policy);
+        };
+        EXPECT_EQ(taken(Utf8Policy::Strict), Taken(strict, strict == kNone ? 0 : all));
+        EXPECT_EQ(taken(Utf8Policy::Extended), Taken(extended, extended == kNone ? 0 : all));
+        EXPECT_EQ(taken(Utf8Policy::RawBytes),
+                  strict == kNone ? Taken(raw, 1) : Taken(strict, all));
+        for (size_t cut = 0; cut < all; ++cut)
+            EXPECT_EQ(FirstOf(bytes.substr(0, cut), Utf8Policy::Extended), Taken(kNone, 0));
         if (extended == kNone)
             continue;
         std::string written;
         AppendUtf8(written, extended);
         EXPECT_EQ(written, bytes);
-        EXPECT_EQ(EncodeUtf8(extended, nullptr), bytes.size());
+        EXPECT_EQ(EncodeUtf8(extended, nullptr), all);
     }
-    size_t taken = 0;
-    for (const auto policy : {Utf8Policy::Strict, Utf8Policy::Extended, Utf8Policy::RawBytes})
-        EXPECT_EQ(FirstOf("", policy, taken), kNone);
+    EXPECT_EQ(FirstOf("", Utf8Policy::RawBytes).first, kNone);
     EXPECT_EQ(EncodeUtf8(0x80000000, nullptr), 0u);
 }
 
@@ -100,8 +84,7 @@ TEST(Utf8, EveryCharacterComesBackAndNothingElseDoes)
         AppendUtf8(bytes, codePoint);
         const bool isCharacter = codePoint < 0xD800 || (codePoint > 0xDFFF && codePoint < 0x110000);
         ASSERT_EQ(IsScalarValue(codePoint), isCharacter) << codePoint;
-        size_t taken = 0;
-        ASSERT_EQ(FirstOf(bytes, Utf8Policy::Strict, taken), isCharacter ? codePoint : kNone);
+        ASSERT_EQ(FirstOf(bytes, Utf8Policy::Strict).first, isCharacter ? codePoint : kNone);
         const XStr text(1, static_cast<wchar_t>(codePoint));
         ASSERT_EQ(ToUtf8(text), isCharacter ? bytes : "\xEF\xBF\xBD") << codePoint;
     }
@@ -110,16 +93,16 @@ TEST(Utf8, EveryCharacterComesBackAndNothingElseDoes)
 
 TEST(Utf16, PairsAreJoinedAndLoneSurrogatesPass)
 {
+    const std::string grin = "\U0001F600", none = "\uFFFD";
     const std::tuple<std::u16string, uint32_t, size_t, std::string> rows[] = {
         {u"ab", 'a', 1, "ab"},
-        {{0xD83D, 0xDE00}, 0x1F600, 2, "\xF0\x9F\x98\x80"},
-        {{0xD800, 0xDC00}, 0x10000, 2, "\xF0\x90\x80\x80"},
-        {{0xDBFF, 0xDFFF}, 0x10FFFF, 2, "\xF4\x8F\xBF\xBF"},
-        {{0xD83D}, 0xD83D, 1, "\xEF\xBF\xBD"},
-        {{0xD83D, 'a'}, 0xD83D, 1, "\xEF\xBF\xBD"s + "a"},
-        {{0xDE00, 0xD83D}, 0xDE00, 1, "\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {{0xD83D, 0xD83D, 0xDE00}, 0xD83D, 1, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
-    };
+        {{0xD83D, 0xDE00}, 0x1F600, 2, grin},
+        {{0xD800, 0xDC00}, 0x10000, 2, "\U00010000"},
+        {{0xDBFF, 0xDFFF}, 0x10FFFF, 2, "\U0010FFFF"},
+        {{0xD83D}, 0xD83D, 1, none},
+        {{0xD83D, 'a'}, 0xD83D, 1, none + "a"},
+        {{0xDE00, 0xD83D}, 0xDE00, 1, none + none},
+        {{0xD83D, 0xD83D, 0xDE00}, 0xD83D, 1, none + grin}};
     for (const auto& [units, first, count, utf8] : rows) {
         std::u16string_view rest = units;
         EXPECT_EQ(TakeUtf16(rest), first);
@@ -133,42 +116,32 @@ TEST(Utf16, PairsAreJoinedAndLoneSurrogatesPass)
 
 TEST(PathBytes, EveryNameComesBack)
 {
-    for (int first = 0; first < 256; ++first)
-        for (int second = 0; second < 256; ++second)
-            for (const char* after : {"", "\x82\xAC", "\xAC"}) {
-                const std::string name = std::string{static_cast<char>(first)} +
-                                         std::string{static_cast<char>(second)} + after;
-                std::string back;
-                ASSERT_TRUE(ToPathBytes(FromPathBytes(name), back)) << name;
-                ASSERT_EQ(back, name);
-            }
+    std::string back;
+    for (uint32_t number = 0; number < 0x10000; ++number)
+        for (const char* after : {"", "\x82\xAC", "\xAC"}) {
+            const char bytes[] = {static_cast<char>(number >> 8), static_cast<char>(number)};
+            const std::string name = std::string(bytes, 2) + after;
+            ASSERT_TRUE(ToPathBytes(FromPathBytes(name), back)) << name;
+            ASSERT_EQ(back, name);
+        }
     EXPECT_EQ(FromPathBytes("\xC3\xA9\xE9."), L"\u00E9\xDCE9.");
-    for (const uint32_t refused : {0xD800u, 0xDC7Fu, 0xDD00u, 0x110000u}) {
-        std::string back;
-        EXPECT_FALSE(ToPathBytes(L"a" + XStr(1, static_cast<wchar_t>(refused)), back)) << refused;
-        EXPECT_FALSE(ToPathBytes(L"", back));
-    }
+    for (const wchar_t* refused : {L"", L"a\xD800", L"a\xDC7F", L"a\xDD00", L"a\x110000"})
+        EXPECT_FALSE(ToPathBytes(refused, back)) << ToUtf8(std::wstring_view(refused));
 }
 
-// The class of a character by the tables of the test, whatever its type.
+// The class of a character by what the standard library says of ASCII, whatever its type.
 template <class Char>
 void ExpectClassOf(Char c, uint32_t number)
 {
-    static const std::string kUpper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    static const std::string kLower = "abcdefghijklmnopqrstuvwxyz", kDigits = "0123456789";
-    const char byte = static_cast<char>(number < 0x80 ? number : 0x80);
-    const size_t upper = kUpper.find(byte), lower = kLower.find(byte), digit = kDigits.find(byte);
-    constexpr size_t kNot = std::string::npos;
-    EXPECT_EQ(IsAsciiUpper(c), upper != kNot) << number;
-    EXPECT_EQ(IsAsciiLetter(c), upper != kNot || lower != kNot) << number;
-    EXPECT_EQ(LowerAscii(c), upper != kNot ? static_cast<Char>(kLower[upper]) : c) << number;
-    EXPECT_EQ(UpperAscii(c), lower != kNot ? static_cast<Char>(kUpper[lower]) : c) << number;
-    EXPECT_EQ(IsAsciiDigit(c), digit != kNot) << number;
-    const size_t letter = std::min(upper, lower);
-    const int hex = digit != kNot ? static_cast<int>(digit)
-                    : letter < 6  ? static_cast<int>(10 + letter)
-                                  : -1;
-    EXPECT_EQ(HexValue(c), hex) << number;
+    const int ascii = number < 0x80 ? static_cast<int>(number) : 0;
+    EXPECT_EQ(IsAsciiUpper(c), std::isupper(ascii) != 0) << number;
+    EXPECT_EQ(IsAsciiLetter(c), std::isalpha(ascii) != 0) << number;
+    EXPECT_EQ(LowerAscii(c), ascii != 0 ? static_cast<Char>(std::tolower(ascii)) : c) << number;
+    EXPECT_EQ(UpperAscii(c), ascii != 0 ? static_cast<Char>(std::toupper(ascii)) : c) << number;
+    EXPECT_EQ(IsAsciiDigit(c), std::isdigit(ascii) != 0) << number;
+    const std::string digit(1, static_cast<char>(ascii));
+    EXPECT_EQ(HexValue(c), std::isxdigit(ascii) != 0 ? std::stoi(digit, nullptr, 16) : -1)
+        << number;
 }
 
 TEST(Ascii, BothCharacterTypesAreClassedAlike)
@@ -184,16 +157,12 @@ TEST(Ascii, BothCharacterTypesAreClassedAlike)
 
 TEST(Ascii, ComparisonsFoldTheCase)
 {
-    const std::tuple<std::string, std::string, bool, bool> rows[] = {
-        {"", "", true, true},
-        {"Title", "tITLE", true, true},
-        {"titles", "TITLE", false, true},
-        {"titl", "title", false, false},
-        {"a\0b"s, "A\0B"s, true, true},
-        {"a\0b"s, "A\0C"s, false, false},
-        {"@[`{", "`{@[", false, false}, // beside the letters
-        {"\xC3\x89", "\xC3\xA9", false, false},
-    };
+    using Row = std::tuple<std::string, std::string, bool, bool>;
+    const Row rows[] = {Row("", "", true, true), Row("Title", "tITLE", true, true),
+                        Row("titles", "TITLE", false, true), Row("titl", "title", false, false),
+                        Row("a\0b"s, "A\0B"s, true, true), Row("a\0b"s, "A\0C"s, false, false),
+                        // What is beside the letters, and what is not ASCII.
+                        Row("@[`{", "`{@[", false, false), Row("\u00C9", "\u00E9", false, false)};
     for (const auto& [a, b, equal, begins] : rows) {
         const XStr wideA = FromUtf8(a), wideB = FromUtf8(b);
         EXPECT_EQ(EqualNoCase(a, b), equal) << a;
@@ -206,11 +175,10 @@ TEST(Ascii, ComparisonsFoldTheCase)
 
 TEST(Ascii, TextIsTrimmedAndTakenApart)
 {
-    for (const auto& [text, trimmed] : {std::pair(""s, ""s),
-                                        {" \t\r\n", ""},
-                                        {"a", "a"},
-                                        {" a b\r\n", "a b"},
-                                        {"\v a", "\v a"}}) {
+    using Row = std::pair<std::string, std::string>;
+    for (const auto& [text, trimmed] : {Row("", ""), Row(" \t\r\n", ""), Row("a", "a"),
+                                        // A vertical tab is no blank.
+                                        Row(" a b\r\n", "a b"), Row("\v a", "\v a")}) {
         EXPECT_EQ(Trim(text), trimmed);
         EXPECT_EQ(Trim(FromUtf8(text)), FromUtf8(trimmed));
     }
@@ -221,16 +189,13 @@ TEST(Ascii, TextIsTrimmedAndTakenApart)
 
 TEST(Texts, LeadingIntegersSaturate)
 {
-    const std::pair<const wchar_t*, int> rows[] = {{L"", 0},
-                                                   {L"x1", 0},
-                                                   {L" \t12/3", 12},
-                                                   {L"-7", -7},
-                                                   {L"+ 7", 0},
-                                                   {L"007", 7},
-                                                   {L"2147483648", INT_MAX},
-                                                   {L"99999999999999999999", INT_MAX},
-                                                   {L"-2147483648", INT_MIN},
-                                                   {L"-99999999999", INT_MIN}};
+    using Row = std::pair<const wchar_t*, int>;
+    const Row rows[] = {Row(L"", 0), Row(L"x1", 0), Row(L" \t12/3", 12), Row(L"-7", -7),
+                        Row(L"+ 7", 0), Row(L"007", 7),
+                        // The limits of int, and what is beyond them.
+                        Row(L"2147483647", INT_MAX), Row(L"2147483648", INT_MAX),
+                        Row(L"99999999999999999999", INT_MAX), Row(L"-2147483648", INT_MIN),
+                        Row(L"-99999999999", INT_MIN)};
     for (const auto& [text, number] : rows)
         EXPECT_EQ(LeadingInteger(text), number) << ToUtf8(std::wstring_view(text));
 }
