@@ -41,36 +41,29 @@ Bytes Ten(const std::string& text)
 
 TEST(Numbers, ExtendedToInteger)
 {
-    const std::pair<std::string, int64_t> rows[] = {
-        {"\x40\x0E\xAC\x44", 44100},
-        {"\x40\x0D\xAD\xDD\x17\x45\xD1\x74\x58", 22254},
-        {"", 0},
-        {"\x80", 0},
-        {"\x3F\xFF\x80", 1},
-        {"\x3F\xFE\xFF\xFF", 0},
-        {"\0\0\0\0\0\0\0\0\0\1"s, 0}, // denormal
-        {"\x40\x0E", 0},              // no mantissa
-        {"\x40\x1F\xFF\xFF\xFF\xFF\x80", 8589934591},
-        {"\x40\x3D\x80", 4611686018427387904}, // 2^62
-        {"\x40\x3E\x80", kLowest},             // 2^63
-        {"\xC0\x3E\x80", kLowest},
-        {"\x7F\xFE\xFF", kLowest},
-        {"\x7F\xFF", kLowest}, // infinity
-        {"\xFF\xFF", kLowest},
-        {"\x7F\xFF\xC0\0\0\0\0\0\0\1"s, kLowest}}; // NaN
+    using Row = std::pair<std::string, int64_t>;
+    const Row rows[] = {
+        Row("", 0), Row("\x80", 0), Row("\x3F\xFF\x80", 1), Row("\x3F\xFE\xFF\xFF", 0),
+        Row("\x40\x0E\xAC\x44", 44100), Row("\x40\x0D\xAD\xDD\x17\x45\xD1\x74\x58", 22254),
+        Row("\x40\x1F\xFF\xFF\xFF\xFF\x80", 8589934591),
+        // Without a leading one: a denormal number, and no mantissa.
+        Row("\0\0\0\0\0\0\0\0\0\1"s, 0), Row("\x40\x0E", 0),
+        // 2^62; what is out of range from 2^63 to infinity and NaN.
+        Row("\x40\x3D\x80", 4611686018427387904), Row("\x40\x3E\x80", kLowest),
+        Row("\xC0\x3E\x80", kLowest), Row("\x7F\xFE\xFF", kLowest), Row("\x7F\xFF", kLowest),
+        Row("\xFF\xFF", kLowest), Row("\x7F\xFF\xC0\0\0\0\0\0\0\1"s, kLowest)};
     for (const auto& [text, value] : rows)
         EXPECT_EQ(H::ConvertFromIeeeExtended(Ten(text).data()), value) << text;
 }
 
 TEST(Numbers, DoubleToExtended)
 {
-    const std::pair<double, std::string> rows[] = {
-        {0.0, ""},
-        {-44100, "\xC0\x0E\xAC\x44"},
-        {1.0 / 3, "\x3F\xFD\xAA\xAA\xAA\xAA\xAA\xAA\xA8"},
-        {kInfinity, "\x7F\xFF"}};
+    using Row = std::pair<double, std::string>;
     Bytes bytes(10, 0xEE);
-    for (const auto& [value, text] : rows) {
+    for (const auto& [value, text] :
+         {Row(0, ""), Row(kInfinity, "\x7F\xFF"), Row(-44100, "\xC0\x0E\xAC\x44"),
+          // Not more than a double holds.
+          Row(1.0 / 3, "\x3F\xFD\xAA\xAA\xAA\xAA\xAA\xAA\xA8")}) {
         H::ConvertToIeeeExtended(value, bytes.data());
         EXPECT_EQ(bytes, Ten(text)) << value;
     }
@@ -93,10 +86,9 @@ TEST(SampleOrder, EveryKernelEqualsTheReferenceAtAllLengthsAndPlaces)
                     Bytes bytes = around;
                     kernels[width - 1](bytes.data() + place, static_cast<size_t>(count));
                     const auto first = around.begin() + place, end = first + count * width;
-                    ASSERT_EQ(bytes, Join({{around.begin(), first},
-                                           HostOrder({first, end}, 8 * width),
-                                           {end, around.end()}}))
-                        << set->name << " " << width << " " << count << " " << place;
+                    const Bytes host = HostOrder({first, end}, 8 * width);
+                    const Bytes all = Join({{around.begin(), first}, host, {end, around.end()}});
+                    ASSERT_EQ(bytes, all) << set->name << width << ' ' << count << ' ' << place;
                 }
     }
 }

@@ -49,6 +49,13 @@ clPassAIFFChunks PassList(const Passed& chunks)
     return list;
 }
 
+// The letters of a chunk's code; the first is the lowest byte.
+std::string Code(uint32_t code)
+{
+    const Bytes letters = Big(code, 4);
+    return std::string(letters.rbegin(), letters.rend()) + " ";
+}
+
 STQvWaveFormat Format(int channels, int bits)
 {
     STQvWaveFormat format{};
@@ -59,12 +66,6 @@ STQvWaveFormat Format(int channels, int bits)
     return format;
 }
 
-// Codes and sizes, as "COMM 18 SSND 0 ".
-std::string Listed(uint32_t code, int64_t size)
-{
-    const Bytes letters = Big(code, 4); // the first letter is the lowest byte
-    return std::string(letters.rbegin(), letters.rend()) + " " + std::to_string(size) + " ";
-}
 // The whole calling order; false also when the place for the samples is not the one left.
 bool WriteWhole(const std::shared_ptr<MemoryFile>& file, const STQvWaveFormat& format,
                 const clPassAIFFChunks& pass, const Bytes& samples)
@@ -80,23 +81,22 @@ bool WriteWhole(const std::shared_ptr<MemoryFile>& file, const STQvWaveFormat& f
 
 TEST(Writer, LaysOutWhatPassesThroughAroundFormatAndSound)
 {
-    const std::pair<Passed, const char*> cases[] = {
-        {{}, "COMM 18 SSND 0 "},
-        {{{"NAME", {'a', 'b', 'c'}}}, "NAME 3 COMM 18 SSND 0 "},
-        {{{"SSND", {}}, {"ID3 ", {9}}}, "COMM 18 SSND 0 ID3  1 "},
+    using Row = std::pair<Passed, const char*>;
+    const Row cases[] = {
+        Row({}, "COMM 18 SSND 0 "), Row({{"NAME", Bytes(3)}}, "NAME 3 COMM 18 SSND 0 "),
+        Row({{"SSND", {}}, {"ID3 ", {9}}}, "COMM 18 SSND 0 ID3  1 "),
         // Their data is not taken over, whatever it is.
-        {{{"SSND", Bytes(9)}, {"ANNO", {}}, {"COMM", Bytes(24)}}, "SSND 0 ANNO 0 COMM 18 "},
+        Row({{"SSND", Bytes(9)}, {"ANNO", {}}, {"COMM", Bytes(24)}}, "SSND 0 ANNO 0 COMM 18 "),
         // In lower case they count, but are not those that readers look for.
-        {{{"comm", {1}}, {"ssnd", {1}}}, "comm 18 COMM 18 ssnd 0 SSND 0 "},
-        {{{"Comm", {1}}, {"SSND", {}}}, "Comm 1 COMM 18 SSND 0 "},
-    };
+        Row({{"comm", {1}}, {"ssnd", {1}}}, "comm 18 COMM 18 ssnd 0 SSND 0 "),
+        Row({{"Comm", {1}}, {"SSND", {}}}, "Comm 1 COMM 18 SSND 0 ")};
     for (const auto& [pass, listed] : cases) {
         clAIFFHandler aiff;
         ASSERT_TRUE(aiff.InitializeNewAIFF(std::make_shared<MemoryFile>(), Format(2, 16), {},
                                            PassList(pass)));
         std::string text;
         for (int i = 0; i < aiff.Count(); ++i)
-            text += Listed(aiff.GetChunk(i)->ID, aiff.GetChunk(i)->nSize);
+            text += Code(aiff.GetChunk(i)->ID) + std::to_string(aiff.GetChunk(i)->nSize) + " ";
         EXPECT_EQ(text, listed);
     }
 }
@@ -125,22 +125,22 @@ TEST(PassList, InsertsBeforeTheLastSoundAndFindsByCode)
     const auto codes = [](const clPassAIFFChunks& list) {
         std::string text;
         for (int i = 0; i < list.Count(); ++i)
-            for (int c = 0; c < 4; ++c)
-                text += static_cast<char>(list[i].code >> 8 * c);
+            text += Code(list[i].code);
         return text;
     };
     clPassAIFFChunks list = PassList({{"COMM", {}}});
     list.AddInternal(FourCC("NAME"), nullptr, 0, true); // there is no sound yet
-    EXPECT_EQ(codes(list), "COMMNAME");
+    EXPECT_EQ(codes(list), "COMM NAME ");
     list = PassList({{"SSND", {}}, {"ssnd", {}}, {"ANNO", {1, 2}}});
     list.AddInternal(FourCC("NAME"), "abc", 3, true);
-    EXPECT_EQ(codes(list), "SSNDNAMEssndANNO");
+    EXPECT_EQ(codes(list), "SSND NAME ssnd ANNO ");
     EXPECT_EQ(list[1].data.Used(), 3u);
-    EXPECT_EQ(list.FindChunk("ANNO", false), 3);
-    EXPECT_EQ(list.FindChunk("anno", false), -1);
-    EXPECT_EQ(list.FindChunk("anno", true), 3);
-    EXPECT_EQ(list.FindChunk("ssnd", false), 2);
-    EXPECT_EQ(list.FindChunk("ssnd", true), 0);
+    using Row = std::tuple<const char*, bool, int>;
+    for (const auto& [code, anyCase, position] :
+         {Row("ANNO", false, 3), Row("anno", false, -1),
+          // The first that fits.
+          Row("anno", true, 3), Row("ssnd", false, 2), Row("ssnd", true, 0)})
+        EXPECT_EQ(list.FindChunk(code, anyCase), position) << code;
 }
 
 } // namespace

@@ -129,47 +129,38 @@ void ForEveryRow(Check check)
 
 Bytes Written(const XStr& items, int revision)
 {
-    return Update(
-        {}, ListOf(items),
-        {L"ID3v2EncodeUni", L"WriteStrictYearDate", revision == 4 ? L"ID3v2WriteV24" : L""});
+    const wchar_t* version = revision == 4 ? L"ID3v2WriteV24" : L"";
+    return Update({}, ListOf(items), {L"ID3v2EncodeUni", L"WriteStrictYearDate", version});
 }
 
 TEST(FrameTable, EveryRowHasACase)
 {
-    std::map<std::string, std::string> names;
+    std::map<std::string, std::string> names, rows;
     for (const Case& row : Cases())
         EXPECT_TRUE(names.emplace(row.id, row.name22 == "-" ? "" : row.Name22()).second) << row.id;
-    for (const id3parser::FrameRule& rule : id3parser::FrameRules()) {
-        const std::string id = SizeBytes(rule.id, 8, 4);
-        ASSERT_TRUE(names.contains(id)) << id;
-        EXPECT_EQ(rule.name_v2.text, names[id]) << id;
-    }
+    for (const id3parser::FrameRule& rule : id3parser::FrameRules())
+        rows.emplace(SizeBytes(rule.id, 8, 4), rule.name_v2.text);
+    EXPECT_EQ(rows, names);
     EXPECT_EQ(id3parser::FrameRules().size(), names.size());
 }
 
-TEST(FrameTable, EveryRowIsRead)
+TEST(FrameTable, EveryRowIsReadAndWritten)
 {
     ForEveryRow([](const Case& row, const Probe& probe) {
         const std::string notes = Named(probe.frames, row.id);
         EXPECT_EQ(Read(Tag(3, notes)), Item(row, probe.read3));
         EXPECT_EQ(Read(Tag(4, notes)), Item(row, probe.read4));
-        const std::string one = notes.substr(0, notes.find('|'));
         for (uint8_t revision = 2; revision <= 4; ++revision) {
-            const auto readStrictly = [&] {
+            bool isKnown = true;
+            try {
                 id3parser::metaMap map;
-                frame_to_infos(Frame(one), id3parser::t_tagRevision{revision}, map, true);
-            };
-            if (row.IsKnownIn(revision))
-                EXPECT_NO_THROW(readStrictly()) << int{revision};
-            else
-                EXPECT_THROW(readStrictly(), id3parser::parseError) << int{revision};
+                const auto frame = Frame(notes.substr(0, notes.find('|')));
+                frame_to_infos(frame, id3parser::t_tagRevision{revision}, map, true);
+            } catch (const id3parser::parseError&) {
+                isKnown = false;
+            }
+            EXPECT_EQ(isKnown, row.IsKnownIn(revision)) << int{revision};
         }
-    });
-}
-
-TEST(FrameTable, EveryRowIsWritten)
-{
-    ForEveryRow([](const Case& row, const Probe& probe) {
         for (const int revision : {3, 4}) {
             const Bytes tag = Written(Item(row, probe.value), revision);
             const std::string& frames = revision == 3 ? probe.written3 : probe.written4;
@@ -185,23 +176,18 @@ TEST(FrameTable, RowsAreWrittenInTheirOrder)
 {
     for (const int revision : {3, 4}) {
         XStr items;
-        std::string order, written;
+        std::string order;
         for (const Case& row : Cases()) {
             if (row.id == "WXXX") // what follows is written by the field's name
                 break;
-            if (row.IsKnownIn(revision)) {
-                order += row.id + " ";
-                items = Item(row, kProbes.find(row.kind)->second.value) + items;
+            const Probe& probe = kProbes.lower_bound(row.kind)->second;
+            const std::string& frames = revision == 3 ? probe.written3 : probe.written4;
+            if (row.IsKnownIn(revision) && !frames.empty()) {
+                order += (order.empty() ? "" : "|") + Named(frames, row.id);
+                items = Item(row, probe.value) + items;
             }
         }
-        const Bytes tag = Written(items, revision);
-        id3parser::t_tag parsed;
-        id3parser::parseCallback everything;
-        parsed.Parse_MemBlock(tag.data(), tag.size(), everything);
-        for (const id3parser::t_frame& frame : parsed.Frames())
-            if (const std::string id = SizeBytes(frame.id, 8, 4) + " "; !written.ends_with(id))
-                written += id;
-        EXPECT_EQ(written, order);
+        EXPECT_EQ(Parsed(Written(items, revision)), Parsed(Tag(revision, order)));
     }
 }
 

@@ -94,15 +94,14 @@ TEST(Utf8, EveryCharacterComesBackAndNothingElseDoes)
 TEST(Utf16, PairsAreJoinedAndLoneSurrogatesPass)
 {
     const std::string grin = "\U0001F600", none = "\uFFFD";
-    const std::tuple<std::u16string, uint32_t, size_t, std::string> rows[] = {
-        {u"ab", 'a', 1, "ab"},
-        {{0xD83D, 0xDE00}, 0x1F600, 2, grin},
-        {{0xD800, 0xDC00}, 0x10000, 2, "\U00010000"},
-        {{0xDBFF, 0xDFFF}, 0x10FFFF, 2, "\U0010FFFF"},
-        {{0xD83D}, 0xD83D, 1, none},
-        {{0xD83D, 'a'}, 0xD83D, 1, none + "a"},
-        {{0xDE00, 0xD83D}, 0xDE00, 1, none + none},
-        {{0xD83D, 0xD83D, 0xDE00}, 0xD83D, 1, none + grin}};
+    using Row = std::tuple<std::u16string, uint32_t, size_t, std::string>;
+    const Row rows[] = {Row(u"ab", 'a', 1, "ab"), Row({0xD83D, 0xDE00}, 0x1F600, 2, grin),
+                        Row({0xD800, 0xDC00}, 0x10000, 2, "\U00010000"),
+                        Row({0xDBFF, 0xDFFF}, 0x10FFFF, 2, "\U0010FFFF"),
+                        // Lone ones.
+                        Row({0xD83D}, 0xD83D, 1, none), Row({0xD83D, 'a'}, 0xD83D, 1, none + "a"),
+                        Row({0xDE00, 0xD83D}, 0xDE00, 1, none + none),
+                        Row({0xD83D, 0xD83D, 0xDE00}, 0xD83D, 1, none + grin)};
     for (const auto& [units, first, count, utf8] : rows) {
         std::u16string_view rest = units;
         EXPECT_EQ(TakeUtf16(rest), first);
