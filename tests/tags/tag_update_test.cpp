@@ -9,7 +9,7 @@ const std::string kPriv = "PRIV=owner~\xFF\xE0~", kGeob = "GEOB:application/x~f~
 const std::string kNewRating = "POPM=Windows Media Player 9 Series~";
 
 // The frames before, what the list says, and the frames after.
-using Row = std::tuple<std::string, const wchar_t*, std::string>;
+using Change = std::tuple<std::string, const wchar_t*, std::string>;
 
 std::string After(const std::string& before, const XStr& list, const Options& options,
                   bool remove = false)
@@ -22,50 +22,51 @@ TEST(TagUpdate, ChangesWhatIsAskedAndNothingElse)
     const std::string hidden = "TIT2=\7|TIT2[0020]=x|";
     const std::string sealed = "PRIV[0080]=~~~\1zz|TXXX[2040]=ab|GEOB[0020]=c";
     const std::string fullDate = "TYER:2004|TDAT:1503|TIME:1200";
-    const Row rows[] = {
+    const Change rows[] = {
         // Frames that no field represents stay, after the others.
-        Row(kPriv + "|TIT2:a|" + kGeob, L"Title=b", "TIT2^b|" + kPriv + "|" + kGeob),
+        Change(kPriv + "|TIT2:a|" + kGeob, L"Title=b", "TIT2^b|" + kPriv + "|" + kGeob),
         // What is not named stays as it is, and so does what gets an equal value.
-        Row(kPriv + "|TALB:x/y~z", L"Title=b", "TIT2^b|TALB:x/y~z|" + kPriv),
-        Row("TIT2:a~second", L"title=a", "TIT2:a~second"),
-        Row("COMM:deu~a|COMM:fra~b", L"Comment=b", "COMM:fra~b"),
-        Row("USLT:deud~a", L"Lyrics=a;Title=t", "TIT2^t|USLT:deud~a"),
-        Row(fullDate, L"Year=2004-03-15", fullDate),
-        Row("TYER:2004|TDAT:1503", L"Year=2005", "TYER:2005~"),
-        Row("TIT2:a", L"TagVersion=ID3v2.3", "TIT2:a"),
+        Change(kPriv + "|TALB:x/y~z", L"Title=b", "TIT2^b|TALB:x/y~z|" + kPriv),
+        Change("TIT2:a~second", L"title=a", "TIT2:a~second"),
+        Change("COMM:deu~a|COMM:fra~b", L"Comment=b", "COMM:fra~b"),
+        Change("USLT:deud~a", L"Lyrics=a;Title=t", "TIT2^t|USLT:deud~a"),
+        Change(fullDate, L"Year=2004-03-15", fullDate),
+        Change("TYER:2004|TDAT:1503", L"Year=2005", "TYER:2005~"),
+        Change("TIT2:a", L"TagVersion=ID3v2.3", "TIT2:a"),
         // An empty value removes, but leaves a frame that was empty.
-        Row("TIT2:a|" + kPriv, L"Title=", kPriv), Row("TIT2:", L"Title=", "TIT2:"),
+        Change("TIT2:a|" + kPriv, L"Title=", kPriv), Change("TIT2:", L"Title=", "TIT2:"),
         // Frames that cannot be read, though a field is theirs, stay in place until it is set.
-        Row(hidden + kPriv, L"Album=b", "TALB^b|" + hidden + kPriv),
-        Row("W000=x|TIT2[0020]=x|TIT2:a|UFID=u", L"Album=b",
-            "TIT2:a|TALB^b|W000=x|TIT2[0020]=x|UFID=u"),
-        Row(hidden + kPriv, L"Title=b", "TIT2^b|" + kPriv),
+        Change(hidden + kPriv, L"Album=b", "TALB^b|" + hidden + kPriv),
+        Change("W000=x|TIT2[0020]=x|TIT2:a|UFID=u", L"Album=b",
+               "TIT2:a|TALB^b|W000=x|TIT2[0020]=x|UFID=u"),
+        Change(hidden + kPriv, L"Title=b", "TIT2^b|" + kPriv),
         // Compressed, encrypted and grouped frames stay, frames without identifier do not.
-        Row(sealed, L"Title=b", "TIT2^b|" + sealed),
-        Row("XYZ~=x|TT2~:a", L"Album=b", "TIT2:a|TALB^b"),
+        Change(sealed, L"Title=b", "TIT2^b|" + sealed),
+        Change("XYZ~=x|TT2~:a", L"Album=b", "TIT2:a|TALB^b"),
         // A play counter stays with the rating, and without one.
-        Row("POPM=me~\x80~~~\5", L"Rating=6", "POPM=me~\x80~~~\5"),
-        Row("POPM=me~\x80\5|POPM=you~\xFF|POPM=no~~\7", L"Rating=5",
-            kNewRating + "\x60|POPM=no~~\7"),
-        Row("POPM=no~~\7", L"Title=b", "TIT2^b|POPM=no~~\7"),
+        Change("POPM=me~\x80~~~\5", L"Rating=6", "POPM=me~\x80~~~\5"),
+        Change("POPM=me~\x80\5|POPM=you~\xFF|POPM=no~~\7", L"Rating=5",
+               kNewRating + "\x60|POPM=no~~\7"),
+        Change("POPM=no~~\7", L"Title=b", "TIT2^b|POPM=no~~\7"),
         // User text under the name of a field, under decorated and translated names.
-        Row("TXXX:Title~x|TIT2:a", L"Title=x", "TIT2^x"),
-        Row("TXXX:k[1]~a|TXXX:k[2]~b", L"k=a\rc", "TXXX:k[1]~a|TXXX^k^c"),
-        Row("TXXX:ITUNNORM~a", L"ITUNNORM=a", "TXXX:ITUNNORM~a")};
+        Change("TXXX:Title~x|TIT2:a", L"Title=x", "TIT2^x"),
+        Change("TXXX:k[1]~a|TXXX:k[2]~b", L"k=a\rc", "TXXX:k[1]~a|TXXX^k^c"),
+        Change("TXXX:ITUNNORM~a", L"ITUNNORM=a", "TXXX:ITUNNORM~a")};
     for (const auto& [before, list, after] : rows)
         for (const std::string& frames : {before, after}) // doing it again changes nothing
             EXPECT_EQ(After(frames, list, {L"ID3v2EncodeUni"}), Frames(3, after)) << before;
-    const Row once[] = {
-        Row("TPE1:a|TXXX:Artist[2]~x", L"Artist[2]=y", "TPE1:a|TXXX:Artist[2]~x|TXXX^Artist[2]^y"),
-        // A name that reads as another.
-        Row("TXXX:Commentary~a", L"Commentary=b", "COMM^ary^b")};
+    const Change once[] = {Change("TPE1:a|TXXX:Artist[2]~x", L"Artist[2]=y",
+                                  "TPE1:a|TXXX:Artist[2]~x|TXXX^Artist[2]^y"),
+                           // A name that reads as another.
+                           Change("TXXX:Commentary~a", L"Commentary=b", "COMM^ary^b")};
     for (const auto& [before, list, after] : once)
         EXPECT_EQ(After(before, list, {L"ID3v2EncodeUni"}), Frames(3, after)) << before;
-    const Row removals[] = {
-        Row("TIT2:a|TALB:b", L"TITLE=whatever", "TALB:b"), Row(hidden + kPriv, L"Title=", kPriv),
+    const Change removals[] = {
+        Change("TIT2:a|TALB:b", L"TITLE=whatever", "TALB:b"),
+        Change(hidden + kPriv, L"Title=", kPriv),
         // What is not there, internal, or of a decorated name.
-        Row("TIT2:a", L"Album=", "TIT2:a"), Row("TXXX:_x~a", L"_x=", "TXXX:_x~a"),
-        Row("TPE1:a|TXXX:Artist[2]~x", L"Artist[2]=", "TPE1:a|TXXX:Artist[2]~x")};
+        Change("TIT2:a", L"Album=", "TIT2:a"), Change("TXXX:_x~a", L"_x=", "TXXX:_x~a"),
+        Change("TPE1:a|TXXX:Artist[2]~x", L"Artist[2]=", "TPE1:a|TXXX:Artist[2]~x")};
     for (const auto& [before, list, after] : removals)
         EXPECT_EQ(After(before, list, {}, true), Frames(3, after)) << before;
 }
