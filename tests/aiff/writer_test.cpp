@@ -6,7 +6,6 @@
 #include "support/ChunkWalker.h"
 
 #include <gtest/gtest.h>
-#include <limits>
 
 using namespace aiff;
 
@@ -15,7 +14,7 @@ namespace
 
 // A file in memory on a disk of a given size, which nothing is written beyond.
 struct MemoryFile : FileContent {
-    explicit MemoryFile(int64_t size = std::numeric_limits<int64_t>::max()) : room(size) {}
+    explicit MemoryFile(int64_t size = 1 << 20) : room(size) {}
 
     int64_t Size() const override { return std::ssize(bytes); }
     size_t ReadAt(int64_t, std::span<uint8_t>) const override { return 0; } // nobody reads

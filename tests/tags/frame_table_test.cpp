@@ -61,15 +61,12 @@ std::vector<Case> Cases()
     std::istringstream in(kCases);
     for (std::string text; std::getline(in, text, ';');) {
         std::istringstream words(text);
-        Case row;
-        std::string field;
-        words >> row.name22 >> row.id >> row.kind;
+        std::string name22, id, kind, field;
+        words >> name22 >> id >> kind;
         std::getline(words >> std::ws, field);
-        row.field = FromUtf8(field);
-        const size_t letters = std::min(row.kind.find_first_of("234"), row.kind.size());
-        row.revisions = row.kind.substr(letters);
-        row.kind.resize(letters);
-        cases.push_back(row);
+        const size_t letters = std::min(kind.find_first_of("234"), kind.size());
+        cases.push_back(
+            {name22, id, kind.substr(0, letters), kind.substr(letters), FromUtf8(field)});
     }
     return cases;
 }

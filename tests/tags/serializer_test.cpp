@@ -36,11 +36,11 @@ TEST(Serializer, PaddingFillsTheRoomOrStaysSmall)
 
 TEST(Serializer, WritesNothingOfATagThatCannotBeExpressed)
 {
-    t_tag old = TagWith(id3parser::kRevision2, "TIT2:a");
     id3parser::streamOutBuffer out;
-    EXPECT_THROW(old.Write(out, 0, 0, 1), id3parser::writeError);
+    EXPECT_THROW(TagWith(id3parser::kRevision2, "TIT2:a").Write(out, 0, 0, 1),
+                 id3parser::writeError);
     // Padding counts for the size, too.
-    t_tag tag = TagWith(id3parser::kRevision3, "TIT2:a");
+    const t_tag tag = TagWith(id3parser::kRevision3, "TIT2:a");
     EXPECT_THROW(tag.Write(out, (1 << 28) + 64, 1 << 29, 1), id3parser::writeError);
     EXPECT_THROW(tag.Write(out, uint64_t{1} << 33, uint64_t{1} << 33, 1), std::overflow_error);
     EXPECT_EQ(out.bytes, Bytes());

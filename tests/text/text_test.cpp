@@ -57,15 +57,15 @@ TEST(Utf8, EachPolicyTakesItsSequences)
         using Taken = std::pair<uint32_t, size_t>;
         const size_t all = bytes.size();
         const uint32_t raw = 0xDC00u + static_cast<uint8_t>(bytes[0]);
-        const auto taken = [&, &text = bytes](Utf8Policy policy) {
-            return FirstOf(text + "x", policy);
-        };
-        EXPECT_EQ(taken(Utf8Policy::Strict), Taken(strict, strict == kNone ? 0 : all));
-        EXPECT_EQ(taken(Utf8Policy::Extended), Taken(extended, extended == kNone ? 0 : all));
-        EXPECT_EQ(taken(Utf8Policy::RawBytes),
-                  strict == kNone ? Taken(raw, 1) : Taken(strict, all));
+        const Taken strictly(strict, strict == kNone ? 0 : all);
+        EXPECT_EQ(FirstOf(bytes + "x", Utf8Policy::Strict), strictly);
+        EXPECT_EQ(FirstOf(bytes + "x", Utf8Policy::RawBytes),
+                  strict == kNone ? Taken(raw, 1) : strictly);
+        EXPECT_EQ(FirstOf(bytes + "x", Utf8Policy::Extended),
+                  Taken(extended, extended == kNone ? 0 : all));
         for (size_t cut = 0; cut < all; ++cut)
-            EXPECT_EQ(FirstOf(bytes.substr(0, cut), Utf8Policy::Extended), Taken(kNone, 0));
+            EXPECT_EQ(FirstOf(std::string_view(bytes).substr(0, cut), Utf8Policy::Extended),
+                      Taken(kNone, 0));
         if (extended == kNone)
             continue;
         std::string written;
