@@ -1,15 +1,10 @@
 #!/usr/bin/env python3
-"""Holds the includes of src/ against the table of folders in docs/ARCHITECTURE.md.
+"""Holds the includes of src/ of PROJECT_FOLDER against the table in docs/ARCHITECTURE.md: a file
+includes what its row names, of earlier rows; folders with an asterisk are not passed on to those
+who include the row's headers; nothing is named in vain; no two files depend on each other (a
+header and its source count as one)."""
 
-    check_includes.py PROJECT_FOLDER
-
-A row of the table names a folder and the folders that its files may include, all of which
-stand in earlier rows. An entry with an asterisk is not passed on: the folder's sources use
-it, but nobody who includes the folder's headers gets to see it. Fails when a file includes
-what its row does not name, when a row names what no file includes, when a folder has no row,
-and when two files depend on each other (a header and its source count as one).
-"""
-
+import graphlib
 import os
 import re
 import sys
@@ -21,26 +16,17 @@ source_root = project / "src"
 problems = []
 
 
-def read_table():
-    """Folder -> (allowed folders, those not passed on), in the order of the rows."""
-    rows = {}
-    for line in (project / "docs/ARCHITECTURE.md").read_text().splitlines():
-        match = re.match(r"\| `src/([\w/]+)` \|([^|]*)\|", line)
-        if not match:
-            continue
-        entries = re.findall(r"`([\w/]+)`(\*?)", match[2])
-        for folder, _ in entries:
-            if folder != "include" and folder not in rows:
-                problems.append(f"table: {match[1]} names {folder}, which is no earlier row")
-        rows[match[1]] = ({f for f, _ in entries}, {f for f, mark in entries if mark})
-    return rows
-
-
 def folder_of(file):
     return os.path.dirname(file) or "include"
 
 
-rows = read_table()
+rows = {}  # folder -> (allowed folders, those not passed on)
+table = (project / "docs/ARCHITECTURE.md").read_text()
+for row, cells in re.findall(r"^\| `src/([\w/]+)` \|([^|]*)\|", table, re.M):
+    entries = re.findall(r"`([\w/]+)`(\*?)", cells)
+    problems += [f"table: {row} names {folder}, which is no earlier row"
+                 for folder, _ in entries if folder != "include" and folder not in rows]
+    rows[row] = ({f for f, _ in entries}, {f for f, mark in entries if mark})
 files = sorted(str(path.relative_to(source_root)) for path in source_root.rglob("*")
                if path.suffix in (".h", ".cpp"))
 includes = {file: re.findall(r'^#include "([^"]+)"', (source_root / file).read_text(), re.M)
@@ -72,13 +58,10 @@ def seen_from(file, seen):
     return seen
 
 
-hidden = {folder: kept for folder, (_, kept) in rows.items() if kept}
 for file in files:
-    folder = folder_of(file)
-    for keeper, kept in hidden.items():
-        if keeper in rows.get(folder, (set(), set()))[0]:
-            problems += [f"{file}: sees {target} through {keeper}"
-                         for target in sorted(seen_from(file, set())) if folder_of(target) in kept]
+    for keeper in rows.get(folder_of(file), (set(), set()))[0] & rows.keys():
+        problems += [f"{file}: sees {target} through {keeper}"
+                     for target in seen_from(file, set()) if folder_of(target) in rows[keeper][1]]
 
 units = defaultdict(set)
 for file in files:
@@ -86,18 +69,10 @@ for file in files:
     units[unit] |= {target.rsplit(".", 1)[0] for target in includes[file]} - {unit}
 
 
-def find_cycle(unit, path, done):
-    if unit in path:
-        problems.append("cycle: " + " -> ".join(path[path.index(unit):] + [unit]))
-    elif unit not in done:
-        for target in sorted(units[unit]):
-            find_cycle(target, path + [unit], done)
-        done.add(unit)
-
-
-finished = set()
-for unit in sorted(list(units)):
-    find_cycle(unit, [], finished)
+try:
+    graphlib.TopologicalSorter(units).prepare()
+except graphlib.CycleError as error:
+    problems.append("cycle: " + " -> ".join(error.args[1]))
 
 print("\n".join(problems) or f"{len(files)} files of {len(rows)} folders include what they may")
 sys.exit(1 if problems else 0)
