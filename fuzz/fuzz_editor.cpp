@@ -164,13 +164,16 @@ std::vector<Bytes> Seeds()
         "TIT2:Old|PRIV=own\0bytes|TPE1:|TPE2:a/b|TYER:2004|TDAT:1503|TCON:(17)|COMM:engx\0y|"
         "USLT:eng\0|TXXX:k\0|POPM=a\0\x40|WXXX:\0http://b|APIC:image/png\0\3\0\x89PNG"s;
     const Bytes padded = TagOf(4, Frames(4, notes) + std::string(20, '\0'));
-    std::vector<Layout> layouts = EditableLayouts();
-    layouts.push_back(Make("", {kCommon, kSound, {"ID3 ", Tag(3, notes)}}));
-    layouts.push_back(Make("", {{"ID3 ", padded}, kSound}));
+    AiffBuilder last, first;
+    last.Chunk("COMM", kCommon.data).Chunk("SSND", kSound.data).Chunk("ID3 ", Tag(3, notes));
+    first.Chunk("ID3 ", padded).Chunk("SSND", kSound.data);
+    std::vector<Bytes> files = {last, first};
+    for (const Layout& layout : EditableLayouts())
+        files.push_back(layout.file);
     std::vector<Bytes> seeds;
-    for (const Layout& layout : layouts)
+    for (const Bytes& file : files)
         for (uint8_t choice = 0; choice < kChoices; ++choice)
-            seeds.push_back(Join({{choice}, layout.file}));
+            seeds.push_back(Join({{choice}, file}));
     return seeds;
 }
 

@@ -50,10 +50,8 @@ public:
         if (m_kind != Edit::Set)
             return m_plugin.DeleteATag(m_host.handle, m_path.c_str(),
                                        m_kind == Edit::DeleteAll ? nullptr : m_names.c_str());
-        STQvCodecGetSet record = {};
-        record.pText1 = m_path.c_str();
-        record.pData = m_blob.data();
-        record.nDataSize = static_cast<int32_t>(m_blob.size());
+        const auto size = static_cast<int32_t>(m_blob.size());
+        STQvCodecGetSet record = {0, size, 0, 0, m_path.c_str(), nullptr, 0, m_blob.data()};
         return m_plugin.Set(m_host.handle, QV_KEY_ID_TAGS, &record);
     }
 
@@ -61,8 +59,7 @@ private:
     const Plugin& m_plugin;
     Edit::Kind m_kind;
     Instance m_host;
-    std::wstring m_path;
-    std::wstring m_names;
+    std::wstring m_path, m_names;
     Bytes m_blob;
 };
 
@@ -88,14 +85,13 @@ inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Byt
     const XStr cover = ValueOf(edit.items, kCover);
     if (others != layout.others)
         return "other chunks were changed";
-    if (tags != (edit.kind == Edit::DeleteAll ? 0u : 1u))
+    const bool keepsTag = edit.kind != Edit::DeleteAll;
+    if (tags != size_t{keepsTag})
         return std::to_string(tags) + " tag chunks";
-    if (edit.kind != Edit::DeleteAll && layout.hasForeign &&
-        S(file).find(kForeignFrame) == std::string::npos)
+    if (keepsTag && layout.hasForeign && S(file).find(kForeignFrame) == std::string::npos)
         return "a frame is lost";
-    return S(file).find(std::string(cover.begin(), cover.end())) == std::string::npos
-               ? "the picture is not there as it was given"
-               : "";
+    const bool isShown = S(file).find(std::string(cover.begin(), cover.end())) != std::string::npos;
+    return isShown ? "" : "the picture is not there as it was given";
 }
 
 // Empty when reading gives what was set, and not what was deleted.

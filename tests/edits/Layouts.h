@@ -4,12 +4,14 @@
 #include "support/ChunkWalker.h"
 #include "tags/TagBuilder.h"
 
+#include <map>
+
 using namespace aiff;
 
 using Chunk = WalkedChunk;
 
 struct Layout {
-    std::string name;
+    std::string name; // its notation
     Bytes file;
     std::vector<Chunk> others; // all chunks but the tags, which every edit keeps
     std::string title;         // that reading shows
@@ -56,10 +58,29 @@ inline Chunk TagChunk(const std::string& title, size_t padding = 0, size_t claim
 
 inline const Chunk kCommon{"COMM", Join({Big(1, 2), Big(500, 4), Big(16, 2), Extended(44100)})};
 inline const Chunk kSound{"SSND", Join({Bytes(8), Noise(1000)})};
-inline const Chunk kOddSound{"SSND", Join({Bytes(8), Noise(999)})};
-inline const Chunk kMarks{"MARK", Text("odd")};
-inline const Chunk kNoTag{"ID3 ", {}};
-inline const Chunk kTag = TagChunk("Old"), kOddTag = TagChunk("Old", 1);
+inline const Chunk kTag = TagChunk("Old");
+
+// The letters of chunks in the notation of layouts.
+inline const std::map<char, Chunk> kLetters = {
+    {'C', kCommon},
+    {'S', kSound},
+    {'s', {"SSND", Join({Bytes(8), Noise(999)})}},
+    {'Z', {"SSND", Bytes(8)}}, // empty
+    {'0', {"SSND", {}}},
+    {'M', {"MARK", Text("odd")}},
+    {'T', kTag},
+    {'t', TagChunk("Old", 1)}, // of an odd size
+    {'p', TagChunk("Old", 169)},
+    {'P', TagChunk("Old", 600)},
+    {'B', TagChunk("B")}, // a second tag
+    {'b', TagChunk("B", 1)},
+    {'l', {"id3 ", kTag.data}},
+    {'L', TagChunk("Old", 0, 40)}, // larger than its chunk
+    {'E', {"ID3 ", {}}},
+    {'N', {"ID3 ", Noise(77)}}, // no tag
+    {'k', {"ID3 ", Join({kTag.data, Noise(33)})}},
+    {'K', {"ID3 ", Join({kTag.data, Noise(34)})}},
+};
 
 inline void PutSize(Bytes& file, size_t position, size_t size)
 {
@@ -67,111 +88,77 @@ inline void PutSize(Bytes& file, size_t position, size_t size)
     std::copy(bytes.begin(), bytes.end(), file.begin() + static_cast<ptrdiff_t>(position));
 }
 
-// What is irregular about a file.
-struct Oddity {
-    size_t cut = 0;                       // bytes missing at the end
-    Bytes tail = {};                      // bytes after the form
-    int formBy = 0;                       // how much the size of the form is off
-    std::optional<size_t> form = {};      // the size of the form
-    std::optional<size_t> firstSize = {}; // that of the first chunk
-    enum { Shown, Unread, Hidden } tags = Shown;
-};
-
-inline Layout Make(const std::string& name, const std::vector<Chunk>& chunks,
-                   const Oddity& odd = {})
+// A file of the chunks whose letters are given, with oddities in this order: "form" and
+// "first", the sizes that the form (+ or -: relative) and the first chunk claim; "cut", bytes
+// missing at the end; "junk" and "noise", bytes after the form; "drop", the position of a lost
+// byte; "tag", which reading cannot see ("unread"), or the index neither ("hidden").
+inline Layout Make(const std::string& notation)
 {
-    Layout layout{name, {}, {}, "", false, false};
+    std::istringstream in(notation);
+    std::string word, value;
+    in >> word;
+    Layout layout{notation, {}, {}, "", false, false};
     AiffBuilder builder;
-    for (const Chunk& chunk : chunks) {
+    for (const char letter : word) {
+        const Chunk& chunk = kLetters.at(letter);
         builder.Chunk(chunk.code, chunk.data);
         if (!chunk.IsTag())
             layout.others.push_back(chunk);
         layout.hasTag = layout.hasTag || (chunk.IsTag() && !chunk.data.empty());
     }
-    layout.hasForeign = layout.hasTag && odd.tags != Oddity::Unread;
-    layout.title = layout.hasTag && odd.tags == Oddity::Shown ? "Old" : "";
-    layout.hasTag = layout.hasTag && odd.tags != Oddity::Hidden;
+    layout.hasForeign = layout.hasTag;
+    layout.title = layout.hasTag ? "Old" : "";
+    const Chunk& last = kLetters.at(word.back());
     Bytes& file = layout.file = builder.Build();
-    PutSize(file, 4, odd.form.value_or(Number(file, 4) + static_cast<size_t>(odd.formBy)));
-    PutSize(file, 16, odd.firstSize.value_or(Number(file, 16)));
-    file.resize(file.size() - odd.cut);
-    Append(file, odd.tail);
-    if (const size_t pad = chunks.back().data.size() % 2; odd.cut > pad && !chunks.back().IsTag())
-        layout.others.back().data.resize(chunks.back().data.size() + pad - odd.cut);
+    while (in >> word >> value) {
+        const size_t number = static_cast<size_t>(std::atol(value.c_str()));
+        const size_t pad = last.data.size() % 2;
+        if (word == "form")
+            PutSize(file, 4, std::isdigit(value[0]) != 0 ? number : Number(file, 4) + number);
+        else if (word == "first")
+            PutSize(file, 16, number);
+        else if (word == "cut")
+            file.resize(file.size() - number);
+        else if (word == "junk")
+            Append(file, Text(std::string("junk that is no chunk").substr(0, number)));
+        else if (word == "noise")
+            Append(file, Noise(number));
+        else if (word == "drop")
+            file.erase(file.begin() + static_cast<ptrdiff_t>(number));
+        else
+            layout.title.clear();
+        if (word == "cut" && number > pad && !last.IsTag())
+            layout.others.back().data.resize(last.data.size() + pad - number);
+        layout.hasForeign = layout.hasForeign && value != "unread";
+        layout.hasTag = layout.hasTag && value != "hidden";
+    }
     return layout;
+}
+
+inline std::vector<Layout> MakeAll(const char* notations)
+{
+    std::vector<Layout> layouts;
+    std::istringstream in(notations);
+    for (std::string notation; std::getline(in, notation, ';');)
+        layouts.push_back(Make(notation));
+    return layouts;
 }
 
 inline std::vector<Layout> EditableLayouts()
 {
-    const Chunk padded = TagChunk("Old", 600), second = TagChunk("B"), oddSecond = TagChunk("B", 1);
-    return {
-        Make("no tag", {kCommon, kSound}),
-        Make("no tag, odd sound", {kCommon, kOddSound}),
-        Make("no tag, final pad byte missing", {kCommon, kOddSound}, {.cut = 1}),
-        Make("no tag, final pad byte missing and not counted", {kCommon, kOddSound},
-             {.cut = 1, .formBy = -1}),
-        Make("tag last", {kCommon, kSound, kTag}),
-        Make("odd tag last", {kCommon, kSound, kOddTag}),
-        Make("odd tag last, pad byte missing", {kCommon, kSound, kOddTag}, {.cut = 1}),
-        Make("tag first", {kTag, kCommon, kSound, kMarks}),
-        Make("odd tag first", {kOddTag, kCommon, kOddSound}),
-        Make("padded tag first", {padded, kCommon, kSound}),
-        Make("odd padded tag of 255 bytes first", {TagChunk("Old", 169), kCommon, kSound}),
-        Make("tag between", {kCommon, kOddTag, kMarks, kSound, kMarks}),
-        Make("tag after the sound", {kCommon, kOddSound, kTag, kMarks}),
-        Make("slack in a first chunk", {{"ID3 ", Join({kTag.data, Noise(33)})}, kCommon, kSound}),
-        Make("slack in a last chunk", {kCommon, kSound, {"ID3 ", Join({kTag.data, Noise(34)})}}),
-        Make("tags around the sound", {kOddTag, kCommon, kSound, oddSecond}),
-        Make("two tags last", {kCommon, kSound, kOddTag, second}),
-        Make("four tags", {kOddTag, kCommon, kTag, kSound, kNoTag, kMarks, oddSecond}),
-        Make("stray bytes", {kCommon, kSound, kTag}, {.tail = Text("stray rest")}),
-        Make("odd stray bytes without tag", {kCommon, kSound}, {.tail = Text("stray")}),
-        Make("lower-case tag", {kCommon, kSound, {"id3 ", kTag.data}}),
-        Make("empty tag chunk", {kCommon, kSound, kNoTag}),
-        Make("empty tag chunk first", {kNoTag, kCommon, kSound, kTag}),
-        Make("form ends before the tag", {kCommon, kSound, kTag},
-             {.form = 4 + 26 + 1016, .tags = Oddity::Hidden}),
-        Make("form of size 0", {kCommon, kSound, kMarks}, {.form = 0}),
-        Make("form of odd size", {kCommon, kOddSound, kTag}, {.formBy = -1}),
-        Make("form too large", {kCommon, kSound, kTag}, {.formBy = 1001}),
-        Make("form cuts the sound", {kCommon, kSound, kTag}, {.form = 500, .tags = Oddity::Hidden}),
-        Make("sound cut off", {kCommon, kSound}, {.cut = 101}),
-        Make("sound cut off after a tag", {padded, kCommon, kSound}, {.cut = 600}),
-        Make("tag cut off", {kCommon, kSound, kTag}, {.cut = 20, .tags = Oddity::Unread}),
-        Make("tag larger than its last chunk", {kCommon, kSound, TagChunk("Old", 0, 40)},
-             {.tags = Oddity::Unread}),
-        Make("tag larger than its first chunk", {TagChunk("Old", 0, 40), kCommon, kSound},
-             {.tags = Oddity::Unread}),
-        Make("tag chunk without a tag", {{"ID3 ", Noise(77)}, kCommon, kSound},
-             {.tags = Oddity::Unread}),
-        Make("no sound", {kCommon, kTag}),
-        Make("no sound, no tag", {kCommon}),
-        Make("empty sound", {kCommon, {"SSND", Bytes(8)}, kTag}),
-    };
+    return MakeAll("CS;Cs;Cs cut 1;Cs form -1 cut 1;CST;CSt;CSt cut 1;TCSM;tCs;PCS;pCS;CtMSM;CsTM;"
+                   "kCS;CSK;tCSb;CStB;tCTSEMb;CST junk 10;CS junk 5;CSl;CSE;ECST;"
+                   "CST form 1046 tag hidden;CSM form 0;CsT form -1;CST form +1001;"
+                   "CST form 500 tag hidden;CS cut 101;PCS cut 600;CST cut 20 tag unread;"
+                   "CSL tag unread;LCS tag unread;NCS tag unread;CT;C;CZT");
 }
 
-// What an edit cannot know well enough to be sure that it loses nothing. The first are
-// recordings that were stopped: no chunk header covers their samples.
+// What an edit cannot know well enough to be sure that it loses nothing: a lost pad byte,
+// recordings that were stopped (no chunk header covers their samples), a form that cuts the
+// sound before junk, and first chunks that swallow the sound or more than the file.
 inline std::vector<Layout> RefusedLayouts()
 {
-    const Chunk started{"SSND", Bytes(8)};
-    Layout lost = Make("pad byte missing", {kCommon, kMarks, kSound, kTag},
-                       {.formBy = -1, .tags = Oddity::Hidden});
-    lost.file.erase(lost.file.begin() + 12 + 26 + 11);
-    return {
-        lost,
-        Make("sizes of 0", {kCommon, {"SSND", {}}}, {.tail = Noise(4000), .form = 0}),
-        Make("header of the start", {kCommon, started}, {.tail = Noise(4000), .form = 46}),
-        Make("recording after a tag", {kTag, kCommon, started}, {.tail = Noise(4000)}),
-        Make("form cuts the sound before junk", {kCommon, kSound, kTag},
-             {.tail = Text("junk that is no chunk"), .form = 500, .tags = Oddity::Hidden}),
-        Make("common chunk swallows the sound", {kCommon, kSound, kTag},
-             {.firstSize = 26 + 1008 + kTag.data.size(), .tags = Oddity::Hidden}),
-        Make("common chunk swallows more than the file", {kCommon, kSound, kTag},
-             {.firstSize = 1 << 20, .tags = Oddity::Hidden}),
-        Make("tag chunk swallows the sound", {kTag, kCommon, kSound},
-             {.firstSize = kTag.data.size() + 26 + 1016}),
-        Make("tag chunk swallows more than the file", {kTag, kCommon, kSound},
-             {.firstSize = 1 << 20}),
-    };
+    return MakeAll("CMST form -1 drop 49 tag hidden;C0 form 0 noise 4000;CZ form 46 noise 4000;"
+                   "TCZ noise 4000;CST form 500 junk 21 tag hidden;CST first 1120 tag hidden;"
+                   "CST first 1048576 tag hidden;TCS first 1128;TCS first 1048576");
 }

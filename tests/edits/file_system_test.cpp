@@ -15,9 +15,18 @@ namespace
 class FileTest : public PluginTest
 {
 protected:
-    const Layout first = Make("", {kTag, kCommon, kSound});
-    const Layout last = Make("", {kCommon, kSound, kTag});
+    struct stat Status() const
+    {
+        struct stat status = {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0);
+        return status;
+    }
+    bool Says(const std::string& part) { return report.Take(kError).find(part) != part.npos; }
+
+    const Layout first = Make("TCS");
+    const Layout last = Make("CST");
     const Edit set = AllEdits()[0];
+    const std::string path = dir.Path("a.aiff");
 };
 
 // Runs a function in a process of another user; what it returns.
@@ -34,23 +43,19 @@ int AsNobody(Body&& body)
 
 TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
 {
-    const std::string path = dir.Write("a.aiff", first.file);
+    File(first.file);
     const std::string link = dir.Path("link.aiff");
     std::filesystem::create_symlink("a.aiff", link);
     const bool isRoot = geteuid() == 0;
     ASSERT_TRUE(!isRoot || chown(path.c_str(), 12345, 23456) == 0);
     ASSERT_EQ(chmod(path.c_str(), 0640), 0);
     const bool hasAttributes = setxattr(path.c_str(), "user.mark", "green", 5, 0) == 0;
-    struct stat before = {};
-    struct stat after = {};
-    ASSERT_EQ(stat(path.c_str(), &before), 0);
-
+    const struct stat before = Status();
     EXPECT_EQ(ApplyEdit(plugin, link, set), 1);
-    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    const struct stat after = Status();
     EXPECT_NE(after.st_ino, before.st_ino) << "was not replaced";
-    EXPECT_EQ(after.st_mode, before.st_mode);
-    EXPECT_EQ(after.st_uid, before.st_uid);
-    EXPECT_EQ(after.st_gid, before.st_gid);
+    EXPECT_EQ(std::tie(after.st_mode, after.st_uid, after.st_gid),
+              std::tie(before.st_mode, before.st_uid, before.st_gid));
     std::array<char, 8> value = {};
     if (hasAttributes)
         EXPECT_EQ(getxattr(path.c_str(), "user.mark", value.data(), value.size()), 5);
@@ -61,14 +66,11 @@ TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
 
 TEST_F(FileTest, EditAtTheEndKeepsTheFile)
 {
-    for (const Layout& layout : {last, Make("", {kCommon, kSound, kTag, TagChunk("B", 1)})}) {
-        const std::string path = dir.Write("a.aiff", layout.file);
-        struct stat before = {};
-        struct stat after = {};
-        ASSERT_EQ(stat(path.c_str(), &before), 0);
+    for (const Layout& layout : {last, Make("CSTb")}) {
+        File(layout.file);
+        const ino_t before = Status().st_ino;
         EXPECT_EQ(ApplyEdit(plugin, path, set), 1);
-        ASSERT_EQ(stat(path.c_str(), &after), 0);
-        EXPECT_EQ(after.st_ino, before.st_ino);
+        EXPECT_EQ(Status().st_ino, before);
     }
 }
 
@@ -76,16 +78,16 @@ TEST_F(FileTest, UserWhoMayNotWriteIsRefused)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "needs to be root to become somebody else";
-    const std::string path = dir.Write("a.aiff", first.file);
+    File(first.file);
     ASSERT_EQ(chmod(dir.Path("").c_str(), 0755), 0);
     ASSERT_EQ(chmod(path.c_str(), 0644), 0);
     const auto edit = [&] { return ApplyEdit(plugin, path, set, &report); };
     EXPECT_EQ(AsNobody(edit), 0);
-    EXPECT_NE(report.Take(kError).find("Error opening file"), std::string::npos);
+    EXPECT_TRUE(Says("Error opening file"));
     // A file that may be written in a folder that may not.
     ASSERT_EQ(chmod(path.c_str(), 0666), 0);
     EXPECT_EQ(AsNobody(edit), 0);
-    EXPECT_NE(report.Take(kError).find("Permission denied"), std::string::npos);
+    EXPECT_TRUE(Says("Permission denied"));
     EXPECT_EQ(ReadFile(path), first.file);
     // One whose owner cannot be kept.
     ASSERT_EQ(chmod(dir.Path("").c_str(), 0777), 0);
@@ -93,18 +95,18 @@ TEST_F(FileTest, UserWhoMayNotWriteIsRefused)
     EXPECT_EQ(ReadFile(path), first.file);
     EXPECT_EQ(FilesIn(dir), 1);
     // Control: at the end of the file neither is needed.
-    (void)dir.Write("a.aiff", last.file);
+    File(last.file);
     ASSERT_EQ(chmod(path.c_str(), 0666), 0);
     EXPECT_EQ(AsNobody(edit), 1);
 }
 
 TEST_F(FileTest, SecondWriterFailsAtOnceAndReadersGoOn)
 {
-    const std::string path = dir.Write("a.aiff", last.file);
+    File(last.file);
     const int other = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(flock(other, LOCK_EX), 0);
     EXPECT_EQ(ApplyEdit(plugin, path, set, &report), 0);
-    EXPECT_NE(report.Take(kError).find("check no other program has it open"), std::string::npos);
+    EXPECT_TRUE(Says("check no other program has it open"));
     EXPECT_EQ(ReadFile(path), last.file);
     EXPECT_EQ(ValueOf(ReadTags(plugin, path), L"Title"), L"Old");
     close(other);
@@ -117,18 +119,15 @@ TEST_F(FileTest, DecodingGoesOnWhileTheFileIsEdited)
 {
     for (const Layout& layout : {first, last})
         for (const bool same : {true, false}) {
-            const std::string path = dir.Write("a.aiff", layout.file);
-            Instance host(plugin);
-            Instance other(plugin);
-            ASSERT_EQ(host.Open(path, 1 + 8), 1);
-            ASSERT_EQ(host.Seek(3), 1);
-            const std::wstring wide = Wide(path);
-            EXPECT_EQ(plugin.DeleteATag((same ? host : other).handle, wide.c_str(), nullptr), 1);
-            EXPECT_EQ(host.Rest(),
-                      HostOrder(Bytes(kSound.data.begin() + 14, kSound.data.end()), 16));
+            File(layout.file);
+            Instance host(plugin), other(plugin);
+            ASSERT_TRUE(host.Open(path, 1 + 8) == 1 && host.Seek(3) == 1);
+            const Bytes sound = HostOrder({kSound.data.begin() + 8, kSound.data.end()}, 16);
+            void* const handle = (same ? host : other).handle;
+            EXPECT_EQ(plugin.DeleteATag(handle, Wide(path).c_str(), nullptr), 1);
+            EXPECT_EQ(host.Rest(), Bytes(sound.begin() + 6, sound.end()));
             ASSERT_EQ(host.Seek(0), 1);
-            EXPECT_EQ(host.Rest(),
-                      HostOrder(Bytes(kSound.data.begin() + 8, kSound.data.end()), 16));
+            EXPECT_EQ(host.Rest(), sound);
             EXPECT_EQ(ReadTags(plugin, path).Count(), 0);
         }
 }
@@ -136,17 +135,17 @@ TEST_F(FileTest, DecodingGoesOnWhileTheFileIsEdited)
 TEST_F(FileTest, FileCannotGrowBeyondFourGibibytes)
 {
     constexpr int64_t kSize = (int64_t{1} << 32) - 100000;
-    Bytes head = AiffBuilder().Chunk(kCommon.code, kCommon.data).Ssnd({}).Build();
+    Bytes head = Make("CZ").file;
     PutSize(head, 4, static_cast<size_t>(kSize - 8));
     PutSize(head, 12 + 26 + 4, static_cast<size_t>(kSize - 12 - 26 - 8));
-    const std::string path = dir.Write("a.aiff", head);
+    File(head);
     if (truncate(path.c_str(), kSize) != 0)
         GTEST_SKIP() << "no sparse file of 4 GiB here";
     const auto edit = [&](size_t pictureSize) {
         return Edit{"", Edit::Set, WithCover(Bytes(pictureSize, 'p'))};
     };
     EXPECT_EQ(ApplyEdit(plugin, path, edit(150000), &report), 0);
-    EXPECT_NE(report.Take(kError).find("4 GiB"), std::string::npos);
+    EXPECT_TRUE(Says("4 GiB"));
     std::ifstream file(path, std::ios::binary);
     Bytes now(head.size());
     file.read(reinterpret_cast<char*>(now.data()), std::ssize(now));

@@ -14,8 +14,7 @@ std::vector<int32_t> SoundOf(const Layout& layout)
     std::vector<int32_t> samples;
     for (const Chunk& chunk : layout.others)
         for (size_t at = 8; chunk.code == "SSND" && at + 1 < chunk.data.size(); at += 2)
-            samples.push_back(static_cast<int32_t>(uint32_t{chunk.data[at]} << 24 |
-                                                   uint32_t{chunk.data[at + 1]} << 16));
+            samples.push_back(chunk.data[at] << 24 | chunk.data[at + 1] << 16);
     return samples;
 }
 
@@ -24,8 +23,7 @@ std::vector<std::string> LinesOf(const std::string& command)
 {
     std::vector<std::string> lines;
     FILE* const output = popen(command.c_str(), "r");
-    char line[256];
-    while (output != nullptr && fgets(line, sizeof line, output) != nullptr)
+    for (char line[256]; output != nullptr && fgets(line, sizeof line, output) != nullptr;)
         lines.emplace_back(line, strcspn(line, "\n"));
     return output != nullptr && pclose(output) == 0 ? lines : std::vector<std::string>();
 }
@@ -38,7 +36,7 @@ TEST_F(LayoutTest, EditsKeepEverythingElseAndMutagenReadsThem)
     for (const Layout& layout : EditableLayouts())
         for (const Edit& edit : AllEdits()) {
             SCOPED_TRACE(layout.name + ": " + edit.name);
-            const std::string path = dir.Write("a.aiff", layout.file);
+            const std::string path = File(layout.file);
             EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
             const Bytes bytes = ReadFile(path);
             EXPECT_EQ(WhatIsWrong(layout, edit, bytes), "");
@@ -54,7 +52,7 @@ TEST_F(LayoutTest, EditsKeepEverythingElseAndMutagenReadsThem)
             // Once more: nothing is left to be done.
             EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
             EXPECT_EQ(ReadFile(path), bytes);
-            if (layout.name == "lower-case tag")
+            if (layout.name == "CSl")
                 continue; // mutagen knows "ID3 " alone
             names.push_back(layout.name + ": " + edit.name);
             files += " " + edited.Write(std::to_string(names.size()), bytes);
@@ -78,7 +76,7 @@ TEST_F(LayoutTest, RefusedEditsLeaveTheFileAndSayWhy)
     for (const Layout& layout : RefusedLayouts())
         for (const Edit& edit : AllEdits()) {
             SCOPED_TRACE(layout.name + ": " + edit.name);
-            const std::string path = dir.Write("a.aiff", layout.file);
+            const std::string path = File(layout.file);
             (void)report.Take(kError);
             const int32_t result = ApplyEdit(plugin, path, edit, &report);
             EXPECT_EQ(ReadFile(path), layout.file);
@@ -100,7 +98,7 @@ TEST_F(LayoutTest, RealFilesAreEditedOrRefusedWhole)
             continue;
         SCOPED_TRACE(entry.path().filename().string());
         const bool isRefused = entry.path().filename() == "padded24b.aif";
-        const std::string path = dir.Write("a.aiff", before);
+        const std::string path = File(before);
         const auto sound = [&] {
             Instance host(plugin);
             return host.Open(path, 1) == 1 ? host.Rest() : Bytes();

@@ -12,28 +12,20 @@ using MeasureTest = PluginTest;
 
 const Edit kTitle{"title", Edit::Set, ListOf(L"Title=Another")};
 
-Bytes PictureTag(size_t size)
+Bytes TaggedFile(size_t soundSize, size_t pictureSize)
 {
-    const std::string picture(size, 'p');
-    return Tag(3, "TIT2:Old|APIC:image/png\0\3\0"s + picture);
-}
-
-// A file of many bytes with its tag last, made without holding it twice.
-Bytes TaggedFile(size_t soundSize, const Bytes& tag)
-{
-    return AiffBuilder().Comm(1, 16, 44100).Ssnd(Noise(soundSize)).Chunk("ID3 ", tag).Build();
+    const std::string frames = "TIT2:Old|APIC:image/png\0\3\0"s + std::string(pictureSize, 'p');
+    return AiffBuilder().Comm(1, 16, 44100).Ssnd(Noise(soundSize)).Chunk("ID3 ", Tag(3, frames));
 }
 
 TEST_F(MeasureTest, ChangedFieldWritesNoMoreThanTheTag)
 {
-    const Bytes tag = PictureTag(30000);
-    const std::string path = dir.Write("a.aiff", TaggedFile(5000000, tag));
+    const std::string path = File(TaggedFile(5000000, 30000));
     const EditCall edit(plugin, path, kTitle);
     SystemCalls::Start();
     EXPECT_EQ(edit(), 1);
-    const SystemCalls::Counts counts = SystemCalls::Stop();
-    EXPECT_GT(counts.written, 0);
-    EXPECT_LT(counts.written, std::ssize(tag) + 4096);
+    const int64_t written = SystemCalls::Stop().written;
+    EXPECT_TRUE(written > 0 && written < 34200) << written;
     // The same list once more: nothing.
     SystemCalls::Start();
     EXPECT_EQ(edit(), 1);
@@ -42,7 +34,7 @@ TEST_F(MeasureTest, ChangedFieldWritesNoMoreThanTheTag)
 
 TEST_F(MeasureTest, OpeningATaggedFileTakesFewSystemCalls)
 {
-    const std::string path = dir.Write("a.aiff", TaggedFile(2000, PictureTag(30000)));
+    const std::string path = File(TaggedFile(2000, 30000));
     Instance host(plugin);
     SystemCalls::Start();
     host.Open(path, 1 + 8 + 16);
@@ -80,10 +72,9 @@ TEST_F(MeasureTest, MemoryIsBoundedByTheSizeOfTheTag)
     GTEST_SKIP() << "a sanitizer needs memory of its own";
 #endif
     constexpr size_t kSize = 40'000'000; // more than the allocator keeps
-    const std::string path = dir.Write("a.aiff", TaggedFile(2000, PictureTag(kSize)));
-    const Edit picture{"", Edit::Set, WithCover(Noise(kSize, 9))};
+    const std::string path = File(TaggedFile(2000, kSize));
     const EditCall setTitle(plugin, path, kTitle);
-    const EditCall setPicture(plugin, path, picture);
+    const EditCall setPicture(plugin, path, {"", Edit::Set, WithCover(Noise(kSize, 9))});
     Instance host(plugin);
     const std::pair<const char*, int64_t> peaks[] = {
         {"read", PeakOf([&] { EXPECT_EQ(host.Open(path, QV_OPEN_READ_TAGS), 1); })},
