@@ -90,11 +90,7 @@ TEST(Convert, NamesFileAndReasonAndGoesOnWithTheOthers)
 {
     const std::string good = Str(Aiff(2, 16, Noise(400)));
     const std::tuple<std::string, std::string, std::string> cases[] = {
-        {"0.aiff",
-         "RI\x1B"
-         "F" +
-             good.substr(4),
-         "is not an AIFF file (it begins with \"RI?F\")"},
+        {"0.aiff", "RI\033F" + good.substr(4), "is not an AIFF file (it begins with \"RI?F\")"},
         {"1.aiff", "", "is empty"},
         {"2.aiff", "FORM", "is too short to be an AIFF file"},
         {"3.aiff", good.substr(0, 38), "holds no sound data"},

@@ -1,11 +1,6 @@
 // aiffconv encode, and what it shares with convert; independent readers are the judges.
 
-#include "HostHarness.h"
-
-#include <fileref.h>
-#include <flacfile.h>
-#include <id3v2tag.h>
-#include <tpropertymap.h>
+#include "TagReaders.h"
 
 namespace
 {
@@ -77,46 +72,31 @@ TEST(Encode, ChunksOfAnAiffFileStayWhereTheyStood)
     EXPECT_EQ(Values(place, "out.aiff").size(), 2 * 776u);
 }
 
-TEST(Encode, TagsAndPicturesComeAlong)
+TEST(Encode, TagsComeAlong)
 {
     const Workplace place;
     WriteSound(place.Path("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 2, 100);
-    const std::string picture = "\x89PNG\r\n\x1a\n-a picture-";
-    const std::tuple<const char*, const char*, const char*> fields[] = {
-        {"TITLE", "Ämne", "Ämne"},
-        {"ARTIST", "One|AC/DC", "One|AC/DC"},
-        {"DATE", "2004-03-15", "2004-03-15"},
-        {"TRACKNUMBER", "3", "3/12"},
-        {"TRACKTOTAL", "12", ""},
-        {"MY FIELD", "mine", "mine"}};
+    Map fields = {{"TITLE", "Ämne"},    {"ARTIST", "One|AC/DC"}, {"DATE", "2004-03-15"},
+                  {"TRACKNUMBER", "3"}, {"TRACKTOTAL", "12"},    {"MY FIELD", "mine"}};
     {
-        TagLib::FLAC::File flac(place.Path("in.flac").c_str());
+        FlacTags flac(place, "in.flac");
         TagLib::PropertyMap tags;
-        for (const auto& [property, value, inAiff] : fields)
-            tags[property] = TagLib::String(value, TagLib::String::UTF8).split("|");
+        for (const auto& [name, value] : fields)
+            tags[name] = TagLib::String(value, TagLib::String::UTF8).split("|");
         flac.setProperties(tags);
-        auto* image = new TagLib::FLAC::Picture;
-        image->setType(TagLib::FLAC::Picture::BackCover);
-        image->setMimeType("image/png");
-        image->setData(TagLib::ByteVector(picture.data(), static_cast<unsigned>(picture.size())));
-        flac.addPicture(image);
         ASSERT_TRUE(flac.save());
     }
     place.Run("@ encode in.flac -o out.aiff && @ check out.aiff");
-    const TagLib::FileRef read(place.Path("out.aiff").c_str());
-    TagLib::PropertyMap tags = read.file()->properties();
-    for (const auto& [property, value, inAiff] : fields)
-        EXPECT_EQ(tags[property].toString("|").to8Bit(true), inAiff);
-    const std::string tag = Str(place.Walk("out.aiff").Only("ID3 ").data);
-    EXPECT_PRED2(Contains, tag, std::string("image/png\0\x04\0", 12) + picture);
+    fields["TRACKNUMBER"] += "/" + fields.extract("TRACKTOTAL").mapped();
+    EXPECT_EQ(Properties(AiffTags(place, "out.aiff").tag()->properties()), fields);
     // The tag that a WAV file has already is handed on byte for byte.
     WriteSound(place.Path("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 100);
-    TagLib::FileRef wav(place.Path("in.wav").c_str());
+    WavTags wav(place, "in.wav");
     wav.tag()->setTitle("Wave");
     ASSERT_TRUE(wav.save());
     place.Run("@ encode in.wav -o wave.aiff");
     EXPECT_PRED2(Contains, place.Read("in.wav"), Str(place.Walk("wave.aiff").Only("ID3 ").data));
-    EXPECT_EQ(TagLib::FileRef(place.Path("wave.aiff").c_str()).tag()->title(), "Wave");
+    EXPECT_EQ(AiffTags(place, "wave.aiff").tag()->title(), "Wave");
 }
 
 TEST(Encode, RefusesFourGibibytesBeforeAnythingIsWritten)

@@ -1,10 +1,8 @@
-/*
- * A decoder made for tests, built once for each fault. The scripted one reads files
- * of the form "FIXTURE key=number ...", 16 bit mono at 8000 Hz, every sample 0x0101:
- *   blocks  number of blocks of 1000 bytes      promise  bytes it says there are
- *   fail    block that cannot be decoded        bits     bits per sample it says
- *   pause   milliseconds taken for each block   noise    error lines written by Open
- */
+// A decoder made for tests, built once for each fault. The scripted one reads files
+// of the form "FIXTURE key=number ...", 16 bit mono at 8000 Hz, every sample 0x0101:
+//   blocks  number of blocks of 1000 bytes      promise  bytes it says there are
+//   fail    block that cannot be decoded        bits     bits per sample it says
+//   pause   milliseconds taken for each block   noise    error lines written by Open
 #define _POSIX_C_SOURCE 200809L
 #include "qvcodec.h"
 
@@ -24,15 +22,13 @@ typedef struct Instance {
 
 void* Create(const STNStdReport* pReport)
 {
-#ifdef FIXTURE_REFUSING
-    (void)pReport;
-    return NULL;
-#else
     Instance* instance = calloc(1, sizeof *instance);
     instance->error = (int)(intptr_t)pReport->hError;
     memset(instance->data, 1, sizeof instance->data);
-    return instance;
+#ifdef FIXTURE_REFUSING
+    free(instance), instance = NULL;
 #endif
+    return instance;
 }
 
 int32_t Destroy(void* hDecoder)
@@ -44,19 +40,15 @@ int32_t Destroy(void* hDecoder)
 int32_t Get(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet)
 {
     (void)hDecoder;
-#ifdef FIXTURE_NOTHING
-    (void)pKey, (void)pGetSet;
-    return 0;
-#else
-    pGetSet->pText1 = L".Fix";
+    const int isStream = wcscmp(pKey, QV_KEY_STREAMING_DECODES) == 0;
+    pGetSet->pText1 = isStream ? L"audio/x-Fixture" : L".Fix";
     pGetSet->pText2 = L"Fixture";
-    if (wcscmp(pKey, QV_KEY_STREAMING_DECODES) == 0)
-        pGetSet->pText1 = L"audio/x-Fixture";
-#ifdef FIXTURE_ENDLESS
+#if defined FIXTURE_NOTHING
+    return 0;
+#elif defined FIXTURE_ENDLESS
     return 1;
 #else
     return pGetSet->nItemIndex == 0;
-#endif
 #endif
 }
 
@@ -78,10 +70,8 @@ int32_t Open(void* hDecoder, STQvOpenDecoder* pOpen)
     char name[4096], script[256] = "";
     wcstombs(name, pOpen->pFileName, sizeof name);
     FILE* file = fopen(name, "r");
-    if (file != NULL) {
-        (void)!fgets(script, sizeof script, file);
+    if (file != NULL && fgets(script, sizeof script, file) != NULL)
         fclose(file);
-    }
     for (long i = Number(script, "noise=", 0); i > 0; --i)
         dprintf(instance->error, "Error of the fixture.  [Open]\r\n");
     if (strncmp(script, "FIXTURE", 7) != 0)

@@ -1,0 +1,85 @@
+// What TagLib reads in files that aiffconv wrote, as texts.
+#pragma once
+
+#include "HostHarness.h"
+
+#include <aifffile.h>
+#include <attachedpictureframe.h>
+#include <flacfile.h>
+#include <id3v2tag.h>
+#include <infotag.h>
+#include <tpropertymap.h>
+#include <wavfile.h>
+#include <xiphcomment.h>
+
+using Map = std::map<std::string, std::string>;
+
+inline std::string Utf8(const TagLib::String& text)
+{
+    return text.to8Bit(true);
+}
+
+// Several values stand in one, with "|" between them.
+inline Map Properties(const TagLib::PropertyMap& properties)
+{
+    Map map;
+    for (const auto& [name, values] : properties)
+        map[Utf8(name)] = Utf8(values.toString("|"));
+    return map;
+}
+
+// The frames of a tag, of several with one identifier the first.
+inline Map FramesOf(const TagLib::ID3v2::Tag& tag)
+{
+    Map frames;
+    for (const TagLib::ID3v2::Frame* frame : tag.frameList())
+        frames.try_emplace(TagLib::String(frame->frameID()).to8Bit(), Utf8(frame->toString()));
+    return frames;
+}
+
+// A picture as "4 image/png 3009 text".
+template <class Picture>
+std::string PictureText(const Picture& picture, const TagLib::ByteVector& data)
+{
+    return std::to_string(picture.type()) + " " + Utf8(picture.mimeType()) + " " +
+           std::to_string(data.size()) + " " + Utf8(picture.description());
+}
+inline Names Pictures(const TagLib::ID3v2::Tag& tag)
+{
+    Names pictures;
+    for (const auto* frame : tag.frameList("APIC")) {
+        const auto& art = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame&>(*frame);
+        pictures.push_back(PictureText(art, art.picture()));
+    }
+    return pictures;
+}
+inline Names Pictures(TagLib::FLAC::File& flac)
+{
+    Names pictures;
+    for (const auto* picture : flac.pictureList())
+        pictures.push_back(PictureText(*picture, picture->data()));
+    return pictures;
+}
+
+// The files themselves, by their names in the folder.
+template <class File>
+struct TaggedFile : File {
+    TaggedFile(const Workplace& place, const std::string& name) : File(place.Path(name).c_str()) {}
+};
+using AiffTags = TaggedFile<TagLib::RIFF::AIFF::File>;
+using WavTags = TaggedFile<TagLib::RIFF::WAV::File>;
+using FlacTags = TaggedFile<TagLib::FLAC::File>;
+
+// The fields that aiffconv shows, without the tag's version; values as with Properties.
+inline Map Fields(const Workplace& place, const std::string& file)
+{
+    const Json files = Json::parse(place.Run("@ tags show --json " + file).out);
+    Map fields;
+    for (const Json& item : files[0]["tags"]) {
+        std::string& text = fields[item["name"]];
+        for (const std::string value : item.value("values", Json::array()))
+            text += (text.empty() ? "" : "|") + value;
+    }
+    fields.erase("TagVersion");
+    return fields;
+}
