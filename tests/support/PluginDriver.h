@@ -5,7 +5,6 @@
 #include "TempDir.h"
 #include "qvcodec.h"
 
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
@@ -62,9 +61,8 @@ private:
         return reinterpret_cast<void*>(intptr_t{fileno(m_files[output].get())});
     }
 
-    using File = std::unique_ptr<FILE, int (*)(FILE*)>;
-    File m_files[3] = {
-        {std::tmpfile(), fclose}, {std::tmpfile(), fclose}, {std::tmpfile(), fclose}};
+    static std::shared_ptr<FILE> NewFile() { return {std::tmpfile(), fclose}; }
+    std::shared_ptr<FILE> m_files[3] = {NewFile(), NewFile(), NewFile()};
 };
 
 inline std::wstring Wide(const std::string& ascii)
@@ -77,7 +75,7 @@ inline std::string Lines(const std::string& text)
 {
     std::string out;
     for (const char c : text)
-        out += c == '\n' ? std::string("\r\n") : std::string(1, c);
+        (out += c == '\n' ? "\r" : "") += c;
     return out;
 }
 
@@ -97,9 +95,7 @@ public:
 
     int32_t Range(int64_t start, int64_t end)
     {
-        STQvCodecGetSet record = {};
-        record.nValue1 = start;
-        record.nValue2 = end;
+        STQvCodecGetSet record = {0, 0, start, end, nullptr, nullptr, 0, nullptr};
         return m_plugin.Set(handle, QV_KEY_SET_DECODE_RANGE, &record);
     }
     int32_t Open(const wchar_t* name, uint32_t flags, uint8_t pattern = kPattern)
@@ -126,8 +122,8 @@ public:
     // Empty when the block came without data.
     Bytes Data() const
     {
-        const bool hasData = block.nDataSize != kPattern * 0x01010101u;
-        return hasData ? Bytes(block.pData, block.pData + block.nDataSize) : Bytes();
+        const uint32_t size = block.nDataSize != kPattern * 0x01010101u ? block.nDataSize : 0;
+        return size > 0 ? Bytes(block.pData, block.pData + size) : Bytes();
     }
 
     // Everything up to the last block. A failing call fails the test, and so does an

@@ -5,25 +5,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/xattr.h>
 #include <unistd.h>
-
-#if defined(__GLIBC__) && !defined(AIFF_SANITIZED)
-#define AIFF_OWN_MALLOC 1
-#endif
+#include <utility>
 
 namespace SystemCalls
 {
-
-#ifdef AIFF_OWN_MALLOC
-const bool canFailAllocations = true;
-#else
-const bool canFailAllocations = false; // a sanitizer brings an allocator of its own
-#endif
 
 namespace
 {
@@ -35,10 +24,12 @@ long struckCall = 0;
 long allocations = 0;
 Counts counts;
 
-[[noreturn]] void Die()
+// Takes note of a fault, which ends the process at once if it is to.
+bool Strike(const char* name)
 {
-    kill(getpid(), SIGKILL);
-    _exit(1);
+    counts.struck = true;
+    counts.last = name;
+    return fault != Fault::Kills || kill(getpid(), SIGKILL) == 0;
 }
 
 } // namespace
@@ -65,82 +56,57 @@ bool Strikes(const char* name)
     if (!isOn)
         return false;
     ++counts.calls;
+    const bool isStruck =
+        counts.calls == struckCall || (counts.calls > struckCall && fault == Fault::KeepsFailing);
     if (fault == Fault::None || fault == Fault::ShortReads || fault == Fault::NoMemory ||
-        counts.calls < struckCall || (counts.calls > struckCall && fault != Fault::KeepsFailing))
+        !isStruck || !Strike(name))
         return false;
-    counts.struck = true;
-    counts.last = name;
-    if (fault == Fault::Kills)
-        Die();
     errno = fault == Fault::Interrupts ? EINTR : fault == Fault::DiskFull ? ENOSPC : EIO;
     return fault != Fault::KillsInside;
 }
 
 bool StrikesAllocation()
 {
-    if (!isOn || fault != Fault::NoMemory || ++allocations != struckCall)
-        return false;
-    counts.struck = true;
-    counts.last = "malloc";
-    return true;
-}
-
-ssize_t Write(int fd, const void* bytes, size_t size, int64_t position)
-{
-    if (isFull) {
-        isFull = false;
-        errno = ENOSPC;
-        return -1;
-    }
-    const bool fails = Strikes("pwrite");
-    const bool isStruck = isOn && counts.calls == struckCall;
-    if (fails && (fault != Fault::DiskFull || size < 2))
-        return -1;
-    isFull = fails;
-    if (isStruck && (fault == Fault::DiskFull || fault == Fault::KillsInside))
-        size /= 2;
-    const ssize_t done = syscall(SYS_pwrite64, fd, bytes, size, position);
-    if (isStruck && fault == Fault::KillsInside)
-        Die();
-    if (isOn && done > 0) {
-        ++counts.writes;
-        counts.written += done;
-    }
-    return done;
-}
-
-ssize_t Read(int fd, void* out, size_t size, int64_t position)
-{
-    if (Strikes("pread"))
-        return -1;
-    if (!isOn)
-        return syscall(SYS_pread64, fd, out, size, position);
-    ++counts.reads;
-    if (fault == Fault::ShortReads && counts.reads % 2 == 1) {
-        errno = EINTR;
-        return -1;
-    }
-    if (fault == Fault::ShortReads)
-        size = std::min<size_t>(size, 1 + static_cast<size_t>(counts.reads) % 4099);
-    const ssize_t done = syscall(SYS_pread64, fd, out, size, position);
-    counts.readBytes += std::max<ssize_t>(done, 0);
-    return done;
+    return isOn && fault == Fault::NoMemory && ++allocations == struckCall && Strike("malloc");
 }
 
 } // namespace SystemCalls
 
-using SystemCalls::Strikes;
+using namespace SystemCalls;
 
 #define AIFF_IN_FRONT extern "C" __attribute__((visibility("default")))
 
 AIFF_IN_FRONT ssize_t pwrite(int fd, const void* bytes, size_t size, off_t position)
 {
-    return SystemCalls::Write(fd, bytes, size, position);
+    if (std::exchange(isFull, false))
+        return errno = ENOSPC, -1;
+    const bool fails = Strikes("pwrite");
+    const bool isStruck = isOn && counts.calls == struckCall;
+    isFull = fails && fault == Fault::DiskFull && size >= 2;
+    if (fails && !isFull)
+        return -1;
+    const bool isKilled = isStruck && fault == Fault::KillsInside;
+    const ssize_t done =
+        syscall(SYS_pwrite64, fd, bytes, isFull || isKilled ? size / 2 : size, position);
+    if (isKilled)
+        kill(getpid(), SIGKILL);
+    counts.written += isOn ? std::max<ssize_t>(done, 0) : 0;
+    return done;
 }
 
 AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
 {
-    return SystemCalls::Read(fd, out, size, position);
+    if (Strikes("pread"))
+        return -1;
+    counts.reads += isOn;
+    if (isOn && fault == Fault::ShortReads) {
+        if (counts.reads % 2 == 1)
+            return errno = EINTR, -1;
+        size = std::min<size_t>(size, 1 + static_cast<size_t>(counts.reads) % 4099);
+    }
+    const ssize_t done = syscall(SYS_pread64, fd, out, size, position);
+    counts.readBytes += isOn ? std::max<ssize_t>(done, 0) : 0;
+    return done;
 }
 
 // The arguments pass on as they are.
@@ -156,15 +122,15 @@ AIFF_CALL(int, unlink, SYS_unlink, (const char* path), path)
 AIFF_CALL(int, fchmod, SYS_fchmod, (int fd, mode_t mode), fd, mode)
 AIFF_CALL(int, fchown, SYS_fchown, (int fd, uid_t user, gid_t group), fd, user, group)
 AIFF_CALL(int, fstat, SYS_fstat, (int fd, struct stat* status), fd, status)
-AIFF_CALL(int, fsetxattr, SYS_fsetxattr,
-          (int fd, const char* name, const void* value, size_t size, int flags), fd, name, value,
-          size, flags)
+AIFF_CALL(int, fsetxattr, SYS_fsetxattr, (int fd, const char* a, const void* v, size_t n, int how),
+          fd, a, v, n, how)
 AIFF_CALL(ssize_t, flistxattr, SYS_flistxattr, (int fd, char* list, size_t size), fd, list, size)
-AIFF_CALL(ssize_t, fgetxattr, SYS_fgetxattr, (int fd, const char* name, void* value, size_t size),
-          fd, name, value, size)
+AIFF_CALL(ssize_t, fgetxattr, SYS_fgetxattr, (int fd, const char* a, void* v, size_t n), fd, a, v,
+          n)
 // Under its own name it would hide the record of fcntl.
 AIFF_IN_FRONT int LockFile(int fd, int operation) __asm__("flock");
 AIFF_CALL(int, LockFile, SYS_flock, (int fd, int operation), fd, operation)
+
 // What reaches the disk and when is not what is tested here.
 AIFF_IN_FRONT int fsync(int)
 {
@@ -177,8 +143,8 @@ AIFF_IN_FRONT int open(const char* path, int flags, ...)
     va_start(more, flags);
     const int mode = (flags & O_CREAT) != 0 ? va_arg(more, int) : 0;
     va_end(more);
-    return Strikes("open") ? -1
-                           : static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    const bool fails = Strikes("open");
+    return fails ? -1 : static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
 AIFF_IN_FRONT int __open_2(const char* path, int flags)
@@ -186,17 +152,21 @@ AIFF_IN_FRONT int __open_2(const char* path, int flags)
     return open(path, flags);
 }
 
-#ifdef AIFF_OWN_MALLOC
+#if defined(__GLIBC__) && !defined(AIFF_SANITIZED)
+const bool SystemCalls::canFailAllocations = true;
+
 extern "C" void* __libc_malloc(size_t size);
 extern "C" void* __libc_calloc(size_t count, size_t size);
 
 AIFF_IN_FRONT void* malloc(size_t size)
 {
-    return SystemCalls::StrikesAllocation() ? nullptr : __libc_malloc(size);
+    return StrikesAllocation() ? nullptr : __libc_malloc(size);
 }
 
 AIFF_IN_FRONT void* calloc(size_t count, size_t size)
 {
-    return SystemCalls::StrikesAllocation() ? nullptr : __libc_calloc(count, size);
+    return StrikesAllocation() ? nullptr : __libc_calloc(count, size);
 }
+#else
+const bool SystemCalls::canFailAllocations = false; // a sanitizer brings its own allocator
 #endif

@@ -27,7 +27,6 @@ void Start(Fault fault = Fault::None, long call = 0);
 
 struct Counts {
     long calls = 0;        // all that can fail
-    long writes = 0;       // pwrite
     int64_t written = 0;   // bytes
     long reads = 0;        // pread
     int64_t readBytes = 0; // what they delivered
