@@ -109,20 +109,18 @@ inline Layout Make(const std::string& notation)
     layout.hasForeign = layout.hasTag;
     layout.title = layout.hasTag ? "Old" : "";
     const Chunk& last = kLetters.at(word.back());
+    const size_t pad = last.data.size() % 2;
     Bytes& file = layout.file = builder.Build();
     while (in >> word >> value) {
         const size_t number = static_cast<size_t>(std::atol(value.c_str()));
-        const size_t pad = last.data.size() % 2;
-        if (word == "form")
-            PutSize(file, 4, std::isdigit(value[0]) != 0 ? number : Number(file, 4) + number);
-        else if (word == "first")
-            PutSize(file, 16, number);
+        const bool isChange = value[0] == '+' || value[0] == '-';
+        if (word == "form" || word == "first")
+            PutSize(file, word == "form" ? 4 : 16, number + (isChange ? Number(file, 4) : 0));
         else if (word == "cut")
             file.resize(file.size() - number);
-        else if (word == "junk")
-            Append(file, Text(std::string("junk that is no chunk").substr(0, number)));
-        else if (word == "noise")
-            Append(file, Noise(number));
+        else if (word == "junk" || word == "noise")
+            Append(file, word == "noise" ? Noise(number)
+                                         : Text("junk that is no chunk"s.substr(0, number)));
         else if (word == "drop")
             file.erase(file.begin() + static_cast<ptrdiff_t>(number));
         else

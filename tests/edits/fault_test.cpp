@@ -25,15 +25,14 @@ std::string ReasonOf(Fault fault, const std::string& call)
 }
 
 // What a strict reader finds that believes neither the form nor the file to hold more
-// than the other says. `isWhole` becomes whether the form holds all of every chunk.
-std::vector<Chunk> ReadableChunks(const Bytes& file, bool& isWhole)
+// than the other says, and whether the form holds all of every chunk.
+std::pair<std::vector<Chunk>, bool> ReadableChunks(const Bytes& file)
 {
     std::vector<Chunk> chunks;
-    isWhole = false;
-    if (file.size() < 12 || std::string(file.begin(), file.begin() + 4) != "FORM")
-        return chunks;
+    if (file.size() < 12 || !S(file).starts_with("FORM"))
+        return {};
     const size_t end = std::min(file.size(), Number(file, 4) + 8);
-    isWhole = end == Number(file, 4) + 8;
+    bool isWhole = end == Number(file, 4) + 8;
     for (size_t at = 12; at + 8 <= end;) {
         const size_t size = std::min(Number(file, at + 4), end - at - 8);
         isWhole = isWhole && size == Number(file, at + 4);
@@ -41,24 +40,22 @@ std::vector<Chunk> ReadableChunks(const Bytes& file, bool& isWhole)
         at += 8 + size + size % 2;
     }
     std::erase_if(chunks, [](const Chunk& chunk) { return chunk.IsTag(); });
-    return chunks;
+    return {chunks, isWhole};
 }
 
 // Whether all chunks of one list stand in another in that order.
 bool Holds(const std::vector<Chunk>& all, const std::vector<Chunk>& wanted)
 {
-    auto next = wanted.begin();
+    size_t found = 0;
     for (const Chunk& chunk : all)
-        next += next != wanted.end() && chunk == *next;
-    return next == wanted.end();
+        found += found < wanted.size() && chunk == wanted[found];
+    return found == wanted.size();
 }
 
 // Every edit of one layout.
 class FaultTest : public PluginTest, public testing::WithParamInterface<Layout>
 {
 protected:
-    FaultTest() { before = ReadableChunks(layout.file, wasWhole); }
-
     // Whether the edit was made.
     bool IsComplete(const Edit& edit)
     {
@@ -85,15 +82,14 @@ protected:
     // What nobody could read before the edit need not be readable in the middle.
     void ExpectAllAudio()
     {
-        bool isWhole = false;
-        EXPECT_TRUE(Holds(ReadableChunks(ReadFile(path), isWhole), before));
-        EXPECT_TRUE(isWhole || !wasWhole);
+        const auto [chunks, isWhole] = ReadableChunks(ReadFile(path));
+        EXPECT_TRUE(Holds(chunks, before.first));
+        EXPECT_TRUE(isWhole || !before.second);
     }
 
     const Layout layout = GetParam();
     const std::string path = dir.Path("a.aiff");
-    std::vector<Chunk> before;
-    bool wasWhole = false;
+    const std::pair<std::vector<Chunk>, bool> before = ReadableChunks(layout.file);
     int32_t result = 0;
     std::string what, struck, error; // of the last edit
     bool isSame = false;
