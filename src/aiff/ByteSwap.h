@@ -2,6 +2,7 @@
 //
 // A kernel converts whole samples in place, whatever the alignment. The portable
 // ones run everywhere and define the result; faster ones must equal them.
+// The AVX2 kernels have a source of their own, ByteSwapAvx2.cpp.
 #pragma once
 
 #include <cstddef>

@@ -3,11 +3,13 @@
 #include "aiff/ByteSwap.h"
 
 #if defined(__x86_64__)
-
 #include <immintrin.h>
+#endif
 
 namespace aiff
 {
+
+#if defined(__x86_64__)
 
 #define AIFF_AVX2 __attribute__((target("avx2")))
 

@@ -18,7 +18,8 @@ namespace aiff
 // A read or a seek that fails leaves the position unchanged. Failures are reported.
 //
 // Returned blocks (tags, properties, audio) belong to the decoder and are valid until the
-// next call of the same kind or the decoder's destruction.
+// next call of the same kind or the decoder's destruction; those of a stream only until its
+// next Initialize.
 class SoundDecoder
 {
 public:

@@ -1,5 +1,6 @@
 // The decoder instance that a host's handle refers to. Get and Set have a source of their
-// own, DecoderGetSet.cpp.
+// own, DecoderGetSet.cpp. Exports.cpp has the exported
+// functions, which qvcodec.h declares.
 #pragma once
 
 #include "decode/StreamingDecoder.h"

@@ -82,7 +82,7 @@ private:
         int64_t size = 0;
     };
 
-    // As it was set, else what the tag says that it takes.
+    // The region that was set, or else the bytes that the tag claims.
     Region OwnRegion() const;
     // What follows the tag starts at a multiple of the alignment.
     int64_t Aligned(int64_t size) const;

@@ -111,7 +111,8 @@ void TagUpdate::ApplyField(const STInternalTag& item, Task task)
     const std::string& shown = ShownField(itemName);
     if (task == Task::Set && RestoreUnchanged(shown, item.value))
         return;
-    // Tells where the list came from and is no field, but for removing one so named.
+    // This item says where the list came from. It is a field only when one of that name is
+    // removed.
     if (task == Task::Set && EqualNoCase(item.name, kTagVersionName))
         return;
     const std::string_view name = PreTranslateField(itemName);

@@ -39,7 +39,7 @@ public:
     // longer after the call.
     void Apply(const NTag& list, Task task);
 
-    // Makes the new tag, padded as id3parser::t_tag::Write tells. False when the format
+    // Makes the new tag, padded as id3parser::t_tag::Write describes. False when the format
     // cannot hold it.
     [[nodiscard]] bool Write(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
                              std::vector<uint8_t>& bytes);

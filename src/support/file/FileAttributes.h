@@ -1,4 +1,4 @@
-// What a file has besides its data. One implementation per platform.
+// The attributes of a file besides its data. One implementation per platform.
 #pragma once
 
 #include <system_error>

@@ -18,7 +18,7 @@ struct NetLimits {
 };
 
 // Closes its connection when it is destroyed. No call raises a signal, a call that a signal
-// interrupts goes on, and descriptors may have any number.
+// interrupts goes on, and descriptors above FD_SETSIZE work.
 class TcpSocket : public ByteSource
 {
 public:

@@ -1,6 +1,7 @@
 // What the ID3v2 codec throws, and the checked view its body decoders use.
 //
-// Exceptions stay inside the codec: the tag layer catches them in one place.
+// Exceptions do not leave src/tags: the codec catches those of one frame, TagFields,
+// TagPictures and TagUpdate the rest.
 #pragma once
 
 #include <cstddef>

@@ -56,7 +56,7 @@ struct WireForm {
 // USLT.
 size_t get_byteskip(uint32_t id);
 
-// Getters throw parseError when the body is malformed, text is UTF-8.
+// Getters throw parseError when the body is malformed. Text is UTF-8.
 class t_frame
 {
 public:

@@ -1,5 +1,6 @@
 // The pieces of an ID3v2 tag below the frame list: integers, headers and bodies, and the
-// walk from frame to frame that reading and editing share. All of them throw parseError.
+// walk from frame to frame that reading and editing share. What reads throws parseError for
+// bytes that are not what they should be.
 #pragma once
 
 #include "tags/id3parser/bytes/Streams.h"

@@ -86,7 +86,7 @@ constexpr FrameRule kFrameRules[] = {
     {FrameId("WXXX"), Read("WXX"), "", R::UserUrl, W::None},
     {FrameId("COMM"), Read("COM"), "", R::Comment, W::None},
     {FrameId("TXXX"), Read("TXX"), "", R::UserText, W::None},
-    // Of these no field tells; APIC frames are pictures.
+    // No field represents these; APIC frames are pictures.
     {FrameId("AENC"), CarriedOnly("CRA")},
     {FrameId("APIC"), Read("PIC")},
     {FrameId("EQUA"), CarriedOnly("EQU")},

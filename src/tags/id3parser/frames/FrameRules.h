@@ -13,7 +13,7 @@ namespace aiff::id3parser
 {
 
 enum class ReadRule : uint8_t {
-    None,         // no field tells of the frame: it is only carried over
+    None,         // no field represents the frame: it is only carried over
     Single,       // the first string, whole
     MultiValue,   // all strings; below 2.4 one string is split at "/"
     SecondString, // after the description

@@ -23,7 +23,7 @@ struct OldTag {
     FrameSizes sizes = FrameSizes::OfRevision; // plain: reading takes them for something else
 
     // Each has its wire form, and a body when reading shows one to a field or a picture.
-    // Of ID3v2.2, also frames that only an edit has an identifier for.
+    // Includes ID3v2.2 frames whose names only an edit translates.
     t_tag::FrameList frames;
 
     std::deque<WireForm> forms;          // what the frames' `wire` points to
