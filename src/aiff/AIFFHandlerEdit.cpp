@@ -27,16 +27,10 @@ constexpr const wchar_t* kNoPositionZero = L"Error Setting File Position to 0.";
 constexpr const wchar_t* kNoChunkPosition =
     L"Error Setting File Chunk Position, lack of disk space?";
 
-void PutCode(uint32_t code, uint8_t* bytes)
-{
-    for (int i = 0; i < 4; ++i)
-        bytes[i] = static_cast<uint8_t>(code >> 8 * i);
-}
-
 std::array<uint8_t, kChunkHeaderSize> HeaderBytes(const STRIFFChunk& chunk)
 {
     std::array<uint8_t, kChunkHeaderSize> header;
-    PutCode(chunk.ID, &header[0]);
+    WriteCode(chunk.ID, &header[0]);
     clAIFFHandler::Int64ToSize(chunk.nSize, &header[4]);
     return header;
 }
@@ -106,9 +100,9 @@ bool clAIFFHandler::WriteHeader(const STRIFFChunk& chunk)
 bool clAIFFHandler::WriteFormHeader(int64_t formSize)
 {
     std::array<uint8_t, kFormHeaderSize> header;
-    PutCode(m_formCode, &header[0]);
+    WriteCode(m_formCode, &header[0]);
     Int64ToSize(formSize, &header[4]);
-    PutCode(m_formType, &header[8]);
+    WriteCode(m_formType, &header[8]);
     if (!SetPosition(0)) {
         StdReport::WriteERROR({kNoPositionZero}, m_report, kWriteHeaders);
         return false;

@@ -30,8 +30,7 @@ bool ParseWholeChunk(std::span<const uint8_t> header, int64_t position, int64_t 
 {
     if (std::ssize(header) < kChunkHeaderSize)
         return false;
-    chunk.ID = uint32_t{header[0]} | uint32_t{header[1]} << 8 | uint32_t{header[2]} << 16 |
-               uint32_t{header[3]} << 24;
+    chunk.ID = ReadCode(header.data());
     chunk.nSize = clAIFFHandler::SizeToInt64(&header[4]);
     chunk.ChunkPosition = position;
     chunk.FileDataPosition = position + kChunkHeaderSize;

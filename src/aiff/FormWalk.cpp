@@ -12,12 +12,6 @@ using StdReport::Piece;
 namespace
 {
 
-uint32_t ReadCode(const uint8_t* bytes)
-{
-    return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
-           uint32_t{bytes[3]} << 24;
-}
-
 int64_t SubtractClamped(int64_t budget, int64_t bytes)
 {
     return budget < bytes ? 0 : budget - bytes;

@@ -17,6 +17,19 @@ constexpr uint32_t FourCC(const char* text)
 }
 static_assert(FourCC("FORM") == 0x4D524F46);
 
+// The code at the first four bytes, and those bytes set to a code.
+constexpr uint32_t ReadCode(const uint8_t* bytes)
+{
+    return uint32_t{bytes[0]} | uint32_t{bytes[1]} << 8 | uint32_t{bytes[2]} << 16 |
+           uint32_t{bytes[3]} << 24;
+}
+
+constexpr void WriteCode(uint32_t code, uint8_t* bytes)
+{
+    for (int i = 0; i < 4; ++i)
+        bytes[i] = static_cast<uint8_t>(code >> 8 * i);
+}
+
 inline constexpr const char* kChunkForm = "FORM";
 inline constexpr const char* kChunkCommon = "COMM";
 inline constexpr const char* kChunkSound = "SSND";

@@ -45,9 +45,7 @@ void ReadCommonChunk(std::span<const uint8_t> body, uint32_t formType, CommonChu
         std::ssize(body) < kCommonSizeWithType)
         return;
     common.compressionName = CompressionName(body);
-    common.compressionType =
-        uint32_t{body[kCompressionType]} | uint32_t{body[kCompressionType + 1]} << 8 |
-        uint32_t{body[kCompressionType + 2]} << 16 | uint32_t{body[kCompressionType + 3]} << 24;
+    common.compressionType = ReadCode(&body[kCompressionType]);
     uint16_t tag = clAIFFHandler::CompID2WFXFormatTag(common.compressionType);
     if (tag == kTagLittleEndianPCM) {
         tag = kTagPCM;

@@ -9,9 +9,9 @@
 namespace aiff
 {
 
-// Reads all tag chunks of an indexed file into one list, replacing what it held; fields of
-// earlier chunks come before those of later ones. A tag that is damaged or larger than its
-// chunk contributes nothing.
+// Reads all tag chunks of an indexed file into one list, replacing what it held. Earlier
+// chunks come first, and of items with one name only the first is kept. A tag that is damaged
+// or larger than its chunk contributes nothing.
 //
 // tags   null when only the index is wanted
 // index  becomes that of the last tag chunk that is not empty, or -1

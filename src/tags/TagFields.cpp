@@ -18,14 +18,12 @@ using id3parser::t_tag;
 
 int64_t TagSizeFromHeader(std::span<const uint8_t> bytes)
 {
-    constexpr uint8_t kUnknownFlags = 0x0F;
-    constexpr uint8_t kFooterFlag = 0x10;
     id3parser::streamInMem in(bytes);
     try {
         const id3parser::TagHeader header = id3parser::ReadTagHeader(in);
-        if (header.flags & kUnknownFlags)
+        if (header.flags & id3parser::tagFlags::kUnknown_v4)
             return 0;
-        const size_t ends = header.flags & kFooterFlag ? 2 : 1;
+        const size_t ends = header.flags & id3parser::tagFlags::kFooter ? 2 : 1;
         return static_cast<int64_t>(header.size + ends * id3parser::kTagHeaderSize);
     } catch (const id3parser::parseError&) {
         return 0;

@@ -22,8 +22,9 @@ namespace
 
 using Values = metaMap::Values;
 
-// Readers give up on a frame with more than 1024 strings.
+// Readers give up on a frame with more than kMostStrings.
 constexpr size_t kStringsPerFrame = 1000;
+static_assert(kStringsPerFrame < kMostStrings);
 
 class FrameBuilder
 {

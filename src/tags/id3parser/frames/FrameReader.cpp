@@ -94,9 +94,9 @@ bool IsReadable(const TagHeader& header)
     case kRevision2:
         return !(header.flags & 0x7F); // compression among them
     case kRevision3:
-        return !(header.flags & 0x1F);
+        return !(header.flags & (tagFlags::kFooter | tagFlags::kUnknown_v4));
     case kRevision4:
-        return !(header.flags & 0x0F);
+        return !(header.flags & tagFlags::kUnknown_v4);
     default:
         return false;
     }

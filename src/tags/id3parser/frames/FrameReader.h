@@ -37,6 +37,8 @@ namespace tagFlags
 {
 inline constexpr uint8_t kUnsynchronised = 0x80;
 inline constexpr uint8_t kExtendedHeader = 0x40;
+inline constexpr uint8_t kFooter = 0x10;     // from ID3v2.4 on
+inline constexpr uint8_t kUnknown_v4 = 0x0F; // has no meaning in any version
 } // namespace tagFlags
 
 inline constexpr size_t kTagHeaderSize = 10;

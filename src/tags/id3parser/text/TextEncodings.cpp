@@ -14,8 +14,6 @@ using conv::CodePage;
 namespace
 {
 
-constexpr size_t kMostStrings = 1024;
-
 template <class Units>
 size_t CountStrings(const Units& units)
 {

@@ -50,8 +50,11 @@ private:
 size_t myStrLen(std::span<const uint8_t> bytes);
 size_t myStrLen(UnitView units);
 
+// Most strings of a body that are counted.
+inline constexpr size_t kMostStrings = 1024;
+
 // The number of strings, each of which ends at a zero or at the end of the body. More than
-// 1024 throw parseError.
+// kMostStrings throw parseError.
 size_t GetStringCount_Helper(std::span<const uint8_t> bytes);
 size_t GetStringCount_Helper(UnitView units);
 
