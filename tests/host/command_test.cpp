@@ -249,7 +249,7 @@ TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)
         {"@ encode http://x/a.wav -o out.aiff", 1, "is a URL"},
         {"@ encode long.wav -o -", 2, "standard output"},
         {"@ encode long.wav -o long.wav --overwrite", 2, "is one of the inputs"},
-        {"@ encode long.wav -o /dev/null", 1, "is no file"},
+        {"@ encode long.wav -o /dev/null", 1, "is not a regular file"},
         {"(ulimit -f 600; @ encode long.wav -o out.aiff)", 1, "'out.aiff': File too large"},
         {"@ encode long.wav -o out.aiff --skip-existing --overwrite", 2, "excludes"},
         {"@ tags", 2, "subcommand"},
