@@ -47,6 +47,7 @@ void Start(Fault newFault, long call)
 Counts Stop()
 {
     isOn = false;
+    isFull = false;
     return counts;
 }
 
@@ -78,11 +79,12 @@ using namespace SystemCalls;
 
 AIFF_IN_FRONT ssize_t pwrite(int fd, const void* bytes, size_t size, off_t position)
 {
-    if (std::exchange(isFull, false))
+    if (isOn && std::exchange(isFull, false))
         return errno = ENOSPC, -1;
     const bool fails = Strikes("pwrite");
     const bool isStruck = isOn && counts.calls == struckCall;
-    isFull = fails && fault == Fault::DiskFull && size >= 2;
+    if (isOn)
+        isFull = fails && fault == Fault::DiskFull && size >= 2;
     if (fails && !isFull)
         return -1;
     const bool isKilled = isStruck && fault == Fault::KillsInside;
@@ -90,7 +92,8 @@ AIFF_IN_FRONT ssize_t pwrite(int fd, const void* bytes, size_t size, off_t posit
         syscall(SYS_pwrite64, fd, bytes, isFull || isKilled ? size / 2 : size, position);
     if (isKilled)
         kill(getpid(), SIGKILL);
-    counts.written += isOn ? std::max<ssize_t>(done, 0) : 0;
+    if (isOn)
+        counts.written += std::max<ssize_t>(done, 0);
     return done;
 }
 
@@ -98,14 +101,15 @@ AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
 {
     if (Strikes("pread"))
         return -1;
-    counts.reads += isOn;
+    const long reads = isOn ? ++counts.reads : 0;
     if (isOn && fault == Fault::ShortReads) {
-        if (counts.reads % 2 == 1)
+        if (reads % 2 == 1)
             return errno = EINTR, -1;
-        size = std::min<size_t>(size, 1 + static_cast<size_t>(counts.reads) % 4099);
+        size = std::min<size_t>(size, 1 + static_cast<size_t>(reads) % 4099);
     }
     const ssize_t done = syscall(SYS_pread64, fd, out, size, position);
-    counts.readBytes += isOn ? std::max<ssize_t>(done, 0) : 0;
+    if (isOn)
+        counts.readBytes += std::max<ssize_t>(done, 0);
     return done;
 }
 

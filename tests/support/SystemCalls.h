@@ -22,7 +22,7 @@ enum class Fault {
 // Whether this build can make allocations fail.
 extern const bool canFailAllocations;
 
-// Calls are counted from 1 and only between Start and Stop.
+// Calls are counted from 1 and only between Start and Stop, which is for one thread at a time.
 void Start(Fault fault = Fault::None, long call = 0);
 
 struct Counts {
