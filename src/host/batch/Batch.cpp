@@ -45,7 +45,8 @@ void PrintResult(const OutputPlan::Item& item, const FileResult& result, double 
                        {"frames", written ? Json(result.frames) : Json()},
                        {"seconds", written ? Json(result.seconds) : Json()},
                        {"elapsed", elapsed},
-                       {"problem", result.problem ? Json(result.problem.Text()) : Json()}};
+                       {"problem", result.problem ? Json(result.problem.Text()) : Json()},
+                       {"notes", result.notes}};
     const std::string text = JsonText(line, JsonLayout::OneLine);
     static std::mutex access;
     const std::lock_guard lock(access);
@@ -162,6 +163,8 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
         const Clock::time_point start = Clock::now();
         const FileResult result = RunFile(item, works[worker], options.skipExisting);
         counts.Add(result.outcome);
+        for (const std::string& note : result.notes)
+            progress.ShowProblem(Problem(note).About(item.input.Name()));
         if (result.problem)
             progress.ShowProblem(result.problem.About(item.input.Name()));
         if (options.json)
