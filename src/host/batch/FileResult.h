@@ -19,10 +19,11 @@ enum class ConvertOutcome {
 
 struct FileResult {
     ConvertOutcome outcome = ConvertOutcome::Failed;
-    Problem problem;                // what failed or is damaged, without the input's name
-    std::vector<std::string> notes; // what else its user should know, such as what was left out
-    int64_t frames = -1;            // sample frames in the output; -1 when there is none
-    double seconds = 0;             // their duration
+    Problem problem;     // what failed or is damaged, without the input's name
+    int64_t frames = -1; // sample frames in the output; -1 when there is none
+    double seconds = 0;  // their duration
+    // What else there is to say, such as what was left out.
+    std::vector<std::string> notes = {};
 };
 
 } // namespace aiff::host
