@@ -12,7 +12,7 @@
 set -euo pipefail
 
 packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
-    libtag1-dev)
+    libtag1-dev libcurl4-openssl-dev)
 packages_coverage=(gcovr jq)
 packages_test=(libgtest-dev nginx-light python3 python3-mutagen)
 packages_ci=(clang clang-format clang-tidy libclang-rt-14-dev lintian strace sox sndfile-programs

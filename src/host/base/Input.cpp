@@ -11,22 +11,44 @@ namespace aiff::host
 namespace
 {
 
-constexpr std::string_view kUrlStart = "http://";
+constexpr std::string_view kHttp = "http://";
+constexpr std::string_view kHttps = "https://";
+constexpr std::string_view kStandardInput = "-";
 
 } // namespace
 
 Input::Input(std::string name)
-    : m_name(std::move(name)), m_wideName(FromPathBytes(m_name)),
-      m_isUrl(BeginsNoCase(m_name, kUrlStart))
+    : m_name(std::move(name)), m_kind(KindOf(m_name)), m_path(m_name),
+      m_widePath(FromPathBytes(m_name))
 {
+}
+
+Input::Kind Input::KindOf(const std::string& name)
+{
+    if (BeginsNoCase(name, kHttp))
+        return Kind::Http;
+    if (BeginsNoCase(name, kHttps))
+        return Kind::Https;
+    return name == kStandardInput ? Kind::StandardInput : Kind::File;
+}
+
+Input Input::WithCopy(std::string path, std::shared_ptr<const void> keeper) const
+{
+    Input copy = *this;
+    copy.m_widePath = FromPathBytes(path);
+    copy.m_path = std::move(path);
+    copy.m_keeper = std::move(keeper);
+    return copy;
 }
 
 std::string Input::BaseName() const
 {
-    if (!m_isUrl)
+    if (m_kind == Kind::StandardInput)
+        return "stdin";
+    if (m_kind == Kind::File)
         return m_name.substr(m_name.rfind('/') + 1);
-    const std::string location =
-        m_name.substr(kUrlStart.size(), m_name.find_first_of("?#") - kUrlStart.size());
+    const size_t start = (m_kind == Kind::Http ? kHttp : kHttps).size();
+    const std::string location = m_name.substr(start, m_name.find_first_of("?#") - start);
     const size_t slash = location.rfind('/');
     const bool named = slash != std::string::npos && slash + 1 < location.size();
     return named ? location.substr(slash + 1) : "stream";
@@ -41,10 +63,10 @@ std::string Input::Extension() const
 
 Problem Input::FileProblem() const
 {
-    if (m_isUrl)
+    if (!IsOnDisk())
         return {};
     struct stat status;
-    if (stat(m_name.c_str(), &status) != 0)
+    if (stat(m_path.c_str(), &status) != 0)
         return Problem::FromErrno();
     if (S_ISDIR(status.st_mode))
         return "is a folder";
@@ -55,7 +77,7 @@ Problem Input::FileProblem() const
 
 Problem Input::AccessProblem() const
 {
-    const bool readable = m_isUrl || access(m_name.c_str(), R_OK) == 0;
+    const bool readable = !IsOnDisk() || access(m_path.c_str(), R_OK) == 0;
     return readable ? Problem() : Problem::FromErrno();
 }
 

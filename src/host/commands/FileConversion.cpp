@@ -76,7 +76,7 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path)
     OutputFile output(m_buffer);
     if (Problem problem = output.Open(path, m_options.ifExists))
         return problem;
-    const bool reserve = m_options.format == AudioFormat::Wav && !session.Source().IsUrl();
+    const bool reserve = m_options.format == AudioFormat::Wav && !session.Source().IsStream();
     if (Problem problem = reserve ? output.Reserve(m_expected) : Problem())
         return problem;
     const std::vector<TagItem> tags = session.Tags();

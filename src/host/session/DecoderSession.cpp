@@ -72,7 +72,7 @@ bool DecoderSession::OpenWith(const codecs::Decoder& decoder, uint32_t flags, Fr
             return false;
     }
     m_record = STQvOpenDecoder{};
-    m_record.pFileName = m_input->WideName().c_str();
+    m_record.pFileName = m_input->WidePath().c_str();
     m_record.nFlags = flags;
     if ((flags & QV_OPEN_PREPARE_DECODE) != 0)
         m_record.nFlags |= QV_OPEN_PROPERTIES; // for HasSignedBytes
@@ -100,7 +100,7 @@ bool DecoderSession::HasUnknownLength() const
     constexpr int64_t kMillisecondsPerSecond = 1000;
     const int64_t bytesPerMillisecond =
         int64_t{info.WaveFormat.nAvgBytesPerSec} / kMillisecondsPerSecond;
-    return m_input->IsUrl() && info.nLengthMS == 0 && info.nLengthBytes > bytesPerMillisecond;
+    return m_input->IsStream() && info.nLengthMS == 0 && info.nLengthBytes > bytesPerMillisecond;
 }
 
 DecoderSession::Step DecoderSession::Next(std::span<const uint8_t>& pcm)

@@ -118,7 +118,7 @@ std::string TranslateEdit(const Input& input, const std::string& line)
         return "cannot be written: " + line.substr(writing.size());
     if (!line.starts_with(kErrorOpening))
         return {};
-    if (access(input.Name().c_str(), W_OK) != 0)
+    if (access(input.Path().c_str(), W_OK) != 0)
         return Problem::FromErrno().About("cannot be changed").Text();
     return "cannot be opened for writing: another program may be changing it";
 }

@@ -36,7 +36,7 @@ Problem TagFile::Write(const std::vector<TagItem>& items)
         return blob.Why();
     return Change([&](codecs::DecoderInstance& instance) {
         STQvCodecGetSet record{};
-        record.pText1 = m_input.WideName().c_str();
+        record.pText1 = m_input.WidePath().c_str();
         record.pData = blob->data();
         record.nDataSize = static_cast<int32_t>(blob->size());
         return instance.Set(QV_KEY_ID_TAGS, record);
@@ -54,14 +54,14 @@ Problem TagFile::Remove(const std::vector<std::string>& names)
     if (packed.empty())
         return {};
     return Change([&](codecs::DecoderInstance& instance) {
-        return instance.DeleteATag(m_input.WideName().c_str(), packed.c_str());
+        return instance.DeleteATag(m_input.WidePath().c_str(), packed.c_str());
     });
 }
 
 Problem TagFile::RemoveAll()
 {
     return Change([&](codecs::DecoderInstance& instance) {
-        return instance.DeleteATag(m_input.WideName().c_str(), nullptr);
+        return instance.DeleteATag(m_input.WidePath().c_str(), nullptr);
     });
 }
 

@@ -1,0 +1,27 @@
+// Copies of inputs that decoders cannot read in place: what a URL names, and standard input.
+#pragma once
+
+#include "host/base/Input.h"
+
+#include <cstdint>
+#include <functional>
+
+namespace aiff::host
+{
+
+struct LocalCopy {
+    Input input; // reads from the copy, which goes with the last of its copies
+    // Why the end of the content is missing, if it is.
+    Problem incomplete;
+};
+
+// Is told the number of bytes received so far.
+using ReceivedFunction = std::function<void(int64_t bytes)>;
+
+// Copies a URL's content or standard input into an unnamed temporary file. URLs are fetched as
+// curl does it: with its environment variables for proxies, following redirects, undoing content
+// codings. A transfer that breaks off after its first byte leaves an incomplete copy; one that
+// brings nothing is a problem.
+Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& received);
+
+} // namespace aiff::host
