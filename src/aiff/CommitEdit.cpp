@@ -128,7 +128,7 @@ CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailSt
     if (const auto error = edit.KeepMovedBytes(tailStart))
         return {File::AsBefore, error};
     if (edit.MovesBaseBytes() || GrowsInside(edit, tailStart)) {
-        const std::error_code error = ReplaceFile(file, target.Path(), edit);
+        const std::error_code error = ReplaceFile(target, edit);
         return {error ? File::AsBefore : File::Changed, error};
     }
     InPlaceWriter writer(file);

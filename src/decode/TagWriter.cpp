@@ -206,6 +206,8 @@ bool TagWriter::Commit(FileEdit& edit, const EditTarget& target, const wchar_t* 
     const CommitResult result = CommitEdit(edit, target, tailStart);
     if (result.file == CommitResult::File::Changed)
         return true;
+    if (result.error == kChangedMeanwhile)
+        return Fail(path, L"it was changed by another program while it was edited");
     const bool isAsBefore = result.file == CommitResult::File::AsBefore;
     return Fail(path, SystemText(result.error.value()) +
                           (isAsBefore ? L", the file is left as it was"

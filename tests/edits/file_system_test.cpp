@@ -1,6 +1,7 @@
 // Edits and the file system: what a file is besides its bytes, and who else has it open.
 
 #include "edits/EditHarness.h"
+#include "support/SystemCalls.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -113,6 +114,51 @@ TEST_F(FileTest, SecondWriterFailsAtOnceAndReadersGoOn)
     Instance reader(plugin);
     ASSERT_EQ(reader.Open(path, 1 + 8), 1);
     EXPECT_EQ(ApplyEdit(plugin, path, set), 1);
+}
+
+// Whatever another program does to the file before its name goes to the copy.
+TEST_F(FileTest, ChangesByOthersAreNeverLost)
+{
+    const Layout other = Make("TCsM");
+    const std::pair<const char*, std::function<void()>> rows[] = {
+        {"replaces", [&] { rename(dir.Write("b", other.file).c_str(), path.c_str()); }},
+        {"rewrites", [&] { File(other.file); }},
+        {"appends", [&] { std::ofstream(path, std::ios::app) << 'x'; }},
+        {"touches", [&] { std::filesystem::last_write_time(path, {}); }},
+        {"protects", [&] { chmod(path.c_str(), 0400); }},
+        {"removes", [&] { unlink(path.c_str()); }}};
+    const auto saysWhy = [](const std::string& error) {
+        return error.find("changed by another program while it was edited") != error.npos ||
+               error.find("Error opening file") != error.npos;
+    };
+    for (const auto& [what, act] : rows)
+        for (long call = 1; !HasFailure(); ++call) {
+            SCOPED_TRACE(what + (", call " + std::to_string(call)));
+            chmod(File(first.file).c_str(), 0600);
+            std::optional<Bytes> left;
+            mode_t mode = 0;
+            SystemCalls::meddler = [&] {
+                act();
+                if (std::filesystem::exists(path))
+                    std::tie(left, mode) = std::pair(ReadFile(path), Status().st_mode);
+            };
+            const EditCall apply(plugin, path, set, &report);
+            SystemCalls::Start(SystemCalls::Fault::Meddles, call);
+            const int32_t result = apply();
+            const SystemCalls::Counts counts = SystemCalls::Stop();
+            if (!counts.struck || counts.last == "rename"s)
+                break; // nothing can be noticed any more
+            EXPECT_EQ(FilesIn(dir), left.has_value());
+            if (left)
+                EXPECT_EQ(Status().st_mode, mode);
+            if (result == 1) // it began after that
+                EXPECT_EQ(WhatIsWrong(Number(*left, 4) == Number(other.file, 4) ? other : first,
+                                      set, ReadFile(path)),
+                          "");
+            else
+                EXPECT_TRUE((!left || ReadFile(path) == *left) && saysWhy(report.Take(kError)))
+                    << counts.last;
+        }
 }
 
 TEST_F(FileTest, DecodingGoesOnWhileTheFileIsEdited)

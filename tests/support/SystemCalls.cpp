@@ -14,6 +14,8 @@
 namespace SystemCalls
 {
 
+std::function<void()> meddler;
+
 namespace
 {
 
@@ -24,11 +26,16 @@ long struckCall = 0;
 long allocations = 0;
 Counts counts;
 
-// Takes note of a fault, which ends the process at once if it is to.
+// Takes note of a fault, and brings about what goes on outside of the call.
 bool Strike(const char* name)
 {
     counts.struck = true;
     counts.last = name;
+    if (fault == Fault::Meddles) {
+        isOn = false;
+        meddler();
+        isOn = true;
+    }
     return fault != Fault::Kills || kill(getpid(), SIGKILL) == 0;
 }
 
@@ -63,7 +70,7 @@ bool Strikes(const char* name)
         !isStruck || !Strike(name))
         return false;
     errno = fault == Fault::Interrupts ? EINTR : fault == Fault::DiskFull ? ENOSPC : EIO;
-    return fault != Fault::KillsInside;
+    return fault != Fault::KillsInside && fault != Fault::Meddles;
 }
 
 bool StrikesAllocation()

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 namespace SystemCalls
 {
@@ -15,9 +16,13 @@ enum class Fault {
     Interrupts,   // the call does nothing and reports a signal
     ShortReads,   // every other read is interrupted, the rest deliver a few bytes
     NoMemory,     // an allocation fails; these are counted apart from the calls
+    Meddles,      // what `meddler` does happens before the call
     Kills,        // the process ends before the call
     KillsInside   // the process ends when half of the bytes are written
 };
+
+// Another program, for Fault::Meddles.
+extern std::function<void()> meddler;
 
 // Whether this build can make allocations fail.
 extern const bool canFailAllocations;

@@ -1,7 +1,10 @@
 #include "host/session/Reason.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
 #include <string_view>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace aiff::host
@@ -106,6 +109,21 @@ std::string Translate(const DecoderSession& session, const std::string& line)
     return {};
 }
 
+// Why the file of this name could not be opened for an edit, found out by doing as the
+// decoder did.
+std::string WhyNotOpened(const std::string& name)
+{
+    const int file = open(name.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+        return Problem::FromErrno().About("cannot be changed").Text();
+    Problem why = "cannot be opened for writing: another program may have been changing it";
+    if (flock(file, LOCK_EX | LOCK_NB) != 0)
+        why = errno == EWOULDBLOCK ? Problem("cannot be changed: another program is changing it")
+                                   : Problem::FromErrno().About("cannot be locked");
+    close(file);
+    return why.Text();
+}
+
 // What an error line of an edit means; empty for an unknown one.
 std::string TranslateEdit(const Input& input, const std::string& line)
 {
@@ -114,13 +132,11 @@ std::string TranslateEdit(const Input& input, const std::string& line)
             return Filled(phrase, line);
     }
     const std::string writing = std::string(kErrorWriting) + input.Name() + "': ";
-    if (line.starts_with(writing))
-        return "cannot be written: " + line.substr(writing.size());
-    if (!line.starts_with(kErrorOpening))
-        return {};
-    if (access(input.Path().c_str(), W_OK) != 0)
-        return Problem::FromErrno().About("cannot be changed").Text();
-    return "cannot be opened for writing: another program may be changing it";
+    if (line.starts_with(writing)) {
+        const std::string reason = line.substr(writing.size());
+        return reason.starts_with("it was ") ? reason.substr(3) : "cannot be written: " + reason;
+    }
+    return line.starts_with(kErrorOpening) ? WhyNotOpened(input.Path()) : "";
 }
 
 // Why a stream could not be opened; empty when this was not the cause.

@@ -28,16 +28,6 @@ std::error_code ResolvePath(const wchar_t* name, std::string& path)
     return {};
 }
 
-// An editor that replaces a file unlocks it after the new one has taken its name. A lock
-// obtained at that moment is one on the old file, which no name leads to any more.
-bool IsStillNamed(int fd, const std::string& path)
-{
-    struct stat opened = {};
-    struct stat named = {};
-    return fstat(fd, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
-}
-
 } // namespace
 
 std::error_code EditTarget::Open(const wchar_t* name)
@@ -47,17 +37,40 @@ std::error_code EditTarget::Open(const wchar_t* name)
         std::error_code error = ResolvePath(name, m_path);
         if (error)
             return error;
-        auto file = DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error);
-        if (error)
-            return error;
-        if (flock(file->Descriptor(), LOCK_EX | LOCK_NB) != 0)
-            return LastSystemError();
-        if (IsStillNamed(file->Descriptor(), m_path)) {
-            m_file = std::move(file);
+        m_file = DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error);
+        if (!error && flock(m_file->Descriptor(), LOCK_EX | LOCK_NB) != 0)
+            error = LastSystemError();
+        if (!error)
+            error = NoteState();
+        // An editor that replaces a file unlocks it after the new one has taken its name. A
+        // lock obtained at that moment is one on the old file, which the name no longer
+        // leads to.
+        if (!error)
+            error = CheckUnchanged();
+        if (!error)
             return {};
-        }
+        m_file.reset();
+        if (error != kChangedMeanwhile)
+            return error;
     }
     return make_error_code(std::errc::operation_would_block);
+}
+
+std::error_code EditTarget::NoteState()
+{
+    struct stat status = {};
+    if (fstat(m_file->Descriptor(), &status) != 0)
+        return LastSystemError();
+    m_state = StateOf(status);
+    return {};
+}
+
+std::error_code EditTarget::CheckUnchanged() const
+{
+    struct stat status = {};
+    if (stat(m_path.c_str(), &status) != 0)
+        return errno == ENOENT || errno == ENOTDIR ? kChangedMeanwhile : LastSystemError();
+    return StateOf(status) == m_state ? std::error_code() : kChangedMeanwhile;
 }
 
 } // namespace aiff

@@ -2,9 +2,16 @@
 #pragma once
 
 #include "support/file/DiskFile.h"
+#include "support/file/FileAttributes.h"
+
+#include <cerrno>
 
 namespace aiff
 {
+
+// Why an edit stops when another program has changed, replaced, moved or removed the file.
+// The number is what network file systems give for a file that is gone.
+inline const std::error_code kChangedMeanwhile{ESTALE, std::generic_category()};
 
 // Keeps the file open and locked for as long as the object lives. The lock is advisory:
 // it keeps out other editors, but no readers.
@@ -18,12 +25,24 @@ public:
     // Null before a successful Open.
     const std::shared_ptr<DiskFile>& File() const { return m_file; }
 
+    // Fails with kChangedMeanwhile unless the path still names the opened file, with the size
+    // and times that were noted last. What another program does in the instant between this
+    // check and the step that depends on it goes unseen, and so does a change of the data
+    // alone within the resolution of the file's times (milliseconds at most, but seconds on
+    // some file systems).
+    [[nodiscard]] std::error_code CheckUnchanged() const;
+
+    // Notes the file's present size and times as those to expect. Open does; whoever writes
+    // to the file does so again after each write.
+    [[nodiscard]] std::error_code NoteState();
+
     // The file's own name, with symbolic links resolved.
     const std::string& Path() const { return m_path; }
 
 private:
     std::shared_ptr<DiskFile> m_file;
     std::string m_path;
+    FileState m_state;
 };
 
 } // namespace aiff

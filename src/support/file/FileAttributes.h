@@ -1,10 +1,24 @@
 // The attributes of a file besides its data. One implementation per platform.
 #pragma once
 
+#include <cstdint>
+#include <sys/stat.h>
 #include <system_error>
 
 namespace aiff
 {
+
+// Which file it is, and what shows that it was changed.
+struct FileState {
+    dev_t device = 0;
+    ino_t number = 0;
+    int64_t size = 0;          // bytes
+    int64_t dataTime = 0;      // of the last change of the data, nanoseconds since 1970
+    int64_t attributeTime = 0; // of the last change of data or attributes
+    bool operator==(const FileState&) const = default;
+};
+
+FileState StateOf(const struct stat& status);
 
 // Copies the extended attributes, access control lists included, from one open file to
 // another. Fails when one of them cannot be copied.

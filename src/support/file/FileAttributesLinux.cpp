@@ -34,6 +34,15 @@ std::error_code CopyOne(int from, int to, const char* name)
 
 } // namespace
 
+FileState StateOf(const struct stat& status)
+{
+    const auto nanoseconds = [](const timespec& time) {
+        return int64_t{time.tv_sec} * 1000000000 + time.tv_nsec;
+    };
+    return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
+            nanoseconds(status.st_ctim)};
+}
+
 std::error_code CopyExtendedAttributes(int from, int to)
 {
     const ssize_t size = flistxattr(from, nullptr, 0);

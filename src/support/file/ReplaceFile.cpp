@@ -92,13 +92,13 @@ void FlushDirectory(const std::string& directory)
 
 } // namespace
 
-std::error_code ReplaceFile(const DiskFile& original, const std::string& path,
-                            const FileContent& content)
+std::error_code ReplaceFile(const EditTarget& target, const FileContent& content)
 {
+    const DiskFile& original = *target.File();
     struct stat status = {};
     if (fstat(original.Descriptor(), &status) != 0)
         return LastSystemError();
-    const std::string directory = path.substr(0, path.rfind('/') + 1);
+    const std::string directory = target.Path().substr(0, target.Path().rfind('/') + 1);
     // Named after the inode: whoever holds the file's lock owns this name, so a file that
     // has it already was left behind by an edit that was killed.
     NewFile temporary(directory + ".aiff-edit-" + std::to_string(status.st_ino));
@@ -112,7 +112,9 @@ std::error_code ReplaceFile(const DiskFile& original, const std::string& path,
     if (!error && fsync(file->Descriptor()) != 0)
         error = LastSystemError();
     if (!error)
-        error = temporary.RenameTo(path);
+        error = target.CheckUnchanged();
+    if (!error)
+        error = temporary.RenameTo(target.Path());
     if (!error)
         FlushDirectory(directory);
     return error;

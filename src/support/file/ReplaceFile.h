@@ -1,16 +1,15 @@
 // Replacing a file by a changed copy.
 #pragma once
 
-#include "support/file/DiskFile.h"
+#include "support/file/EditTarget.h"
 
 namespace aiff
 {
 
-// Writes `content` into a new file in the directory of `path` and, once it is complete
-// and on disk, renames it to `path` in one step. Mode, owner and extended attributes are
-// copied from `original`, the file at `path`, whose lock the caller holds. When anything
-// fails, `path` is untouched and no new file is left behind.
-[[nodiscard]] std::error_code ReplaceFile(const DiskFile& original, const std::string& path,
-                                          const FileContent& content);
+// Writes `content` into a new file in the directory of the target and, once it is complete
+// and on disk, gives it the target's name in one step, unless the target is not as it was
+// noted any more (kChangedMeanwhile). Mode, owner and extended attributes are those of the
+// target. When anything fails, the target is untouched and no new file is left behind.
+[[nodiscard]] std::error_code ReplaceFile(const EditTarget& target, const FileContent& content);
 
 } // namespace aiff
