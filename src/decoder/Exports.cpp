@@ -3,6 +3,7 @@
 #include "decoder/Decoder.h"
 
 #include <new>
+#include <pthread.h>
 #include <type_traits>
 
 namespace aiff
@@ -13,35 +14,54 @@ namespace aiff
 namespace
 {
 
+// Calls a function while the thread cannot be cancelled: what unwinds a cancelled thread
+// would end the host at the first catch (...), and files and locks would be left as they
+// are. A cancellation that came meanwhile acts at the thread's next cancellation point.
+template <class Function>
+auto Uncancelled(Function&& function)
+{
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    const auto result = function();
+    pthread_setcancelstate(state, nullptr);
+    return result;
+}
+
 // Calls an operation of the instance. Nothing leaves the plug-in but 1 or 0: a
 // failed allocation anywhere below ends here.
 template <class Body>
-int32_t AtBoundary(void* handle, Body&& body) noexcept
+int32_t AtBoundary(void* handle, Body&& body)
 {
     if (handle == nullptr)
         return 0;
-    try {
-        return body(*static_cast<clDecoder*>(handle)) ? 1 : 0;
-    } catch (...) {
-        return 0;
-    }
+    return Uncancelled([&]() noexcept -> int32_t {
+        try {
+            return body(*static_cast<clDecoder*>(handle)) ? 1 : 0;
+        } catch (...) {
+            return 0;
+        }
+    });
 }
 
 } // namespace
 
 AIFF_EXPORT void* Create(const STNStdReport* report)
 {
-    try {
-        return new (std::nothrow) clDecoder(report != nullptr ? *report : STNStdReport{});
-    } catch (...) {
-        return nullptr;
-    }
+    return Uncancelled([=]() noexcept -> void* {
+        try {
+            return new (std::nothrow) clDecoder(report != nullptr ? *report : STNStdReport{});
+        } catch (...) {
+            return nullptr;
+        }
+    });
 }
 
 AIFF_EXPORT int32_t Destroy(void* handle)
 {
-    delete static_cast<clDecoder*>(handle);
-    return 1;
+    return Uncancelled([=]() noexcept {
+        delete static_cast<clDecoder*>(handle);
+        return int32_t{1};
+    });
 }
 
 AIFF_EXPORT int32_t Get(void* handle, const wchar_t* key, STQvCodecGetSet* getSet)
