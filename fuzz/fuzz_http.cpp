@@ -21,7 +21,7 @@ void CheckTarget(const std::string& reference)
     Require(std::all_of(all.begin(), all.end(), [](char c) { return c > ' ' && c < 0x7F; }),
             "nothing in a URL can break out of a request");
     Url again;
-    Require(ParseUrl("http://" + url.HostField() + url.target, again) &&
+    Require(ParseUrl("http://" + url.HostField() + url.target, again) == StreamFault::None &&
                 again.target == url.target && again.host == url.host && again.port == url.port,
             "a URL comes back as it was");
 }

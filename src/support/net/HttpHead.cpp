@@ -2,7 +2,9 @@
 
 #include "support/text/Ascii.h"
 
+#include <algorithm>
 #include <limits>
+#include <span>
 
 namespace aiff
 {
@@ -57,14 +59,15 @@ StreamFault ReadContentLength(std::string_view value, HttpHead& head)
     return StreamFault::None;
 }
 
-// Only "chunked" can be undone here, and only once.
+// Only "chunked" can be undone here. Proxies that repeat the field have chunked the body
+// once all the same.
 StreamFault ReadTransferEncoding(std::string_view value, HttpHead& head)
 {
     while (!value.empty()) {
         const std::string_view coding = Trim(TakeUntil(value, ','));
         if (coding.empty() || EqualNoCase(coding, "identity"))
             continue;
-        if (!EqualNoCase(coding, "chunked") || head.isChunked)
+        if (!EqualNoCase(coding, "chunked"))
             return StreamFault::UnknownCoding;
         head.isChunked = true;
     }
@@ -122,15 +125,23 @@ struct FieldRule {
     StreamFault (*read)(std::string_view value, HttpHead& head);
 };
 
-constexpr FieldRule kFields[] = {
-    {"Content-Length", ReadContentLength},
-    {"Transfer-Encoding", ReadTransferEncoding},
-    {"Content-Encoding", ReadContentEncoding},
-    {"Accept-Ranges", ReadAcceptRanges},
-    {"Content-Range", ReadContentRange},
-    {"Location", ReadLocation},
-    {"ETag", ReadEntityTag},
+constexpr FieldRule kDataFields[] = {
+    {"Content-Length", ReadContentLength},     {"Transfer-Encoding", ReadTransferEncoding},
+    {"Content-Encoding", ReadContentEncoding}, {"Accept-Ranges", ReadAcceptRanges},
+    {"Content-Range", ReadContentRange},       {"ETag", ReadEntityTag},
 };
+
+constexpr FieldRule kRedirectFields[] = {
+    {"Location", ReadLocation},
+};
+
+std::span<const FieldRule> FieldsOf(const HttpHead& head)
+{
+    if (head.HasData())
+        return kDataFields;
+    return head.IsRedirect() ? std::span<const FieldRule>(kRedirectFields)
+                             : std::span<const FieldRule>();
+}
 
 // A line without a colon is not a field and is skipped.
 StreamFault ReadField(std::string_view line, HttpHead& head)
@@ -139,7 +150,7 @@ StreamFault ReadField(std::string_view line, HttpHead& head)
     if (colon == std::string_view::npos)
         return StreamFault::None;
     const std::string_view name = Trim(line.substr(0, colon));
-    for (const FieldRule& rule : kFields)
+    for (const FieldRule& rule : FieldsOf(head))
         if (EqualNoCase(rule.name, name))
             return rule.read(Trim(line.substr(colon + 1)), head);
     return StreamFault::None;
@@ -155,6 +166,11 @@ std::string TakeLine(std::string_view& bytes)
 }
 
 } // namespace
+
+int64_t ContentRange::End() const
+{
+    return std::min(last, std::numeric_limits<int64_t>::max() - 1) + 1;
+}
 
 bool HttpHead::IsRedirect() const
 {
@@ -188,7 +204,7 @@ StreamFault ParseHead(std::string_view bytes, HttpHead& head)
     if (head.isChunked)
         head.contentLength = -1;
     else if (head.status == 206 && head.range.has_value() && head.contentLength < 0)
-        head.contentLength = head.range->last - head.range->first + 1;
+        head.contentLength = head.range->End() - head.range->first;
     return StreamFault::None;
 }
 

@@ -167,9 +167,11 @@ bool HttpReader::BeginChunk()
     }
     if (!m_hasEnded && (used == 0 || kAfterSize.find(c) == std::string_view::npos))
         return End(StreamFault::BadResponse);
-    for (; !m_hasEnded && c != '\n'; TakeByte(c))
-        if (++used > kMostChunkLine)
+    while (!m_hasEnded && c != '\n') {
+        const bool mustEnd = c == '\r';
+        if (TakeByte(c) && ((mustEnd && c != '\n') || ++used > kMostChunkLine))
             return End(StreamFault::BadResponse);
+    }
     m_left = size;
     return !m_hasEnded;
 }

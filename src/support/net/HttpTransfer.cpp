@@ -36,12 +36,7 @@ StreamFault HttpTransfer::Ask(const Url& url, const RangeRequest& range)
     StreamFault fault = m_socket.Connect(url.host, url.port);
     if (fault == StreamFault::None)
         fault = m_socket.Send(HttpRequest(url, range));
-    if (fault != StreamFault::None)
-        return fault;
-    m_socket.SetDeadline(TcpSocket::Clock::now() + m_limits.head);
-    fault = m_reader.ReadHead(m_head);
-    m_socket.SetDeadline({});
-    return fault;
+    return fault == StreamFault::None ? m_reader.ReadHead(m_head) : fault;
 }
 
 } // namespace aiff

@@ -17,12 +17,13 @@ struct RangeRequest {
 // The text of a request.
 std::string HttpRequest(const Url& url, const RangeRequest& range);
 
-// Stays connected from Ask until it is destroyed. Takes about 64 KiB of memory.
+// Stays connected from Ask until it is destroyed. Takes about 64 KiB of memory. Everything
+// fails with TooSlow that is not done by the deadline.
 class HttpTransfer
 {
 public:
-    explicit HttpTransfer(const NetLimits& limits)
-        : m_limits(limits), m_socket(limits), m_reader(m_socket)
+    HttpTransfer(const NetLimits& limits, TcpSocket::Clock::time_point deadline)
+        : m_socket(limits, deadline), m_reader(m_socket)
     {
     }
     HttpTransfer(const HttpTransfer&) = delete; // the reader refers to the socket
@@ -34,12 +35,13 @@ public:
 
     const HttpHead& Head() const { return m_head; }
 
+    void SetDeadline(TcpSocket::Clock::time_point deadline) { m_socket.SetDeadline(deadline); }
+
     // Body bytes; see HttpReader.
     [[nodiscard]] size_t ReadBody(std::span<uint8_t> out) { return m_reader.ReadBody(out); }
     StreamFault Fault() const { return m_reader.Fault(); }
 
 private:
-    NetLimits m_limits;
     TcpSocket m_socket;
     HttpReader m_reader;
     HttpHead m_head;

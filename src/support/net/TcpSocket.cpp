@@ -140,11 +140,6 @@ private:
     StreamFault m_fault = StreamFault::Unreachable;
 };
 
-bool WouldBlock(int error)
-{
-    return error == EAGAIN || error == EWOULDBLOCK;
-}
-
 } // namespace
 
 StreamFault TcpSocket::Connect(const std::string& host, uint16_t port)
@@ -153,48 +148,51 @@ StreamFault TcpSocket::Connect(const std::string& host, uint16_t port)
     const Addresses addresses = AddressesOf(host, port);
     if (addresses == nullptr)
         return StreamFault::HostNotFound;
-    return ConnectRace(addresses.get(), Clock::now() + m_limits.connect).Run(m_socket);
+    return ConnectRace(addresses.get(), std::min(Clock::now() + m_limits.connect, m_deadline))
+        .Run(m_socket);
 }
 
-// False when the time is up.
-bool TcpSocket::WaitFor(short events) const
+// Waits until the socket is ready.
+StreamFault TcpSocket::WaitFor(short events) const
 {
     const auto idleEnd = Clock::now() + m_limits.idle;
     pollfd one = {m_socket.Get(), events, 0};
-    return PollUntil({&one, 1}, std::min(idleEnd, m_deadline.value_or(idleEnd))) > 0;
+    if (PollUntil({&one, 1}, std::min(idleEnd, m_deadline)) > 0)
+        return StreamFault::None;
+    return idleEnd < m_deadline ? StreamFault::IdleTimeout : StreamFault::TooSlow;
+}
+
+// What follows from an error of the socket; None when the call is to be tried again.
+StreamFault TcpSocket::FaultAfter(int error, short events) const
+{
+    if (error == EINTR)
+        return StreamFault::None;
+    const bool wouldBlock = error == EAGAIN || error == EWOULDBLOCK;
+    return wouldBlock ? WaitFor(events) : StreamFault::ConnectionLost;
 }
 
 StreamFault TcpSocket::Send(std::string_view bytes)
 {
     while (!bytes.empty()) {
         const ssize_t sent = SendQuietly(m_socket.Get(), bytes);
-        if (sent >= 0) {
+        if (sent >= 0)
             bytes.remove_prefix(static_cast<size_t>(sent));
-            continue;
-        }
-        const int error = errno;
-        if (WouldBlock(error) && !WaitFor(POLLOUT))
-            return StreamFault::IdleTimeout;
-        if (!WouldBlock(error) && error != EINTR)
-            return StreamFault::ConnectionLost;
+        else if (const StreamFault fault = FaultAfter(errno, POLLOUT); fault != StreamFault::None)
+            return fault;
     }
     return StreamFault::None;
 }
 
 Received TcpSocket::ReadSome(std::span<uint8_t> out)
 {
-    for (;;) {
-        if (m_deadline.has_value() && Clock::now() >= *m_deadline)
-            return {0, StreamFault::IdleTimeout};
+    while (Clock::now() < m_deadline) {
         const ssize_t count = recv(m_socket.Get(), out.data(), out.size(), 0);
         if (count >= 0)
             return {static_cast<size_t>(count), StreamFault::None};
-        const int error = errno;
-        if (WouldBlock(error) && !WaitFor(POLLIN))
-            return {0, StreamFault::IdleTimeout};
-        if (!WouldBlock(error) && error != EINTR)
-            return {0, StreamFault::ConnectionLost};
+        if (const StreamFault fault = FaultAfter(errno, POLLIN); fault != StreamFault::None)
+            return {0, fault};
     }
+    return {0, StreamFault::TooSlow};
 }
 
 } // namespace aiff

@@ -5,7 +5,6 @@
 #include "support/net/ByteSource.h"
 
 #include <chrono>
-#include <optional>
 
 namespace aiff
 {
@@ -14,17 +13,23 @@ namespace aiff
 struct NetLimits {
     std::chrono::milliseconds connect{10000}; // to any address of a host
     std::chrono::milliseconds idle{30000};    // between bytes
-    std::chrono::milliseconds head{60000};    // for the whole header of a response
+    std::chrono::milliseconds step{60000};    // for what a host waits for: an open with all its
+                                              // redirects, a seek, a block
 };
 
 // Closes its connection when it is destroyed. No call raises a signal, a call that a signal
-// interrupts goes on, and descriptors above FD_SETSIZE work.
+// interrupts goes on, and descriptors above FD_SETSIZE work. After the deadline every call
+// fails, even while bytes keep coming. Looking up a name is what POSIX cannot interrupt: it
+// takes the time that the system's resolver allows, after which the deadline counts.
 class TcpSocket : public ByteSource
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    explicit TcpSocket(const NetLimits& limits) : m_limits(limits) {}
+    TcpSocket(const NetLimits& limits, Clock::time_point deadline)
+        : m_limits(limits), m_deadline(deadline)
+    {
+    }
 
     // Connects to the first of the host's addresses that accepts. While one is silent the
     // next ones are tried beside it.
@@ -35,15 +40,15 @@ public:
 
     [[nodiscard]] Received ReadSome(std::span<uint8_t> out) override;
 
-    // Reads fail once this moment has passed, even while bytes keep coming; none lifts it.
-    void SetDeadline(std::optional<Clock::time_point> deadline) { m_deadline = deadline; }
+    void SetDeadline(Clock::time_point deadline) { m_deadline = deadline; }
 
 private:
-    bool WaitFor(short events) const;
+    StreamFault WaitFor(short events) const;
+    StreamFault FaultAfter(int error, short events) const;
 
     NetLimits m_limits;
+    Clock::time_point m_deadline;
     FileDescriptor m_socket;
-    std::optional<Clock::time_point> m_deadline;
 };
 
 } // namespace aiff

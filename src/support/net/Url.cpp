@@ -147,22 +147,31 @@ std::string Url::HostField() const
     return field;
 }
 
-bool ParseUrl(std::string_view address, Url& url)
+bool IsHttpUrl(std::wstring_view name)
+{
+    return BeginsNoCase(name, std::wstring(kScheme.begin(), kScheme.end()));
+}
+
+StreamFault ParseUrl(std::string_view address, Url& url)
 {
     if (!IsAcceptable(address) || !BeginsNoCase(address, kScheme))
-        return false;
+        return StreamFault::BadName;
     address.remove_prefix(kScheme.size());
     const size_t end = std::min(address.find_first_of("/?#"), address.size());
-    if (!ReadAuthority(address.substr(0, end), url))
-        return false;
+    const std::string_view authority = address.substr(0, end);
+    if (authority.find('@') != std::string_view::npos)
+        return StreamFault::UserInName;
+    if (!ReadAuthority(authority, url))
+        return StreamFault::BadName;
     url.target = TargetOf(address.substr(end));
-    return true;
+    return StreamFault::None;
 }
 
 StreamFault ResolveUrl(const Url& base, std::string_view reference, Url& url)
 {
     const auto parsed = [&url](std::string_view address) {
-        return ParseUrl(address, url) ? StreamFault::None : StreamFault::RedirectWithoutTarget;
+        const bool isValid = ParseUrl(address, url) == StreamFault::None;
+        return isValid ? StreamFault::None : StreamFault::RedirectWithoutTarget;
     };
     if (!IsAcceptable(reference))
         return StreamFault::RedirectWithoutTarget;

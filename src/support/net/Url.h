@@ -22,14 +22,18 @@ struct Url {
 // The longest address accepted, in bytes: as much as common servers take.
 inline constexpr size_t kMostUrlBytes = 16384;
 
+// Whether a name is an address for this client: it begins with "http://", in any case.
+bool IsHttpUrl(std::wstring_view name);
+
 // Takes an address apart. Bytes that an address may not contain are encoded, a fragment is
-// dropped, "." and ".." in the path are resolved. False for anything that
-// does not begin with "http://" (in any case), names no host, carries a user name or
-// holds a line end or zero byte.
-[[nodiscard]] bool ParseUrl(std::string_view address, Url& url);
+// dropped, "." and ".." in the path are resolved. BadName for anything that
+// does not begin with "http://" (in any case), names no host or holds a line end or zero
+// byte, UserInName for a user name or password before the host: without encryption they
+// would be everybody's to read.
+[[nodiscard]] StreamFault ParseUrl(std::string_view address, Url& url);
 
 // The address that a redirect from `base` names: absolute, or relative to `base`.
-// RedirectElsewhere for any scheme but http.
+// RedirectElsewhere for any scheme but http, RedirectWithoutTarget for a bad address.
 [[nodiscard]] StreamFault ResolveUrl(const Url& base, std::string_view reference, Url& url);
 
 } // namespace aiff

@@ -17,7 +17,7 @@ bool IsRestFrom(const HttpHead& head, int64_t first, int64_t total)
     if (head.status != 206 || !head.range.has_value())
         return false;
     const ContentRange& range = *head.range;
-    const int64_t end = range.last + 1;
+    const int64_t end = range.End();
     const bool fitsTotal = total < 0 || end == total;
     const bool fitsOwnTotal = range.total < 0 || range.total == end;
     const bool fitsLength = head.contentLength < 0 || head.contentLength == end - range.first;
@@ -30,7 +30,7 @@ bool XFileHTTPStream::Open(const wchar_t* name)
 {
     Close();
     m_openFault.clear();
-    if (!BeginsNoCase(name, L"http://")) {
+    if (!IsHttpUrl(name)) {
         if (!m_file.Open(name))
             return false;
         m_fromInternet = false;
@@ -51,7 +51,6 @@ void XFileHTTPStream::Close() noexcept
 {
     m_file.Close();
     m_transfer.reset();
-    m_entityTag.clear();
     m_size = 0;
     m_servesRanges = false;
     m_position = 0;
@@ -59,18 +58,33 @@ void XFileHTTPStream::Close() noexcept
 
 StreamFault XFileHTTPStream::OpenStream(const wchar_t* name, int& status)
 {
+    StartStep();
     std::string bytes;
-    if (!ToPathBytes(name, bytes) || !ParseUrl(bytes, m_url))
+    if (!ToPathBytes(name, bytes))
         return StreamFault::BadName;
-    const StreamFault fault = FollowRedirects(status);
+    StreamFault fault = ParseUrl(bytes, m_url);
+    if (fault == StreamFault::None)
+        fault = FollowRedirects(status);
     return fault != StreamFault::None ? fault : Accept(m_transfer->Head());
+}
+
+void XFileHTTPStream::StartStep()
+{
+    m_deadline = TcpSocket::Clock::now() + m_limits.step;
+    if (m_transfer != nullptr)
+        m_transfer->SetDeadline(m_deadline);
+}
+
+std::unique_ptr<HttpTransfer> XFileHTTPStream::NewTransfer() const
+{
+    return std::make_unique<HttpTransfer>(m_limits, m_deadline);
 }
 
 // Asks for the data, and again at the next address for as long as it is redirected.
 StreamFault XFileHTTPStream::FollowRedirects(int& status)
 {
     for (int redirects = 0; redirects <= kMostRedirects; ++redirects) {
-        m_transfer = std::make_unique<HttpTransfer>(m_limits);
+        m_transfer = NewTransfer();
         StreamFault fault = m_transfer->Ask(m_url, {});
         if (fault != StreamFault::None)
             return fault;
@@ -92,7 +106,7 @@ StreamFault XFileHTTPStream::FollowRedirects(int& status)
 // Takes over what the header says. A server may send the whole as a range of itself.
 StreamFault XFileHTTPStream::Accept(const HttpHead& head)
 {
-    if (head.status != 200 && head.status != 206)
+    if (!head.HasData())
         return StreamFault::Status;
     if (head.status == 206 && !IsRestFrom(head, 0, -1))
         return StreamFault::WrongRange;
@@ -139,7 +153,7 @@ bool XFileHTTPStream::SetPosition(int64_t position)
         return true;
     std::unique_ptr<HttpTransfer> transfer;
     if (position != m_size) {
-        transfer = std::make_unique<HttpTransfer>(m_limits);
+        transfer = NewTransfer();
         if (transfer->Ask(m_url, {position, m_entityTag}) != StreamFault::None)
             return false;
         if (!IsRestFrom(transfer->Head(), position, m_size))

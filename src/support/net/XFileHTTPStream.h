@@ -17,6 +17,10 @@ class XFileHTTPStream
 public:
     explicit XFileHTTPStream(const NetLimits& limits = {}) : m_limits(limits) {}
 
+    // Starts the time that NetLimits allows for one step anew. Open begins with it; what
+    // is read and sought after it shares its time, until the next StartStep.
+    void StartStep();
+
     // Closes what was open before. False when the input cannot be opened; for a stream,
     // OpenFault then says why.
     [[nodiscard]] bool Open(const wchar_t* name);
@@ -52,11 +56,13 @@ public:
     StreamFault Fault() const noexcept;
 
 private:
+    std::unique_ptr<HttpTransfer> NewTransfer() const;
     StreamFault OpenStream(const wchar_t* name, int& status);
     StreamFault FollowRedirects(int& status);
     StreamFault Accept(const HttpHead& head);
 
     NetLimits m_limits;
+    TcpSocket::Clock::time_point m_deadline; // of the present step
     XFile m_file;
     bool m_fromInternet = false;
     XStr m_openFault;
