@@ -16,7 +16,8 @@
  *   - Wide strings are zero-terminated wchar_t strings of 32-bit code points.
  *     In a file name, U+DC80..U+DCFF represents the raw byte 0x80..0xFF of a
  *     name that is not valid UTF-8.
- *   - An instance is used by one thread at a time; instances are independent.
+ *   - An instance is used by one thread at a time; instances are independent. A
+ *     thread cannot be cancelled (pthread_cancel) within a call, only after it.
  *
  * Calling order
  *   Create, [Set QV_KEY_SET_DECODE_RANGE], Open, then DecodeBlock until a block
@@ -280,7 +281,14 @@ typedef int32_t (*tQvGet)(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* 
 typedef int32_t (*tQvSet)(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet);
 
 /* Opens the input and does what the flags ask for. After a failure only Close and
- * Destroy are useful. */
+ * Destroy are useful.
+ *
+ * No call waits for ever for the server of a stream. It fails when the server cannot be
+ * connected to within 10 seconds, sends nothing for 30 seconds, or takes longer than 60
+ * seconds for all of an Open (redirects and the header of the audio included), for a
+ * SetPosition or for a block. Two things are not in the 60 seconds of an Open: a name is
+ * looked up for as long as the system's resolver tries, and where the server cannot be
+ * asked for a range, each 64 KiB before the decode range have 60 seconds of their own. */
 typedef int32_t (*tQvOpen)(void* hDecoder, STQvOpenDecoder* pOpen);
 
 /* Closes the input, also after a failed Open. Returns 1. */

@@ -70,13 +70,26 @@ bool clsStreamingwavedecoder::Seek(int64_t position)
 
 bool clsStreamingwavedecoder::ReadSound(std::span<uint8_t> bytes)
 {
-    return m_stream->Read(bytes) == bytes.size();
+    m_stream->StartStep();
+    return ReadStream(bytes) == bytes.size();
+}
+
+// Reads from the stream and reports, once, why it breaks off.
+size_t clsStreamingwavedecoder::ReadStream(std::span<uint8_t> bytes)
+{
+    const bool wasWhole = m_stream->Fault() == StreamFault::None;
+    const size_t count = m_stream->Read(bytes);
+    const StreamFault fault = m_stream->Fault();
+    if (wasWhole && fault != StreamFault::None)
+        StdReport::WriteINFO({L"Stream breaks off: ", TextOf(fault, 0)}, m_report, "Read");
+    return count;
 }
 
 bool clsStreamingwavedecoder::SetPosition(int64_t frame)
 {
     if (m_stream == nullptr || !m_stream->IsSeekable())
         return false;
+    m_stream->StartStep();
     return MoveTo(std::max(m_range.PositionOf(frame, m_common.wfx), m_range.dataStart));
 }
 

@@ -43,6 +43,7 @@ private:
     bool WalkChunks(FormWalk& walk, uint32_t formType);
     bool ReadCOMM(const ChunkHeader& chunk, uint32_t formType);
     bool ReachSound(const ChunkHeader& chunk);
+    size_t ReadStream(std::span<uint8_t> bytes);
     std::span<const uint8_t> ReadHeaderBytes(std::span<uint8_t> bytes);
     void TraceLength(int64_t milliseconds, int64_t bytes) const override;
     bool SeekToStart() override;

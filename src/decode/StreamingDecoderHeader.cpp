@@ -28,10 +28,11 @@ bool clsStreamingwavedecoder::PullOutCOMMnSSND()
     return m_header == Header::Parsed;
 }
 
-// Reads up to as many bytes as `bytes` holds and counts them.
+// Reads up to as many bytes as `bytes` holds and counts them. The whole header has what is
+// left of the time of the open.
 std::span<const uint8_t> clsStreamingwavedecoder::ReadHeaderBytes(std::span<uint8_t> bytes)
 {
-    const size_t taken = m_stream->Read(bytes);
+    const size_t taken = ReadStream(bytes);
     m_count += static_cast<int64_t>(taken);
     return bytes.first(taken);
 }

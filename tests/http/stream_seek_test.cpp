@@ -1,7 +1,7 @@
 // Seeking in streams, decode ranges, and the limits on a server's patience.
 
 #include "StreamHarness.h"
-#include "support/net/XFileHTTPStream.h"
+#include "decode/StreamingDecoder.h"
 
 #include <netdb.h>
 
@@ -93,6 +93,7 @@ TEST_F(StreamTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
         {"another end", promised(Partial(72046, size - 2, size, rest)), error},
         {"another total", promised(Partial(72046, size, size + 1, rest)), error},
         {"another length", promised(Partial(72046, size - 1, size, rest, Length(7))), error},
+        {"status 200", promised(Answer("Content-Range: bytes 72046-150053/*\r\n", rest)), error},
         {"no range", promised(Answer("", rest, "206 P")), error},
         {"redirect", promised(Answer("Location: /0/\r\n", {}, "302 F")), error},
         {"nothing", promised({}), error},
@@ -144,7 +145,7 @@ TEST_F(StreamTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
 }
 
 // What comes of opening, with limits that tests can wait for.
-constexpr NetLimits kShort = {milliseconds(400), milliseconds(200), milliseconds(500)};
+constexpr NetLimits kShort = {milliseconds(400), milliseconds(250), milliseconds(1000)};
 XStr Opening(const std::string& url)
 {
     XFileHTTPStream stream(kShort);
@@ -165,24 +166,66 @@ TEST(StreamLimits, ASilentServerIsGivenUpAndASlowOneIsNot)
     ScriptServer server;
     const XStr silent = L"time-out while waiting for the server";
     EXPECT_EQ(Opening(server.Serve([](Peer& peer) { peer.Stall(); })), silent);
-    EXPECT_EQ(Opening(server.Serve([](Peer& peer) { Drip(peer, 20, 50); })), silent) << "a header";
+    const auto redirects = [](Peer& peer) {
+        Drip(peer.Send(Text("HTTP/1.1 302 F\r\nX: ")), 5, 50);
+        peer.Send(Text("\r\nLocation: ?\r\n\r\n"));
+    };
+    for (const Handler& slow :
+         {Handler([](Peer& peer) { Drip(peer, 30, 50); }), Handler(redirects)})
+        EXPECT_EQ(Opening(server.Serve(slow)), L"the server is too slow");
 
-    const Bytes begin = Answer(Length(1000), Bytes(300));
+    const Bytes bytes = Noise(1000);
+    const Bytes begin = Answer("Accept-Ranges: bytes\r\n" + Length(1000), Front(bytes, 300));
+    const auto dripping = [begin](int count) {
+        return [begin, count](Peer& peer) { Drip(peer.Send(begin), count, 30); };
+    };
     const std::pair<Handler, StreamFault> cases[] = {
         {[begin](Peer& peer) { peer.Send(begin).Stall(); }, StreamFault::IdleTimeout},
-        {[begin](Peer& peer) { Drip(peer.Send(Front(begin, begin.size() - 10)), 10, 70); },
-         StreamFault::EndedEarly}};
+        {dripping(12), StreamFault::EndedEarly},
+        {dripping(50), StreamFault::TooSlow}};
     for (const auto& [handler, fault] : cases) {
         XFileHTTPStream stream(kShort);
-        ASSERT_TRUE(stream.Open(Wide(server.Serve(handler)).c_str()));
+        ASSERT_TRUE(stream.Open(Wide(server.Serve([&, first = handler](Peer& peer) {
+                                    if (peer.FirstByte() < 0)
+                                        return first(peer);
+                                    const auto at = static_cast<size_t>(peer.FirstByte());
+                                    peer.Send(Partial(at, 999, 1000, From(bytes, at)));
+                                })).c_str()));
         EXPECT_TRUE(stream.FromInterent());
         EXPECT_EQ(stream.Size(), 1000);
-        Bytes bytes(1000);
-        EXPECT_EQ(stream.Read(bytes), 300u);
+        Bytes part(1000);
+        const size_t count = stream.Read(part);
+        EXPECT_TRUE(count >= 300 && count < 350 && stream.Position() == int64_t(count));
         EXPECT_EQ(stream.Fault(), fault);
-        EXPECT_EQ(stream.Read(bytes), 0u);
-        EXPECT_EQ(stream.Position(), 300);
+        EXPECT_EQ(stream.Read(part), 0u);
+        stream.StartStep();
+        ASSERT_TRUE(stream.SetPosition(stream.Position())) << "asks again";
+        EXPECT_EQ(stream.Read(part), 1000 - count);
     }
+}
+
+TEST(StreamLimits, EveryBlockHasTimeOfItsOwn)
+{
+    ScriptServer server;
+    XFileHTTPStream stream(kShort);
+    ASSERT_TRUE(stream.Open(Wide(server.Serve([](Peer& peer) {
+                                const Bytes all = Counted(kFile);
+                                for (size_t i = 0; i < all.size(); i += 10000) {
+                                    peer.Send(
+                                        Front(From(all, i), std::min(all.size() - i, 10000ul)));
+                                    std::this_thread::sleep_for(milliseconds(80));
+                                }
+                            })).c_str()));
+    clsStreamingwavedecoder decoder;
+    STQvAudioInfo info;
+    STQvAudioBlock block = {};
+    EXPECT_TRUE(decoder.Initialize(stream, {}, 0, -1) && decoder.PrepareToDecodeAudio(&info));
+    while (block.nLastBlock == 0)
+        ASSERT_TRUE(decoder.DecodeBlock(&block));
+    const XMem* const props = decoder.FillAudioProps(L"ID3");
+    const NTag list = Decoded({props->Data(), props->Used()});
+    EXPECT_TRUE(list.GetTagValue(L"ID Tag") == L"ID3" &&
+                list.GetTagValue(L"Contains") == L"ID Tag [ID3]");
 }
 
 TEST(StreamLimits, AllAddressesOfAHostAreTried)

@@ -24,7 +24,6 @@ constexpr std::string_view kChunkOutOfForm = "Warning Chunk is out of AIFF area"
 
 constexpr std::string_view kErrorOpening = "Error opening file '";
 constexpr std::string_view kErrorWriting = "Error writing file '";
-constexpr std::string_view kStreamFault = "Cannot open stream: ";
 
 constexpr Phrase kPhrases[] = {
     {"Error first chunk unknown: ", "is not an AIFF file (it begins with \"%\")"},
@@ -45,6 +44,12 @@ constexpr Phrase kPhrases[] = {
     {"Error wave file has no COMM format chunk.",
      "has its audio format after the sound, which a stream cannot use (download the file "
      "first)"},
+};
+
+// What a decoder says about the connection of a stream.
+constexpr Phrase kStreamPhrases[] = {
+    {"Cannot open stream: ", "cannot be opened: %"},
+    {"Stream breaks off: ", "breaks off: %"},
 };
 
 // The lines of an edit of tags.
@@ -139,12 +144,13 @@ std::string TranslateEdit(const Input& input, const std::string& line)
     return line.starts_with(kErrorOpening) ? WhyNotOpened(input.Path()) : "";
 }
 
-// Why a stream could not be opened; empty when this was not the cause.
+// What is wrong with the connection of a stream; empty when nothing is.
 std::string StreamFault(const std::vector<std::string>& information)
 {
     for (const std::string& line : information) {
-        if (line.starts_with(kStreamFault))
-            return "cannot be opened: " + line.substr(kStreamFault.size());
+        for (const Phrase& phrase : kStreamPhrases)
+            if (line.starts_with(phrase.start))
+                return Filled(phrase, line);
     }
     return {};
 }
