@@ -1,5 +1,6 @@
 #include "host/commands/BatchArguments.h"
 #include "host/commands/Command.h"
+#include "host/commands/FetchArguments.h"
 #include "host/commands/FileConversion.h"
 #include "support/text/XStr.h"
 
@@ -71,7 +72,7 @@ private:
 CLI::App* ConvertCommand::AddTo(CLI::App& program)
 {
     CLI::App* command = program.add_subcommand("convert", "Convert to WAV or FLAC, bit for bit");
-    command->add_option("IN", m_inputs, "Files or http:// URLs to convert")->required();
+    command->add_option("IN", m_inputs, kInputs)->required();
     command
         ->add_option("-o,--output", m_batch.output,
                      "File or folder to write to, or - for standard output")
@@ -83,6 +84,7 @@ CLI::App* ConvertCommand::AddTo(CLI::App& program)
                      "wav or flac (default: as the output's extension says, else wav)")
         ->check(CLI::IsMember({kWav, kFlac}));
     command->add_flag("--no-tags", m_noTags, "Do not copy tags and pictures");
+    AddFetchOptions(*command, m_options.fetch);
     AddBatchOptions(*command, m_batch);
     command->footer(kExamples);
     return command;

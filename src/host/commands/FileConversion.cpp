@@ -23,24 +23,37 @@ FileConversion::FileConversion(const codecs::CodecLoader& loader, const Trace& t
 
 FileResult FileConversion::Run(const OutputPlan::Item& item)
 {
-    const Result<FileResult> result = Convert(item);
-    return result ? *result : FileResult{ConvertOutcome::Failed, result.Why()};
+    const Result<InputAtHand> source = BringToHand(
+        m_loader, m_report, item.input, m_options.tags ? Wanted::SoundAndTags : Wanted::Sound,
+        m_options.fetch, [this](int64_t bytes) { m_progress(Advance::Received(bytes)); });
+    if (!source)
+        return {ConvertOutcome::Failed, source.Why()};
+    Result<FileResult> result = Convert(source->input, item.output);
+    if (!result)
+        return {ConvertOutcome::Failed, source->incomplete ? source->incomplete : result.Why()};
+    if (!source->note.empty())
+        result->notes.push_back(source->note);
+    if (source->incomplete) {
+        result->outcome = ConvertOutcome::Damaged;
+        result->problem = source->incomplete.Text() + "; converted what is there";
+    }
+    return *result;
 }
 
-Result<FileResult> FileConversion::Convert(const OutputPlan::Item& item)
+Result<FileResult> FileConversion::Convert(const Input& input, const std::string& output)
 {
-    if (Problem problem = item.input.FileProblem())
+    if (Problem problem = input.FileProblem())
         return problem;
-    const Result<FrameRange> range = ResolveRange(item.input);
+    const Result<FrameRange> range = ResolveRange(input);
     if (!range)
         return range.Why();
     DecoderSession session(m_loader, m_report);
     const uint32_t tags = m_options.tags ? QV_OPEN_READ_TAGS : 0;
-    if (!session.Open(item.input, QV_OPEN_PREPARE_DECODE | tags, *range))
+    if (!session.Open(input, QV_OPEN_PREPARE_DECODE | tags, *range))
         return FailureReason(session);
     if (!range->IsWhole() && session.AudioInfo().nLengthBytes <= 0)
         return Problem("holds no audio between --start and --end");
-    if (Problem problem = Write(session, item.output))
+    if (Problem problem = Write(session, output))
         return problem;
     return SumUp(session);
 }

@@ -6,6 +6,7 @@
 #include "host/batch/OutputPlan.h"
 #include "host/batch/Progress.h"
 #include "host/commands/TimePoint.h"
+#include "host/session/AtHand.h"
 #include "host/session/DecoderSession.h"
 #include "host/writers/MakeAudioWriter.h"
 
@@ -18,6 +19,7 @@ namespace aiff::host
 struct ConvertOptions {
     IfExists ifExists = IfExists::Fail;
     bool tags = true; // copied to the output, with the pictures
+    Fetch fetch = Fetch::WhenNeeded;
     AudioFormat format = AudioFormat::Wav;
     std::optional<TimePoint> start;
     std::optional<TimePoint> end; // exclusive
@@ -35,7 +37,7 @@ public:
     FileResult Run(const OutputPlan::Item& item);
 
 private:
-    Result<FileResult> Convert(const OutputPlan::Item& item);
+    Result<FileResult> Convert(const Input& input, const std::string& output);
     Result<FrameRange> ResolveRange(const Input& input);
     Problem Write(DecoderSession& session, const std::string& path);
     Problem WriteAudio(DecoderSession& session, AudioWriter& writer);

@@ -1,6 +1,7 @@
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
+#include "host/commands/FetchArguments.h"
 #include "host/commands/TimePoint.h"
 #include "host/session/DecoderSession.h"
 #include "host/session/Reason.h"
@@ -115,13 +116,15 @@ private:
                   Json& list) const;
 
     std::vector<std::string> m_inputs;
+    Fetch m_fetch = Fetch::WhenNeeded;
     bool m_json = false;
 };
 
 CLI::App* InfoCommand::AddTo(CLI::App& program)
 {
     CLI::App* command = program.add_subcommand("info", "Show format, length, properties and tags");
-    command->add_option("IN", m_inputs, "Files or http:// URLs to read")->required();
+    command->add_option("IN", m_inputs, kInputs)->required();
+    AddFetchOptions(*command, m_fetch);
     command->add_flag("--json", m_json, "Write a JSON array with one object per input");
     command->footer(kExamples);
     return command;
@@ -142,16 +145,20 @@ ExitCode InfoCommand::Work(const codecs::CodecLoader& loader, const Trace& trace
 ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& report,
                            const Input& input, Json& list) const
 {
+    const Result<InputAtHand> source =
+        BringToHand(loader, report, input, Wanted::SoundAndTags, m_fetch, [](int64_t) {});
     DecoderSession session(loader, report);
-    Problem problem = input.FileProblem();
+    Problem problem = source ? source->input.FileProblem() : source.Why();
     constexpr uint32_t kFlags = QV_OPEN_AUDIO_INFO | QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
-    if (!problem && !session.Open(input, kFlags))
-        problem = FailureReason(session);
+    if (!problem && !session.Open(source->input, kFlags))
+        problem = source->incomplete ? source->incomplete : FailureReason(session);
     if (problem) {
         list.push_back({{"file", input.Name()}, {"error", problem.Text()}});
         return FailWith(kExitSomeFailed, problem.About(input.Name()));
     }
-    const Problem warning = DamageWarning(session);
+    if (!source->note.empty())
+        SayProblem(Problem(source->note).About(input.Name()));
+    const Problem warning = source->incomplete ? source->incomplete : DamageWarning(session);
     if (m_json)
         list.push_back(InfoJson(session, warning));
     else

@@ -2,6 +2,7 @@
 
 #include "host/fetch/TemporaryFile.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <curl/curl.h>
@@ -17,28 +18,22 @@ constexpr long kSilenceSeconds = 60; // without a byte, then the transfer is giv
 constexpr long kMaxRedirects = 20;
 constexpr char kProtocols[] = "http,https";
 
-// A copy being made.
-struct Copying {
-    TemporaryFile& file;
-    const ReceivedFunction& received;
-    Problem problem = {}; // of the file
+// Takes the next bytes of the content; false when no more are wanted.
+using Taker = std::function<bool(std::span<const char>)>;
 
-    bool Take(std::span<const char> bytes)
-    {
-        problem = file.Append(bytes);
-        if (problem)
-            return false;
-        received(file.Size());
-        return true;
-    }
+struct Transfer {
+    const Taker& taker;
+    bool stopped = false; // by the taker
 };
 
-size_t TakeBody(const char* bytes, size_t size, size_t count, void* copying)
+size_t TakeBody(const char* bytes, size_t size, size_t count, void* user)
 {
-    return static_cast<Copying*>(copying)->Take({bytes, size * count}) ? size * count : 0;
+    auto* const transfer = static_cast<Transfer*>(user);
+    transfer->stopped = !transfer->taker({bytes, size * count});
+    return transfer->stopped ? 0 : size * count;
 }
 
-void SetOptions(CURL* curl, const std::string& url, Copying& copying, char* error)
+void SetOptions(CURL* curl, const std::string& url, Transfer& transfer, char* error)
 {
     curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
     curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, kProtocols);
@@ -53,11 +48,12 @@ void SetOptions(CURL* curl, const std::string& url, Copying& copying, char* erro
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L); // there are threads
     curl_easy_setopt(curl, CURLOPT_USERAGENT, "aiffconv");
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, TakeBody);
-    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &copying);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &transfer);
     curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error);
 }
 
-Problem Fetch(const std::string& url, Copying& copying)
+// What goes wrong other than that no more bytes are wanted.
+Problem Fetch(const std::string& url, const Taker& taker)
 {
     static const CURLcode global = curl_global_init(CURL_GLOBAL_DEFAULT);
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
@@ -65,15 +61,16 @@ Problem Fetch(const std::string& url, Copying& copying)
     if (global != CURLE_OK || !curl)
         return "cannot be fetched: libcurl does not start";
     std::array<char, CURL_ERROR_SIZE> error{};
-    SetOptions(curl.get(), url, copying, error.data());
+    Transfer transfer{taker};
+    SetOptions(curl.get(), url, transfer, error.data());
     const CURLcode code = curl_easy_perform(curl.get());
-    if (copying.problem || code == CURLE_OK)
-        return copying.problem;
+    if (code == CURLE_OK || transfer.stopped)
+        return {};
     return std::string("cannot be fetched: ") +
            (error[0] != '\0' ? error.data() : curl_easy_strerror(code));
 }
 
-Problem ReadStandardInput(Copying& copying)
+Problem ReadStandardInput(const Taker& taker)
 {
     constexpr size_t kPiece = 64 * 1024;
     std::array<char, kPiece> bytes;
@@ -85,8 +82,8 @@ Problem ReadStandardInput(Copying& copying)
             continue;
         if (got < 0)
             return "cannot be read: " + Problem::FromErrno().Text();
-        if (!copying.Take(std::span(bytes).first(static_cast<size_t>(got))))
-            return copying.problem;
+        if (!taker(std::span(bytes).first(static_cast<size_t>(got))))
+            return {};
     }
 }
 
@@ -97,11 +94,32 @@ Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& rece
     const Result<std::shared_ptr<TemporaryFile>> file = TemporaryFile::Make();
     if (!file)
         return file.Why();
-    Copying copying{**file, received};
-    Problem problem = input.IsUrl() ? Fetch(input.Name(), copying) : ReadStandardInput(copying);
-    if (problem && (copying.problem || (*file)->Size() == 0))
+    Problem unwritten;
+    const Taker taker = [&](std::span<const char> bytes) {
+        unwritten = (*file)->Append(bytes);
+        if (!unwritten)
+            received((*file)->Size());
+        return !unwritten;
+    };
+    Problem problem = input.IsUrl() ? Fetch(input.Name(), taker) : ReadStandardInput(taker);
+    if (unwritten)
+        return unwritten;
+    if (problem && (*file)->Size() == 0)
         return problem;
     return LocalCopy{input.WithCopy((*file)->Path(), *file), std::move(problem)};
+}
+
+Result<std::vector<uint8_t>> FetchStart(const Input& input, size_t size)
+{
+    std::vector<uint8_t> start;
+    const Problem problem = Fetch(input.Name(), [&](std::span<const char> bytes) {
+        bytes = bytes.first(std::min(bytes.size(), size - start.size()));
+        start.insert(start.end(), bytes.begin(), bytes.end());
+        return start.size() < size;
+    });
+    if (problem && start.size() < size)
+        return problem;
+    return start;
 }
 
 } // namespace aiff::host

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace aiff::host
 {
@@ -23,5 +24,8 @@ using ReceivedFunction = std::function<void(int64_t bytes)>;
 // codings. A transfer that breaks off after its first byte leaves an incomplete copy; one that
 // brings nothing is a problem.
 Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& received);
+
+// Up to `size` bytes from the start of a URL's content.
+Result<std::vector<uint8_t>> FetchStart(const Input& input, size_t size);
 
 } // namespace aiff::host

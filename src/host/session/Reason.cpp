@@ -40,7 +40,7 @@ constexpr Phrase kPhrases[] = {
     {"Error reading data from file.", "cannot be read to the end of its sound data"},
     {kErrorOpening, "cannot be opened"},
     {"Error unknown Chunk too large for streaming.",
-     "has a chunk before its sound that a stream cannot skip (download the file first)"},
+     "has a chunk before its sound that a stream cannot skip"},
     {"Error wave file has no COMM format chunk.",
      "has its audio format after the sound, which a stream cannot use (download the file "
      "first)"},

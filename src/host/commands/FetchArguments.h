@@ -1,0 +1,17 @@
+// Command-line options of the commands that read more than files.
+#pragma once
+
+#include "host/session/AtHand.h"
+
+#include <CLI/App.hpp>
+
+namespace aiff::host
+{
+
+// What these commands take.
+inline constexpr char kInputs[] = "Files, http:// or https:// URLs, or - for standard input";
+
+// Adds the options to a command. They are stored in `fetch`, which must outlive the parsing.
+void AddFetchOptions(CLI::App& command, Fetch& fetch);
+
+} // namespace aiff::host

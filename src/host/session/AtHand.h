@@ -1,0 +1,37 @@
+// Bringing an input within reach of the decoders.
+#pragma once
+
+#include "codecs/CodecLoader.h"
+#include "host/fetch/LocalCopy.h"
+#include "host/session/ReportCapture.h"
+
+#include <string>
+
+namespace aiff::host
+{
+
+enum class Fetch {
+    WhenNeeded, // what decoders cannot read from where it is
+    Always,     // every URL
+    Never       // no URL; standard input is copied all the same
+};
+
+// What of an input is asked for.
+enum class Wanted { Sound, SoundAndTags };
+
+struct InputAtHand {
+    Input input;
+    // Why the end of its content is missing, if it is.
+    Problem incomplete = {};
+    // For people: that it was fetched, and why, or what is not read of it. Mostly empty.
+    std::string note = {};
+};
+
+// The input as it is, when decoders can read there all that is wanted; otherwise with a local
+// copy, as far as `fetch` allows. An http:// stream is opened once to find out; a stream ends
+// with its sound, so one with chunks after that is fetched for its tags.
+Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture& report,
+                                const Input& input, Wanted wanted, Fetch fetch,
+                                const ReceivedFunction& received);
+
+} // namespace aiff::host
