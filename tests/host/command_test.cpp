@@ -192,7 +192,7 @@ TEST(Convert, TakesStreamsUntilTheyEnd)
     place.Run("@ info " + url, 0, "unknown");
     EXPECT_TRUE(Json::parse(place.Run("@ info --json " + url).out)[0]["length"].is_null());
     place.Run("@ convert " + server.Serve(Answer("", {}, "404 Gone")) + " -o none.wav", 1,
-              "cannot be opened: status 404");
+              "error: 404");
 }
 
 TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)
