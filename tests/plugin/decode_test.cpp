@@ -1,6 +1,5 @@
 // Decoding: every format against libsndfile, blocks, ranges, seeking, ends.
 
-#include "support/ChunkWalker.h"
 #include "support/PluginDriver.h"
 #include "support/Sndfile.h"
 #include "support/SystemCalls.h"
@@ -224,22 +223,6 @@ TEST_F(DecodeTest, FileCutWhileItIsDecodedResumesWhenItIsWhole)
     std::fstream(path, std::ios::in | std::ios::out)
         .write(reinterpret_cast<const char*>(whole.data()), std::ssize(whole));
     EXPECT_EQ(host.Rest(), Part(pcm, 400 + 65536, 200000));
-}
-
-TEST_F(DecodeTest, GeneratedFilesAreStrictAndEqualLibsndfile)
-{
-    ASSERT_EQ(std::system((MAKE_AIFF_PATH " --demo " + dir.Path("")).c_str()), 0);
-    int files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.Path(""))) {
-        const std::string path = entry.path().string();
-        const WalkedForm form = WalkStrictly(ReadFile(path));
-        EXPECT_EQ(form.type, entry.path().extension() == ".aifc" ? "AIFC" : "AIFF");
-        const Bytes pcm = ReadWithPlugin(plugin, path);
-        EXPECT_EQ(pcm, ReadWithSndfile(path)) << path;
-        EXPECT_EQ(pcm.size() + 8, form.Only("SSND").data.size());
-        ++files;
-    }
-    EXPECT_EQ(files, 16);
 }
 
 TEST_F(DecodeTest, RealFilesEqualLibsndfile)
