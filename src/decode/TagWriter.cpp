@@ -66,7 +66,7 @@ bool TagWriter::Run(const wchar_t* path, NTag&& tags, Task task)
     const auto edit = std::make_shared<FileEdit>(target.File());
     if (!m_aiff.Initialize(edit, m_report) || edit->BaseSize() == 0)
         // A file that is empty or not an AIFF file is left alone.
-        return edit->BaseSize() >= 0 && operation.Succeed();
+        return edit->BaseSize() >= 0 && m_aiff.CheckComplete() && operation.Succeed();
     bool changes = false;
     if (!PlanEdit(std::move(tags), task, changes))
         return false;
@@ -81,7 +81,7 @@ bool TagWriter::PlanEdit(NTag&& tags, Task task, bool& changes)
     int index = -1;
     InternalReadTags(m_aiff, nullptr, index, m_report);
     if (index < 0 && task != Task::Write)
-        return true;
+        return m_aiff.CheckComplete();
     changes = true;
     if (!m_aiff.PrepareForEdit() || MayReplaceSound())
         return false;
@@ -204,8 +204,14 @@ bool TagWriter::Commit(FileEdit& edit, const EditTarget& target, const wchar_t* 
     const int64_t tailStart =
         last != nullptr && IsTagChunk(*last) ? last->ChunkPosition : m_aiff.GetFormEnd();
     const CommitResult result = CommitEdit(edit, target, tailStart);
-    if (result.file == CommitResult::File::Changed)
+    if (result.file == CommitResult::File::Changed) {
+        if (const int64_t names = target.NamesOfReplacedFile(); names > 0)
+            StdReport::WriteINFO({L"The file was replaced by a changed copy. Its other names (hard "
+                                  L"links: ",
+                                  names, L") keep the old content."},
+                                 m_report, kTagWriter);
         return true;
+    }
     if (result.error == kChangedMeanwhile)
         return Fail(path, L"it was changed by another program while it was edited");
     const bool isAsBefore = result.file == CommitResult::File::AsBefore;

@@ -135,6 +135,7 @@ AIFF_CALL(int, fchown, SYS_fchown, (int fd, uid_t user, gid_t group), fd, user, 
 AIFF_CALL(int, fstat, SYS_fstat, (int fd, struct stat* status), fd, status)
 AIFF_CALL(int, fsetxattr, SYS_fsetxattr, (int fd, const char* a, const void* v, size_t n, int how),
           fd, a, v, n, how)
+AIFF_CALL(int, fremovexattr, SYS_fremovexattr, (int fd, const char* a), fd, a)
 AIFF_CALL(ssize_t, flistxattr, SYS_flistxattr, (int fd, char* list, size_t size), fd, list, size)
 AIFF_CALL(ssize_t, fgetxattr, SYS_fgetxattr, (int fd, const char* a, void* v, size_t n), fd, a, v,
           n)

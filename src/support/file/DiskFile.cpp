@@ -71,6 +71,16 @@ size_t DiskFile::ReadAt(int64_t position, std::span<uint8_t> out) const
     return done;
 }
 
+// Moves the descriptor's own offset, by which nothing is read or written.
+FileContent::Range DiskFile::NextData(int64_t position) const
+{
+    const int64_t start = lseek(m_file.Get(), position, SEEK_DATA);
+    if (start < 0) // there is a hole up to the end, or the file system does not know
+        return {errno == ENXIO ? Size() : position, Size()};
+    const int64_t end = lseek(m_file.Get(), start, SEEK_HOLE);
+    return {start, end < 0 ? Size() : end};
+}
+
 std::error_code DiskFile::WriteAt(int64_t position, std::span<const uint8_t> bytes)
 {
     while (!bytes.empty()) {

@@ -27,6 +27,8 @@ public:
 
     int64_t Size() const override;
     [[nodiscard]] size_t ReadAt(int64_t position, std::span<uint8_t> out) const override;
+    // Knows the holes of a sparse file.
+    Range NextData(int64_t position) const override;
     // A write that fails may have written some of the bytes.
     [[nodiscard]] std::error_code WriteAt(int64_t position,
                                           std::span<const uint8_t> bytes) override;

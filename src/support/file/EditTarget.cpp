@@ -73,4 +73,14 @@ std::error_code EditTarget::CheckUnchanged() const
     return StateOf(status) == m_state ? std::error_code() : kChangedMeanwhile;
 }
 
+int64_t EditTarget::NamesOfReplacedFile() const
+{
+    struct stat opened = {};
+    struct stat named = {};
+    const bool isReplaced = fstat(m_file->Descriptor(), &opened) == 0 &&
+                            stat(m_path.c_str(), &named) == 0 &&
+                            (opened.st_dev != named.st_dev || opened.st_ino != named.st_ino);
+    return isReplaced ? static_cast<int64_t>(opened.st_nlink) : 0;
+}
+
 } // namespace aiff

@@ -36,6 +36,10 @@ public:
     // to the file does so again after each write.
     [[nodiscard]] std::error_code NoteState();
 
+    // How many names the opened file has although the path leads to another file by now: those
+    // that still show the old content after a replacement. 0 without one.
+    int64_t NamesOfReplacedFile() const;
+
     // The file's own name, with symbolic links resolved.
     const std::string& Path() const { return m_path; }
 

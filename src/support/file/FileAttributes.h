@@ -20,8 +20,8 @@ struct FileState {
 
 FileState StateOf(const struct stat& status);
 
-// Copies the extended attributes, access control lists included, from one open file to
-// another. Fails when one of them cannot be copied.
+// Gives an open file the extended attributes of another, access control lists included, and
+// takes away those that it has beyond them. Fails when that is not possible.
 [[nodiscard]] std::error_code CopyExtendedAttributes(int from, int to);
 
 } // namespace aiff

@@ -2,7 +2,8 @@
 #include "support/file/SystemError.h"
 
 #include <algorithm>
-#include <cstring>
+#include <string>
+#include <string_view>
 #include <sys/types.h>
 #include <sys/xattr.h>
 #include <vector>
@@ -12,6 +13,9 @@ namespace aiff
 
 namespace
 {
+
+// The system labels every new file with these, and may not let go of them.
+constexpr std::string_view kSecurity = "security.";
 
 std::error_code CopyOne(int from, int to, const char* name)
 {
@@ -23,13 +27,29 @@ std::error_code CopyOne(int from, int to, const char* name)
     const ssize_t count = fgetxattr(from, name, value.data(), value.size());
     if (count != length) // it changed in between
         return count < 0 ? LastSystemError() : make_error_code(std::errc::io_error);
-    // A new file inherits some from its directory that may not be set, such as security
-    // labels.
+    // A new file may have those already that cannot be set, such as security labels.
     if (fgetxattr(to, name, present.data(), present.size()) == length &&
         std::equal(value.begin(), value.end(), present.begin()))
         return {};
     return fsetxattr(to, name, value.data(), value.size(), 0) == 0 ? std::error_code()
                                                                    : LastSystemError();
+}
+
+// The names of all attributes; none where the file system has no attributes.
+std::error_code ListNames(int file, std::vector<std::string>& names)
+{
+    const ssize_t size = flistxattr(file, nullptr, 0);
+    if (size == 0 || (size < 0 && errno == ENOTSUP))
+        return {};
+    if (size < 0)
+        return LastSystemError();
+    std::string list(static_cast<size_t>(size), '\0');
+    const ssize_t count = flistxattr(file, list.data(), list.size());
+    if (count < 0)
+        return LastSystemError();
+    for (size_t at = 0; at < static_cast<size_t>(count); at += names.back().size() + 1)
+        names.emplace_back(list.c_str() + at);
+    return {};
 }
 
 } // namespace
@@ -45,16 +65,18 @@ FileState StateOf(const struct stat& status)
 
 std::error_code CopyExtendedAttributes(int from, int to)
 {
-    const ssize_t size = flistxattr(from, nullptr, 0);
-    if (size == 0 || (size < 0 && errno == ENOTSUP))
-        return {};
-    if (size < 0)
-        return LastSystemError();
-    std::vector<char> names(static_cast<size_t>(size) + 1); // with a final zero
-    if (flistxattr(from, names.data(), names.size() - 1) < 0)
-        return LastSystemError();
-    for (const char* name = names.data(); *name != '\0'; name += std::strlen(name) + 1)
-        if (const auto error = CopyOne(from, to, name))
+    std::vector<std::string> wanted;
+    std::vector<std::string> present;
+    if (const auto error = ListNames(from, wanted))
+        return error;
+    if (const auto error = ListNames(to, present))
+        return error;
+    for (const std::string& name : present)
+        if (std::ranges::find(wanted, name) == wanted.end() &&
+            fremovexattr(to, name.c_str()) != 0 && !name.starts_with(kSecurity))
+            return LastSystemError();
+    for (const std::string& name : wanted)
+        if (const auto error = CopyOne(from, to, name.c_str()))
             return error;
     return {};
 }

@@ -2,6 +2,9 @@
 #include "support/file/SystemError.h"
 
 #include <copyfile.h>
+#include <memory>
+#include <sys/acl.h>
+#include <type_traits>
 
 namespace aiff
 {
@@ -17,6 +20,10 @@ FileState StateOf(const struct stat& status)
 
 std::error_code CopyExtendedAttributes(int from, int to)
 {
+    // A list of the folder's, which fcopyfile would leave beside that of the original.
+    const std::unique_ptr<std::remove_pointer_t<acl_t>, int (*)(void*)> none(acl_init(0), acl_free);
+    if (none == nullptr || (acl_set_fd(to, none.get()) != 0 && errno != ENOTSUP))
+        return LastSystemError();
     if (fcopyfile(from, to, nullptr, COPYFILE_XATTR | COPYFILE_ACL) != 0)
         return LastSystemError();
     return {};

@@ -24,6 +24,16 @@ public:
     // Reads at a position. The count is short only at the end and after an error.
     [[nodiscard]] virtual size_t ReadAt(int64_t position, std::span<uint8_t> out) const = 0;
 
+    // A half-open range of positions.
+    struct Range {
+        int64_t start = 0;
+        int64_t end = 0;
+    };
+
+    // The first range from a position below the size on that may hold anything but zeros. It
+    // is empty and at the end when there is none.
+    virtual Range NextData(int64_t position) const { return {position, Size()}; }
+
     // Writes at a position. When it lies past the end, the gap is filled with zeros.
     [[nodiscard]] virtual std::error_code WriteAt(int64_t position,
                                                   std::span<const uint8_t> bytes) = 0;
@@ -41,12 +51,6 @@ public:
     // Moves everything from a position to the end by `delta` bytes (negative: toward the
     // start, over what was there) and changes the size by as much.
     [[nodiscard]] virtual std::error_code Move(int64_t from, int64_t delta);
-
-    // A half-open range of positions.
-    struct Range {
-        int64_t start = 0;
-        int64_t end = 0;
-    };
 
     // Removes ranges, which must be in ascending order and must not overlap.
     [[nodiscard]] virtual std::error_code Remove(std::span<const Range> ranges);

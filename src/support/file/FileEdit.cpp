@@ -79,6 +79,21 @@ size_t FileEdit::ReadAt(int64_t position, std::span<uint8_t> out) const
     return done;
 }
 
+FileContent::Range FileEdit::NextData(int64_t position) const
+{
+    for (size_t i = IndexAt(position); i < m_pieces.size(); ++i) {
+        const Piece& piece = m_pieces[i];
+        const int64_t from = std::max(position, piece.start);
+        if (piece.source == Source::New)
+            return {from, piece.End()};
+        const int64_t shift = piece.start - piece.basePosition;
+        const Range data = m_base->NextData(from - shift);
+        if (data.start + shift < piece.End())
+            return {data.start + shift, std::min(data.end + shift, piece.End())};
+    }
+    return {m_size, m_size};
+}
+
 // Trims a small write at both ends by the bytes that are there already. Of a header,
 // usually only the size is left.
 void FileEdit::DropUnchanged(int64_t& position, std::span<const uint8_t>& bytes) const

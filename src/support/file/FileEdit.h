@@ -19,6 +19,8 @@ public:
     // -1 when the size of the base could not be determined.
     int64_t Size() const override { return m_baseSize < 0 ? m_baseSize : m_size; }
     [[nodiscard]] size_t ReadAt(int64_t position, std::span<uint8_t> out) const override;
+    // Knows the holes of the base.
+    Range NextData(int64_t position) const override;
     // Keeps a copy of the bytes, unless they are few and already there.
     [[nodiscard]] std::error_code WriteAt(int64_t position,
                                           std::span<const uint8_t> bytes) override;

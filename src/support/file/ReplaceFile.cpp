@@ -2,10 +2,9 @@
 
 #include "support/file/FileAttributes.h"
 #include "support/file/SystemError.h"
+#include "support/file/TemporaryFile.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <vector>
 
@@ -17,55 +16,36 @@ namespace
 
 constexpr int64_t kCopyPiece = int64_t{1} << 20; // bytes copied at a time
 
-// A new file, which is removed again unless it takes another name.
-class NewFile
+std::error_code CopyRange(const FileContent& content, FileContent::Range range, DiskFile& file)
 {
-public:
-    explicit NewFile(std::string path) : m_path(std::move(path)) {}
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-    ~NewFile()
-    {
-        if (m_created)
-            unlink(m_path.c_str());
+    std::vector<uint8_t> buffer(
+        static_cast<size_t>(std::clamp<int64_t>(range.end - range.start, 0, kCopyPiece)));
+    while (range.start < range.end) {
+        const int64_t count = std::min(kCopyPiece, range.end - range.start);
+        const std::span<uint8_t> piece(buffer.data(), static_cast<size_t>(count));
+        if (content.ReadAt(range.start, piece) != piece.size())
+            return make_error_code(std::errc::io_error);
+        if (const auto error = file.WriteAt(range.start, piece))
+            return error;
+        range.start += count;
     }
+    return {};
+}
 
-    // Null when the file cannot be created.
-    std::shared_ptr<DiskFile> Create(std::error_code& error)
-    {
-        FileDescriptor file(open(m_path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-        m_created = file.Get() >= 0;
-        error = m_created ? std::error_code() : LastSystemError();
-        return m_created ? std::make_shared<DiskFile>(std::move(file)) : nullptr;
-    }
-
-    std::error_code RenameTo(const std::string& path)
-    {
-        m_created = std::rename(m_path.c_str(), path.c_str()) != 0;
-        return m_created ? LastSystemError() : std::error_code();
-    }
-
-    const std::string& Path() const { return m_path; }
-
-private:
-    std::string m_path;
-    bool m_created = false;
-};
-
+// What is a hole in the content becomes one in the file.
 std::error_code CopyContent(const FileContent& content, DiskFile& file)
 {
     const int64_t size = content.Size();
-    std::vector<uint8_t> buffer(static_cast<size_t>(std::clamp<int64_t>(size, 0, kCopyPiece)));
-    for (int64_t done = 0; done < size;) {
-        const auto count = static_cast<size_t>(std::min(kCopyPiece, size - done));
-        const std::span<uint8_t> piece(buffer.data(), count);
-        if (content.ReadAt(done, piece) != count)
+    int64_t done = 0;
+    while (done < size) {
+        const FileContent::Range data = content.NextData(done);
+        if (data.end <= done) // the file has become shorter
             return make_error_code(std::errc::io_error);
-        if (const auto error = file.WriteAt(done, piece))
+        if (const auto error = CopyRange(content, data, file))
             return error;
-        done += static_cast<int64_t>(count);
+        done = data.end;
     }
-    return {};
+    return file.SetSize(size);
 }
 
 std::error_code CopyAttributes(const DiskFile& from, const DiskFile& to, const struct stat& status)
@@ -74,20 +54,15 @@ std::error_code CopyAttributes(const DiskFile& from, const DiskFile& to, const s
     if (fstat(to.Descriptor(), &made) != 0)
         return LastSystemError();
     const bool sameOwner = made.st_uid == status.st_uid && made.st_gid == status.st_gid;
-    // A change of owner clears the mode's special bits, so the mode is set after it.
-    if ((!sameOwner && fchown(to.Descriptor(), status.st_uid, status.st_gid) != 0) ||
-        fchmod(to.Descriptor(), status.st_mode & 07777) != 0)
+    // A change of owner clears the mode's special bits and some attributes. An access control
+    // list and the mode have the rights of the group in common; the mode, which is set last, has
+    // them as the original shows them.
+    if (!sameOwner && fchown(to.Descriptor(), status.st_uid, status.st_gid) != 0)
         return LastSystemError();
-    return CopyExtendedAttributes(from.Descriptor(), to.Descriptor());
-}
-
-// Makes the renaming durable. The file is whole under either name, so nothing depends on
-// the result.
-void FlushDirectory(const std::string& directory)
-{
-    const FileDescriptor descriptor(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor.Get() >= 0)
-        (void)fsync(descriptor.Get());
+    if (const auto error = CopyExtendedAttributes(from.Descriptor(), to.Descriptor()))
+        return error;
+    return fchmod(to.Descriptor(), status.st_mode & 07777) == 0 ? std::error_code()
+                                                                : LastSystemError();
 }
 
 } // namespace
@@ -98,25 +73,20 @@ std::error_code ReplaceFile(const EditTarget& target, const FileContent& content
     struct stat status = {};
     if (fstat(original.Descriptor(), &status) != 0)
         return LastSystemError();
-    const std::string directory = target.Path().substr(0, target.Path().rfind('/') + 1);
-    // Named after the inode: whoever holds the file's lock owns this name, so a file that
-    // has it already was left behind by an edit that was killed.
-    NewFile temporary(directory + ".aiff-edit-" + std::to_string(status.st_ino));
-    unlink(temporary.Path().c_str());
-    std::error_code error;
-    const auto file = temporary.Create(error);
+    TemporaryFile copy(target);
+    std::error_code error = copy.Create();
     if (!error)
-        error = CopyContent(content, *file);
+        error = CopyContent(content, copy.File());
     if (!error)
-        error = CopyAttributes(original, *file, status);
-    if (!error && fsync(file->Descriptor()) != 0)
+        error = CopyAttributes(original, copy.File(), status);
+    if (!error && fsync(copy.File().Descriptor()) != 0)
         error = LastSystemError();
     if (!error)
         error = target.CheckUnchanged();
     if (!error)
-        error = temporary.RenameTo(target.Path());
+        error = copy.ReplaceTarget();
     if (!error)
-        FlushDirectory(directory);
+        copy.FlushFolder();
     return error;
 }
 
