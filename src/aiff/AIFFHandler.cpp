@@ -62,6 +62,7 @@ void clAIFFHandler::Destroy()
     m_formType = FourCC(kFormTypeAIFF);
     m_formSize = 0;
     std::vector<STRIFFChunk>().swap(m_chunks);
+    m_data.clear();
     Close();
     m_report = {};
 }

@@ -15,21 +15,26 @@ namespace aiff
 class clPassAIFFChunks;
 
 // One chunk. Positions assume that the chunks lie back to back from offset 12 on, each
-// padded to an even length.
+// padded to an even length. A file may consist of millions of them, so what only a file to be
+// written needs, their data, is kept by the handler.
 struct STRIFFChunk {
     uint32_t ID = 0;              // code, its first character in the low byte
+    uint32_t bWrite : 1 = 0;      // whether the next WriteChunkHeaders writes its header
+    uint32_t nData : 31 = 0;      // number of its data in memory, counted from 1; 0: none
     int64_t nSize = 0;            // data bytes, the pad byte not counted
     int64_t ChunkPosition = 0;    // file offset of the 8-byte header
     int64_t FileDataPosition = 0; // file offset of the data
-    bool bWrite = false;          // whether the next WriteChunkHeaders writes its header
-    XMem Data;                    // data held in memory for writing; empty after a scan
 };
+static_assert(sizeof(STRIFFChunk) == 32);
+
+// The most chunks that a scan lists, and that an edit leaves in a file.
+inline constexpr int kMostChunks = 1 << 20;
 
 // What a scan found that an edit needs to know. Sizes are in bytes.
 struct ScanFindings {
     int64_t fileSize = 0;
     int64_t formSize = 0;    // as the form's header has it
-    bool endedEarly = false; // a header was there but could not be read
+    bool endedEarly = false; // not all headers could be read, or they are too many
     bool cutToForm = false;  // a chunk claimed more than the form holds
     bool cutToFile = false;  // a chunk claimed more than the file holds
 };
@@ -41,7 +46,8 @@ class clAIFFHandler : public XFile
 public:
     // Indexes an open file. False, with the reason reported, when it is no AIFF file or
     // cannot be read. Sizes that disagree with each other or with the file are repaired
-    // in the index and reported.
+    // in the index and reported. A list of kMostChunks ends there, which is reported as an
+    // error but no failure.
     [[nodiscard]] bool Initialize(XFileHandle file, const STNStdReport& report);
 
     // Indexes the file again. An empty file is accepted and leaves the index as it is.
@@ -113,14 +119,18 @@ public:
 
     // Makes the 18 bytes of a COMM chunk the data of an entry. False when `chunk` is null
     // or memory is short.
-    [[nodiscard]] static bool UpdateCOMMChunkData(STRIFFChunk* chunk, const STQvWaveFormat& format,
-                                                  int64_t soundBytes);
+    [[nodiscard]] bool UpdateCOMMChunkData(STRIFFChunk* chunk, const STQvWaveFormat& format,
+                                           int64_t soundBytes);
 
     // Like FindChunkForRead; also marks this chunk and all after it for the next
     // WriteChunkHeaders.
     STRIFFChunk* FindChunkForWrite(const char* text, bool fold);
 
     // --- Whether an edit would lose anything (AIFFHandlerEditCheck.cpp) ---
+
+    // Whether the index lists all chunks that the form has. Otherwise reports as an error
+    // that the file is left as it is.
+    [[nodiscard]] bool CheckComplete() const;
 
     // Makes the index cover the whole file, so that an edit keeps all of it: corrects a
     // file in which only a size in a header is wrong (reported as information), refuses
@@ -186,6 +196,8 @@ private:
     bool IndexChunks(int64_t fileSize);
     STRIFFChunk* FindChunk(const char* text);
     void LayOutChunks(const clPassAIFFChunks& pass);
+    XMem& DataFor(STRIFFChunk& chunk);
+    bool WriteHeldData(const STRIFFChunk& chunk);
     bool WriteChunksBeforeSound();
     bool WriteHeader(const STRIFFChunk& chunk);
     bool WriteFormHeader(int64_t formSize);
@@ -198,6 +210,7 @@ private:
     int64_t m_formSize = 0; // bytes after the form's code and size
     uint32_t m_formType = FourCC(kFormTypeAIFF);
     std::vector<STRIFFChunk> m_chunks;
+    std::vector<XMem> m_data; // of the chunks that have a number
     ScanFindings m_findings;
     STNStdReport m_report = {};
 };

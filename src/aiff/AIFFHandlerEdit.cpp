@@ -48,7 +48,7 @@ void clAIFFHandler::AddChunk(const char* code, uint32_t size, const void* data, 
     chunk.nSize = size;
     chunk.bWrite = true;
     if (data != nullptr && size != 0 &&
-        !chunk.Data.Assign({static_cast<const uint8_t*>(data), size}))
+        !DataFor(chunk).Assign({static_cast<const uint8_t*>(data), size}))
         throw std::bad_alloc();
     const int at = index < 0 || index > Count() ? Count() : index;
     m_chunks.insert(m_chunks.begin() + at, std::move(chunk));

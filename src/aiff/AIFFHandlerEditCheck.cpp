@@ -56,11 +56,12 @@ bool clAIFFHandler::IndexWholeFile()
     std::vector<STRIFFChunk> chunks;
     int64_t position = kFormHeaderSize;
     while (position < fileSize) {
-        STRIFFChunk& chunk = chunks.emplace_back();
         const auto header = reader.At(position, kChunkHeaderSize);
         m_findings.endedEarly =
-            std::ssize(header) < std::min(kChunkHeaderSize, fileSize - position);
-        if (!ParseWholeChunk(header, position, fileSize, chunk))
+            std::ssize(header) < std::min(kChunkHeaderSize, fileSize - position) ||
+            std::ssize(chunks) == kMostChunks;
+        STRIFFChunk& chunk = chunks.emplace_back();
+        if (m_findings.endedEarly || !ParseWholeChunk(header, position, fileSize, chunk))
             return false;
         position = chunk.FileDataPosition + PaddedSize(chunk.nSize);
     }
@@ -111,13 +112,20 @@ bool clAIFFHandler::CorrectLastChunk()
     return true;
 }
 
+bool clAIFFHandler::CheckComplete() const
+{
+    return !m_findings.endedEarly || Refuse(L"not all of its chunks could be read.");
+}
+
 bool clAIFFHandler::PrepareForEdit()
 {
     const bool holdsMore = m_findings.fileSize > GetFormEnd();
     const bool wasCut = m_findings.cutToForm || m_findings.cutToFile;
     const bool isWhole = !m_findings.endedEarly && (holdsMore || wasCut) && IndexWholeFile();
-    if (m_findings.endedEarly)
-        return Refuse(L"not all of its chunks could be read.");
+    if (!CheckComplete())
+        return false;
+    if (Count() >= kMostChunks)
+        return Refuse(L"it has too many chunks.");
     if (isWhole)
         StdReport::WriteINFO(
             {L"The size of the form is corrected from ", m_findings.formSize, L" to ", m_formSize},

@@ -4,6 +4,8 @@
 #include "aiff/FormWalk.h"
 #include "aiff/HeaderReader.h"
 
+#include <algorithm>
+
 namespace aiff
 {
 
@@ -25,6 +27,7 @@ bool clAIFFHandler::Initialize(XFileHandle file, const STNStdReport& report)
 bool clAIFFHandler::ScanFile()
 {
     const StdReport::Operation operation(m_report, kScanFile);
+    m_findings = {};
     const int64_t fileSize = Size();
     if (fileSize < 0) {
         StdReport::WriteERROR({L"Error reading File Size."}, m_report, kScanFile);
@@ -34,6 +37,7 @@ bool clAIFFHandler::ScanFile()
         return true;
     DefaultCreate();
     m_chunks.clear();
+    m_data.clear();
     return IndexChunks(fileSize) && operation.Succeed();
 }
 
@@ -42,24 +46,34 @@ bool clAIFFHandler::IndexChunks(int64_t fileSize)
     HeaderReader reader(*this, fileSize);
     FormWalk walk(m_report, kScanFile);
     FormHeader form;
-    if (!walk.Begin(reader.At(0, kFormHeaderSize), fileSize, form))
+    const auto header = reader.At(0, kFormHeaderSize);
+    m_findings.endedEarly = std::ssize(header) < std::min(kFormHeaderSize, fileSize);
+    if (!walk.Begin(header, fileSize, form))
         return false;
     m_formCode = form.code;
     m_formType = form.type;
-    m_findings = {};
     m_findings.fileSize = fileSize;
     m_findings.formSize = form.size;
     int64_t position = kFormHeaderSize;
     while (walk.MoreChunks()) {
         ChunkHeader chunk;
+        if (Count() == kMostChunks) {
+            StdReport::WriteERROR(
+                {L"Error too many chunks, only the first ", int64_t{kMostChunks}, L" are listed."},
+                m_report, kScanFile);
+            m_findings.endedEarly = true;
+            break;
+        }
         if (!walk.ParseHeader(reader.At(position, kChunkHeaderSize), position, kChunkID3, chunk)) {
             m_findings.endedEarly = position + kChunkHeaderSize <= fileSize;
             break;
         }
         m_findings.cutToForm |= chunk.cutTo == ChunkHeader::CutTo::Form;
         m_findings.cutToFile |= chunk.cutTo == ChunkHeader::CutTo::Input;
-        m_chunks.push_back(
-            {chunk.code, chunk.size, position, position + kChunkHeaderSize, false, {}});
+        m_chunks.push_back({.ID = chunk.code,
+                            .nSize = chunk.size,
+                            .ChunkPosition = position,
+                            .FileDataPosition = position + kChunkHeaderSize});
         walk.ChargeData(PaddedSize(chunk.size));
         position += kChunkHeaderSize + PaddedSize(chunk.size);
     }

@@ -16,11 +16,6 @@ namespace
 {
 constexpr const char* kInitializeNew = "InitializeNewAIFF";
 constexpr const char* kWriteSound = "WriteSTSoundData";
-
-bool HoldsItsData(const STRIFFChunk& chunk)
-{
-    return !chunk.Data.Empty() && static_cast<int64_t>(chunk.Data.Used()) == chunk.nSize;
-}
 } // namespace
 
 bool clAIFFHandler::InitializeNewAIFF(XFileHandle file, const STQvWaveFormat& format,
@@ -29,6 +24,7 @@ bool clAIFFHandler::InitializeNewAIFF(XFileHandle file, const STQvWaveFormat& fo
     m_report = report;
     const Operation operation(m_report, kInitializeNew);
     m_chunks.clear();
+    m_data.clear();
     DefaultCreate();
     (void)Open(std::move(file)); // a file that is not open fails at the first write
     LayOutChunks(pass);
@@ -60,6 +56,25 @@ void clAIFFHandler::LayOutChunks(const clPassAIFFChunks& pass)
         AddChunk(kChunkSound, 0, nullptr, -1);
 }
 
+// The data of an entry in memory, empty at first.
+XMem& clAIFFHandler::DataFor(STRIFFChunk& chunk)
+{
+    if (chunk.nData == 0) {
+        m_data.emplace_back();
+        chunk.nData = m_data.size() & 0x7FFFFFFF;
+    }
+    return m_data[chunk.nData - 1];
+}
+
+// Does nothing for a chunk without data in memory, or with data of another size.
+bool clAIFFHandler::WriteHeldData(const STRIFFChunk& chunk)
+{
+    if (chunk.nData == 0)
+        return true;
+    const XMem& data = m_data[chunk.nData - 1];
+    return static_cast<int64_t>(data.Used()) != chunk.nSize || WriteChunkData(chunk, data.View());
+}
+
 // Leaves the file positioned where the sample data goes.
 bool clAIFFHandler::WriteChunksBeforeSound()
 {
@@ -71,7 +86,7 @@ bool clAIFFHandler::WriteChunksBeforeSound()
             StdReport::WriteERROR({kNoPosition}, m_report, kInitializeNew);
             return false;
         }
-        if (HoldsItsData(chunk) && !WriteChunkData(chunk, chunk.Data.View()))
+        if (!WriteHeldData(chunk))
             return false;
     }
     return true;
@@ -103,14 +118,14 @@ bool clAIFFHandler::UpdateCOMMChunkData(STRIFFChunk* chunk, const STQvWaveFormat
     Int64ToSize(soundBytes / blockAlign, &body[2]);
     IntToSize(static_cast<int16_t>(format.nBitsPerSample), &body[6]);
     ConvertToIeeeExtended(format.nSamplesPerSec, &body[8]);
-    return chunk->Data.Assign(body);
+    return DataFor(*chunk).Assign(body);
 }
 
 bool clAIFFHandler::WriteCOMMChunkData(const STQvWaveFormat& format, int64_t soundBytes)
 {
     STRIFFChunk* chunk = FindChunk(kChunkCommon);
     return UpdateCOMMChunkData(chunk, format, soundBytes) &&
-           WriteChunkData(*chunk, chunk->Data.View());
+           WriteChunkData(*chunk, DataFor(*chunk).View());
 }
 
 int clAIFFHandler::WriteSTSoundData()
@@ -132,9 +147,7 @@ bool clAIFFHandler::WriteChunksAfterData()
 {
     const int sound = IndexOfDataChunk();
     return std::all_of(m_chunks.begin() + (sound < 0 ? Count() : sound + 1), m_chunks.end(),
-                       [this](const STRIFFChunk& chunk) {
-                           return !HoldsItsData(chunk) || WriteChunkData(chunk, chunk.Data.View());
-                       });
+                       [this](const STRIFFChunk& chunk) { return WriteHeldData(chunk); });
 }
 
 } // namespace aiff

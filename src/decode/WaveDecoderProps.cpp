@@ -3,8 +3,15 @@
 #include "decode/AudioProps.h"
 #include "decode/WaveDecoder.h"
 
+#include <algorithm>
+
 namespace aiff
 {
+
+namespace
+{
+constexpr int kMostNamedChunks = 1000;
+}
 
 NTag clWaveDecoder::CollectProps(const XStr& properties) const
 {
@@ -33,12 +40,15 @@ XStr clWaveDecoder::EncoderSettings() const
 XStr clWaveDecoder::ChunkList() const
 {
     XStr text;
-    for (int i = 0; i < m_aiff.Count(); ++i) {
+    const int named = std::min(m_aiff.Count(), kMostNamedChunks);
+    for (int i = 0; i < named; ++i) {
         const STRIFFChunk& chunk = *m_aiff.GetChunk(i);
         if (i != 0)
             text += L",  ";
         text += L"'" + clAIFFHandler::RIFFChnkID2CHR(chunk.ID) + L"' " + SizeText(chunk.nSize);
     }
+    if (m_aiff.Count() > named)
+        text += L",  and " + std::to_wstring(m_aiff.Count() - named) + L" more";
     return text;
 }
 

@@ -90,6 +90,8 @@ Problem AiffSource::ListChunks(clPassAIFFChunks& chunks)
 {
     const STRIFFChunk* const common = m_aiff.FindChunkForRead(kChunkCommon, false);
     int64_t passed = 0;
+    if (!m_aiff.CheckComplete())
+        m_lost = "has chunks that could not be read";
     for (int i = 0; i < m_aiff.Count(); ++i) {
         const STRIFFChunk& chunk = *m_aiff.GetChunk(i);
         if (&chunk == common || &chunk == m_sound) {

@@ -22,6 +22,8 @@ struct Phrase {
 constexpr std::string_view kChunkOutOfFile = "Error Chunk is out of file.";
 constexpr std::string_view kChunkOutOfForm = "Warning Chunk is out of AIFF area";
 
+constexpr std::string_view kTooManyChunks = "Error too many chunks";
+
 constexpr std::string_view kErrorOpening = "Error opening file '";
 constexpr std::string_view kErrorWriting = "Error writing file '";
 
@@ -160,6 +162,8 @@ std::string StreamFault(const std::vector<std::string>& information)
 bool SoundIsLastChunk(const DecoderSession& session)
 {
     const std::string chunks = Property(session, "Riff Chunks");
+    if (chunks.ends_with(" more")) // the last one is not named
+        return chunks.find("'SSND'") == chunks.npos && chunks.find("'ssnd'") == chunks.npos;
     const size_t last = chunks.rfind(",  '");
     const std::string_view entry =
         std::string_view(chunks).substr(last == std::string::npos ? 0 : last + 3);
@@ -201,6 +205,8 @@ Problem EditFailureReason(const Input& input, const std::vector<std::string>& er
 
 Problem DamageWarning(const DecoderSession& session)
 {
+    if (AnyStartsWith(session.Errors(), kTooManyChunks))
+        return "has so many chunks that the last ones, and tags among them, were left out";
     const bool suspicious = AnyStartsWith(session.Errors(), kChunkOutOfFile) ||
                             AnyStartsWith(session.Information(), kChunkOutOfForm);
     if (!suspicious || !SoundIsLastChunk(session))
