@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <set>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -30,16 +31,20 @@ protected:
     const std::string path = dir.Path("a.aiff");
 };
 
-// Runs a function in a process of another user; what it returns.
-template <class Body>
-int AsNobody(Body&& body)
+// Runs a function in a process of its own; what it returns.
+int InChild(const std::function<int()>& body)
 {
     const pid_t child = fork();
     if (child == 0)
-        _exit(setgid(65534) == 0 && setuid(65534) == 0 ? body() : 99);
+        _exit(body());
     int status = 0;
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int AsNobody(const std::function<int()>& body)
+{
+    return InChild([&] { return setgid(65534) == 0 && setuid(65534) == 0 ? body() : 99; });
 }
 
 TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
@@ -51,15 +56,21 @@ TEST_F(FileTest, ReplacedFileKeepsModeOwnerAttributesAndLinks)
     ASSERT_TRUE(!isRoot || chown(path.c_str(), 12345, 23456) == 0);
     ASSERT_EQ(chmod(path.c_str(), 0640), 0);
     const bool hasAttributes = setxattr(path.c_str(), "user.mark", "green", 5, 0) == 0;
+    // What the folder hands down to new files: rights for one more user.
+    const Bytes list =
+        Text("\2\0\0\0\1\0\7\0\xFF\xFF\xFF\xFF\2\0\7\0\x39\x30\0\0\4\0\7\0\xFF\xFF\xFF\xFF"
+             "\x10\0\7\0\xFF\xFF\xFF\xFF\x20\0\7\0\xFF\xFF\xFF\xFF"s);
+    setxattr(dir.Path("").c_str(), "system.posix_acl_default", list.data(), list.size(), 0);
     const struct stat before = Status();
     EXPECT_EQ(ApplyEdit(plugin, link, set), 1);
     const struct stat after = Status();
     EXPECT_NE(after.st_ino, before.st_ino) << "was not replaced";
     EXPECT_EQ(std::tie(after.st_mode, after.st_uid, after.st_gid),
               std::tie(before.st_mode, before.st_uid, before.st_gid));
-    std::array<char, 8> value = {};
+    std::array<char, 99> names = {};
     if (hasAttributes)
-        EXPECT_EQ(getxattr(path.c_str(), "user.mark", value.data(), value.size()), 5);
+        EXPECT_EQ(listxattr(path.c_str(), names.data(), names.size()), 10) << names.data();
+    EXPECT_EQ(getxattr(path.c_str(), "system.posix_acl_access", nullptr, 0), -1);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
     EXPECT_EQ(WhatIsWrong(first, set, ReadFile(path)), "");
     EXPECT_EQ(FilesIn(dir), 2);
@@ -114,6 +125,65 @@ TEST_F(FileTest, SecondWriterFailsAtOnceAndReadersGoOn)
     Instance reader(plugin);
     ASSERT_EQ(reader.Open(path, 1 + 8), 1);
     EXPECT_EQ(ApplyEdit(plugin, path, set), 1);
+}
+
+TEST_F(FileTest, OtherNamesOfAFileAreMentionedOnceTheyDiffer)
+{
+    for (const Layout& layout : {first, last}) {
+        const std::string other = File(layout.file) + "2";
+        std::filesystem::create_hard_link(path, other);
+        EXPECT_EQ(ApplyEdit(plugin, path, set, &report), 1);
+        const bool isSame = ReadFile(other) == ReadFile(path);
+        EXPECT_NE(isSame, report.Take(kInformation).find("hard links: 1") != std::string::npos);
+        EXPECT_TRUE(isSame || ReadFile(other) == layout.file);
+        std::filesystem::remove(other);
+    }
+}
+
+TEST_F(FileTest, CopyOfASparseFileIsSparse)
+{
+    constexpr size_t kSize = 8 << 20;
+    Bytes head = Make("TCZ").file;
+    PutSize(head, head.size() - 12, kSize + 8);
+    PutSize(head, 4, head.size() - 8 + kSize);
+    File(head);
+    std::ofstream(path, std::ios::in).seekp(std::ssize(head) + (5 << 20)) << "sound" << std::flush;
+    ASSERT_EQ(truncate(path.c_str(), std::ssize(head) + int64_t{kSize}), 0);
+    if (Status().st_blocks > 1000)
+        GTEST_SKIP() << "no sparse files here";
+    const Bytes before = ReadFile(path);
+    EXPECT_EQ(ApplyEdit(plugin, path, AllEdits()[1]), 1);
+    EXPECT_LE(Status().st_blocks, 1000);
+    const Bytes after = ReadFile(path);
+    EXPECT_TRUE(std::equal(before.end() - kSize, before.end(), after.end() - kSize));
+}
+
+// A copy that was left when its process was killed goes with the next edit in the folder; what
+// is in use, or something else, stays.
+TEST_F(FileTest, LeftOverCopiesAreRemoved)
+{
+    File(first.file);
+    for (long call = 1; FilesIn(dir) == 1 && call < 99; ++call)
+        InChild([&] {
+            const EditCall apply(plugin, path, set);
+            SystemCalls::Start(SystemCalls::Fault::Kills, call);
+            return apply();
+        });
+    ASSERT_EQ(FilesIn(dir), 2) << "nothing is left over";
+    const std::string moved = dir.Path("moved.aiff");
+    std::filesystem::rename(path, moved);
+    const int inUse = open(dir.Write(".aiff-edit-1", {}).c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(inUse, LOCK_EX), 0);
+    std::filesystem::create_symlink("moved.aiff", dir.Path(".aiff-edit-2"));
+    std::filesystem::create_hard_link(dir.Write("mine", {}), dir.Path(".aiff-edit-3"));
+    dir.Write(".aiff-edit-notes", {});
+    EXPECT_EQ(ApplyEdit(plugin, moved, set), 1);
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.Path("")))
+        names.insert(entry.path().filename());
+    EXPECT_EQ(names, (std::set<std::string>{"moved.aiff", ".aiff-edit-1", ".aiff-edit-2", "mine",
+                                            ".aiff-edit-3", ".aiff-edit-notes"}));
+    close(inUse);
 }
 
 // Whatever another program does to the file before its name goes to the copy.

@@ -71,7 +71,7 @@ std::error_code TemporaryFile::Create()
 
 // Between its creation and its lock, another edit may take the file for a left-over one and
 // remove it; that counts as a name that is taken.
-std::error_code TemporaryFile::Create(const std::string& path)
+std::error_code TemporaryFile::Create(std::string path)
 {
     FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (file.Get() < 0)
@@ -82,7 +82,7 @@ std::error_code TemporaryFile::Create(const std::string& path)
     const std::error_code error = isKnown ? std::error_code() : LastSystemError();
     if (error == std::errc::operation_would_block || (isKnown && status.st_nlink == 0))
         return make_error_code(std::errc::file_exists);
-    m_path = path;
+    m_path = std::move(path); // from here on it is removed again, whatever fails
     m_file = std::make_shared<DiskFile>(std::move(file));
     return error;
 }

@@ -32,7 +32,7 @@ public:
     void FlushFolder() const;
 
 private:
-    std::error_code Create(const std::string& path);
+    std::error_code Create(std::string path);
     void RemoveLeftOvers(uid_t owner) const;
 
     const EditTarget& m_target;
