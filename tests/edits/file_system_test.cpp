@@ -140,14 +140,29 @@ TEST_F(FileTest, OtherNamesOfAFileAreMentionedOnceTheyDiffer)
     }
 }
 
+// The header of the tag's chunk is far enough from the first to be read by itself.
+TEST_F(FileTest, TagThatCannotBeReachedIsNotDeleted)
+{
+    const AiffBuilder layout =
+        AiffBuilder().Comm(1, 8, 8000).Ssnd(Noise(9000)).Chunk("ID3 ", kTag.data);
+    for (long call = 1, left = true; left != 0 && !HasFailure(); ++call) {
+        const EditCall apply(plugin, File(layout), AllEdits()[3], &report);
+        SystemCalls::Start(SystemCalls::Fault::Fails, call);
+        const int32_t result = apply();
+        left = SystemCalls::Stop().struck;
+        EXPECT_NE(report.Take(kError).empty(), result == 0) << call;
+        EXPECT_EQ(ReadTags(plugin, path).Count(), result == 0) << call;
+    }
+}
+
 TEST_F(FileTest, CopyOfASparseFileIsSparse)
 {
-    constexpr size_t kSize = 8 << 20;
+    constexpr size_t kSize = 2 << 20;
     Bytes head = Make("TCZ").file;
     PutSize(head, head.size() - 12, kSize + 8);
     PutSize(head, 4, head.size() - 8 + kSize);
     File(head);
-    std::ofstream(path, std::ios::in).seekp(std::ssize(head) + (5 << 20)) << "sound" << std::flush;
+    std::ofstream(path, std::ios::in).seekp(std::ssize(head) + (1 << 20)) << "sound" << std::flush;
     ASSERT_EQ(truncate(path.c_str(), std::ssize(head) + int64_t{kSize}), 0);
     if (Status().st_blocks > 1000)
         GTEST_SKIP() << "no sparse files here";
