@@ -1,6 +1,6 @@
 #include "host/fetch/LocalCopy.h"
 
-#include "host/fetch/TemporaryFile.h"
+#include "host/fetch/ScratchFile.h"
 
 #include <algorithm>
 #include <array>
@@ -91,7 +91,7 @@ Problem ReadStandardInput(const Taker& taker)
 
 Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& received)
 {
-    const Result<std::shared_ptr<TemporaryFile>> file = TemporaryFile::Make();
+    const Result<std::shared_ptr<ScratchFile>> file = ScratchFile::Make();
     if (!file)
         return file.Why();
     Problem unwritten;

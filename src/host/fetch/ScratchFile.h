@@ -12,15 +12,15 @@ namespace aiff::host
 {
 
 // Lies in the folder for temporary files and goes with the object, however the program ends.
-class TemporaryFile
+class ScratchFile
 {
 public:
-    static Result<std::shared_ptr<TemporaryFile>> Make();
+    static Result<std::shared_ptr<ScratchFile>> Make();
 
-    explicit TemporaryFile(int descriptor) : m_descriptor(descriptor) {}
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile();
+    explicit ScratchFile(int descriptor) : m_descriptor(descriptor) {}
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+    ~ScratchFile();
 
     Problem Append(std::span<const char> bytes);
     int64_t Size() const { return m_size; } // in bytes

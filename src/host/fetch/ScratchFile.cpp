@@ -1,4 +1,4 @@
-#include "host/fetch/TemporaryFile.h"
+#include "host/fetch/ScratchFile.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 namespace aiff::host
 {
 
-Result<std::shared_ptr<TemporaryFile>> TemporaryFile::Make()
+Result<std::shared_ptr<ScratchFile>> ScratchFile::Make()
 {
     std::error_code error;
     std::string name = std::filesystem::temp_directory_path(error) / "aiffconv-XXXXXX";
@@ -18,15 +18,15 @@ Result<std::shared_ptr<TemporaryFile>> TemporaryFile::Make()
         return Problem("cannot make a temporary file: " +
                        (error ? error.message() : Problem::FromErrno().Text()));
     unlink(name.c_str());
-    return std::make_shared<TemporaryFile>(descriptor);
+    return std::make_shared<ScratchFile>(descriptor);
 }
 
-TemporaryFile::~TemporaryFile()
+ScratchFile::~ScratchFile()
 {
     close(m_descriptor);
 }
 
-Problem TemporaryFile::Append(std::span<const char> bytes)
+Problem ScratchFile::Append(std::span<const char> bytes)
 {
     while (!bytes.empty()) {
         const ssize_t done = write(m_descriptor, bytes.data(), bytes.size());
