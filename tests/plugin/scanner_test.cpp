@@ -12,18 +12,19 @@ using ScannerTest = PluginTest;
 
 // What stands in the table below for a line of the trace.
 const std::pair<const char*, const char*> kShort[] = {
-    {R"(AIFF Header '(.*)'   Length: (\d+)  FormType '(.*)'  .ScanFile.)", "$1 $2 $3, "},
+    {R"(AIFF Header 'FORM'   Length: (\d+)  FormType 'AIFF'  .ScanFile.)", "$1, "},
+    {R"(AIFF Header '(form)'   Length: (\d+)  FormType '(.*)'  .ScanFile.)", "$1 $2 $3, "},
     {R"(Got Chunk '(.*)'  Length: (\d+)  RiffSizeLeft: (\d+)  ChunkPosition: (\d+))",
      "$1 $2/$3@$4, "},
-    {R"(Clamped chunk to: (\d+))", "cut to $1, "},
-    {"<-<-  .ScanFile.", "done"}};
+    {R"(Clamped chunk to: (\d+))", "cut $1, "},
+    {"<-<-  .ScanFile.", "."}};
 const std::pair<std::string, std::string> kMessages[] = {
-    {"Warning: AIFF chunk has uneven databytes, is non-compliant AIFF.", "odd form, "},
-    {"Warning 'RiffSizeLeft != FileSizeLeft' must be extra data on end of file.", "extra data, "},
-    {"Warning Chunk is out of AIFF area (but still inside file).", "out of form, "},
-    {"Error calculated total AIFF chunk size differs from file.", "total differs, "},
-    {"Info Chunk is out of file.", "tag out of file, "},
-    {"Error Chunk is out of file.", "!out of file, "},
+    {"Warning: AIFF chunk has uneven databytes, is non-compliant AIFF.", "odd, "},
+    {"Warning 'RiffSizeLeft != FileSizeLeft' must be extra data on end of file.", "extra, "},
+    {"Warning Chunk is out of AIFF area (but still inside file).", "past form, "},
+    {"Error calculated total AIFF chunk size differs from file.", "total, "},
+    {"Info Chunk is out of file.", "tag past file, "},
+    {"Error Chunk is out of file.", "!past file, "},
     {"File error reading chunk.", "!torn, "},
     {"Error: File too small for AIFF.", "!too small"},
     {"Error first chunk unknown: RIFF", "!RIFF"},
@@ -55,56 +56,46 @@ TEST_F(ScannerTest, RepairsAndReports)
     using B = AiffBuilder;
     const Bytes ten(10), seven(7);
     const B plain = B().Chunk("AAAA", ten), unpadded = B().Chunk("AAAA", seven, 7, false);
-    const auto cut = [&](const char* code, uint32_t size) { return B().Chunk(code, ten, size); };
+    const auto claim = [&](const char* code, uint32_t size, uint32_t form) {
+        return B().Chunk(code, ten, size).FormSize(form);
+    };
+    const auto tail = [&](uint32_t form, size_t size) {
+        return B(plain).FormSize(form).Tail(Bytes(size));
+    };
     const std::tuple<const char*, Bytes, const char*> rows[] = {
-        {"control", B(plain).Chunk("BBBB", ten),
-         "FORM 40 AIFF, AAAA 10/28@12, BBBB 10/10@30, done"},
+        {"control", B(plain).Chunk("BBBB", ten), "40, AAAA 10/28@12, BBBB 10/10@30, ."},
         {"empty file", {}, ""},
         {"five bytes", Text("FORM\n"), "!too small"},
         {"eleven bytes", Bytes(11), "!too small"},
         {"foreign", B().FormCode("RIFF"), "!RIFF"},
         {"mixed case", B().FormCode("Form"), "!Form"},
-        {"lower case, any type", B("8SVX").FormCode("form").Chunk("AAAA", {}),
-         "form 12 8SVX, AAAA 0/0@12, done"},
-        {"form only", B(), "FORM 4 AIFF, done"},
-        {"form of 3", B().FormSize(3), "FORM 3 AIFF, odd form, done"},
-        {"form of 0", B().FormSize(0), "FORM 0 AIFF, total differs, done"},
-        {"form of 0 over chunks", B(plain).FormSize(0),
-         "FORM 0 AIFF, extra data, total differs, done"},
-        {"trailing bytes", B(plain).Tail(ten), "FORM 22 AIFF, extra data, AAAA 10/10@12, done"},
-        {"odd chunk is padded", B().Chunk("AAAA", seven).Chunk("BBBB", {}),
-         "FORM 28 AIFF, AAAA 7/16@12, BBBB 0/0@28, done"},
-        {"odd last chunk without pad", unpadded, "FORM 19 AIFF, odd form, AAAA 7/7@12, done"},
-        {"odd last chunk without pad, even form",
-         B().Chunk("BBB1", {}).Chunk("AAAA", seven, 7, false).FormSize(28),
-         "FORM 28 AIFF, extra data, BBB1 0/16@12, AAAA 7/8@20, done"},
-        {"form longer than file", B(plain).FormSize(122),
-         "FORM 122 AIFF, extra data, AAAA 10/110@12, total differs, done"},
-        {"chunk leaves the file", cut("AAAA", 50).FormSize(122),
-         "FORM 122 AIFF, extra data, AAAA 50/110@12, !out of file, cut to 10, total differs, done"},
-        {"tag leaves the file", cut("ID3 ", 50).FormSize(122),
-         "FORM 122 AIFF, extra data, ID3  50/110@12, tag out of file, cut to 10, total differs, "
-         "done"},
-        {"only the exact code is excused", cut("id3 ", 50).FormSize(122),
-         "FORM 122 AIFF, extra data, id3  50/110@12, !out of file, cut to 10, total differs, done"},
-        {"chunk leaves the form", cut("AAAA", 14).Tail(ten),
-         "FORM 22 AIFF, extra data, AAAA 14/10@12, out of form, cut to 10, done"},
-        {"chunk leaves form and file, the form counts", cut("AAAA", 0xFFFFFFFF).FormSize(42),
-         "FORM 42 AIFF, extra data, AAAA 4294967295/30@12, out of form, cut to 30, done"},
-        {"clamped to nothing", B().Chunk("AAAA", {}, 1),
-         "FORM 12 AIFF, AAAA 1/0@12, out of form, cut to 0, done"},
-        {"clamped to an odd size", B().Chunk("AAAA", seven, 9, false),
-         "FORM 19 AIFF, odd form, AAAA 9/7@12, out of form, cut to 7, done"},
-        {"torn header with little left", B(plain).FormSize(34).Tail(ten),
-         "FORM 34 AIFF, extra data, AAAA 10/22@12,  0/4@30, total differs, done"},
-        {"torn header", B(plain).FormSize(40).Tail(Bytes(5)),
-         "FORM 40 AIFF, extra data, AAAA 10/28@12, !torn, total differs, done"},
-        {"torn header at the end of the form", B(plain).FormSize(30).Tail(Bytes(5)),
-         "FORM 30 AIFF, extra data, AAAA 10/18@12, total differs, done"},
-        {"header across the end of the form", B(plain).FormSize(26).Tail(ten),
-         "FORM 26 AIFF, extra data, AAAA 10/14@12,  0/0@30, total differs, done"},
-        {"code with a zero", B().Chunk(std::string("A\0BC", 4), {}),
-         "FORM 12 AIFF, A 0/0@12, done"}};
+        {"lower case", B("8SVX").FormCode("form"), "form 4 8SVX, ."},
+        {"form only", B(), "4, ."},
+        {"form of 3", B().FormSize(3), "3, odd, ."},
+        {"form of 0", B().FormSize(0), "0, total, ."},
+        {"form of 0, chunks", tail(0, 0), "0, extra, total, ."},
+        {"tail", tail(22, 10), "22, extra, AAAA 10/10@12, ."},
+        {"odd", B().Chunk("AAAA", seven).Chunk("BBBB", {}), "28, AAAA 7/16@12, BBBB 0/0@28, ."},
+        {"odd, last, no pad", unpadded, "19, odd, AAAA 7/7@12, ."},
+        {"even form", B(unpadded).FormSize(20), "20, extra, AAAA 7/8@12, ."},
+        {"form past the file", tail(122, 0), "122, extra, AAAA 10/110@12, total, ."},
+        {"past file", claim("AAAA", 50, 122),
+         "122, extra, AAAA 50/110@12, !past file, cut 10, total, ."},
+        {"tag", claim("ID3 ", 50, 122),
+         "122, extra, ID3  50/110@12, tag past file, cut 10, total, ."},
+        {"id3", claim("id3 ", 50, 122), "122, extra, id3  50/110@12, !past file, cut 10, total, ."},
+        {"past form", claim("AAAA", 14, 22).Tail(ten),
+         "22, extra, AAAA 14/10@12, past form, cut 10, ."},
+        {"past both", claim("AAAA", 0xFFFFFFFF, 42),
+         "42, extra, AAAA 4294967295/30@12, past form, cut 30, ."},
+        {"cut to nothing", B().Chunk("AAAA", {}, 1), "12, AAAA 1/0@12, past form, cut 0, ."},
+        {"cut, odd", B().Chunk("AAAA", seven, 9, false),
+         "19, odd, AAAA 9/7@12, past form, cut 7, ."},
+        {"torn, little left", tail(34, 10), "34, extra, AAAA 10/22@12,  0/4@30, total, ."},
+        {"torn", tail(40, 5), "40, extra, AAAA 10/28@12, !torn, total, ."},
+        {"at the form's end", tail(30, 5), "30, extra, AAAA 10/18@12, total, ."},
+        {"header too", tail(26, 10), "26, extra, AAAA 10/14@12,  0/0@30, total, ."},
+        {"code with a zero", B().Chunk(std::string("A\0BC", 4), {}), "12, A 0/0@12, ."}};
     for (const auto& [name, file, expected] : rows) {
         SCOPED_TRACE(name);
         Instance host(plugin, report);
