@@ -44,16 +44,14 @@ TEST_F(BoundaryTest, OpenWritesTheFieldsThatTheFlagsAskFor)
         if ((flags & 8) != 0)
             continue; // what a file without tags gives is the tag reader's business
         const bool refused = (flags & 2) != 0;
-        const bool hasAudio = !refused && (flags & (1 + 4)) != 0; // else the host's own fields
-        const bool hasProperties = !refused && (flags & 16) != 0;
         const auto record = [&](uint8_t pattern) {
             Instance host(plugin);
             EXPECT_EQ(host.Open(path, flags, pattern), refused ? 0 : 1);
             return host.open;
         };
-        EXPECT_EQ(Written(record),
-                  (hasAudio ? "0-30 52-72 "s : "0-12 "s) + (hasProperties ? "92-104 " : ""))
-            << flags;
+        const bool hasAudio = !refused && (flags & (1 + 4)) != 0; // else the host's own fields
+        EXPECT_EQ(Written(record), (hasAudio ? "0-30 52-72 "s : "0-12 "s) +
+                                       (!refused && (flags & 16) != 0 ? "92-104 " : ""));
     }
 }
 

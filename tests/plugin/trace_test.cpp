@@ -20,22 +20,33 @@ std::string HeaderLines(const std::string& path)
            TraceLines("Opening file '" + path + "' for read access: Opened|" + steps, 2);
 }
 
+// Every form that an item can have: one value, several, lines, pictures.
+const AiffBuilder kTagged = AiffBuilder(kSmall).Chunk(
+    "ID3 ", Tag(3, "TIT2:a|TPE1:b/c|TXXX:own\0x|TXXX:own\0y|COMM:eng\0l\nm|"
+                   "APIC:image/png\0\3d\0\x89PNG....|APIC:\0\4\0jk"s));
+
 // The whole trace of a first Open that succeeds.
 std::string OpenLines(const std::string& path, uint32_t flags)
 {
     std::string format = "PullOutCOMMnSSND{Finding 'COMM' chunk.|Finding 'SSND' chunk.|"
                          "Assigning 'COMM' chunk to WFX|}";
     std::string lines =
-        "    AIFF Header 'FORM'   Length: 446  FormType 'AIFF'  [ScanFile]|"
-        "    Got Chunk 'COMM'  Length: 18  RiffSizeLeft: 434  ChunkPosition: 12|"
-        "    Got Chunk 'SSND'  Length: 408  RiffSizeLeft: 408  ChunkPosition: 38|"
+        "    AIFF Header 'FORM'   Length: 588  FormType 'AIFF'  [ScanFile]|"
+        "    Got Chunk 'COMM'  Length: 18  RiffSizeLeft: 576  ChunkPosition: 12|"
+        "    Got Chunk 'SSND'  Length: 408  RiffSizeLeft: 550  ChunkPosition: 38|"
+        "    Got Chunk 'ID3 '  Length: 134  RiffSizeLeft: 134  ChunkPosition: 454|"
         "  clAIFFHandler::CalcAllChunks: Ok|<  <-<-  [ScanFile]|Read Audio Information|";
     if ((flags & (8 + 16)) != 0) // the first to need the format reads it
-        lines += "ReadIDTags{" + std::exchange(format, "") + "InternalReadTags{}0 ID Tags:|}";
+        lines += "ReadIDTags{" + std::exchange(format, "") +
+                 "InternalReadTags{}7 ID Tags:|<\t\t\tTagVersion: ID3v2.3|<\t\t\tArtist: b\rc|"
+                 "<\t\t\tComment: l\nm|<\t\t\town: x\ry|<\t\t\tTitle: a|"
+                 "<\t\t\t_albumart_1_Front Album Cover<subdesc>d: DATA Length: 8   .PNG....|"
+                 "<\t\t\t_albumart_2_Back Album Cover: DATA Length: 2   jk|}";
     if ((flags & 16) != 0)
         lines += "FillAudioProps{<\tAudio Quality: CD  (Lossless)|"
                  "<\tEncoder Settings: NONE (no compression)|<\tChannel Mapping: Left, Right|"
-                 "<\tSample Count: 100|<\tRiff Chunks: 'COMM' 18 bytes,  'SSND' 408 bytes|"
+                 "<\tSample Count: 100|<\tRiff Chunks: 'COMM' 18 bytes,  'SSND' 408 bytes,  "
+                 "'ID3 ' 134 bytes|<\tID Tag: iTunes ID3|<\tContains: ID Tag [iTunes ID3]|"
                  "<\tGapless: Yes|<\tWave Header: AIFF|}";
     if ((flags & (1 + 4)) != 0)
         lines +=
@@ -50,33 +61,13 @@ std::string OpenLines(const std::string& path, uint32_t flags)
 TEST(OpenTrace, EverySumOfFlags)
 {
     const TempDir dir;
-    const std::string path = dir.Write("a.aiff", kSmall);
+    const std::string path = dir.Write("a.aiff", kTagged);
     for (uint32_t flags = 0; flags < 32; flags += (flags & 1) != 0 ? 3 : 1) { // none with 2
         const Plugin plugin; // loaded anew, without indentation
         Report report;
         EXPECT_EQ(Instance(plugin, report).Open(path, flags), 1);
         EXPECT_EQ(report.Take(kDebug), OpenLines(path, flags)) << flags;
     }
-}
-
-// Every form that an item can have: one value, several, lines, pictures.
-const std::string kItems =
-    "TIT2:a|TPE1:b/c|TXXX:own\0x|TXXX:own\0y|COMM:eng\0l\nm|APIC:image/png\0\3d\0\x89PNG....|"
-    "APIC:\0\4\0jk"s;
-
-TEST_F(TraceTest, EveryItemOfATagIsListed)
-{
-    const std::string path = File(AiffBuilder(kSmall).Chunk("ID3 ", Tag(3, kItems)));
-    EXPECT_EQ(Instance(plugin, report).Open(path, QV_OPEN_READ_TAGS), 1);
-    const std::string trace = report.Take(kDebug);
-    EXPECT_EQ(
-        trace.substr(trace.find("    ->->  [InternalReadTags]")),
-        TraceLines("InternalReadTags{}7 ID Tags:|<\t\t\tTagVersion: ID3v2.3|"
-                   "<\t\t\tArtist: b\rc|<\t\t\tComment: l\nm|<\t\t\town: x\ry|<\t\t\tTitle: a|"
-                   "<\t\t\t_albumart_1_Front Album Cover<subdesc>d: DATA Length: 8   .PNG....|"
-                   "<\t\t\t_albumart_2_Back Album Cover: DATA Length: 2   jk|"
-                   "<  <-<-  [ReadIDTags]|< <-<-  [Open]|",
-                   4));
 }
 
 // A tag chunk that gets another size.
@@ -88,7 +79,7 @@ std::string Resizing(int size)
 
 TEST_F(TraceTest, EveryStepOfAnEditIsShown)
 {
-    const std::string path = File(AiffBuilder(kSmall).Chunk("ID3 ", Tag(3, kItems)));
+    const std::string path = File(kTagged);
     const std::string removal = "RemoveChunkFromFile{}WriteChunkHeaders{Ok|}",
                       addition = "AddNewChunkToFile{AddChunk{->-> Adding Chunk 'ID3 ' Length: 10|"
                                  "Ok|}Writing Chunk Data 'ID3 '  Length: 10  ChunkPosition: 454  "
@@ -121,9 +112,14 @@ TEST_F(TraceTest, EveryStepOfAnEditIsShown)
     }
 }
 
+// Instances without a report move the indentation of others.
 TEST_F(TraceTest, DecodingSeekingQuestionsAndClosing)
 {
-    Instance host(plugin, report);
+    void* const off = QV_INVALID_HANDLE;
+    EXPECT_EQ(Instance(plugin, STNStdReport{off, off, off}).Open(nullptr, 1), 0);
+    Instance mute(plugin), host(plugin, report);
+    EXPECT_EQ(mute.Open(File(kSmall), 1), 1);
+    EXPECT_EQ(mute.Rest(), HostOrder(Noise(400), 16));
     ASSERT_EQ(host.Open(File(kSmall), 1), 1);
     report.Take(kDebug);
     EXPECT_EQ(host.Next(), 1);
@@ -135,7 +131,7 @@ TEST_F(TraceTest, DecodingSeekingQuestionsAndClosing)
     EXPECT_EQ(host.Close(), 1);
     EXPECT_EQ(
         report.Take(kDebug),
-        TraceLines("SetPosition{}Decoder Description  [Get]|Unknown  [Set]|Close{Close{}}", 1));
+        TraceLines("SetPosition{}Decoder Description  [Get]|Unknown  [Set]|Close{Close{}}", 2));
     EXPECT_EQ(report.Take(kError) + report.Take(kInformation), "");
 }
 
@@ -179,19 +175,6 @@ TEST_F(TraceTest, FirstOperationLeavesOneSpace)
     EXPECT_EQ(report.Take(kDebug),
               Lines("a  [Get]\n->->  [Close]\n <-<-  [Close]\n ->-> b  [Get]\n   c ->->  [Get]\n"
                     " <-<- d  [Get]\n <-<- e  [Get]\n \u00e9\U0001F3B5  [Get]\n"));
-}
-
-TEST_F(TraceTest, SilentInstanceMovesTheIndentationOfOthers)
-{
-    const std::string path = File(kSmall);
-    void* const off = QV_INVALID_HANDLE;
-    EXPECT_EQ(Instance(plugin, STNStdReport{off, off, off}).Open(nullptr, 1), 0);
-    Instance mute(plugin);
-    EXPECT_EQ(mute.Open(path, 1), 1);
-    EXPECT_EQ(mute.Rest(), HostOrder(Noise(400), 16));
-    Instance host(plugin, report);
-    host.Close();
-    EXPECT_EQ(report.Take(kDebug), TraceLines("Close{}", 2));
 }
 
 TEST_F(TraceTest, EveryReasonForAFailedOpen)
