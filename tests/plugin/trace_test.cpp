@@ -188,29 +188,28 @@ TEST_F(TraceTest, EveryReasonForAFailedOpen)
                       noSound = "Error cannot find 'SSND' chunk." + pullOut,
                       badSize = "Error 'COMM' chunk is a bad size." + pullOut,
                       noRead = "Error cannot read 'COMM' chunk from file." + pullOut;
-    const std::tuple<const char*, Bytes, uint32_t, int, std::string> rows[] = {
-        {"control", kSmall, 1, 1, ""},
-        {"no COMM", B().Ssnd(sound), 4, 0, noComm},
-        {"no COMM, flags 0", B().Ssnd(sound), 0, 1, ""},
-        {"no COMM, each step tries again", B(), 16 + 4, 0, noComm + noComm + noComm},
-        {"no SSND", comm(18), 1, 0, noSound},
-        {"chunks are found in upper case only", comm(18).Chunk("ssnd", Bytes(8)), 1, 0, noSound},
-        {"COMM of 17", comm(17).Ssnd(sound), 1, 0, badSize},
-        {"COMM of 18", comm(18).Ssnd(sound), 1, 1, ""},
-        {"COMM of 128000", comm(128000).Ssnd(sound), 1, 1, ""},
-        {"COMM of 128001", comm(128001).Ssnd(sound), 1, 0, badSize},
+    std::vector<std::tuple<const char*, Bytes, uint32_t, std::string>> rows = {
+        {"control", kSmall, 1, ""},
+        {"no COMM", B().Ssnd(sound), 4, noComm},
+        {"no COMM, flags 0", B().Ssnd(sound), 0, ""},
+        {"no COMM, each step tries again", B(), 16 + 4, noComm + noComm + noComm},
+        {"no SSND", comm(18), 1, noSound},
+        {"chunks are found in upper case only", comm(18).Chunk("ssnd", Bytes(8)), 1, noSound},
         {"COMM cut by the end of the file",
-         B().Ssnd(sound).Chunk("COMM", Bytes(17), 18, false).FormSize(62), 1, 0,
+         B().Ssnd(sound).Chunk("COMM", Bytes(17), 18, false).FormSize(62), 1,
          "Error Chunk is out of file.  [ScanFile]\n" + badSize},
         {"COMM cut by the file, believed for the form",
-         B().Ssnd(sound).Chunk("COMM", Bytes(17), 60, false).FormSize(64), 16 + 4, 0,
+         B().Ssnd(sound).Chunk("COMM", Bytes(17), 60, false).FormSize(64), 16 + 4,
          noRead + noRead + noRead},
-        {"compressed", B(ulaw).Ssnd(sound), 1, 0,
+        {"compressed", B(ulaw).Ssnd(sound), 1,
          "Error - file has compressed audio (not supported).  [PrepareToDecodeAudio]\n"},
-        {"tags of a file without sound", ulaw, 8, 1, noSound}};
-    for (const auto& [name, file, flags, result, error] : rows) {
+        {"tags of a file without sound", ulaw, 8, noSound}};
+    for (const size_t size : {17u, 18u, 128000u, 128001u})
+        rows.emplace_back("sizes", comm(size).Ssnd(sound), 1,
+                          size == 18 || size == 128000 ? "" : badSize);
+    for (const auto& [name, file, flags, error] : rows) {
         Instance host(plugin, report);
-        EXPECT_EQ(host.Open(File(file), flags), result) << name;
+        EXPECT_EQ(host.Open(File(file), flags), error.empty() || flags == 8) << name;
         EXPECT_EQ(report.Take(kError), Lines(error)) << name;
     }
     Instance host(plugin, report);
