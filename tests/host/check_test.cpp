@@ -49,7 +49,7 @@ TEST(Check, NamesTheOneThingThatIsIrregular)
         {Changed(Good(), 40, 0xC0), "has an impossible sample rate"},
         {AiffBuilder().Ssnd(Noise(4)), "has no COMM chunk, so its audio format is unknown"},
         {aifc("NONE").Ssnd({}), "is AIFF-C and has no FVER chunk"},
-        {aifc("QDM2").Ssnd({}), "has an unknown compression 'QDM2'"},
+        {aifc("QDM3").Ssnd({}), "has an unknown compression 'QDM3'"},
         {Good().Chunk("SSND", Bytes(8)), "has 2 SSND chunks, where one is allowed"},
         {Good().Chunk("comm", Bytes(18)), "has a COMM or SSND chunk in lower-case letters"},
         {Good().Chunk("ID3 ", tag).Chunk("id3 ", tag), "has 2 tag chunks"},

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "aiff/AIFFHandler.h"
+#include "host/base/Printable.h"
 
 #include <cstdint>
 #include <string>
@@ -26,6 +27,12 @@ inline std::string CodeText(uint32_t code)
     return text + "'";
 }
 
+// What a chunk is called in messages: its code and where it is.
+inline std::string ChunkName(uint32_t code, int64_t position)
+{
+    return CodeText(code) + " at byte " + std::to_string(position);
+}
+
 // Whether every character can be printed, as those of all chunk codes can.
 inline bool IsTextCode(uint32_t code)
 {
@@ -46,8 +53,8 @@ inline constexpr int kMostBits = 32; // of a sample
 
 inline std::string ImpossibleFormat(int channels, int bits)
 {
-    return "has an impossible format: " + std::to_string(channels) + " channels, " +
-           std::to_string(bits) + " bits";
+    return "has an impossible format: " + Counted(channels, "channel") + ", " +
+           Counted(bits, "bit");
 }
 
 } // namespace aiff::host

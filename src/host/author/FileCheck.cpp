@@ -4,8 +4,10 @@
 #include "aiff/HeaderReader.h"
 #include "host/author/AiffForm.h"
 #include "host/author/SoundCheck.h"
+#include "host/author/TagCheck.h"
+#include "host/base/Printable.h"
 #include "support/file/DiskFile.h"
-#include "tags/TagFields.h"
+#include "tags/NTag.h"
 
 namespace aiff::host
 {
@@ -14,8 +16,6 @@ namespace
 
 // Nobody reads more than this.
 constexpr size_t kMostFindings = 100;
-// The largest ID3v2 tag, with its header and footer.
-constexpr int64_t kMostTagBytes = (int64_t{1} << 28) + 20;
 
 struct ChunkHeader {
     uint32_t code = 0;
@@ -96,15 +96,17 @@ bool FormCheck::CheckForm()
     const int64_t size = clAIFFHandler::SizeToInt64(&header[4]);
     const int64_t formEnd = size + kChunkHeaderSize;
     if (size % 2 != 0)
-        Say("has a form of odd size (" + Number(size) + " bytes)");
+        Say("has a form of odd size (" + Counted(size, "byte") + ")");
     if (formEnd > m_fileSize)
-        Say("is cut off: its form lacks " + Number(formEnd - m_fileSize) + " bytes at the end");
+        Say("is cut off: its form lacks " + Counted(formEnd - m_fileSize, "byte") + " at the end");
     m_end = std::min(formEnd, m_fileSize);
     if (formEnd < kFormHeaderSize || (formEnd == kFormHeaderSize && m_fileSize > formEnd)) {
         Say("was never finished: its form says that it is empty");
         m_end = m_fileSize;
     } else if (formEnd < m_fileSize) {
-        Say("has " + Number(m_fileSize - formEnd) + " bytes after the end of its form");
+        const TrailingBytes trailing = ReadTrailingBytes(m_file, formEnd);
+        Say("has " + Counted(trailing.count, "byte") + " after the end of its form (" +
+            trailing.Looks() + ")");
     }
     return true;
 }
@@ -136,7 +138,8 @@ bool FormCheck::FindHeader(ChunkHeader& chunk)
     if (found)
         Say("has no chunk where one is due, at byte " + Number(m_position));
     else
-        Say("has " + Number(m_end - m_position) + " stray bytes at its end, too few for a chunk");
+        Say("has " + Counted(m_end - m_position, "stray byte") +
+            " at its end, too few for a chunk");
     return false;
 }
 
@@ -145,13 +148,13 @@ bool FormCheck::CheckChunk()
     ChunkHeader chunk;
     if (!FindHeader(chunk))
         return false;
-    const std::string name = CodeText(chunk.code) + " at byte " + Number(m_position);
+    const std::string name = ChunkName(chunk.code, m_position);
     const int64_t start = m_position + kChunkHeaderSize;
     const int64_t left = m_end - start;
     const int64_t size = std::min(chunk.nSize, left);
     if (chunk.nSize > left)
-        Say("has a chunk " + name + " that claims " + Number(chunk.nSize) + " bytes where " +
-            Number(left) + " are left");
+        Say("has a chunk " + name + " that claims " + Counted(chunk.nSize, "byte") + " where " +
+            Number(left) + (left == 1 ? " is left" : " are left"));
     if (clAIFFHandler::CompareID(chunk.code, kChunkID3, true))
         CheckTag(name, start, size);
     else
@@ -185,17 +188,10 @@ void FormCheck::CheckTag(const std::string& name, int64_t position, int64_t size
         Say("has an empty tag chunk " + name);
         return;
     }
-    std::vector<uint8_t> bytes(static_cast<size_t>(std::min(size, kMostTagBytes)));
-    bytes.resize(m_file.ReadAt(position, bytes));
-    const int64_t tagSize = TagSizeFromHeader(bytes);
+    std::vector<uint8_t> tag;
     NTag list;
-    if (tagSize == 0)
-        Say("has no ID3v2 tag in its tag chunk " + name);
-    else if (tagSize > size)
-        Say("has a tag of " + Number(tagSize) + " bytes in a chunk of " + Number(size) + ", " +
-            name);
-    else if (!ReadTagList(bytes, list))
-        Say("has a tag that cannot be read, in the chunk " + name);
+    if (const Problem problem = ReadChunkTag(m_file, position, size, name, tag, list))
+        Say(problem.Text());
 }
 
 } // namespace

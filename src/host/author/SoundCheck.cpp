@@ -2,6 +2,7 @@
 
 #include "aiff/AIFFHandler.h"
 #include "host/author/AiffForm.h"
+#include "host/base/Printable.h"
 
 #include <algorithm>
 #include <array>
@@ -13,6 +14,28 @@ namespace
 {
 
 constexpr const char* kChunkVersion = "FVER";
+
+// The registered compression types, with the bytes of a sample: 0 as the COMM chunk's bits tell,
+// -1 where samples have no bytes of their own.
+constexpr struct Coding {
+    const char* code;
+    int sampleBytes;
+} kCodings[] = {
+    {"NONE", 0},  {"sowt", 0},  {"twos", 0},  {"raw ", 0},  {"in24", 3},  {"42ni", 3},
+    {"in32", 4},  {"23ni", 4},  {"fl32", 4},  {"fl64", 8},  {"alaw", 1},  {"ulaw", 1},
+    {"ACE2", -1}, {"ACE8", -1}, {"ADP4", -1}, {"DWVW", -1}, {"G722", -1}, {"G726", -1},
+    {"G728", -1}, {"GSM ", -1}, {"MAC3", -1}, {"MAC6", -1}, {"QDM2", -1}, {"QDMC", -1},
+    {"Qclp", -1}, {"SDX2", -1}, {"ima4", -1}, {"rt24", -1}, {"rt29", -1},
+};
+
+// Null for a type that is not registered. Upper and lower case are the same.
+const Coding* FindCoding(uint32_t code)
+{
+    const auto* const found = std::ranges::find_if(kCodings, [code](const Coding& coding) {
+        return code == FourCC(coding.code) || clAIFFHandler::CompareID(code, coding.code, true);
+    });
+    return found == std::end(kCodings) ? nullptr : found;
+}
 
 } // namespace
 
@@ -37,7 +60,7 @@ void SoundCheck::TakeCommon(const XFile& file, int64_t position, int64_t size, c
     const size_t wanted = static_cast<size_t>(std::min(size, std::ssize(body)));
     if (size < kLeastCommonSize || size > kMostCommonSize ||
         file.ReadAt(position, std::span(body).first(wanted)) != wanted) {
-        say("has a COMM chunk of " + std::to_string(size) + " bytes, which cannot be used");
+        say("has a COMM chunk of " + Counted(size, "byte") + ", which cannot be used");
         return;
     }
     m_formatKnown = true;
@@ -59,8 +82,8 @@ void SoundCheck::TakeSound(const XFile& file, int64_t position, int64_t size, co
     m_soundKnown = true;
     const int64_t offset = clAIFFHandler::SizeToInt64(prefix.data());
     if (offset != 0)
-        say("has its samples " + std::to_string(offset) +
-            " bytes into its SSND chunk, which some readers ignore");
+        say("has its samples " + Counted(offset, "byte") +
+            " into its SSND chunk, which some readers ignore");
     m_soundBytes = std::max<int64_t>(size - kSoundPrefixSize - offset, 0);
 }
 
@@ -77,39 +100,39 @@ void SoundCheck::Finish(bool isAifc, const Say& say) const
     if (m_formatKnown)
         CheckFormat(isAifc, say);
     if (m_sounds == 0 && m_frames > 0)
-        say("has no SSND chunk, although its COMM chunk counts " + std::to_string(m_frames) +
-            " sample frames");
+        say("has no SSND chunk, although its COMM chunk counts " +
+            Counted(m_frames, "sample frame"));
 }
 
 void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
 {
-    const bool possible = m_channels >= 1 && m_bits >= 1 && m_bits <= kMostBits;
+    const bool named = isAifc && m_namesCompression;
+    const Coding* coding = FindCoding(named ? m_compression : FourCC(kCompressionNone));
+    constexpr int kDoubleBits = 64;
+    const bool isDouble = coding != nullptr && coding->sampleBytes * 8 == kDoubleBits;
+    const bool possible =
+        m_channels >= 1 && m_bits >= 1 && m_bits <= (isDouble ? kDoubleBits : kMostBits);
     if (!possible)
         say(ImpossibleFormat(m_channels, m_bits));
     if (m_rate <= 0)
         say("has an impossible sample rate");
-    if (isAifc && !m_namesCompression) {
+    if (isAifc && !m_namesCompression)
         say("is AIFF-C and does not name its compression");
-        return;
-    }
-    const uint16_t tag =
-        isAifc ? clAIFFHandler::CompID2WFXFormatTag(m_compression) : uint16_t{kTagPCM};
-    if (tag == kTagUnknown)
+    else if (coding == nullptr)
         say("has an unknown compression " + CodeText(m_compression));
-    const bool plain = tag == kTagPCM || tag == kTagLittleEndianPCM;
-    if (plain && possible && m_soundKnown)
-        CompareFrames(say);
+    else if (coding->sampleBytes >= 0 && possible && m_soundKnown)
+        CompareFrames(coding->sampleBytes == 0 ? (m_bits + 7) / 8 : coding->sampleBytes, say);
 }
 
-void SoundCheck::CompareFrames(const Say& say) const
+void SoundCheck::CompareFrames(int sampleBytes, const Say& say) const
 {
-    const int64_t frameBytes = int64_t{m_channels} * ((m_bits + 7) / 8);
+    const int64_t frameBytes = int64_t{m_channels} * sampleBytes;
     const int64_t held = m_soundBytes / frameBytes;
     if (m_soundBytes % frameBytes != 0)
-        say("has " + std::to_string(m_soundBytes % frameBytes) +
-            " bytes of sound beyond its last whole sample frame");
+        say("has " + Counted(m_soundBytes % frameBytes, "byte") +
+            " of sound beyond its last whole sample frame");
     if (held != m_frames)
-        say("counts " + std::to_string(m_frames) + " sample frames in its COMM chunk and holds " +
+        say("counts " + Counted(m_frames, "sample frame") + " in its COMM chunk and holds " +
             std::to_string(held) + " in its SSND chunk");
 }
 

@@ -26,7 +26,8 @@ private:
     void TakeCommon(const XFile& file, int64_t position, int64_t size, const Say& say);
     void TakeSound(const XFile& file, int64_t position, int64_t size, const Say& say);
     void CheckFormat(bool isAifc, const Say& say) const;
-    void CompareFrames(const Say& say) const;
+    // sampleBytes  of one sample of one channel, 1 or more
+    void CompareFrames(int sampleBytes, const Say& say) const;
 
     int m_commons = 0;
     int m_sounds = 0;

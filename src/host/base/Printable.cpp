@@ -23,4 +23,9 @@ std::string Printable(std::string_view utf8)
     return line;
 }
 
+std::string Counted(int64_t count, std::string_view noun)
+{
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+}
+
 } // namespace aiff::host

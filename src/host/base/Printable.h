@@ -1,6 +1,7 @@
-// Text from files and servers on its way to a terminal.
+// Text on its way to a terminal.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -11,5 +12,8 @@ namespace aiff::host
 // characters and bytes that are not UTF-8 become "?", so nothing in a file name
 // or tag can steer the terminal.
 std::string Printable(std::string_view utf8);
+
+// A number of things: "1 byte", "2 bytes".
+std::string Counted(int64_t count, std::string_view noun);
 
 } // namespace aiff::host

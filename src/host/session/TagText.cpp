@@ -13,7 +13,7 @@ std::string PictureText(const TagItem& item)
 {
     const std::string type = PictureType(item.data);
     std::string text = type.empty() ? "unknown type" : type;
-    text += " " + std::to_string(item.data.size()) + " bytes";
+    text += " " + Counted(std::ssize(item.data), "byte");
     const std::string description = item.PictureDescription();
     return description.empty() ? text : text + " \"" + description + "\"";
 }
