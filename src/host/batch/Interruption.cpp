@@ -5,6 +5,7 @@
 #include <csignal>
 #include <mutex>
 #include <set>
+#include <shared_mutex>
 #include <string_view>
 #include <thread>
 #include <unistd.h>
@@ -16,7 +17,9 @@ namespace
 
 // Never destroyed: the waiting thread may use it until the process ends.
 struct Registry {
-    std::mutex access;
+    std::mutex entry; // those who wait for `steps` wait in line here
+    std::shared_mutex steps;
+    std::mutex access; // to the names
     std::set<std::string> files;
     std::set<std::string> folders;
 };
@@ -27,11 +30,12 @@ Registry& Registered()
     return *registry;
 }
 
-// Never releases the lock, so nothing new can appear before the end.
+// Never releases the locks, so nothing new can appear before the end.
 [[noreturn]] void CleanUpAndEnd()
 {
     Registry& registry = Registered();
-    registry.access.lock();
+    registry.entry.lock();
+    registry.steps.lock();
     for (const std::string& path : registry.files)
         unlink(path.c_str());
     for (const std::string& path : registry.folders)
@@ -68,22 +72,27 @@ void Interruption::Watch()
 
 bool Interruption::Undisturbed(const std::function<bool()>& step)
 {
-    const std::lock_guard lock(Registered().access);
+    std::unique_lock entry(Registered().entry);
+    const std::shared_lock lock(Registered().steps);
+    entry.unlock();
     return step();
 }
 
 void Interruption::RegisterFile(const std::string& path)
 {
+    const std::lock_guard lock(Registered().access);
     Registered().files.insert(path);
 }
 
 void Interruption::ForgetFile(const std::string& path)
 {
+    const std::lock_guard lock(Registered().access);
     Registered().files.erase(path);
 }
 
 void Interruption::RegisterFolder(const std::string& path)
 {
+    const std::lock_guard lock(Registered().access);
     Registered().folders.insert(path);
 }
 

@@ -17,7 +17,8 @@ public:
     // ignored from the start (nohup) stays ignored.
     static void Watch();
 
-    // Runs `step`, during which the program is not ended, and returns its result.
+    // Runs `step`, during which the program is not ended, and returns its result. Several
+    // threads may do so at a time.
     // Registering something and creating it belong in the same step.
     static bool Undisturbed(const std::function<bool()>& step);
 
