@@ -69,6 +69,10 @@ extern "C" {
 #define QV_KEY_SET_DECODE_RANGE L"Set Decode Range"
 /* pText1 = file name, pData and nDataSize = tag blob to write into that file. */
 #define QV_KEY_ID_TAGS L"IDTags"
+/* nValue1 = 1, the default: a file whose tags are changed in place shows the old tags or the new
+ * ones also after a loss of power, and the new ones once the function has returned; 0: only when
+ * the program ends in the middle, which saves waiting for the disk. Other values give 0. */
+#define QV_KEY_DURABLE_EDITS L"Durable Edits"
 
 /* nValue2 of a decode range that extends to the end of the audio. */
 #define QV_RANGE_TO_END (-1)
@@ -146,7 +150,7 @@ typedef struct STQvAudioBlock {
 typedef struct STQvCodecGetSet {
     uint32_t nItemIndex;   /* host: which item of a list, from 0 */
     int32_t nDataSize;     /* host: bytes at pData */
-    int64_t nValue1;       /* host: first sample frame of a decode range */
+    int64_t nValue1;       /* host: first sample frame of a decode range; 0 or 1 */
     int64_t nValue2;       /* host: end sample frame (exclusive), or QV_RANGE_TO_END */
     const wchar_t* pText1; /* Get: answer, owned by the instance until the next Get or
                               Destroy; Set: file name */

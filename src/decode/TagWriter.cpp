@@ -149,6 +149,8 @@ bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
     TagID3v2 tag(m_aiff.Handle(), chunk.FileDataPosition);
     tag.SetAlign(2);
     tag.SetOption(ID3v2Option::kEncodeUni);
+    for (const std::span<const uint8_t> foreign : m_foreign)
+        tag.AddForeignTag(foreign);
     bool isLast = true;
     for (int i = 0; i < m_aiff.Count(); ++i) {
         const STRIFFChunk& other = *m_aiff.GetChunk(i);

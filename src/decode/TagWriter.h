@@ -32,6 +32,10 @@ public:
 
     explicit TagWriter(const STNStdReport& report) : m_report(report) {}
 
+    // Tags of another file to be merged into the tag that Run writes. See
+    // TagID3v2::AddForeignTag.
+    void AddForeignTag(std::span<const uint8_t> tag) { m_foreign.push_back(tag); }
+
     // True on success, and also for a file that is not an AIFF file, which is left alone.
     // False, with the reason reported, when the file cannot be opened, is locked by
     // another writer, would lose something, or cannot be written. Consumes the list.
@@ -52,6 +56,7 @@ private:
 
     STNStdReport m_report;
     clAIFFHandler m_aiff;
+    std::vector<std::span<const uint8_t>> m_foreign;
 };
 
 } // namespace aiff

@@ -165,6 +165,19 @@ bool TagID3v2::Write(NTag&& tags, bool deleteMode)
     });
 }
 
+// The tag to be written byte for byte, with its pad bytes; empty when there is none.
+std::vector<uint8_t> TagID3v2::LoneForeignTag(std::span<const std::vector<uint8_t>> old) const
+{
+    const auto isTag = [](const std::vector<uint8_t>& bytes) {
+        return TagSizeFromHeader(bytes) != 0;
+    };
+    if (m_foreign.size() != 1 || std::ranges::any_of(old, isTag))
+        return {};
+    std::vector<uint8_t> tag(m_foreign.front().begin(), m_foreign.front().end());
+    tag.resize(static_cast<size_t>(Aligned(std::ssize(tag))));
+    return tag;
+}
+
 // At most three times the tag's size is held at once: the old bytes, what is to become
 // of them, and either the list or the new bytes.
 template <class ApplyList>
@@ -175,13 +188,10 @@ bool TagID3v2::Update(ApplyList&& apply)
         std::vector<std::vector<uint8_t>> old;
         if (!ReadOldTags(old))
             return false;
-        const std::vector<std::span<const uint8_t>> views(old.begin(), old.end());
-        TagUpdate update(m_options, views);
-        apply(update);
-        constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
-        const bool fill = m_regionUse == RegionUse::Fill;
-        const auto room = static_cast<uint64_t>(Aligned(OwnRegion().size));
-        if (!update.Write(fill ? room : 0, fill ? kAnyPadding : 0, m_alignment, tag))
+        tag = LoneForeignTag(old);
+        std::vector<std::span<const uint8_t>> views = m_foreign;
+        views.insert(views.end(), old.begin(), old.end());
+        if (tag.empty() && !Merge(views, apply, tag))
             return false;
         m_writtenSize = static_cast<int64_t>(tag.size());
         // Writing back what is there would only put it at risk.
@@ -189,6 +199,18 @@ bool TagID3v2::Update(ApplyList&& apply)
             return true;
     }
     return PlaceTag(std::move(tag));
+}
+
+template <class ApplyList>
+bool TagID3v2::Merge(std::span<const std::span<const uint8_t>> old, ApplyList& apply,
+                     std::vector<uint8_t>& tag) const
+{
+    TagUpdate update(m_options, old);
+    apply(update);
+    constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
+    const bool fill = m_regionUse == RegionUse::Fill;
+    const auto room = static_cast<uint64_t>(Aligned(OwnRegion().size));
+    return update.Write(fill ? room : 0, fill ? kAnyPadding : 0, m_alignment, tag);
 }
 
 bool TagID3v2::PlaceTag(std::vector<uint8_t> tag)

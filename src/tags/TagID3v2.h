@@ -55,6 +55,11 @@ public:
     // written.
     void AddEarlierTag(int64_t position, int64_t size) { m_earlier.push_back({position, size}); }
 
+    // A tag of another file, from its header on, whose frames come before those of this one
+    // when it is written. One that meets no other tag is written byte for byte. The bytes must
+    // outlive the object.
+    void AddForeignTag(std::span<const uint8_t> tag) { m_foreign.push_back(tag); }
+
     // Bytes that the tag says it takes, footer included, without looking at the region;
     // 0 when there is none.
     int64_t GetID3v2TagSize() const;
@@ -88,8 +93,12 @@ private:
     int64_t Aligned(int64_t size) const;
     [[nodiscard]] bool ReadBytes(const Region& region, std::vector<uint8_t>& bytes) const;
     [[nodiscard]] bool ReadOldTags(std::vector<std::vector<uint8_t>>& old) const;
+    std::vector<uint8_t> LoneForeignTag(std::span<const std::vector<uint8_t>> old) const;
     template <class ApplyList>
     [[nodiscard]] bool Update(ApplyList&& apply);
+    template <class ApplyList>
+    [[nodiscard]] bool Merge(std::span<const std::span<const uint8_t>> old, ApplyList& apply,
+                             std::vector<uint8_t>& tag) const;
     [[nodiscard]] bool PlaceTag(std::vector<uint8_t> tag);
 
     XFile m_file;
@@ -97,6 +106,7 @@ private:
     bool m_hasRegion = false;
     RegionUse m_regionUse = RegionUse::Shrink;
     std::vector<Region> m_earlier;
+    std::vector<std::span<const uint8_t>> m_foreign;
     TagOptions m_options;
     unsigned m_alignment = 1;
     int64_t m_writtenSize = 0;

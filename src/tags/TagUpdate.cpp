@@ -34,13 +34,17 @@ std::vector<OldTag> ReadTags(std::span<const std::span<const uint8_t>> oldTags)
     return tags;
 }
 
-// A tag keeps its revision when it can be read and written.
+// A tag keeps its revision when it can be read and written. Of several, ID3v2.4 holds what the
+// others do.
 id3parser::t_tagRevision RevisionFor(const TagOptions& options, const std::vector<OldTag>& tags)
 {
-    if (tags.empty() || !tags.back().parses)
-        return options.NewRevision();
-    const id3parser::t_tagRevision revision = tags.back().revision;
-    return revision == id3parser::kRevision4 ? revision : id3parser::kRevision3;
+    const auto readsAs = [](id3parser::t_tagRevision revision) {
+        return [revision](const OldTag& tag) { return tag.parses && tag.revision == revision; };
+    };
+    if (std::ranges::any_of(tags, readsAs(id3parser::kRevision4)))
+        return id3parser::kRevision4;
+    const bool readable = !tags.empty() && tags.back().parses;
+    return readable ? id3parser::kRevision3 : options.NewRevision();
 }
 
 // The first byte of a character above U+FFFF.

@@ -1,5 +1,7 @@
 #include "host/commands/BatchArguments.h"
 
+#include "host/commands/Command.h"
+
 #include <CLI/CLI.hpp>
 
 namespace aiff::host
@@ -11,12 +13,17 @@ constexpr size_t kMaxJobs = 256;
 
 } // namespace
 
-void AddBatchOptions(CLI::App& command, BatchOptions& options)
+void AddJobsOption(CLI::App& command, size_t& jobs)
 {
     command
-        .add_option("-j,--jobs", options.jobs,
+        .add_option("-j,--jobs", jobs,
                     "Number of files to work on at a time (default: one per processor)")
         ->check(CLI::Range(size_t{1}, kMaxJobs));
+}
+
+void AddBatchOptions(CLI::App& command, BatchOptions& options)
+{
+    AddJobsOption(command, options.jobs);
     CLI::Option* overwrite =
         command.add_flag("--overwrite", options.overwrite,
                          "Replace existing files (otherwise an existing output is a failure)");
@@ -26,7 +33,7 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options)
         ->excludes(overwrite);
     command.add_flag("--json", options.json,
                      "Write one JSON object per file to standard output, one per line");
-    command.add_flag("-q,--quiet", options.quiet, "Show problems only");
+    AddQuietOption(command, options.quiet);
 }
 
 } // namespace aiff::host

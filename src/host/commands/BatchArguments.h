@@ -8,6 +8,9 @@
 namespace aiff::host
 {
 
+// Adds --jobs; 0 stands for one job per processor.
+void AddJobsOption(CLI::App& command, size_t& jobs);
+
 // Adds the options to a command. They are stored in `options`, which must outlive the
 // parsing.
 void AddBatchOptions(CLI::App& command, BatchOptions& options);

@@ -68,6 +68,7 @@ public:
     {
         CLI::App* command = program.add_subcommand("codecs", "List the plug-ins found, and where");
         command->add_flag("--json", m_json, "Write a JSON object");
+        AddQuietOption(*command, m_quiet);
         command->footer(kFolders);
         return command;
     }
@@ -78,7 +79,7 @@ public:
         loader.Load();
         if (m_json)
             ShowJson(loader);
-        else
+        else if (!m_quiet)
             ShowText(loader);
         return loader.Decoders().empty() ? kExitNoDecoder : kExitDone;
     }
@@ -106,6 +107,7 @@ private:
     }
 
     bool m_json = false;
+    bool m_quiet = false;
 };
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "host/commands/Command.h"
 
+#include <CLI/CLI.hpp>
+
 namespace aiff::host
 {
 namespace
@@ -33,6 +35,11 @@ ExitCode DecoderCommand::Run(const GlobalOptions& global)
         return Work(loader, global.trace);
     SayWhyNoDecoder(loader);
     return kExitNoDecoder;
+}
+
+void AddQuietOption(CLI::App& command, bool& quiet)
+{
+    command.add_flag("-q,--quiet", quiet, "Show problems only");
 }
 
 ExitCode FailWith(ExitCode code, const Problem& problem)

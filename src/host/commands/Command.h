@@ -43,6 +43,9 @@ private:
     virtual ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) = 0;
 };
 
+// Adds -q, --quiet.
+void AddQuietOption(CLI::App& command, bool& quiet);
+
 // Shows why a command ends here; returns `code`.
 ExitCode FailWith(ExitCode code, const Problem& problem);
 

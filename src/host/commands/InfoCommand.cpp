@@ -1,3 +1,4 @@
+#include "host/author/ReadFileTags.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
@@ -37,8 +38,7 @@ std::string FormatText(const STQvAudioInfo& info)
     const STQvWaveFormat format = info.WaveFormat;
     std::string text = std::to_string(format.nSamplesPerSec) + " Hz, " +
                        std::to_string(format.nBitsPerSample) + " bit, " +
-                       std::to_string(format.nChannels) +
-                       (format.nChannels == 1 ? " channel" : " channels");
+                       Counted(format.nChannels, "channel");
     return format.nFormatTag == QV_FORMAT_PCM ? text : text + ", not plain PCM";
 }
 
@@ -49,8 +49,8 @@ std::string LengthText(const DecoderSession& session)
     const STQvAudioInfo& info = session.AudioInfo();
     const int64_t length = info.nLengthMS;
     const int64_t bytes = info.nLengthBytes;
-    return FormatDuration(length) + " (" + std::to_string(Frames(info)) + " frames, " +
-           std::to_string(bytes) + " bytes)";
+    return FormatDuration(length) + " (" + Counted(Frames(info), "frame") + ", " +
+           Counted(bytes, "byte") + ")";
 }
 
 // Null when the length is unknown.
@@ -64,7 +64,8 @@ Json LengthJson(const DecoderSession& session)
             {"bytes", int64_t{info.nLengthBytes}}};
 }
 
-void PrintInfo(const DecoderSession& session, const Problem& warning)
+void PrintInfo(const DecoderSession& session, const std::vector<TagItem>& tags,
+               const Problem& warning)
 {
     const STQvAudioInfo& info = session.AudioInfo();
     std::printf("%s\n", Printable(session.Source().Name()).c_str());
@@ -76,13 +77,13 @@ void PrintInfo(const DecoderSession& session, const Problem& warning)
         PrintLine("Problem", warning.Text());
     for (const TagItem& item : session.Properties())
         PrintLine(item.name.c_str(), item.value);
-    const std::vector<TagItem> tags = session.Tags();
     if (!tags.empty())
         std::printf("  Tags\n");
     PrintTags(tags, 4);
 }
 
-Json InfoJson(const DecoderSession& session, const Problem& warning)
+Json InfoJson(const DecoderSession& session, const std::vector<TagItem>& tags,
+              const Problem& warning)
 {
     const STQvAudioInfo info = session.AudioInfo();
     const STQvWaveFormat format = info.WaveFormat;
@@ -99,7 +100,7 @@ Json InfoJson(const DecoderSession& session, const Problem& warning)
                     {"bitRate", uint32_t{info.nBitRate}}}},
                   {"length", LengthJson(session)},
                   {"properties", std::move(properties)},
-                  {"tags", TagsJson(session.Tags())}};
+                  {"tags", TagsJson(tags)}};
     if (warning)
         entry["problem"] = warning.Text();
     return entry;
@@ -118,6 +119,7 @@ private:
     std::vector<std::string> m_inputs;
     Fetch m_fetch = Fetch::WhenNeeded;
     bool m_json = false;
+    bool m_quiet = false;
 };
 
 CLI::App* InfoCommand::AddTo(CLI::App& program)
@@ -126,6 +128,7 @@ CLI::App* InfoCommand::AddTo(CLI::App& program)
     command->add_option("IN", m_inputs, kInputs)->required();
     AddFetchOptions(*command, m_fetch);
     command->add_flag("--json", m_json, "Write a JSON array with one object per input");
+    AddQuietOption(*command, m_quiet);
     command->footer(kExamples);
     return command;
 }
@@ -159,10 +162,14 @@ ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& rep
     if (!source->note.empty())
         SayProblem(Problem(source->note).About(input.Name()));
     const Problem warning = source->incomplete ? source->incomplete : DamageWarning(session);
+    const std::optional<FileTags> whole = ReadFileTags(source->input);
+    const std::vector<TagItem> tags = whole ? whole->items : session.Tags();
     if (m_json)
-        list.push_back(InfoJson(session, warning));
-    else
-        PrintInfo(session, warning);
+        list.push_back(InfoJson(session, tags, warning));
+    else if (!m_quiet)
+        PrintInfo(session, tags, warning);
+    else if (warning)
+        SayProblem(warning.About(input.Name()));
     return warning ? kExitDamaged : kExitDone;
 }
 

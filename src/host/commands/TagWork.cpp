@@ -1,72 +1,225 @@
 #include "host/commands/TagWork.h"
 
+#include "host/author/CopyTags.h"
+#include "host/author/ReadFileTags.h"
 #include "host/base/Printable.h"
+#include "host/batch/Jobs.h"
+#include "host/commands/BatchArguments.h"
+#include "support/text/XStr.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
+#include <map>
+#include <mutex>
+#include <sys/stat.h>
+#include <unordered_map>
 
 namespace aiff::host
 {
 namespace
 {
 
-void SayWhatDiffers(const TagFile& file, const std::vector<TagItem>& items,
-                    const codecs::CodecLoader& loader)
+// Shows the lines of files in the order of their indexes, each as soon as those before it are
+// shown.
+class LinesInOrder
 {
-    if (std::ranges::all_of(items, &TagItem::IsPicture))
-        return;
-    ReportCapture silent{Trace{}};
-    TagFile changed(loader, silent, file.Source());
-    if (changed.Read())
-        return;
-    for (const TagItem& item : items) {
-        if (item.IsPicture())
-            continue;
-        const TagItem* found = FindItem(changed.Items(), item.name);
-        const std::string name = file.Source().Name() + ": \"" + item.name + "\"";
-        if (found == nullptr && !item.value.empty())
-            SayProblem(name + " does not read back under this name");
-        else if (found != nullptr && found->value != item.value)
-            SayProblem(name + " reads back as \"" + found->value + "\"");
+public:
+    LinesInOrder(size_t files, bool quiet) : m_waiting(files), m_quiet(quiet) {}
+
+    void Take(size_t index, std::vector<FileLine> lines)
+    {
+        const std::lock_guard lock(m_access);
+        m_waiting[index] = std::move(lines);
+        for (; m_next < m_waiting.size() && m_waiting[m_next]; ++m_next) {
+            for (const FileLine& line : *m_waiting[m_next])
+                Show(line);
+            m_waiting[m_next]->clear();
+        }
+    }
+
+private:
+    void Show(const FileLine& line) const
+    {
+        if (line.kind == FileLine::Kind::Problem)
+            SayProblem(line.text);
+        else if (!m_quiet)
+            std::printf("%s\n", Printable(line.text).c_str());
+    }
+
+    std::mutex m_access;
+    std::vector<std::optional<std::vector<FileLine>>> m_waiting;
+    size_t m_next = 0;
+    bool m_quiet;
+};
+
+// The indexes of the names, those of one file together: it is changed by one worker, one time
+// after the other.
+std::vector<std::vector<size_t>> GroupByFile(const std::vector<std::string>& names)
+{
+    std::vector<std::vector<size_t>> groups;
+    std::map<std::pair<dev_t, ino_t>, size_t> groupOf;
+    for (size_t i = 0; i < names.size(); ++i) {
+        struct stat status;
+        size_t group = groups.size();
+        if (stat(names[i].c_str(), &status) == 0)
+            group = groupOf.try_emplace({status.st_dev, status.st_ino}, group).first->second;
+        if (group == groups.size())
+            groups.emplace_back();
+        groups[group].push_back(i);
+    }
+    return groups;
+}
+
+Problem WorkOn(EditedFile& file, const std::function<Problem(EditedFile&)>& work)
+{
+    try {
+        const Problem problem = file.Read();
+        return problem ? problem : work(file);
+    } catch (const std::exception& error) {
+        return Problem(error.what()).About("failed");
     }
 }
 
 } // namespace
 
-ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::CodecLoader& loader,
-                        const Trace& trace, const std::function<Problem(TagFile&)>& work)
+void AddEditOptions(CLI::App& command, EditOptions& options)
 {
-    ReportCapture report(trace);
-    ExitCode code = kExitDone;
-    for (const std::string& name : names) {
-        const Input input(name);
-        TagFile file(loader, report, input);
-        Problem problem = file.Read();
-        if (!problem)
-            problem = work(file);
-        if (problem)
-            code = FailWith(kExitSomeFailed, problem.About(name));
+    AddJobsOption(command, options.jobs);
+    command.add_flag("--force", options.force,
+                     "Cut off bytes after the last chunk, such as an ID3v1 tag (otherwise such a "
+                     "file is left as it is)");
+    command.add_flag("--no-sync", options.noSync,
+                     "Do not wait until the disk holds the change: faster with many files, but a "
+                     "loss of power may then damage a tag");
+    AddQuietOption(command, options.quiet);
+}
+
+EditedFile::EditedFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+                       const EditOptions& options)
+    : m_loader(loader), m_input(input), m_options(options),
+      m_file(loader, report, input,
+             options.noSync ? TagFile::Durability::Fast : TagFile::Durability::Durable)
+{
+}
+
+Problem EditedFile::Read()
+{
+    if (Problem problem = m_file.Read())
+        return problem;
+    m_tags = ReadFileTags(m_input);
+    return {};
+}
+
+const std::vector<TagItem>& EditedFile::Items() const
+{
+    return m_tags ? m_tags->items : m_file.Items();
+}
+
+template <class Change>
+Problem EditedFile::Checked(Change change)
+{
+    const std::string cutOff = m_tags ? m_tags->cutOff : "";
+    if (!cutOff.empty() && !m_options.force)
+        return "has " + cutOff +
+               " after its last chunk, which an edit cuts off; it is left as it "
+               "is (--force edits it)";
+    Problem problem = change();
+    if (!problem && !cutOff.empty())
+        SayProblem("cut off " + cutOff + " after its last chunk");
+    return problem;
+}
+
+Problem EditedFile::Write(const std::vector<TagItem>& items)
+{
+    return Checked([&] { return m_file.Write(items); });
+}
+
+Problem EditedFile::Remove(const std::vector<std::string>& names)
+{
+    return Checked([&] { return m_file.Remove(names); });
+}
+
+Problem EditedFile::RemoveAll()
+{
+    return Checked([&] { return m_file.RemoveAll(); });
+}
+
+Problem EditedFile::Copy(const std::vector<TagItem>& items, const FileTags* tags)
+{
+    if (tags == nullptr || !m_tags)
+        return Write(items);
+    return Checked([&] {
+        return m_file.Change(
+            [&](const STNStdReport& report) { return CopyTags(*tags, m_input.Path(), report); });
+    });
+}
+
+void EditedFile::AddLine(FileLine::Kind kind, const std::string& text)
+{
+    m_lines.push_back({kind, m_input.Name() + ": " + text});
+}
+
+void EditedFile::SayWhatDiffers(const std::vector<TagItem>& items)
+{
+    if (std::ranges::all_of(items, &TagItem::IsPicture))
+        return;
+    ReportCapture silent{Trace{}};
+    EditedFile changed(m_loader, silent, m_input, m_options);
+    if (changed.Read())
+        return;
+    std::unordered_map<std::wstring, const TagItem*> first; // by the name without case
+    for (const TagItem& item : changed.Items())
+        first.emplace(FoldCase(FromUtf8(item.name)), &item);
+    for (const TagItem& item : items) {
+        if (item.IsPicture())
+            continue;
+        const auto found = first.find(FoldCase(FromUtf8(item.name)));
+        const std::string name = "\"" + item.name + "\"";
+        if (found == first.end() && !item.value.empty())
+            SayProblem(name + " does not read back under this name");
+        else if (found != first.end() && found->second->value != item.value)
+            SayProblem(name + " reads back as \"" + found->second->value + "\"");
     }
-    return code;
+}
+
+ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::CodecLoader& loader,
+                        const Trace& trace, const EditOptions& options,
+                        const std::function<Problem(EditedFile&)>& work)
+{
+    const std::vector<std::vector<size_t>> groups = GroupByFile(names);
+    // A trace shows one file at a time, so that its lines do not mix.
+    const size_t workers = WorkerCount(groups.size(), trace.IsOn() ? 1 : options.jobs);
+    LinesInOrder lines(names.size(), options.quiet);
+    std::atomic<bool> failed = false;
+    RunJobs(groups.size(), workers, [&](size_t group, size_t) {
+        ReportCapture report(trace);
+        for (const size_t index : groups[group]) {
+            const Input input(names[index]);
+            EditedFile file(loader, report, input, options);
+            if (const Problem problem = WorkOn(file, work)) {
+                failed = true;
+                file.SayProblem(problem);
+            }
+            lines.Take(index, file.TakeLines());
+        }
+    });
+    return failed ? kExitSomeFailed : kExitDone;
 }
 
 ExitCode WriteToEach(const std::vector<std::string>& names, const std::vector<TagItem>& items,
                      const std::string& summary, const codecs::CodecLoader& loader,
-                     const Trace& trace)
+                     const Trace& trace, const EditOptions& options)
 {
-    return ForEachTagFile(names, loader, trace, [&](TagFile& file) {
+    return ForEachTagFile(names, loader, trace, options, [&](EditedFile& file) {
         Problem problem = file.Write(items);
         if (!problem) {
-            SayDone(file, summary);
-            SayWhatDiffers(file, items, loader);
+            file.Say(summary);
+            file.SayWhatDiffers(items);
         }
         return problem;
     });
-}
-
-void SayDone(const TagFile& file, const std::string& what)
-{
-    std::printf("%s: %s\n", Printable(file.Source().Name()).c_str(), Printable(what).c_str());
 }
 
 std::string Joined(const std::vector<std::string>& words)

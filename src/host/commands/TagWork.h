@@ -2,30 +2,91 @@
 #pragma once
 
 #include "host/commands/Command.h"
+#include "host/session/FileTags.h"
 #include "host/session/TagFile.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace aiff::host
 {
 
-// Reads the tags of each file in turn and does `work` with them. A failure is shown and
-// does not keep the other files from being worked on.
-ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::CodecLoader& loader,
-                        const Trace& trace, const std::function<Problem(TagFile&)>& work);
+struct EditOptions {
+    size_t jobs = 0;     // files to work on at a time; 0: one per processor
+    bool force = false;  // cut off what lies after the last chunk
+    bool noSync = false; // do not wait for the disk
+    bool quiet = false;
+};
 
-// Writes `items` to each file and says which fields then read back differently: some
-// values are stored in another form.
+// Adds them to a command. They must outlive the parsing.
+void AddEditOptions(CLI::App& command, EditOptions& options);
+
+// A line about a file.
+struct FileLine {
+    enum class Kind { Done, Problem };
+    Kind kind;
+    std::string text;
+};
+
+// One file at work. What it says is shown when its turn comes.
+class EditedFile
+{
+public:
+    // All but the options must outlive the object.
+    EditedFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+               const EditOptions& options);
+
+    // The first call.
+    Problem Read();
+
+    // As in the file; without characters beyond U+FFFF where only the decoder knows its format.
+    const std::vector<TagItem>& Items() const;
+    // Null when only the decoder knows the file's format.
+    const FileTags* Tags() const { return m_tags ? &*m_tags : nullptr; }
+
+    // Changes, as TagFile makes them. They refuse a file that would be cut off.
+    Problem Write(const std::vector<TagItem>& items);
+    Problem Remove(const std::vector<std::string>& names);
+    Problem RemoveAll();
+    // The tags that another file has: `items`, and `tags` where that is not null.
+    Problem Copy(const std::vector<TagItem>& items, const FileTags* tags);
+
+    // What was done to the file.
+    void Say(const std::string& what) { AddLine(FileLine::Kind::Done, what); }
+    void SayProblem(const Problem& problem) { AddLine(FileLine::Kind::Problem, problem.Text()); }
+    // Reads the file again and says which items are not what they were meant to be: some values
+    // are stored in another form.
+    void SayWhatDiffers(const std::vector<TagItem>& items);
+
+    std::vector<FileLine> TakeLines() { return std::move(m_lines); }
+
+private:
+    void AddLine(FileLine::Kind kind, const std::string& text);
+    template <class Change>
+    Problem Checked(Change change);
+
+    const codecs::CodecLoader& m_loader;
+    const Input& m_input;
+    EditOptions m_options;
+    TagFile m_file;
+    std::optional<FileTags> m_tags;
+    std::vector<FileLine> m_lines;
+};
+
+// Reads the tags of each file and does `work` with them, on several files at a time. A failure
+// does not keep the other files from being worked on. Lines come in the order of the names.
+ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::CodecLoader& loader,
+                        const Trace& trace, const EditOptions& options,
+                        const std::function<Problem(EditedFile&)>& work);
+
+// Writes `items` to each file.
 //
 // summary  what was done to a file, such as "set Title"
 ExitCode WriteToEach(const std::vector<std::string>& names, const std::vector<TagItem>& items,
                      const std::string& summary, const codecs::CodecLoader& loader,
-                     const Trace& trace);
-
-// Prints a line on standard output: the file's name and what was done to it.
-void SayDone(const TagFile& file, const std::string& what);
+                     const Trace& trace, const EditOptions& options);
 
 // "Title, Artist"
 std::string Joined(const std::vector<std::string>& words);

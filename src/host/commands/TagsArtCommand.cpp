@@ -37,17 +37,18 @@ public:
         command->add_option("-o,--output", m_folder, "Folder for 1-front.jpg, 2-back.png, ...")
             ->required();
         command->add_flag("--overwrite", m_overwrite, "Replace existing files");
+        AddQuietOption(*command, m_options.quiet);
         return command;
     }
 
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        return ForEachTagFile({m_file}, loader, trace,
-                              [this](const TagFile& file) { return Export(file); });
+        return ForEachTagFile({m_file}, loader, trace, m_options,
+                              [this](EditedFile& file) { return Export(file); });
     }
 
-    Problem Export(const TagFile& file) const
+    Problem Export(EditedFile& file) const
     {
         size_t index = 0;
         for (const TagItem& item : file.Items()) {
@@ -60,7 +61,7 @@ private:
                                      Extension(item.data);
             if (Problem problem = WritePicture(path, item.data))
                 return problem;
-            SayDone(file, "picture " + std::to_string(index) + " -> " + path);
+            file.Say("picture " + std::to_string(index) + " -> " + path);
         }
         return index == 0 ? "has no pictures" : Problem();
     }
@@ -83,6 +84,7 @@ private:
     std::string m_file;
     std::string m_folder;
     bool m_overwrite = false;
+    EditOptions m_options;
 };
 
 std::string TypeList()
@@ -125,6 +127,7 @@ public:
             ->expected(2, -1);
         command->add_option("--type", m_type, "What it shows (default: front)");
         command->add_option("--description", m_description, "A short description of it");
+        AddEditOptions(*command, m_options);
         command->footer("Replaces the pictures of that type. Types:\n" + TypeList());
         return command;
     }
@@ -144,12 +147,13 @@ private:
         if (const auto blob = MakeTagBlob(items); !blob)
             return FailWith(kExitUsage, blob.Why());
         m_arguments.pop_back();
-        return WriteToEach(m_arguments, items, "set picture " + m_type, loader, trace);
+        return WriteToEach(m_arguments, items, "set picture " + m_type, loader, trace, m_options);
     }
 
     std::vector<std::string> m_arguments;
     std::string m_type = "front";
     std::string m_description;
+    EditOptions m_options;
 };
 
 template <class AnyCommand>

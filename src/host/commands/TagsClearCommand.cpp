@@ -14,21 +14,31 @@ public:
     {
         CLI::App* command = program.add_subcommand("clear", "Remove all tags");
         command->add_option("FILE", m_files, "Files to change")->required();
+        AddEditOptions(*command, m_options);
         return command;
     }
 
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        return ForEachTagFile(m_files, loader, trace, [](TagFile& file) {
-            Problem problem = file.RemoveAll();
-            if (!problem)
-                SayDone(file, "removed all tags");
+        return ForEachTagFile(m_files, loader, trace, m_options, Clear);
+    }
+
+    // A tag after the end of the form stays: a decoder looks for none there.
+    static Problem Clear(EditedFile& file)
+    {
+        const FileTags* const tags = file.Tags();
+        const bool hasNone = tags != nullptr && tags->chunks == 0;
+        if (hasNone && !tags->hidden.empty())
+            return tags->hidden.front();
+        if (Problem problem = hasNone ? Problem() : file.RemoveAll())
             return problem;
-        });
+        file.Say("removed all tags");
+        return {};
     }
 
     std::vector<std::string> m_files;
+    EditOptions m_options;
 };
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "host/base/Printable.h"
 #include "host/commands/TagWork.h"
 
 #include <CLI/CLI.hpp>
@@ -8,22 +9,20 @@ namespace aiff::host
 namespace
 {
 
-std::string Counted(std::ptrdiff_t count, const std::string& noun)
-{
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
+constexpr char kCopyRule[] =
+    R"(Between AIFF files the tag itself is copied, with all that it holds. TO keeps what
+FROM does not have: fields, pictures of other types, and frames that are not shown.)";
 
 class CopyCommand : public DecoderCommand
 {
 public:
     CLI::App* AddTo(CLI::App& program) override
     {
-        CLI::App* command =
-            program.add_subcommand("copy", "Copy fields and pictures from one file to others");
+        CLI::App* command = program.add_subcommand("copy", "Copy the tag of one file to others");
         command->add_option("FROM", m_from, "The file to read")->required();
         command->add_option("TO", m_to, "Files to change")->required();
-        command->footer("TO keeps the fields, and the pictures of other types, that FROM does not "
-                        "have.");
+        AddEditOptions(*command, m_options);
+        command->footer(kCopyRule);
         return command;
     }
 
@@ -32,21 +31,45 @@ private:
     {
         ReportCapture report(trace);
         const Input input(m_from);
-        TagFile source(loader, report, input);
+        EditedFile source(loader, report, input, m_options);
         if (Problem problem = source.Read())
             return FailWith(kExitSomeFailed, problem.About(m_from));
+        const FileTags* const tags = source.Tags();
         std::vector<TagItem> items = source.Items();
         std::erase_if(items, [](const TagItem& item) { return item.IsInformation(); });
-        if (items.empty())
+        SayHidden(tags);
+        if (tags == nullptr ? items.empty() : tags->id3v2.empty())
             return FailWith(kExitSomeFailed, Problem("has no tags to copy").About(m_from));
+        return ForEachTagFile(m_to, loader, trace, m_options, [&](EditedFile& file) {
+            Problem problem = file.Copy(items, tags);
+            if (!problem) {
+                file.Say(Summary(items));
+                file.SayWhatDiffers(items);
+            }
+            return problem;
+        });
+    }
+
+    void SayHidden(const FileTags* tags) const
+    {
+        if (tags == nullptr)
+            return;
+        for (const std::string& text : tags->hidden)
+            SayProblem(Problem(text).About(m_from));
+    }
+
+    std::string Summary(const std::vector<TagItem>& items) const
+    {
         const auto pictures = std::ranges::count_if(items, &TagItem::IsPicture);
-        const std::string summary = "copied " + Counted(std::ssize(items) - pictures, "field") +
-                                    " and " + Counted(pictures, "picture") + " from " + m_from;
-        return WriteToEach(m_to, items, summary, loader, trace);
+        const std::string what = items.empty() ? "frames that are not shown"
+                                               : Counted(std::ssize(items) - pictures, "field") +
+                                                     " and " + Counted(pictures, "picture");
+        return "copied " + what + " from " + m_from;
     }
 
     std::string m_from;
     std::vector<std::string> m_to;
+    EditOptions m_options;
 };
 
 } // namespace

@@ -14,7 +14,7 @@ constexpr char kRemoveRule[] =
     R"(Files come first: an argument that exists, or has the extension of an audio file,
 is a file; the others are names of fields. What follows --name is always a name.)";
 
-Problem RemoveFields(TagFile& file, const std::vector<std::string>& names)
+Problem RemoveFields(EditedFile& file, const std::vector<std::string>& names)
 {
     std::vector<std::string> present;
     std::vector<std::string> missing;
@@ -25,7 +25,7 @@ Problem RemoveFields(TagFile& file, const std::vector<std::string>& names)
     std::string what = present.empty() ? "" : "removed " + Joined(present);
     if (!missing.empty())
         what += (what.empty() ? "has no " : "; has no ") + Joined(missing);
-    SayDone(file, what);
+    file.Say(what);
     return {};
 }
 
@@ -41,6 +41,7 @@ public:
             ->add_option("-n,--name", m_names,
                          "A field to remove, even if there is a file of that name")
             ->allow_extra_args(false);
+        AddEditOptions(*command, m_options);
         command->footer(kRemoveRule);
         return command;
     }
@@ -60,12 +61,13 @@ private:
         std::erase_if(names, SkipInformation);
         if (names.empty() || std::ranges::find(names, "") != names.end())
             return FailWith(kExitUsage, "there is no field to remove, or one without a name");
-        return ForEachTagFile(split->files, loader, trace,
-                              [&](TagFile& file) { return RemoveFields(file, names); });
+        return ForEachTagFile(split->files, loader, trace, m_options,
+                              [&](EditedFile& file) { return RemoveFields(file, names); });
     }
 
     std::vector<std::string> m_arguments;
     std::vector<std::string> m_names;
+    EditOptions m_options;
 };
 
 } // namespace

@@ -39,6 +39,7 @@ public:
             ->add_option("-s,--set", m_assignments,
                          "NAME=VALUE, even if there is a file of that name")
             ->allow_extra_args(false);
+        AddEditOptions(*command, m_options);
         command->footer(kSetRule);
         return command;
     }
@@ -59,11 +60,12 @@ private:
         std::erase_if(*items, [](const TagItem& item) { return SkipInformation(item.name); });
         if (items->empty())
             return FailWith(kExitUsage, "there is nothing to set (NAME=VALUE)");
-        return WriteToEach(split->files, *items, Summary(*items), loader, trace);
+        return WriteToEach(split->files, *items, Summary(*items), loader, trace, m_options);
     }
 
     std::vector<std::string> m_arguments;
     std::vector<std::string> m_assignments;
+    EditOptions m_options;
 };
 
 } // namespace

@@ -74,19 +74,18 @@ void AppendUnit(std::vector<uint8_t>& bytes, uint32_t unit)
     bytes.push_back(static_cast<uint8_t>(unit >> 8));
 }
 
-// A blob has one unit for each character; text that is not UTF-8 or holds a character that
-// needs two is a problem.
+// A character beyond U+FFFF takes two units. Text that is not UTF-8 is a problem.
 Problem AppendText(std::vector<uint8_t>& bytes, std::string_view text)
 {
     while (!text.empty()) {
-        const std::string_view before = text;
         uint32_t character = 0;
         if (!TakeUtf8(text, Utf8Policy::Strict, character))
             return "is not UTF-8";
-        if (character > 0xFFFF)
-            return "holds the character '" +
-                   std::string(before.substr(0, before.size() - text.size())) +
-                   "', which lies beyond U+FFFF and cannot be stored";
+        if (character > 0xFFFF) {
+            character -= 0x10000;
+            AppendUnit(bytes, 0xD800 | character >> 10);
+            character = 0xDC00 | (character & 0x3FF);
+        }
         AppendUnit(bytes, character);
     }
     AppendUnit(bytes, 0);

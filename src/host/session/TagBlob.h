@@ -34,8 +34,8 @@ struct TagItem {
 // first inconsistency and keeps the items before it; nothing outside the blob is read.
 std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob);
 
-// Makes the blob of `items`. Its texts are UTF-16 units, one for each character; what cannot
-// be represented so is a problem.
+// Makes the blob of `items`, whose texts become UTF-16. What is not UTF-8 or is too large is a
+// problem.
 Result<std::vector<uint8_t>> MakeTagBlob(const std::vector<TagItem>& items);
 
 // The first item of that name, upper and lower case being the same; null when there is none.

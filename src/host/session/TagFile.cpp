@@ -9,8 +9,9 @@
 namespace aiff::host
 {
 
-TagFile::TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input)
-    : m_report(report), m_input(input), m_session(loader, report)
+TagFile::TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+                 Durability durability)
+    : m_report(report), m_input(input), m_durability(durability), m_session(loader, report)
 {
 }
 
@@ -34,12 +35,12 @@ Problem TagFile::Write(const std::vector<TagItem>& items)
     Result<std::vector<uint8_t>> blob = MakeTagBlob(kept);
     if (!blob)
         return blob.Why();
-    return Change([&](codecs::DecoderInstance& instance) {
+    return ChangeByDecoder([&](codecs::DecoderInstance& decoder) {
         STQvCodecGetSet record{};
         record.pText1 = m_input.WidePath().c_str();
         record.pData = blob->data();
         record.nDataSize = static_cast<int32_t>(blob->size());
-        return instance.Set(QV_KEY_ID_TAGS, record);
+        return decoder.Set(QV_KEY_ID_TAGS, record);
     });
 }
 
@@ -53,26 +54,37 @@ Problem TagFile::Remove(const std::vector<std::string>& names)
     }
     if (packed.empty())
         return {};
-    return Change([&](codecs::DecoderInstance& instance) {
-        return instance.DeleteATag(m_input.WidePath().c_str(), packed.c_str());
+    return ChangeByDecoder([&](codecs::DecoderInstance& decoder) {
+        return decoder.DeleteATag(m_input.WidePath().c_str(), packed.c_str());
     });
 }
 
 Problem TagFile::RemoveAll()
 {
-    return Change([&](codecs::DecoderInstance& instance) {
-        return instance.DeleteATag(m_input.WidePath().c_str(), nullptr);
+    return ChangeByDecoder([&](codecs::DecoderInstance& decoder) {
+        return decoder.DeleteATag(m_input.WidePath().c_str(), nullptr);
     });
 }
 
 template <class Call>
-Problem TagFile::Change(Call call)
+Problem TagFile::ChangeByDecoder(Call call)
+{
+    return Change([&](const STNStdReport& report) {
+        codecs::DecoderInstance decoder(m_session.UsedDecoder().codec, report);
+        STQvCodecGetSet durable{};
+        // An older decoder does not know the key, and need not.
+        if (m_durability == Durability::Fast)
+            (void)!decoder.Set(QV_KEY_DURABLE_EDITS, durable);
+        return call(decoder);
+    });
+}
+
+Problem TagFile::Change(const Edit& edit)
 {
     if (m_input.IsUrl())
         return "is a URL; only the tags of files can be changed";
     m_report.Clear();
-    codecs::DecoderInstance instance(m_session.UsedDecoder().codec, m_report.Handles());
-    const bool done = Interruption::Undisturbed([&] { return call(instance); });
+    const bool done = Interruption::Undisturbed([&] { return edit(m_report.Handles()); });
     m_report.Collect();
     return done ? Problem() : EditFailureReason(m_input, m_report.Errors());
 }

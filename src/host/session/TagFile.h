@@ -3,6 +3,7 @@
 
 #include "host/session/DecoderSession.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,15 @@ namespace aiff::host
 class TagFile
 {
 public:
+    // Whether a change is on the disk when it is reported as done, or the system writes it when
+    // it likes: many files are then changed faster.
+    enum class Durability { Durable, Fast };
+    // Changes the file, and reports as decoders do. True on success.
+    using Edit = std::function<bool(const STNStdReport&)>;
+
     // All must outlive the object.
-    TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input);
+    TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+            Durability durability = Durability::Durable);
 
     // Problems do not name the file. A change needs a Read() before it, and works on the
     // file, not on what was read; a program that is told to stop meanwhile stops after it.
@@ -24,16 +32,18 @@ public:
     Problem Write(const std::vector<TagItem>& items);
     Problem Remove(const std::vector<std::string>& names); // at least one
     Problem RemoveAll();
+    Problem Change(const Edit& edit);
 
     const std::vector<TagItem>& Items() const { return m_items; } // as Read() has found them
     const Input& Source() const { return m_input; }
 
 private:
     template <class Call>
-    Problem Change(Call call);
+    Problem ChangeByDecoder(Call call);
 
     ReportCapture& m_report;
     const Input& m_input;
+    Durability m_durability;
     DecoderSession m_session;
     std::vector<TagItem> m_items;
 };

@@ -1,0 +1,24 @@
+#include "host/author/CopyTags.h"
+
+#include "decode/TagWriter.h"
+#include "support/text/XStr.h"
+#include "tags/TagFields.h"
+
+namespace aiff::host
+{
+
+bool CopyTags(const FileTags& tags, const std::string& path, const STNStdReport& report)
+{
+    TagWriter writer(report);
+    NTag all;
+    for (const std::vector<uint8_t>& tag : tags.id3v2) {
+        writer.AddForeignTag(tag);
+        NTag list;
+        if (!ReadTagList(tag, list))
+            return false;
+        all.MergeFrom(std::move(list), false);
+    }
+    return writer.Run(FromPathBytes(path).c_str(), std::move(all), TagWriter::Task::Write);
+}
+
+} // namespace aiff::host

@@ -1,0 +1,77 @@
+#include "host/author/ReadFileTags.h"
+
+#include "aiff/AIFFHandler.h"
+#include "host/author/AiffForm.h"
+#include "host/author/TagCheck.h"
+#include "host/base/Printable.h"
+#include "support/file/DiskFile.h"
+#include "support/text/XStr.h"
+#include "tags/NTag.h"
+
+namespace aiff::host
+{
+namespace
+{
+
+// Up to its first zero, which is as much as a tag blob holds.
+std::string Utf8(const XStr& text)
+{
+    return ToUtf8(text.c_str());
+}
+
+// Items of one name are shown once, as decoders do.
+void ReadItems(const clAIFFHandler& aiff, FileTags& tags)
+{
+    NTag all;
+    for (int i = 0; i < aiff.Count(); ++i) {
+        const STRIFFChunk& chunk = *aiff.GetChunk(i);
+        if (!clAIFFHandler::CompareID(chunk.ID, kChunkID3, true) || chunk.nSize == 0)
+            continue;
+        ++tags.chunks;
+        NTag list;
+        std::vector<uint8_t> bytes;
+        const Problem problem = ReadChunkTag(aiff, chunk.FileDataPosition, chunk.nSize,
+                                             ChunkName(chunk.ID, chunk.ChunkPosition), bytes, list);
+        if (problem) {
+            tags.hidden.push_back(problem.Text());
+            continue;
+        }
+        tags.id3v2.push_back(std::move(bytes));
+        for (long k = 0; k < list.Count(); ++k)
+            all.AddTag(std::move(list[k]));
+    }
+    NTag shown;
+    shown.MergeFrom(std::move(all), false);
+    for (long k = 0; k < shown.Count(); ++k) {
+        STInternalTag& item = shown[k];
+        tags.items.push_back({Utf8(item.name), Utf8(item.value), {}});
+        if (!item.data.empty())
+            tags.items.back().data = tags.pictures.emplace_back(std::move(item.data));
+    }
+}
+
+} // namespace
+
+std::optional<FileTags> ReadFileTags(const Input& input)
+{
+    if (input.IsStream() || input.NeedsCopy())
+        return std::nullopt;
+    std::error_code error;
+    clAIFFHandler aiff;
+    if (!aiff.Initialize(DiskFile::Open(input.Path(), DiskFile::Access::Read, error), {}))
+        return std::nullopt;
+    FileTags tags;
+    ReadItems(aiff, tags);
+    const TrailingBytes trailing = ReadTrailingBytes(aiff, aiff.GetFormEnd());
+    for (const std::string& kind : trailing.tags)
+        tags.hidden.push_back("has " + kind + " after the end of its form, which is not read");
+    // An edit keeps what are whole chunks, and refuses some files.
+    if (!trailing.areZero && aiff.PrepareForEdit()) {
+        const TrailingBytes cut = ReadTrailingBytes(aiff, aiff.GetFormEnd());
+        if (!cut.areZero)
+            tags.cutOff = Counted(cut.count, "byte") + " (" + cut.Looks() + ")";
+    }
+    return tags;
+}
+
+} // namespace aiff::host
