@@ -116,7 +116,7 @@ bool EditFile(int choice, const std::wstring& path, NTag list)
     const TagWriter::Task task = choice == kDeleteTitle ? TagWriter::Task::DeleteFields
                                  : choice == kDeleteAll ? TagWriter::Task::DeleteAll
                                                         : TagWriter::Task::Write;
-    return TagWriter(kSilent).Run(path.c_str(), std::move(list), task);
+    return TagWriter(kSilent, Durability::Unflushed).Run(path.c_str(), std::move(list), task);
 }
 
 // Whether the tag keeps its revision: in another one some values cannot be told apart.

@@ -37,6 +37,7 @@ struct ScanFindings {
     bool endedEarly = false; // not all headers could be read, or they are too many
     bool cutToForm = false;  // a chunk claimed more than the form holds
     bool cutToFile = false;  // a chunk claimed more than the file holds
+    bool isWhole = false;    // the chunks fill the form, and the form the file
 };
 
 // A file with an index of its chunks. Initialize makes the index once; it says nothing
@@ -140,6 +141,15 @@ public:
     // Whether a sound chunk holds more than the fields before the samples.
     bool HasSoundData() const;
 
+    // Whether a sound chunk starts at a position or after it.
+    bool HasSoundFrom(int64_t position) const;
+
+    // Whether the scan found chunks that fill the form, and a form that fills the file.
+    bool WasWhole() const { return m_findings.isWhole; }
+
+    // Whether a chunk is a filler that an edit in place left when it was cut short.
+    bool IsLeftFiller(int index) const;
+
     // Empties the index, closes the file and forgets the report.
     void Destroy();
 
@@ -202,6 +212,7 @@ private:
     bool WriteHeader(const STRIFFChunk& chunk);
     bool WriteFormHeader(int64_t formSize);
     bool IndexWholeFile();
+    bool HoldsUnfinishedEdit() const;
     bool MayHideSound() const;
     bool CorrectLastChunk();
     bool Refuse(const wchar_t* reason) const;

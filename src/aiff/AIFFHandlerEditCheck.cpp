@@ -3,9 +3,11 @@
 // be truncated.
 
 #include "aiff/AIFFHandler.h"
+#include "aiff/Filler.h"
 #include "aiff/HeaderReader.h"
 
 #include <algorithm>
+#include <array>
 
 namespace aiff
 {
@@ -79,6 +81,35 @@ bool clAIFFHandler::HasSoundData() const
     });
 }
 
+bool clAIFFHandler::HasSoundFrom(int64_t position) const
+{
+    return std::ranges::any_of(m_chunks, [&](const STRIFFChunk& chunk) {
+        return chunk.ChunkPosition >= position && CompareID(chunk.ID, kChunkSound, true);
+    });
+}
+
+bool clAIFFHandler::IsLeftFiller(int index) const
+{
+    const STRIFFChunk& chunk = m_chunks[static_cast<size_t>(index)];
+    std::array<uint8_t, kFillerMark.size()> bytes;
+    const auto isMarkedAt = [&](int64_t position) {
+        return ReadAt(position, bytes) == bytes.size() && IsFillerMark(bytes);
+    };
+    return chunk.ID == FourCC(kChunkFiller) && chunk.nSize >= std::ssize(bytes) &&
+           (isMarkedAt(chunk.FileDataPosition) ||
+            isMarkedAt(chunk.FileDataPosition + chunk.nSize - std::ssize(bytes)));
+}
+
+// Whether past the form's end lies what an edit in place prepared when it was cut short: it is
+// none of the file's chunks yet, and need not be complete.
+bool clAIFFHandler::HoldsUnfinishedEdit() const
+{
+    std::array<uint8_t, kFillerHeadSize> head;
+    return ReadAt(GetFormEnd(), head) == head.size() &&
+           ReadCode(head.data()) == FourCC(kChunkFiller) &&
+           IsFillerMark(std::span(head).subspan(kChunkHeaderSize));
+}
+
 // When the index has no sound data, the sound may lie after the last chunk (an unfinished
 // recording) or in a chunk whose size is wrong.
 bool clAIFFHandler::MayHideSound() const
@@ -121,7 +152,8 @@ bool clAIFFHandler::PrepareForEdit()
 {
     const bool holdsMore = m_findings.fileSize > GetFormEnd();
     const bool wasCut = m_findings.cutToForm || m_findings.cutToFile;
-    const bool isWhole = !m_findings.endedEarly && (holdsMore || wasCut) && IndexWholeFile();
+    const bool isWhole = !m_findings.endedEarly && (holdsMore || wasCut) &&
+                         !HoldsUnfinishedEdit() && IndexWholeFile();
     if (!CheckComplete())
         return false;
     if (Count() >= kMostChunks)

@@ -80,6 +80,8 @@ bool clAIFFHandler::IndexChunks(int64_t fileSize)
     // The walk pads as CalcAllChunks does, so the positions found are the computed
     // ones; only the form's size can differ. The walk has warned of an odd one already.
     CalcAllChunks();
+    m_findings.isWhole = !m_findings.endedEarly && !m_findings.cutToForm && !m_findings.cutToFile &&
+                         form.size == m_formSize && fileSize == GetFormEnd();
     if (form.size != m_formSize && form.size % 2 == 0)
         StdReport::WriteINFO({L"Error calculated total AIFF chunk size differs from file."},
                              m_report, kScanFile);

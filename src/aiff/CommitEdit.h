@@ -1,29 +1,20 @@
 // Carrying out an edit of an AIFF file that was worked out in memory.
 #pragma once
 
-#include "support/file/EditTarget.h"
+#include "aiff/AIFFHandler.h"
 #include "support/file/FileEdit.h"
+#include "support/file/InPlaceWriter.h"
 
 namespace aiff
 {
 
-struct CommitResult {
-    enum class File {
-        Changed,
-        AsBefore,
-        Damaged // what was written could not be undone
-    };
-    File file = File::Changed;
-    std::error_code error; // why the edit was not carried out; none for Changed
-};
-
-// Makes the file what the edit says. When no byte before the tail moves, the file is
-// changed in place: in an order in which the audio can be found after every single write,
-// and undone when a write fails. Otherwise a changed copy replaces the file in one step.
+// Makes the file what the edit says, at once as far as readers can see: in place where
+// PlanInPlace knows how, otherwise by a changed copy that replaces the file in one step.
 //
-// target     the file that the edit is based on
-// tailStart  position of the chunk at the end of the form that the edit adds or
-//            changes, or the end of the form when there is none
-[[nodiscard]] CommitResult CommitEdit(FileEdit& edit, const EditTarget& target, int64_t tailStart);
+// target      the file that the edit is based on
+// aiff        the chunks of the edit
+// durability  of writes in place; a copy is always flushed, for it holds the sound
+[[nodiscard]] EditResult CommitEdit(FileEdit& edit, EditTarget& target, const clAIFFHandler& aiff,
+                                    Durability durability);
 
 } // namespace aiff

@@ -34,6 +34,7 @@ inline constexpr const char* kChunkForm = "FORM";
 inline constexpr const char* kChunkCommon = "COMM";
 inline constexpr const char* kChunkSound = "SSND";
 inline constexpr const char* kChunkID3 = "ID3 ";
+inline constexpr const char* kChunkFiller = "FLLR"; // which readers skip
 
 inline constexpr const char* kFormTypeAIFF = "AIFF";
 inline constexpr const char* kFormTypeAIFC = "AIFC";

@@ -83,7 +83,7 @@ bool TagWriter::PlanEdit(NTag&& tags, Task task, bool& changes)
     if (index < 0 && task != Task::Write)
         return m_aiff.CheckComplete();
     changes = true;
-    if (!m_aiff.PrepareForEdit() || MayReplaceSound())
+    if (!m_aiff.PrepareForEdit() || MayReplaceSound() || !RemoveLeftFillers())
         return false;
     if (task == Task::DeleteAll)
         return RemoveTagChunks(-1);
@@ -177,6 +177,16 @@ bool TagWriter::FitChunk(int index, int64_t size)
     return m_aiff.ResizeExistingChunkOnFile(index, static_cast<uint32_t>(size));
 }
 
+// What edits in place that were cut short have left goes with this one.
+bool TagWriter::RemoveLeftFillers()
+{
+    std::vector<int> indexes;
+    for (int i = 0; i < m_aiff.Count(); ++i)
+        if (m_aiff.IsLeftFiller(i))
+            indexes.push_back(i);
+    return indexes.empty() || m_aiff.RemoveChunksFromFile(indexes);
+}
+
 // Removes all tag chunks but one (-1: all).
 bool TagWriter::RemoveTagChunks(int keep)
 {
@@ -198,28 +208,34 @@ bool TagWriter::RemoveTagChunk(int index)
            m_aiff.RemoveChunkFromFile(index);
 }
 
-bool TagWriter::Commit(FileEdit& edit, const EditTarget& target, const wchar_t* path)
+bool TagWriter::Commit(FileEdit& edit, EditTarget& target, const wchar_t* path)
 {
     if (m_aiff.GetFormSize() > int64_t{std::numeric_limits<uint32_t>::max()})
         return Fail(path, L"it would exceed 4 GiB, the file is left as it was");
-    const STRIFFChunk* last = m_aiff.GetChunk(m_aiff.Count() - 1);
-    const int64_t tailStart =
-        last != nullptr && IsTagChunk(*last) ? last->ChunkPosition : m_aiff.GetFormEnd();
-    const CommitResult result = CommitEdit(edit, target, tailStart);
-    if (result.file == CommitResult::File::Changed) {
+    const EditResult result = CommitEdit(edit, target, m_aiff, m_durability);
+    switch (result.file) {
+    case EditResult::File::Changed:
         if (const int64_t names = target.NamesOfReplacedFile(); names > 0)
             StdReport::WriteINFO({L"The file was replaced by a changed copy. Its other names (hard "
                                   L"links: ",
                                   names, L") keep the old content."},
                                  m_report, kTagWriter);
         return true;
+    case EditResult::File::Untidy:
+        StdReport::WriteINFO({L"The new tags are in '", path,
+                              L"', but also bytes that the next edit removes: ",
+                              SystemText(result.error.value())},
+                             m_report, kTagWriter);
+        return true;
+    case EditResult::File::AsBefore:
+        return Fail(path, SystemText(result.error.value()) + L", the file is left as it was");
+    case EditResult::File::Unrestored:
+        return Fail(path,
+                    SystemText(result.error.value()) + L", and the file could not be put back");
+    case EditResult::File::Overtaken:
+        break;
     }
-    if (result.error == kChangedMeanwhile)
-        return Fail(path, L"it was changed by another program while it was edited");
-    const bool isAsBefore = result.file == CommitResult::File::AsBefore;
-    return Fail(path, SystemText(result.error.value()) +
-                          (isAsBefore ? L", the file is left as it was"
-                                      : L", and the file could not be put back"));
+    return Fail(path, L"it was changed by another program while it was edited");
 }
 
 bool TagWriter::Fail(const wchar_t* path, const XStr& reason) const

@@ -4,6 +4,7 @@
 #include "aiff/AIFFHandler.h"
 #include "support/file/EditTarget.h"
 #include "support/file/FileEdit.h"
+#include "support/file/FlushFile.h"
 #include "tags/NTag.h"
 
 namespace aiff
@@ -19,8 +20,8 @@ void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index,
                       const STNStdReport& report);
 
 // Edits the tags of a file, once. Every byte of every other chunk survives: the edit is
-// worked out first and carried out only when it would lose nothing, and a failure leaves
-// the file as it was.
+// worked out first and carried out only when it would lose nothing. Readers see the old tag or
+// the new one, whatever fails.
 class TagWriter
 {
 public:
@@ -30,7 +31,10 @@ public:
         DeleteAll     // all tag chunks are removed
     };
 
-    explicit TagWriter(const STNStdReport& report) : m_report(report) {}
+    TagWriter(const STNStdReport& report, Durability durability)
+        : m_report(report), m_durability(durability)
+    {
+    }
 
     // Tags of another file to be merged into the tag that Run writes. See
     // TagID3v2::AddForeignTag.
@@ -43,18 +47,20 @@ public:
 
 private:
     bool PlanEdit(NTag&& tags, Task task, bool& changes);
-    bool Commit(FileEdit& edit, const EditTarget& target, const wchar_t* path);
+    bool Commit(FileEdit& edit, EditTarget& target, const wchar_t* path);
     bool MayReplaceSound() const;
     int LastTagChunk() const;
     bool AddTagChunk(NTag&& tags);
     bool UpdateTagChunk(int index, NTag&& tags, Task task);
     bool WriteTag(int index, NTag&& tags, Task task);
     bool FitChunk(int index, int64_t size);
+    bool RemoveLeftFillers();
     bool RemoveTagChunks(int keep);
     bool RemoveTagChunk(int index);
     bool Fail(const wchar_t* path, const XStr& reason) const;
 
     STNStdReport m_report;
+    Durability m_durability;
     clAIFFHandler m_aiff;
     std::vector<std::span<const uint8_t>> m_foreign;
 };

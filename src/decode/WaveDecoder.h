@@ -4,6 +4,7 @@
 
 #include "aiff/AIFFHandler.h"
 #include "decode/SoundDecoder.h"
+#include "support/file/FlushFile.h"
 
 namespace aiff
 {
@@ -33,12 +34,13 @@ public:
     // Writes a tag blob of `size` bytes into a file. An empty list leaves the file alone;
     // without a path or a blob it fails. Failures are reported to `report`.
     [[nodiscard]] bool WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_t size,
-                                   const STNStdReport& report);
+                                   const STNStdReport& report, Durability durability);
 
     // Deletes from a file the fields with the given names or, with `everything`, all tags.
     // Failures are reported to `report`.
     [[nodiscard]] bool DeleteTags(const wchar_t* path, const std::vector<XStr>& names,
-                                  bool everything, const STNStdReport& report);
+                                  bool everything, const STNStdReport& report,
+                                  Durability durability);
 
 private:
     bool PullOutCOMMnSSND() override;

@@ -63,7 +63,7 @@ void clWaveDecoder::TraceTags(const NTag& tags) const
 }
 
 bool clWaveDecoder::WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_t size,
-                                const STNStdReport& report)
+                                const STNStdReport& report, Durability durability)
 {
     const Operation operation(report, "WriteIDTags");
     if (path == nullptr || blob == nullptr || size == 0)
@@ -71,20 +71,21 @@ bool clWaveDecoder::WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_
     NTag tags;
     tags.InitFromRawMemory(blob, size);
     const bool written =
-        tags.Count() == 0 || TagWriter(report).Run(path, std::move(tags), TagWriter::Task::Write);
+        tags.Count() == 0 ||
+        TagWriter(report, durability).Run(path, std::move(tags), TagWriter::Task::Write);
     operation.Leave();
     return written;
 }
 
 bool clWaveDecoder::DeleteTags(const wchar_t* path, const std::vector<XStr>& names, bool everything,
-                               const STNStdReport& report)
+                               const STNStdReport& report, Durability durability)
 {
     NTag tags;
     for (const XStr& name : names)
         tags.AddTag(name, XStr());
-    return TagWriter(report).Run(path, std::move(tags),
-                                 everything ? TagWriter::Task::DeleteAll
-                                            : TagWriter::Task::DeleteFields);
+    return TagWriter(report, durability)
+        .Run(path, std::move(tags),
+             everything ? TagWriter::Task::DeleteAll : TagWriter::Task::DeleteFields);
 }
 
 } // namespace aiff

@@ -41,6 +41,7 @@ private:
     clsStreamingwavedecoder m_streamDecoder;
     int64_t m_rangeStart = 0; // sample frames, for the next Open
     int64_t m_rangeEnd = QV_RANGE_TO_END;
+    Durability m_durability = Durability::Flushed;
     XStr m_answer1; // the texts that Get returned last
     XStr m_answer2;
 };

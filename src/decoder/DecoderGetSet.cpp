@@ -60,8 +60,12 @@ bool clDecoder::Set(const wchar_t* key, const STQvCodecGetSet* getSet)
         return true;
     }
     if (command == QV_KEY_ID_TAGS)
-        return m_fileDecoder.WriteIDTags(getSet->pText1, getSet->pData, getSet->nDataSize,
-                                         m_report);
+        return m_fileDecoder.WriteIDTags(getSet->pText1, getSet->pData, getSet->nDataSize, m_report,
+                                         m_durability);
+    if (command == QV_KEY_DURABLE_EDITS && (getSet->nValue1 == 0 || getSet->nValue1 == 1)) {
+        m_durability = getSet->nValue1 == 1 ? Durability::Flushed : Durability::Unflushed;
+        return true;
+    }
     return false;
 }
 

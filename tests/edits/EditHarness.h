@@ -36,13 +36,15 @@ class EditCall
 {
 public:
     EditCall(const Plugin& plugin, const std::string& path, const Edit& edit,
-             const Report* report = nullptr)
+             const Report* report = nullptr, bool isDurable = true)
         : m_plugin(plugin), m_kind(edit.kind),
           m_host(plugin, report != nullptr ? report->Record() : STNStdReport{}), m_path(Wide(path)),
           m_blob(Encoded(edit.items))
     {
         for (long i = 0; i < edit.items.Count(); ++i)
             m_names += edit.items[i].name + L'\0';
+        STQvCodecGetSet record = {0, 0, isDurable, 0, nullptr, nullptr, 0, nullptr};
+        EXPECT_EQ(m_plugin.Set(m_host.handle, QV_KEY_DURABLE_EDITS, &record), 1);
     }
 
     int32_t operator()() const
@@ -67,6 +69,36 @@ inline int32_t ApplyEdit(const Plugin& plugin, const std::string& path, const Ed
                          const Report* report = nullptr)
 {
     return EditCall(plugin, path, edit, report)();
+}
+
+// The chunks in a form, if it ends with one of them: the tags, and the others without fillers.
+inline std::pair<std::vector<Chunk>, std::vector<Chunk>> Shown(const Bytes& file)
+{
+    const size_t end = file.size() < 12 ? 0 : Number(file, 4) + 8;
+    if (file.size() < end)
+        throw std::runtime_error("the form is larger than the file");
+    std::vector<Chunk> tags, others;
+    for (Chunk& chunk : WalkStrictly({file.begin(), file.begin() + ptrdiff_t(end)}).chunks)
+        if (chunk.code != "FLLR")
+            (chunk.IsTag() ? tags : others).push_back(std::move(chunk));
+    return {tags, others};
+}
+
+enum State { kOld, kNew, kBad };
+
+// What a file is while it is edited, or after something went wrong.
+inline State StateOf(const Bytes& file, const Bytes& before, const Bytes& after)
+{
+    if (file == before)
+        return kOld;
+    try {
+        const auto shown = Shown(file);
+        if (shown == Shown(after))
+            return kNew;
+        return shown == Shown(before) ? kOld : kBad;
+    } catch (const std::runtime_error&) {
+        return kBad;
+    }
 }
 
 // Empty when a file that was edited is a well-formed one that has lost nothing, else

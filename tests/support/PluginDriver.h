@@ -43,7 +43,11 @@ enum Output { kError, kInformation, kDebug };
 class Report
 {
 public:
-    STNStdReport Record() const { return {Handle(kError), Handle(kInformation), Handle(kDebug)}; }
+    STNStdReport Record() const
+    {
+        return {Handle(kError), Handle(kInformation), traces ? Handle(kDebug) : nullptr};
+    }
+    bool traces = true;
 
     // What was written since the last call for this output.
     std::string Take(Output output)

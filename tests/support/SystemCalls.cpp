@@ -73,6 +73,18 @@ bool Strikes(const char* name)
     return fault != Fault::KillsInside && fault != Fault::Meddles;
 }
 
+// The result of a call, of which note is taken when it succeeded.
+template <class Result>
+Result Noted(Result result, Event::Kind kind, int file, int64_t position = 0,
+             const void* bytes = nullptr)
+{
+    const auto* const from = static_cast<const uint8_t*>(bytes);
+    if (isOn && fault == Fault::None && result >= 0)
+        counts.events.push_back(
+            {kind, file, position, {from, from + (bytes != nullptr ? result : 0)}});
+    return result;
+}
+
 bool StrikesAllocation()
 {
     return isOn && fault == Fault::NoMemory && ++allocations == struckCall && Strike("malloc");
@@ -90,18 +102,21 @@ AIFF_IN_FRONT ssize_t pwrite(int fd, const void* bytes, size_t size, off_t posit
         return errno = ENOSPC, -1;
     const bool fails = Strikes("pwrite");
     const bool isStruck = isOn && counts.calls == struckCall;
+    // A sector is written whole or not at all.
+    const auto start = static_cast<size_t>(position);
+    const size_t half = std::max(start, (start + size / 2) / 512 * 512) - start;
     if (isOn)
-        isFull = fails && fault == Fault::DiskFull && size >= 2;
+        isFull = fails && fault == Fault::DiskFull && half > 0;
     if (fails && !isFull)
         return -1;
     const bool isKilled = isStruck && fault == Fault::KillsInside;
     const ssize_t done =
-        syscall(SYS_pwrite64, fd, bytes, isFull || isKilled ? size / 2 : size, position);
+        syscall(SYS_pwrite64, fd, bytes, isFull || isKilled ? half : size, position);
     if (isKilled)
         kill(getpid(), SIGKILL);
     if (isOn)
         counts.written += std::max<ssize_t>(done, 0);
-    return done;
+    return Noted(done, Event::Write, fd, position, bytes);
 }
 
 AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
@@ -127,8 +142,6 @@ AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
         return Strikes(#name) ? -1 : static_cast<type>(syscall(number, __VA_ARGS__));              \
     }
 
-AIFF_CALL(int, ftruncate, SYS_ftruncate, (int fd, off_t size), fd, size)
-AIFF_CALL(int, rename, SYS_rename, (const char* from, const char* to), from, to)
 AIFF_CALL(int, unlink, SYS_unlink, (const char* path), path)
 AIFF_CALL(int, fchmod, SYS_fchmod, (int fd, mode_t mode), fd, mode)
 AIFF_CALL(int, fchown, SYS_fchown, (int fd, uid_t user, gid_t group), fd, user, group)
@@ -143,10 +156,38 @@ AIFF_CALL(ssize_t, fgetxattr, SYS_fgetxattr, (int fd, const char* a, void* v, si
 AIFF_IN_FRONT int LockFile(int fd, int operation) __asm__("flock");
 AIFF_CALL(int, LockFile, SYS_flock, (int fd, int operation), fd, operation)
 
-// What reaches the disk and when is not what is tested here.
-AIFF_IN_FRONT int fsync(int)
+AIFF_IN_FRONT int ftruncate(int fd, off_t size)
 {
-    return Strikes("fsync") ? -1 : 0;
+    return Strikes("ftruncate")
+               ? -1
+               : Noted(static_cast<int>(syscall(SYS_ftruncate, fd, size)), Event::Size, fd, size);
+}
+
+AIFF_IN_FRONT int rename(const char* from, const char* to)
+{
+    return Strikes("rename")
+               ? -1
+               : Noted(static_cast<int>(syscall(SYS_rename, from, to)), Event::Rename, -1);
+}
+
+// What would reach the disk and when is worked out from the events.
+AIFF_IN_FRONT int fsync(int fd)
+{
+    return Strikes("fsync") ? -1 : Noted(0, Event::Barrier, fd);
+}
+
+AIFF_IN_FRONT int fdatasync(int fd)
+{
+    return Strikes("fdatasync") ? -1 : Noted(0, Event::Barrier, fd);
+}
+
+// Closes the file also when it says that it failed.
+AIFF_IN_FRONT int close(int fd)
+{
+    const bool fails = Strikes("close");
+    const int error = errno;
+    const auto result = static_cast<int>(syscall(SYS_close, fd));
+    return fails ? (errno = error, -1) : result;
 }
 
 AIFF_IN_FRONT int open(const char* path, int flags, ...)

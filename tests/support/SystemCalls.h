@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace SystemCalls
 {
@@ -12,13 +13,13 @@ enum class Fault {
     None,
     Fails,        // the call does nothing and reports an error
     KeepsFailing, // so do all later calls
-    DiskFull,     // a write takes half of its bytes, the next one none; other calls fail
+    DiskFull,     // a write takes half of its sectors, the next one none; other calls fail
     Interrupts,   // the call does nothing and reports a signal
     ShortReads,   // every other read is interrupted, the rest deliver a few bytes
     NoMemory,     // an allocation fails; these are counted apart from the calls
     Meddles,      // what `meddler` does happens before the call
     Kills,        // the process ends before the call
-    KillsInside   // the process ends when half of the bytes are written
+    KillsInside   // the process ends when half of the sectors are written
 };
 
 // Another program, for Fault::Meddles.
@@ -30,13 +31,23 @@ extern const bool canFailAllocations;
 // Calls are counted from 1 and only between Start and Stop, which is for one thread at a time.
 void Start(Fault fault = Fault::None, long call = 0);
 
+// What a call did to an open file: a write of bytes at a position, a new size, a barrier; or
+// that a file was renamed.
+struct Event {
+    enum Kind { Write, Size, Barrier, Rename } kind;
+    int file;         // descriptor
+    int64_t position; // or size
+    std::vector<uint8_t> bytes;
+};
+
 struct Counts {
-    long calls = 0;        // all that can fail
-    int64_t written = 0;   // bytes
-    long reads = 0;        // pread
-    int64_t readBytes = 0; // what they delivered
-    bool struck = false;   // the fault took place
-    const char* last = ""; // name of the call that it struck
+    long calls = 0;            // all that can fail
+    int64_t written = 0;       // bytes
+    long reads = 0;            // pread
+    int64_t readBytes = 0;     // what they delivered
+    bool struck = false;       // the fault took place
+    const char* last = "";     // name of the call that it struck
+    std::vector<Event> events; // without a fault
 };
 Counts Stop();
 

@@ -7,9 +7,10 @@
 namespace aiff::host
 {
 
-bool CopyTags(const FileTags& tags, const std::string& path, const STNStdReport& report)
+bool CopyTags(const FileTags& tags, const std::string& path, Durability durability,
+              const STNStdReport& report)
 {
-    TagWriter writer(report);
+    TagWriter writer(report, durability);
     NTag all;
     for (const std::vector<uint8_t>& tag : tags.id3v2) {
         writer.AddForeignTag(tag);

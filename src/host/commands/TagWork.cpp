@@ -151,8 +151,11 @@ Problem EditedFile::Copy(const std::vector<TagItem>& items, const FileTags* tags
     if (tags == nullptr || !m_tags)
         return Write(items);
     return Checked([&] {
-        return m_file.Change(
-            [&](const STNStdReport& report) { return CopyTags(*tags, m_input.Path(), report); });
+        const auto durability =
+            m_options.noSync ? aiff::Durability::Unflushed : aiff::Durability::Flushed;
+        return m_file.Change([&](const STNStdReport& report) {
+            return CopyTags(*tags, m_input.Path(), durability, report);
+        });
     });
 }
 

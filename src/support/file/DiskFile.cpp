@@ -47,6 +47,13 @@ std::shared_ptr<DiskFile> DiskFile::Open(const std::string& path, Access access,
     return error ? nullptr : std::make_shared<DiskFile>(std::move(file));
 }
 
+std::error_code DiskFile::Close()
+{
+    // An interrupted close has closed the file.
+    const int result = close(m_file.Release());
+    return result == 0 || errno == EINTR ? std::error_code() : LastSystemError();
+}
+
 int64_t DiskFile::Size() const
 {
     struct stat status = {};

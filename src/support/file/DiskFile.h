@@ -25,6 +25,9 @@ public:
     // Stays owned by this object.
     int Descriptor() const noexcept { return m_file.Get(); }
 
+    // Closes the file, for good. Some file systems say only now that a write has failed.
+    [[nodiscard]] std::error_code Close();
+
     int64_t Size() const override;
     [[nodiscard]] size_t ReadAt(int64_t position, std::span<uint8_t> out) const override;
     // Knows the holes of a sparse file.

@@ -24,6 +24,7 @@ public:
             close(m_fd);
     }
     int Get() const noexcept { return m_fd; }
+    int Release() noexcept { return std::exchange(m_fd, -1); }
 
 private:
     int m_fd;

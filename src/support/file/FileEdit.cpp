@@ -216,17 +216,44 @@ std::error_code FileEdit::Remove(std::span<const Range> ranges)
     return {};
 }
 
-bool FileEdit::MovesBaseBytes() const
+FileEdit::Range FileEdit::Differences(int64_t from) const
 {
-    return std::ranges::any_of(m_pieces, [](const Piece& piece) {
-        return piece.source == Source::Base && piece.start != piece.basePosition;
-    });
+    Range range{m_size, m_size == m_baseSize ? from : m_size};
+    for (const Piece& piece : m_pieces) {
+        if (piece.IsInPlace() || piece.End() <= from)
+            continue;
+        range.start = std::min(range.start, std::max(piece.start, from));
+        range.end = std::max(range.end, piece.End());
+    }
+    return {range.start, std::max(range.start, range.end)};
 }
 
-std::error_code FileEdit::KeepMovedBytes(int64_t from)
+// Calls a function with the part of each piece inside a range.
+template <class Body>
+void FileEdit::ForEachIn(Range range, Body&& body) const
 {
-    for (Piece& piece : m_pieces) {
-        if (piece.source == Source::New || piece.start == piece.basePosition || piece.start < from)
+    for (const Piece& piece : m_pieces)
+        if (const int64_t start = std::max(range.start, piece.start),
+            end = std::min(range.end, piece.End());
+            start < end)
+            body(piece.Part(start, end));
+}
+
+int64_t FileEdit::BytesOfBase(Range range) const
+{
+    int64_t bytes = 0;
+    ForEachIn(range,
+              [&](const Piece& part) { bytes += part.source == Source::Base ? part.length : 0; });
+    return bytes;
+}
+
+std::error_code FileEdit::Hold(Range range)
+{
+    const size_t first = SplitAt(range.start);
+    const size_t end = SplitAt(range.end);
+    for (size_t i = first; i < end; ++i) {
+        Piece& piece = m_pieces[i];
+        if (piece.source == Source::New)
             continue;
         std::vector<uint8_t> bytes(static_cast<size_t>(piece.length));
         if (m_base->ReadAt(piece.basePosition, bytes) != bytes.size())
@@ -238,15 +265,14 @@ std::error_code FileEdit::KeepMovedBytes(int64_t from)
     return {};
 }
 
-std::vector<FileEdit::Change> FileEdit::Changes() const
+std::vector<std::span<const uint8_t>> FileEdit::Bytes(Range range) const
 {
-    std::vector<Change> changes;
-    for (const Piece& piece : m_pieces)
-        if (piece.source == Source::New)
-            changes.push_back(
-                {piece.start, std::span(*piece.bytes)
-                                  .subspan(piece.bytesOffset, static_cast<size_t>(piece.length))});
-    return changes;
+    std::vector<std::span<const uint8_t>> bytes;
+    ForEachIn(range, [&](const Piece& part) {
+        bytes.push_back(
+            std::span(*part.bytes).subspan(part.bytesOffset, static_cast<size_t>(part.length)));
+    });
+    return bytes;
 }
 
 } // namespace aiff

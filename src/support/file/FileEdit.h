@@ -1,8 +1,8 @@
 // An edit of a file that is worked out before anything is written.
 //
 // Writes, moves and changes of size go into a list of pieces, and reads see their result.
-// In the end the pieces tell what has to happen to the file: which ranges change in place,
-// and whether bytes of the file have moved.
+// In the end the pieces tell what has to happen to the file: where it changes, and which of its
+// bytes have moved.
 #pragma once
 
 #include "support/file/FileContent.h"
@@ -34,22 +34,20 @@ public:
     const XFileHandle& Base() const { return m_base; }
     int64_t BaseSize() const { return m_baseSize; }
 
-    // Whether any bytes of the base are now at another position.
-    bool MovesBaseBytes() const;
+    // Where the content stops and where it starts again to be that of the base, at the same
+    // position: everything that is new, moved or missing lies between. Both are the size
+    // when nothing has changed from position `from` on.
+    Range Differences(int64_t from) const;
 
-    // Reads the bytes of the base that have moved, from position `from` of the content on,
-    // into memory: they become changes. Fails with io_error when they cannot be read.
-    [[nodiscard]] std::error_code KeepMovedBytes(int64_t from);
+    // Bytes of the base between two positions of the content, moved or not.
+    int64_t BytesOfBase(Range range) const;
 
-    // A range of the content that is new. The edit owns `bytes`.
-    struct Change {
-        int64_t position = 0;
-        std::span<const uint8_t> bytes;
-        int64_t End() const { return position + static_cast<int64_t>(bytes.size()); }
-    };
+    // Reads those into memory, so that nothing in the range depends on the base any more.
+    // Fails with io_error when they cannot be read.
+    [[nodiscard]] std::error_code Hold(Range range);
 
-    // All new ranges, in order of position.
-    std::vector<Change> Changes() const;
+    // A range that is held, in parts, which the edit owns.
+    std::vector<std::span<const uint8_t>> Bytes(Range range) const;
 
 private:
     enum class Source { Base, New };
@@ -63,10 +61,13 @@ private:
         size_t bytesOffset = 0;
 
         int64_t End() const { return start + length; }
+        bool IsInPlace() const { return source == Source::Base && start == basePosition; }
         // The part between two positions, the second one exclusive, both inside the piece.
         Piece Part(int64_t from, int64_t to) const;
     };
 
+    template <class Body>
+    void ForEachIn(Range range, Body&& body) const;
     size_t IndexAt(int64_t position) const;
     size_t SplitAt(int64_t position);
     void DropUnchanged(int64_t& position, std::span<const uint8_t>& bytes) const;

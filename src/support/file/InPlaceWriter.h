@@ -1,38 +1,84 @@
-// Writing into an existing file so that the changes can be undone.
+// Changing a file in place so that readers see the old content or the new one, never a
+// mixture, whenever the program or the power ends.
 #pragma once
 
-#include "support/file/DiskFile.h"
+#include "support/file/EditTarget.h"
+#include "support/file/FlushFile.h"
+
+#include <array>
+#include <vector>
 
 namespace aiff
 {
 
-// Remembers the bytes it overwrites. The file must outlive the writer.
+// The part of a file that reaches the disk whole or not at all, in bytes.
+inline constexpr int64_t kSector = 512;
+
+// One write. What it changes is either hidden, in a place that no reader looks at then, or
+// lies in one sector and changes what readers see at once.
+struct InPlaceStep {
+    enum class Kind { Hidden, Switch };
+    Kind kind = Kind::Hidden;
+    int64_t position = 0;
+    std::vector<std::span<const uint8_t>> bytes; // one after the other
+};
+
+// An edit as a list of writes. Hidden ones before the decisive step only lie past the end of
+// the old file.
+struct InPlaceChange {
+    std::vector<InPlaceStep> steps;
+    size_t decisive = 0;   // index of the step that makes the new content visible
+    int64_t sizeAfter = 0; // to which the file is cut in the end
+    std::vector<std::vector<uint8_t>>
+        owned; // what the steps' bytes refer to, if nobody else has it
+};
+
+struct EditResult {
+    enum class File {
+        Changed,
+        Untidy, // changed, but bytes are left in it that no reader looks at
+        AsBefore,
+        Unrestored, // well-formed, but perhaps the new content, perhaps with such bytes
+        Overtaken   // as another program left it
+    };
+    File file = File::Changed;
+    std::error_code error; // what went wrong; none for Changed
+};
+
+// Carries out a change step by step, with a barrier after each if edits are to be flushed. A
+// failure up to the decisive step takes back what was done; one after it ends the edit there.
 class InPlaceWriter
 {
 public:
-    explicit InPlaceWriter(DiskFile& file) : m_file(file), m_sizeBefore(file.Size()) {}
+    // The target must outlive the writer.
+    InPlaceWriter(EditTarget& target, Durability durability)
+        : m_target(target), m_file(*target.File()), m_durability(durability)
+    {
+    }
 
-    // Writes at a position, which may lie past the end. Writes nothing when the bytes
-    // already there cannot be read (io_error).
-    [[nodiscard]] std::error_code Write(int64_t position, std::span<const uint8_t> bytes);
-
-    // Writes a big-endian size field, or its last bytes, so that every state in between
-    // is at least the smaller of old and new: one that grows is written at once, first byte
-    // first, and one that shrinks byte by byte, last byte first.
-    [[nodiscard]] std::error_code WriteSize(int64_t position, std::span<const uint8_t> bytes);
-
-    // Restores everything, the file's size included. False when that fails, too.
-    [[nodiscard]] bool Undo();
+    // Allocates nothing once it has begun to write. Closes the file if nothing was flushed.
+    [[nodiscard]] EditResult Run(const InPlaceChange& change);
 
 private:
-    struct Overwritten {
+    // What a switch has overwritten.
+    struct Before {
         int64_t position = 0;
-        std::vector<uint8_t> bytes;
+        size_t size = 0;
+        std::array<uint8_t, kSector> bytes;
     };
 
+    EditResult Finish(int64_t size);
+    std::error_code Carry(const InPlaceStep& step, Flush flush);
+    std::error_code Remember(const InPlaceStep& step);
+    std::error_code Write(const InPlaceStep& step);
+    std::error_code Barrier(Flush flush);
+    std::error_code TakeBack(size_t first);
+
+    EditTarget& m_target;
     DiskFile& m_file;
-    int64_t m_sizeBefore;
-    std::vector<Overwritten> m_overwritten;
+    Durability m_durability;
+    std::vector<Before> m_before;
+    std::vector<uint8_t> m_buffer;
 };
 
 } // namespace aiff
