@@ -74,6 +74,16 @@ extern "C" {
  * the program ends in the middle, which saves waiting for the disk. Other values give 0. */
 #define QV_KEY_DURABLE_EDITS L"Durable Edits"
 
+/* nValue1 = 1: a stream gives what the same data gives as a file: its blocks begin with the
+ * first sample, and the properties include "Encoder Settings" and "Wave Header". Where a stream
+ * breaks off, the whole sample frames before come as a short block, and the next DecodeBlock
+ * fails. A stream of unknown length ends with its last whole sample frame.
+ * nValue1 = 0 (at first): blocks begin with the 8 bytes of the sound chunk's own offset and
+ * block size, as if they were samples, which shifts all that follow in their frames; a block
+ * that cannot be read whole is lost. Takes effect at the next Open. Set returns 0 for other
+ * values, as decoders do that do not know the key. */
+#define QV_KEY_EXACT_STREAMS L"Exact Streams"
+
 /* nValue2 of a decode range that extends to the end of the audio. */
 #define QV_RANGE_TO_END (-1)
 
@@ -94,7 +104,8 @@ typedef struct STQvWaveFormat {
     uint32_t nSamplesPerSec;  /* plug-in: sample frames per second */
     uint32_t nAvgBytesPerSec; /* plug-in: bytes per second */
     uint16_t nBlockAlign;     /* plug-in: bytes per sample frame */
-    uint16_t nBitsPerSample;  /* plug-in: bits; 8-bit samples are unsigned */
+    uint16_t nBitsPerSample;  /* plug-in: bits; 8-bit samples are unsigned, but signed
+                                 where the input is little-endian */
     uint16_t nExtraSize;      /* plug-in: 0 */
     uint16_t nValidBits;      /* host: not touched */
     uint32_t nChannelMask;    /* host: not touched */

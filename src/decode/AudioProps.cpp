@@ -68,6 +68,14 @@ XStr AudioQualityText(const XAudioWFX& wfx)
     return isLossless ? LosslessQuality(wfx) : LossyQuality(wfx);
 }
 
+XStr EncoderSettingsText(const CommonChunk& common)
+{
+    XStr text = clAIFFHandler::RIFFChnkID2CHR(common.compressionType);
+    if (!text.empty())
+        text += L" (" + common.compressionName + L")";
+    return text;
+}
+
 XStr ChannelText(const XAudioWFX& wfx)
 {
     return wfx.Channels() < std::size(kLayouts) ? kLayouts[wfx.Channels()] : L"";

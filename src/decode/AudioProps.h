@@ -1,7 +1,7 @@
 // Texts that describe the audio for display.
 #pragma once
 
-#include "support/XAudioWFX.h"
+#include "decode/CommonChunk.h"
 #include "tags/NTag.h"
 
 namespace aiff
@@ -9,6 +9,9 @@ namespace aiff
 
 // Quality class, for instance "CD  (Lossless)".
 XStr AudioQualityText(const XAudioWFX& wfx);
+
+// The compression type and, in brackets, its name: "NONE (no compression)".
+XStr EncoderSettingsText(const CommonChunk& common);
 
 // Names of the channels, for instance "Left, Right"; empty for layouts without names.
 XStr ChannelText(const XAudioWFX& wfx);

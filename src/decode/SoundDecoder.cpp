@@ -83,18 +83,19 @@ bool SoundDecoder::ReadDataBlock()
     const int64_t size = std::min(wfx.BlockAlignBuffer(kBlockBytes), m_remaining);
     if (size == 0)
         return true;
-    const auto count = static_cast<size_t>(size);
-    if (!m_decodeBuffer.ReserveForRead(count, m_position)) {
+    const auto wanted = static_cast<size_t>(size);
+    if (!m_decodeBuffer.ReserveForRead(wanted, m_position)) {
         StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report, kReadDataBlock);
         return false;
     }
-    if (!ReadSound({m_decodeBuffer.Data(), count})) {
+    const size_t count = ReadSound({m_decodeBuffer.Data(), wanted});
+    if (count == 0 && m_remaining != 0) {
         StdReport::WriteERROR({L"Error reading data from file."}, m_report, kReadDataBlock);
         return false;
     }
     (void)m_decodeBuffer.SetUsed(count); // reserved above
-    m_remaining -= size;
-    m_position += size;
+    m_remaining -= static_cast<int64_t>(count);
+    m_position += static_cast<int64_t>(count);
     return true;
 }
 

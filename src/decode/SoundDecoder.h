@@ -69,8 +69,10 @@ protected:
     // Positions the input at the first byte to decode.
     virtual bool SeekToStart() = 0;
     virtual bool Seek(int64_t position) = 0;
-    // Reads from the position on; false when fewer bytes are left.
-    virtual bool ReadSound(std::span<uint8_t> bytes) = 0;
+    // Reads a block from the position on and returns its size in bytes; 0 when fewer bytes
+    // are left than asked for. A decoder may return the whole sample frames among them
+    // instead, and set m_remaining to them when they are the last.
+    virtual size_t ReadSound(std::span<uint8_t> bytes) = 0;
 
     bool MoveTo(int64_t position);
 

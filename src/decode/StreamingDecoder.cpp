@@ -6,7 +6,7 @@ namespace aiff
 using StdReport::Operation;
 
 bool clsStreamingwavedecoder::Initialize(XFileHTTPStream& stream, const STNStdReport& report,
-                                         int64_t rangeStart, int64_t rangeEnd)
+                                         int64_t rangeStart, int64_t rangeEnd, StreamMode mode)
 {
     *this = clsStreamingwavedecoder();
     m_report = report;
@@ -14,6 +14,7 @@ bool clsStreamingwavedecoder::Initialize(XFileHTTPStream& stream, const STNStdRe
     m_range.rangeStart = rangeStart;
     m_range.rangeEnd = rangeEnd;
     m_stream = &stream;
+    m_mode = mode;
     return operation.Succeed();
 }
 
@@ -56,7 +57,8 @@ bool clsStreamingwavedecoder::Discard(int64_t bytes)
         return false;
     while (bytes > 0) {
         const auto size = static_cast<size_t>(std::min(bytes, kBlockBytes));
-        if (!ReadSound({m_decodeBuffer.Data(), size}))
+        m_stream->StartStep();
+        if (ReadStream({m_decodeBuffer.Data(), size}) != size)
             return false;
         bytes -= static_cast<int64_t>(size);
     }
@@ -68,10 +70,21 @@ bool clsStreamingwavedecoder::Seek(int64_t position)
     return m_stream->SetPosition(position);
 }
 
-bool clsStreamingwavedecoder::ReadSound(std::span<uint8_t> bytes)
+// Where the length is unknown, the server says where the audio ends.
+size_t clsStreamingwavedecoder::ReadSound(std::span<uint8_t> bytes)
 {
     m_stream->StartStep();
-    return ReadStream(bytes) == bytes.size();
+    const size_t count = ReadStream(bytes);
+    if (count == bytes.size() || m_mode == StreamMode::Plain)
+        return count == bytes.size() ? count : 0;
+    const int64_t frames = m_common.wfx.BlockAlignBuffer(static_cast<int64_t>(count));
+    const auto whole = static_cast<size_t>(frames);
+    if (m_lengthUnknown && m_stream->Fault() == StreamFault::None) {
+        m_remaining = frames;
+        if (whole != count)
+            StdReport::WriteINFO({L"Stream ends within a sample frame."}, m_report, "Read");
+    }
+    return whole;
 }
 
 // Reads from the stream and reports, once, why it breaks off.

@@ -11,10 +11,13 @@ namespace aiff
 class FormWalk;
 struct ChunkHeader;
 
+// What the blocks of a stream hold; QV_KEY_EXACT_STREAMS describes it.
+enum class StreamMode { Plain, Exact };
+
 // The header is read once, when it is first needed. It ends at the sound chunk, before
-// which only COMM and empty chunks are accepted. The samples begin directly after the sound
-// chunk's header, so the 8 bytes of its offset and block size come out as the first samples.
-// Positions are those of the stream.
+// which only COMM and empty chunks are accepted. In plain mode the samples begin directly
+// after the sound chunk's header, so the 8 bytes of its offset and block size come out as the
+// first samples. Positions are those of the stream.
 class clsStreamingwavedecoder : public SoundDecoder
 {
 public:
@@ -22,7 +25,8 @@ public:
     // stream must outlive the decoder's use of it. The decode range is in sample frames,
     // its end exclusive, -1 for the end of the audio. Always true.
     [[nodiscard]] bool Initialize(XFileHTTPStream& stream, const STNStdReport& report,
-                                  int64_t rangeStart, int64_t rangeEnd);
+                                  int64_t rangeStart, int64_t rangeEnd,
+                                  StreamMode mode = StreamMode::Plain);
 
     // Only traces the call: the stream belongs to the caller.
     void Close(const STQvEncoderFluid& fluid);
@@ -40,8 +44,8 @@ private:
 
     bool PullOutCOMMnSSND() override;
     bool ReadHeader();
-    bool WalkChunks(FormWalk& walk, uint32_t formType);
-    bool ReadCOMM(const ChunkHeader& chunk, uint32_t formType);
+    bool WalkChunks(FormWalk& walk);
+    bool ReadCOMM(const ChunkHeader& chunk);
     bool ReachSound(const ChunkHeader& chunk);
     size_t ReadStream(std::span<uint8_t> bytes);
     std::span<const uint8_t> ReadHeaderBytes(std::span<uint8_t> bytes);
@@ -50,12 +54,14 @@ private:
     bool AdvanceToStart();
     bool Discard(int64_t bytes);
     bool Seek(int64_t position) override;
-    bool ReadSound(std::span<uint8_t> bytes) override;
+    size_t ReadSound(std::span<uint8_t> bytes) override;
     XStr GetAudioQuality() const;
     XStr GetChannelString() const;
     NTag CollectProps(const XStr& properties) const override;
 
     XFileHTTPStream* m_stream = nullptr;
+    StreamMode m_mode = StreamMode::Plain;
+    uint32_t m_formType = 0;
     Header m_header = Header::Unread;
     int64_t m_count = 0; // bytes of the stream that the header took so far
 };

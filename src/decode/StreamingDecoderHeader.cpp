@@ -12,7 +12,8 @@ namespace aiff
 namespace
 {
 
-// Assumed size in bytes of a stream whose size is unknown.
+// Assumed size in bytes of a stream whose size is unknown, in plain mode; in exact mode a
+// chunk may have any size.
 constexpr int64_t kAssumedSize = 3000000000;
 
 // Assumed end position of sound data whose length is unknown.
@@ -39,17 +40,20 @@ std::span<const uint8_t> clsStreamingwavedecoder::ReadHeaderBytes(std::span<uint
 
 bool clsStreamingwavedecoder::ReadHeader()
 {
-    const int64_t size = m_stream->Size();
+    const int64_t assumed = m_mode == StreamMode::Exact ? kEndlessData : kAssumedSize;
+    const int64_t size = m_stream->Size() != 0 ? m_stream->Size() : assumed;
     std::array<uint8_t, kFormHeaderSize> header;
     FormWalk walk(m_report, kPullOut);
     FormHeader form;
-    return walk.Begin(ReadHeaderBytes(header), size != 0 ? size : kAssumedSize, form) &&
-           WalkChunks(walk, form.type);
+    if (!walk.Begin(ReadHeaderBytes(header), size, form))
+        return false;
+    m_formType = form.type;
+    return WalkChunks(walk);
 }
 
 // Walks over COMM and empty chunks to the sound chunk. Anything else would have to be
 // skipped, which a stream cannot do.
-bool clsStreamingwavedecoder::WalkChunks(FormWalk& walk, uint32_t formType)
+bool clsStreamingwavedecoder::WalkChunks(FormWalk& walk)
 {
     while (walk.MoreChunks()) {
         std::array<uint8_t, kChunkHeaderSize> header;
@@ -60,7 +64,7 @@ bool clsStreamingwavedecoder::WalkChunks(FormWalk& walk, uint32_t formType)
         if (clAIFFHandler::CompareID(chunk.code, kChunkSound, true))
             return ReachSound(chunk);
         if (clAIFFHandler::CompareID(chunk.code, kChunkCommon, true)) {
-            if (!ReadCOMM(chunk, formType))
+            if (!ReadCOMM(chunk))
                 return false;
         } else if (chunk.size != 0) {
             StdReport::WriteERROR({L"Error unknown Chunk too large for streaming."}, m_report,
@@ -75,7 +79,7 @@ bool clsStreamingwavedecoder::WalkChunks(FormWalk& walk, uint32_t formType)
     return false;
 }
 
-bool clsStreamingwavedecoder::ReadCOMM(const ChunkHeader& chunk, uint32_t formType)
+bool clsStreamingwavedecoder::ReadCOMM(const ChunkHeader& chunk)
 {
     StdReport::WriteDEBUG(L"Assigning 'COMM' chunk to WFX", m_report);
     if (chunk.size < kLeastCommonSize || chunk.size > kMostCommonSize) {
@@ -88,7 +92,7 @@ bool clsStreamingwavedecoder::ReadCOMM(const ChunkHeader& chunk, uint32_t formTy
         StdReport::WriteERROR({L"Error cannot read 'COMM' chunk from file."}, m_report, kPullOut);
         return false;
     }
-    ReadCommonChunk(m_commBytes.View(), formType, m_common);
+    ReadCommonChunk(m_commBytes.View(), m_formType, m_common);
     return true;
 }
 
@@ -96,6 +100,11 @@ bool clsStreamingwavedecoder::ReachSound(const ChunkHeader& chunk)
 {
     m_range.dataStart = m_count;
     m_range.dataEnd = m_count + chunk.size;
+    if (m_mode == StreamMode::Exact) {
+        const int64_t size = std::max<int64_t>(chunk.size - kSoundPrefixSize, 0);
+        m_range.dataStart += kSoundPrefixSize;
+        m_range.dataEnd = m_range.dataStart + m_common.wfx.BlockAlignBuffer(size);
+    }
     if (chunk.size == 0 && !m_stream->IsSeekable()) {
         m_range.dataEnd = kEndlessData;
         m_lengthUnknown = true;

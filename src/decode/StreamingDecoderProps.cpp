@@ -1,5 +1,6 @@
 // The tags and properties of a stream.
 
+#include "aiff/AIFFHandler.h"
 #include "decode/AudioProps.h"
 #include "decode/StreamingDecoder.h"
 
@@ -23,17 +24,23 @@ const XMem* clsStreamingwavedecoder::ReadIDTags(XStr&)
     return &m_tagBuffer;
 }
 
-// Leaves out what would require the chunk index of a file.
+// Leaves out what would require the chunk index of a file; in plain mode also what only
+// matters for exact samples.
 NTag clsStreamingwavedecoder::CollectProps(const XStr& properties) const
 {
     const XAudioWFX& wfx = m_common.wfx;
+    const bool isExact = m_mode == StreamMode::Exact;
     NTag props;
     props.AddTag(PropertyName::kAudioQuality, GetAudioQuality());
+    if (isExact)
+        props.AddTag(PropertyName::kEncoderSettings, EncoderSettingsText(m_common));
     props.AddTag(PropertyName::kChannelMapping, GetChannelString());
     props.AddTag(PropertyName::kSampleCount,
                  std::to_wstring(m_range.LengthBytes(wfx) / wfx.BlockAlign()));
     AddTagProps(properties, props);
     props.AddTag(PropertyName::kGapless, XStr(L"Yes"));
+    if (isExact)
+        props.AddTag(PropertyName::kWaveHeader, clAIFFHandler::RIFFChnkID2CHR(m_formType));
     return props;
 }
 

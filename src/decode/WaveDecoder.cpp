@@ -90,9 +90,9 @@ bool clWaveDecoder::Seek(int64_t position)
     return m_file.SetPosition(position);
 }
 
-bool clWaveDecoder::ReadSound(std::span<uint8_t> bytes)
+size_t clWaveDecoder::ReadSound(std::span<uint8_t> bytes)
 {
-    return m_file.ReadAt(m_position, bytes) == bytes.size();
+    return m_file.ReadAt(m_position, bytes) == bytes.size() ? bytes.size() : 0;
 }
 
 bool clWaveDecoder::SetPosition(int64_t frame)

@@ -47,9 +47,8 @@ private:
     bool ReadCOMM(const STRIFFChunk& chunk);
     bool SeekToStart() override;
     bool Seek(int64_t position) override;
-    bool ReadSound(std::span<uint8_t> bytes) override;
+    size_t ReadSound(std::span<uint8_t> bytes) override;
     NTag CollectProps(const XStr& properties) const override;
-    XStr EncoderSettings() const;
     XStr ChunkList() const;
     void TraceTags(const NTag& tags) const;
 

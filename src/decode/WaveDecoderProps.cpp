@@ -19,7 +19,7 @@ NTag clWaveDecoder::CollectProps(const XStr& properties) const
     const int64_t frames = m_range.LengthBytes(wfx) / wfx.BlockAlign();
     NTag props;
     props.AddTag(PropertyName::kAudioQuality, AudioQualityText(wfx));
-    props.AddTag(PropertyName::kEncoderSettings, EncoderSettings());
+    props.AddTag(PropertyName::kEncoderSettings, EncoderSettingsText(m_common));
     props.AddTag(PropertyName::kChannelMapping, ChannelText(wfx));
     props.AddTag(PropertyName::kSampleCount, std::to_wstring(frames));
     props.AddTag(PropertyName::kRiffChunks, ChunkList());
@@ -27,14 +27,6 @@ NTag clWaveDecoder::CollectProps(const XStr& properties) const
     props.AddTag(PropertyName::kGapless, XStr(L"Yes"));
     props.AddTag(PropertyName::kWaveHeader, clAIFFHandler::RIFFChnkID2CHR(m_aiff.GetFormType()));
     return props;
-}
-
-XStr clWaveDecoder::EncoderSettings() const
-{
-    XStr text = clAIFFHandler::RIFFChnkID2CHR(m_common.compressionType);
-    if (!text.empty())
-        text += L" (" + m_common.compressionName + L")";
-    return text;
 }
 
 XStr clWaveDecoder::ChunkList() const

@@ -73,7 +73,8 @@ bool clDecoder::OpenInput(const wchar_t* name)
 bool clDecoder::InitializeDecoder()
 {
     if (m_stream.FromInterent())
-        return m_streamDecoder.Initialize(m_stream, m_report, m_rangeStart, m_rangeEnd);
+        return m_streamDecoder.Initialize(m_stream, m_report, m_rangeStart, m_rangeEnd,
+                                          m_streamMode);
     return m_fileDecoder.Initialize(m_stream.FileHandle(), m_report, m_rangeStart, m_rangeEnd);
 }
 

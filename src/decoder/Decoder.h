@@ -42,7 +42,8 @@ private:
     int64_t m_rangeStart = 0; // sample frames, for the next Open
     int64_t m_rangeEnd = QV_RANGE_TO_END;
     Durability m_durability = Durability::Flushed;
-    XStr m_answer1; // the texts that Get returned last
+    StreamMode m_streamMode = StreamMode::Plain; // for the next Open
+    XStr m_answer1;                              // the texts that Get returned last
     XStr m_answer2;
 };
 

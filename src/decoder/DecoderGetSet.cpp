@@ -59,6 +59,10 @@ bool clDecoder::Set(const wchar_t* key, const STQvCodecGetSet* getSet)
         m_rangeEnd = getSet->nValue2;
         return true;
     }
+    if (command == QV_KEY_EXACT_STREAMS && (getSet->nValue1 == 0 || getSet->nValue1 == 1)) {
+        m_streamMode = getSet->nValue1 == 0 ? StreamMode::Plain : StreamMode::Exact;
+        return true;
+    }
     if (command == QV_KEY_ID_TAGS)
         return m_fileDecoder.WriteIDTags(getSet->pText1, getSet->pData, getSet->nDataSize, m_report,
                                          m_durability);

@@ -181,16 +181,6 @@ private:
     std::thread m_acceptor;
 };
 
-// The bytes of a whole from one place on, or up to one.
-inline Bytes From(const Bytes& bytes, size_t first)
-{
-    return Bytes(bytes.begin() + static_cast<ptrdiff_t>(first), bytes.end());
-}
-inline Bytes Front(const Bytes& bytes, size_t size)
-{
-    return Bytes(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(size));
-}
-
 // An answer with these fields, each with its line end.
 inline Bytes Answer(const std::string& fields, const Bytes& body,
                     const std::string& status = "200 OK")

@@ -44,12 +44,18 @@ TEST_F(StreamTest, OfNginxEqualsTheFileWithAndWithoutRanges)
     const std::unique_ptr<const pid_t, decltype(stop)> stopper(&nginx, stop);
 
     const Bytes pcm = Noise(3000000);
-    const Bytes heard = Front(Heard(pcm, 24), 3000006); // whole frames
     dir.Write("a b%.aif", AiffBuilder().Comm(2, 24, 96000).Ssnd(pcm));
     const std::string url = "http://127.0.0.1:" + port;
     for (const std::string folder : {"/ranges/", "/plain/", "/zipped/", "/moved/"}) {
         SCOPED_TRACE(folder);
         Instance stream(plugin, report);
+        STQvCodecGetSet record = {};
+        record.nValue1 = 2;
+        EXPECT_EQ(plugin.Set(stream.handle, QV_KEY_EXACT_STREAMS, &record), 0);
+        record.nValue1 = folder == "/plain/" || folder == "/ranges/" ? 1 : 0;
+        EXPECT_EQ(plugin.Set(stream.handle, QV_KEY_EXACT_STREAMS, &record), 1);
+        const Bytes heard = record.nValue1 == 1 ? HostOrder(pcm, 24)
+                                                : Front(Heard(pcm, 24), 3000006); // whole frames
         int opened = 0;
         for (int i = 0; i < 200 && opened == 0; ++i) { // nginx takes a moment to start
             std::this_thread::sleep_for(std::chrono::milliseconds(i == 0 ? 0 : 25));

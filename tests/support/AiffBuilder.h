@@ -25,6 +25,16 @@ inline Bytes Join(std::initializer_list<Bytes> parts)
     return out;
 }
 
+// The bytes of a whole from one place on, or up to one.
+inline Bytes From(const Bytes& bytes, size_t first)
+{
+    return Bytes(bytes.begin() + static_cast<ptrdiff_t>(first), bytes.end());
+}
+inline Bytes Front(const Bytes& bytes, size_t size)
+{
+    return Bytes(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(size));
+}
+
 // The low `count` bytes of a value, big-endian.
 inline Bytes Big(uint64_t value, int count)
 {
