@@ -1,7 +1,6 @@
 // What aiffconv as a program does: convert, info, codecs, and what all commands refuse.
 
 #include "HostHarness.h"
-#include "http/ScriptServer.h"
 
 namespace
 {
@@ -166,33 +165,6 @@ TEST(Convert, ChoosesFormatAndNameOfTheOutput)
         place.Run("@ convert " + arguments);
         EXPECT_TRUE(place.Read(output).starts_with(begin)) << output;
     }
-}
-
-TEST(Convert, TakesStreamsUntilTheyEnd)
-{
-    const Workplace place;
-    const Bytes pcm = Noise(3 * 65536);
-    // A sound chunk of size 0 in an answer without a length has no known end. A stream's
-    // sound begins with the eight bytes before the samples.
-    const Bytes live = AiffBuilder().Comm(1, 16, 44100).Ssnd(pcm, 0).FormSize(0x7FFFFFFF);
-    ScriptServer server;
-    const std::string url = server.Serve(Answer("", live)) + "live.aiff";
-    place.Run("@ convert " + url + " -o out.wav && @ convert " + url +
-              " -o out.flac && @ convert " + url + " -o - >pipe.wav && @ convert " + url +
-              " -o part.wav --start 4f --end 1000f");
-    place.Write("same.aiff", Aiff(1, 16, Join({Bytes(8), pcm})));
-    std::vector<int32_t> samples = Values(place, "same.aiff");
-    samples.resize(pcm.size() / 2); // whole blocks; the rest ends within one
-    for (const char* name : {"out.wav", "out.flac", "pipe.wav"})
-        EXPECT_EQ(Values(place, name), samples) << name;
-    EXPECT_EQ(place.Read("pipe.wav").substr(4, 4), "\xFF\xFF\xFF\xFF");
-    EXPECT_EQ(place.Read("out.wav").substr(104), place.Read("pipe.wav").substr(104));
-    samples = {samples.begin() + 4, samples.begin() + 1000};
-    EXPECT_EQ(Values(place, "part.wav"), samples);
-    place.Run("@ info " + url, 0, "unknown");
-    EXPECT_TRUE(Json::parse(place.Run("@ info --json " + url).out)[0]["length"].is_null());
-    place.Run("@ convert " + server.Serve(Answer("", {}, "404 Gone")) + " -o none.wav", 1,
-              "error: 404");
 }
 
 TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)

@@ -103,8 +103,8 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path)
     return output.Commit();
 }
 
-// Never writes more than the expected bytes, which the header has promised. To a decoder,
-// the end of a stream of unknown length is a failure to read on.
+// Never writes more than the expected bytes, which the header has promised. What came of a
+// stream before it broke off is kept.
 Problem FileConversion::WriteAudio(DecoderSession& session, AudioWriter& writer)
 {
     const bool unknown = m_expected == kUnknownLength;
@@ -118,8 +118,8 @@ Problem FileConversion::WriteAudio(DecoderSession& session, AudioWriter& writer)
         m_written += std::ssize(pcm);
         ShowProgress();
     }
-    const bool ended = step == DecoderSession::Step::End || (unknown && m_written > 0);
-    return ended ? Problem() : FailureReason(session);
+    m_break = step == DecoderSession::Step::End ? Problem() : FailureReason(session);
+    return session.Source().IsStream() ? Problem() : m_break;
 }
 
 void FileConversion::ShowProgress() const
@@ -136,10 +136,10 @@ FileResult FileConversion::SumUp(const DecoderSession& session) const
     result.outcome = ConvertOutcome::Converted;
     result.frames = m_written / std::max<int64_t>(m_format.nBlockAlign, 1);
     result.seconds = static_cast<double>(result.frames) / m_format.nSamplesPerSec;
-    if (m_expected == kUnknownLength)
-        return result;
-    const Problem damage =
-        m_written == m_expected ? DamageWarning(session) : "ends before its sound data is complete";
+    const bool isShort = m_expected != kUnknownLength && m_written != m_expected;
+    const Problem damage = m_break   ? m_break
+                           : isShort ? Problem("ends before its sound data is complete")
+                                     : DamageWarning(session);
     if (!damage)
         return result;
     const int64_t bytesPerSecond = std::max<int64_t>(m_format.nAvgBytesPerSec, 1);

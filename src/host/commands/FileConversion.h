@@ -53,6 +53,7 @@ private:
     STQvWaveFormat m_format{};
     int64_t m_expected = 0; // bytes of PCM, or kUnknownLength
     int64_t m_written = 0;  // bytes of PCM
+    Problem m_break;        // why the decoder could not go on
 };
 
 } // namespace aiff::host

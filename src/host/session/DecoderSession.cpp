@@ -71,6 +71,11 @@ bool DecoderSession::OpenWith(const codecs::Decoder& decoder, uint32_t flags, Fr
         if (!m_instance.Set(QV_KEY_SET_DECODE_RANGE, values))
             return false;
     }
+    if (m_input->IsStream()) {
+        STQvCodecGetSet exact{};
+        exact.nValue1 = 1;
+        (void)m_instance.Set(QV_KEY_EXACT_STREAMS, exact); // others give samples only anyway
+    }
     m_record = STQvOpenDecoder{};
     m_record.pFileName = m_input->WidePath().c_str();
     m_record.nFlags = flags;

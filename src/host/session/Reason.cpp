@@ -48,6 +48,8 @@ constexpr Phrase kPhrases[] = {
      "first)"},
 };
 
+constexpr std::string_view kPartOfFrame = "Stream ends within a sample frame.";
+
 // What a decoder says about the connection of a stream.
 constexpr Phrase kStreamPhrases[] = {
     {"Cannot open stream: ", "cannot be opened: %"},
@@ -207,9 +209,12 @@ Problem DamageWarning(const DecoderSession& session)
 {
     if (AnyStartsWith(session.Errors(), kTooManyChunks))
         return "has so many chunks that the last ones, and tags among them, were left out";
+    if (AnyStartsWith(session.Information(), kPartOfFrame))
+        return "ends within a sample frame, which is left out";
     const bool suspicious = AnyStartsWith(session.Errors(), kChunkOutOfFile) ||
                             AnyStartsWith(session.Information(), kChunkOutOfForm);
-    if (!suspicious || !SoundIsLastChunk(session))
+    // A stream is read up to its sound only.
+    if (!suspicious || (!session.Source().IsStream() && !SoundIsLastChunk(session)))
         return {};
     return kSoundIsCut;
 }
