@@ -2,32 +2,33 @@
 #pragma once
 
 #include "support/AiffBuilder.h"
+#include "support/file/FileDescriptor.h"
 
 #include <arpa/inet.h>
 #include <atomic>
 #include <csignal>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <thread>
-#include <unistd.h>
-#include <utility>
 
 // A socket that listens at a free port of loopback; `address` becomes its place.
-inline int Listen(sockaddr_in& address, int queue)
+inline aiff::FileDescriptor Listen(sockaddr_in& address, int queue)
 {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    aiff::FileDescriptor socket(::socket(AF_INET, SOCK_STREAM, 0));
     socklen_t size = sizeof address;
     address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     auto* const any = reinterpret_cast<sockaddr*>(&address);
-    if (bind(fd, any, size) != 0 || listen(fd, queue) != 0 || getsockname(fd, any, &size) != 0)
+    if (bind(socket.Get(), any, size) != 0 || listen(socket.Get(), queue) != 0 ||
+        getsockname(socket.Get(), any, &size) != 0)
         throw std::runtime_error("cannot listen on loopback");
-    return fd;
+    return socket;
 }
 
 // The byte that a request for a range begins at; -1 when it is for everything.
@@ -41,22 +42,17 @@ inline long FirstByteOf(const std::string& request)
 class Peer
 {
 public:
-    Peer(int fd, const std::atomic<bool>& stop) : m_fd(fd), m_stop(stop) {}
-    ~Peer()
+    Peer(int fd, const std::atomic<bool>& stop) : m_socket(fd), m_stop(stop)
     {
-        if (m_fd < 0)
-            return;
-        shutdown(m_fd, SHUT_WR); // closing with unread input would reset the connection
-        Stall();
-        close(m_fd);
-    }
-
-    // Whether a whole request has come.
-    bool HasRequest()
-    {
+        const int on = 1; // pieces go out one by one
+        setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         while (request.find("\r\n\r\n") == std::string::npos && Receive())
             ;
-        return request.ends_with("\r\n\r\n");
+    }
+    ~Peer()
+    {
+        shutdown(m_socket.Get(), SHUT_WR); // closing with unread input would reset the connection
+        Stall();
     }
     std::string Target() const { return request.substr(4, request.find(' ', 4) - 4); }
     long FirstByte() const { return FirstByteOf(request); }
@@ -64,12 +60,11 @@ public:
     // Sends until the client has gone; with `piece` given, in pieces of that size.
     Peer& Send(const Bytes& bytes, size_t piece = SIZE_MAX)
     {
-        const int on = 1;
-        setsockopt(m_fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         ssize_t count = 0;
         for (size_t sent = 0; sent < bytes.size() && !m_stop && count >= 0;
              sent += static_cast<size_t>(count))
-            count = send(m_fd, &bytes[sent], std::min(piece, bytes.size() - sent), MSG_NOSIGNAL);
+            count = send(m_socket.Get(), &bytes[sent], std::min(piece, bytes.size() - sent),
+                         MSG_NOSIGNAL);
         return *this;
     }
 
@@ -84,8 +79,8 @@ public:
     void Reset()
     {
         const linger abort = {1, 0};
-        setsockopt(m_fd, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-        close(std::exchange(m_fd, -1));
+        setsockopt(m_socket.Get(), SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+        m_socket = aiff::FileDescriptor();
     }
 
     std::string request;
@@ -94,15 +89,15 @@ private:
     bool Receive()
     {
         char part[4096];
-        pollfd one = {m_fd, POLLIN, 0};
-        while (!m_stop && poll(&one, 1, 10) <= 0)
+        pollfd one = {m_socket.Get(), POLLIN, 0};
+        while (!m_stop && one.fd >= 0 && poll(&one, 1, 10) == 0)
             ;
-        const ssize_t count = m_stop ? 0 : recv(m_fd, part, sizeof part, 0);
+        const ssize_t count = m_stop ? 0 : recv(one.fd, part, sizeof part, 0);
         request.append(part, static_cast<size_t>(std::max<ssize_t>(count, 0)));
         return count > 0;
     }
 
-    int m_fd;
+    aiff::FileDescriptor m_socket;
     const std::atomic<bool>& m_stop;
 };
 
@@ -117,27 +112,19 @@ inline Handler Sends(const Bytes& answer, size_t piece = SIZE_MAX)
 class ScriptServer
 {
 public:
-    ScriptServer() : m_acceptor([this] { Accept(); }) {}
-    ~ScriptServer()
-    {
-        m_stop = true;
-        m_acceptor.join();
-        for (std::thread& thread : m_threads)
-            thread.join();
-        close(m_listener);
-    }
+    ~ScriptServer() { m_stop = true; }
 
     // The address below which the handler answers from now on.
-    std::string Serve(const Bytes& answer, const std::string& host = "127.0.0.1")
-    {
-        return Serve(Sends(answer), host);
-    }
     std::string Serve(Handler handler, const std::string& host = "127.0.0.1")
     {
         const std::scoped_lock lock(m_mutex);
         m_handlers.push_back(std::move(handler));
         return "http://" + host + ":" + std::to_string(Port()) + "/" +
                std::to_string(m_handlers.size() - 1) + "/";
+    }
+    std::string Serve(const Bytes& answer, const std::string& host = "127.0.0.1")
+    {
+        return Serve(Sends(answer), host);
     }
     uint16_t Port() const { return ntohs(m_place.sin_port); }
     std::vector<std::string> Requests() const
@@ -149,36 +136,34 @@ public:
 private:
     void Accept()
     {
-        for (pollfd one = {m_listener, POLLIN, 0}; !m_stop;) {
-            const int fd = poll(&one, 1, 10) > 0 ? accept(m_listener, nullptr, nullptr) : -1;
-            if (fd >= 0)
-                m_threads.emplace_back([this, fd] { Talk(fd); });
-        }
-    }
-
-    void Talk(int fd)
-    {
         sigset_t all; // signals are for the threads that decode
         sigfillset(&all);
         pthread_sigmask(SIG_BLOCK, &all, nullptr);
-        Peer peer(fd, m_stop);
-        if (!peer.HasRequest())
-            return;
-        std::unique_lock lock(m_mutex);
+        for (pollfd one = {m_listener.Get(), POLLIN, 0}; !m_stop;)
+            if (poll(&one, 1, 10) > 0)
+                m_talks.push_back(
+                    std::async(std::launch::async, [this, fd = accept(one.fd, {}, {})] {
+                        Peer peer(fd, m_stop);
+                        if (peer.request.ends_with("\r\n\r\n"))
+                            HandlerFor(peer)(peer);
+                    }));
+    }
+    Handler HandlerFor(const Peer& peer)
+    {
+        const std::scoped_lock lock(m_mutex);
         m_requests.push_back(peer.request);
-        const Handler handler = m_handlers.at(std::stoul(peer.Target().substr(1)));
-        lock.unlock();
-        handler(peer);
+        return m_handlers.at(std::stoul(peer.Target().substr(1)));
     }
 
+    // The threads end before what they use, the acceptor first.
     sockaddr_in m_place;
-    int m_listener = Listen(m_place, 64);
+    const aiff::FileDescriptor m_listener = Listen(m_place, 64);
     std::atomic<bool> m_stop = false;
     mutable std::mutex m_mutex; // guards the next two
     std::vector<Handler> m_handlers;
     std::vector<std::string> m_requests;
-    std::vector<std::thread> m_threads;
-    std::thread m_acceptor;
+    std::vector<std::future<void>> m_talks;
+    const std::future<void> m_acceptor = std::async(std::launch::async, [this] { Accept(); });
 };
 
 // An answer with these fields, each with its line end.
