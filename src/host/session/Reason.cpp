@@ -44,8 +44,7 @@ constexpr Phrase kPhrases[] = {
     {"Error unknown Chunk too large for streaming.",
      "has a chunk before its sound that a stream cannot skip"},
     {"Error wave file has no COMM format chunk.",
-     "has its audio format after the sound, which a stream cannot use (download the file "
-     "first)"},
+     "has its audio format after the sound, which a stream cannot use"},
 };
 
 constexpr std::string_view kPartOfFrame = "Stream ends within a sample frame.";
