@@ -213,7 +213,7 @@ TEST_F(FileTest, ChangesByOthersAreNeverLost)
         {"touches", [&] { std::filesystem::last_write_time(path, {}); }},
         {"protects", [&] { chmod(path.c_str(), 0400); }},
         {"removes", [&] { unlink(path.c_str()); }}};
-    for (const Layout& layout : {first}) {
+    for (const Layout& layout : {first, last}) {
         int32_t result = 0;
         const auto editMeddled = [&](size_t call) { // the name of the call
             chmod(File(layout.file).c_str(), 0600);
@@ -255,7 +255,10 @@ TEST_F(FileTest, ChangesByOthersAreNeverLost)
                         "");
                 else
                     EXPECT_TRUE(!left || ReadFile(path) == *left);
-                EXPECT_TRUE(result == 0 || std::cmp_less_equal(call, firstRead));
+                // A touch between a write and the look at its times passes for the write.
+                const bool passes =
+                    calls[call] == "fstat" && (what == "touches"s || what == "protects"s);
+                EXPECT_TRUE(result == 0 || passes || std::cmp_less_equal(call, firstRead));
                 EXPECT_EQ(result == 0, error.find("changed by another program") != error.npos ||
                                            error.find("Error opening file") != error.npos);
             }

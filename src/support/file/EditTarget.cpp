@@ -3,6 +3,7 @@
 #include "support/file/SystemError.h"
 #include "support/text/XStr.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -63,6 +64,13 @@ std::error_code EditTarget::NoteState()
         return LastSystemError();
     m_state = StateOf(status);
     return {};
+}
+
+std::error_code EditTarget::NoteWrite(int64_t end)
+{
+    const int64_t size = std::max(m_state.size, end);
+    const std::error_code error = NoteState();
+    return !error && m_state.size != size ? kChangedMeanwhile : error;
 }
 
 std::error_code EditTarget::CheckUnchanged() const

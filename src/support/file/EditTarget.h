@@ -32,9 +32,10 @@ public:
     // some file systems).
     [[nodiscard]] std::error_code CheckUnchanged() const;
 
-    // Notes the file's present size and times as those to expect. Open does; whoever writes
-    // to the file does so again after each write.
-    [[nodiscard]] std::error_code NoteState();
+    // Notes the size and times that the file has after a write of our own up to position `end`,
+    // as those to expect. Fails with kChangedMeanwhile when that write alone would have left
+    // another size.
+    [[nodiscard]] std::error_code NoteWrite(int64_t end);
 
     // How many names the opened file has although the path leads to another file by now: those
     // that still show the old content after a replacement. 0 without one.
@@ -44,6 +45,8 @@ public:
     const std::string& Path() const { return m_path; }
 
 private:
+    std::error_code NoteState();
+
     std::shared_ptr<DiskFile> m_file;
     std::string m_path;
     FileState m_state;

@@ -68,14 +68,17 @@ EditResult InPlaceWriter::Finish(int64_t size)
 
 std::error_code InPlaceWriter::Carry(const InPlaceStep& step, Flush flush)
 {
-    std::error_code error = m_target.CheckUnchanged();
-    if (!error && step.kind == InPlaceStep::Kind::Switch)
+    std::error_code error;
+    if (step.kind == InPlaceStep::Kind::Switch)
         error = Remember(step);
     if (!error)
-        error = Write(step);
+        error = m_target.CheckUnchanged();
     if (!error)
-        error = Barrier(flush);
-    return error ? error : m_target.NoteState();
+        error = Write(step);
+    // Before the barrier, which takes its time: what others do meanwhile must show.
+    if (!error)
+        error = m_target.NoteWrite(step.position + static_cast<int64_t>(SizeOf(step)));
+    return error ? error : Barrier(flush);
 }
 
 std::error_code InPlaceWriter::Remember(const InPlaceStep& step)
