@@ -108,7 +108,7 @@ TEST_F(TraceTest, EveryStepOfAnEditIsShown)
                                   "Ok|}InternalReadTags{}" + steps + "}}";
         const char* const call =
             edit.kind == Edit::Set ? "IDTags  [Set]|WriteIDTags{" : "DeleteATag{";
-        EXPECT_EQ(report.Take(kDebug), TraceLines(call + lines, 1));
+        EXPECT_EQ(report.Take(kDebug), TraceLines("Durable Edits  [Set]|"s + call + lines, 1));
     }
 }
 

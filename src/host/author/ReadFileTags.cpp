@@ -62,6 +62,8 @@ std::optional<FileTags> ReadFileTags(const Input& input)
         return std::nullopt;
     FileTags tags;
     ReadItems(aiff, tags);
+    if (!aiff.CheckComplete()) // where the form ends is not known
+        return tags;
     const TrailingBytes trailing = ReadTrailingBytes(aiff, aiff.GetFormEnd());
     for (const std::string& kind : trailing.tags)
         tags.hidden.push_back("has " + kind + " after the end of its form, which is not read");
