@@ -79,6 +79,7 @@ FileResult FileEncoding::SumUp() const
     FileResult result;
     const STQvWaveFormat format = m_source->Format();
     result.outcome = ConvertOutcome::Converted;
+    result.notes = m_source->Notes();
     result.frames = m_source->SampleBytes(m_written) / format.nBlockAlign;
     const uint32_t rate = std::max<uint32_t>(format.nSamplesPerSec, 1);
     result.seconds = static_cast<double>(result.frames) / rate;

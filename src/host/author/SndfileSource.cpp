@@ -76,10 +76,11 @@ Problem SndfileSource::Open(const std::string& path)
 
 Problem SndfileSource::ListChunks(clPassAIFFChunks& chunks)
 {
-    const Result<std::vector<uint8_t>> read = ReadSourceTag(m_path);
+    const Result<SourceTags> read = ReadSourceTags(m_path, m_file.get());
     if (!read)
         return read.Why();
-    const std::vector<uint8_t>& tag = *read;
+    const std::vector<uint8_t>& tag = read->id3v2;
+    m_notes = read->notes;
     chunks.AddInternal(FourCC(kChunkCommon), nullptr, 0, false);
     chunks.AddInternal(FourCC(kChunkSound), nullptr, 0, false);
     if (!tag.empty())

@@ -6,6 +6,7 @@
 #include "qvcodec.h"
 #include "support/XMem.h"
 
+#include <string>
 #include <vector>
 
 namespace aiff::host
@@ -38,6 +39,9 @@ public:
     // none at the end. False when reading fails.
     [[nodiscard]] virtual bool Read(XMem& block) = 0;
 
+    // Sentences for people about what the listed chunks do not have of the source.
+    const std::vector<std::string>& Notes() const { return m_notes; }
+
     // After the end: what the source seems to have lost.
     virtual Problem Damage() const { return {}; }
 
@@ -49,6 +53,7 @@ protected:
 
     STQvWaveFormat m_format{};
     ExactFields m_exact;
+    std::vector<std::string> m_notes;
     int64_t m_expected = -1;
     int64_t m_offset = 0;
 };

@@ -1,15 +1,14 @@
 #include "host/author/SourceTags.h"
 
-#include "host/writers/PictureKinds.h"
-#include "host/writers/TagNames.h"
+#include "host/author/ChunkText.h"
+#include "host/author/MakeOneTag.h"
+#include "host/author/WavTags.h"
+#include "host/writers/MakeId3.h"
+#include "host/writers/ReadId3.h"
 #include "tags/TagFields.h"
-#include "tags/TagUpdate.h"
-#include "tags/id3parser/text/CodePages.h"
 
 #include <fileref.h>
 #include <flacfile.h>
-#include <tpropertymap.h>
-#include <wavfile.h>
 #include <xiphcomment.h>
 
 namespace aiff::host
@@ -17,127 +16,124 @@ namespace aiff::host
 namespace
 {
 
-XStr Wide(const TagLib::String& text)
+constexpr char kTooLarge[] = "has tags that are too large for an ID3v2 tag";
+
+// Takes what an INFO list says beyond the tag into the tag.
+Problem AddInfo(const TagLib::PropertyMap& info, SourceTags& source)
 {
-    return id3parser::conv::Utf8ToText(text.to8Bit(true));
+    if (source.id3v2.size() > kMostTagBytes)
+        return kTooLarge;
+    const TagContent content = ReadId3(source.id3v2);
+    TagContent more;
+    for (const auto& [property, values] : info)
+        if (!content.texts.contains(property))
+            more.Add(property, values);
+    const Result<std::vector<uint8_t>> added = MakeId3(more);
+    if (!added || added->empty())
+        return added.Why();
+    const std::span<const uint8_t> tags[] = {source.id3v2, *added};
+    std::vector<uint8_t> tag;
+    if (!MakeOneTag(tags, {}, tag))
+        return kTooLarge;
+    source.id3v2 = std::move(tag);
+    const TagContent both = ReadId3(source.id3v2);
+    std::set<std::string> lost;
+    for (const auto& [property, values] : more.texts)
+        if (!both.texts.contains(property))
+            lost.insert(Utf8Of(property));
+    if (!lost.empty())
+        source.notes.push_back("has texts in its INFO list for which its ID3v2 tag has no room, "
+                               "which are left out: " +
+                               Enumerated(lost));
+    return {};
 }
 
-// The field of a property that TagLib has read; the property's own name when there is none.
-XStr FieldOf(const TagLib::String& property)
+Result<SourceTags> TagsOfWav(WavTags wav)
 {
-    const TagNames* names = FindVorbisName(property.to8Bit(true));
-    return names != nullptr ? XStr(names->field.begin(), names->field.end()) : Wide(property);
-}
-
-// "3" and a total of "12" become "3/12".
-void JoinTotals(TagLib::PropertyMap& properties, const TagNames& names)
-{
-    const std::string number(names.vorbis);
-    for (const std::string_view name : names.totals) {
-        const std::string total(name);
-        if (!properties.contains(total))
-            continue;
-        TagLib::StringList& numbers = properties[number];
-        const TagLib::StringList& counts = properties[total];
-        if (numbers.size() == 1 && counts.size() == 1 && numbers.front().find("/") < 0)
-            numbers.front() += "/" + counts.front();
-        properties.erase(total);
-    }
-}
-
-void AddProperties(TagLib::PropertyMap properties, NTag& list)
-{
-    for (const TagNames& names : AllTagNames()) {
-        if (names.HasTotal())
-            JoinTotals(properties, names);
-    }
-    for (const auto& [property, values] : properties) {
-        XStr text;
-        for (const TagLib::String& value : values)
-            text += (text.empty() ? L"" : L"\r") + Wide(value);
-        const XStr field = FieldOf(property);
-        const bool taken = list.FindElement(field) != nullptr;
-        if (!text.empty())
-            list.AddTag(taken ? Wide(property) : field, text);
-    }
-}
-
-void AddPictures(const TagLib::List<TagLib::FLAC::Picture*>& pictures, NTag& list)
-{
-    int index = 0;
-    for (const TagLib::FLAC::Picture* picture : pictures) {
-        const PictureKind& kind = PictureKindOfType(static_cast<unsigned>(picture->type()));
-        const std::string name =
-            PictureItemName(++index, kind, picture->description().to8Bit(true));
-        const TagLib::ByteVector data = picture->data();
-        list.AddTag(id3parser::conv::Utf8ToText(name), data.data(), data.size());
-    }
-}
-
-// Gives access to the ID3v2 tag of a WAV file as it is.
-class WavChunks : public TagLib::RIFF::WAV::File
-{
-public:
-    using File::File;
-
-    TagLib::ByteVector OwnTag()
-    {
-        for (unsigned i = 0; i < chunkCount(); ++i) {
-            if (chunkName(i) == "ID3 " || chunkName(i) == "id3 ")
-                return chunkData(i);
-        }
-        return {};
-    }
-};
-
-// Empty when there is none.
-std::vector<uint8_t> OwnWavTag(const std::string& path)
-{
-    WavChunks wav(path.c_str(), false);
-    if (!wav.isValid() || !wav.hasID3v2Tag())
-        return {};
-    const TagLib::ByteVector data = wav.OwnTag();
-    std::vector<uint8_t> tag(data.begin(), data.end());
-    NTag readable;
-    if (!ReadTagList(tag, readable))
-        return {};
-    return tag;
-}
-
-NTag ReadList(const std::string& path)
-{
+    SourceTags source;
+    source.id3v2 = std::move(wav.id3v2);
+    if (!wav.others.empty())
+        source.notes.push_back("has chunks that only WAV files hold, which are left out: " +
+                               Enumerated(wav.others));
     NTag list;
+    if (source.id3v2.empty() || ReadTagList(source.id3v2, list)) {
+        if (Problem problem = AddInfo(wav.info, source))
+            return problem;
+        return source;
+    }
+    source.notes.emplace_back("has an ID3v2 tag that cannot be read, which is passed on as it is");
+    if (!wav.info.isEmpty())
+        source.notes.emplace_back("has an INFO list beside it, which is left out");
+    return source;
+}
+
+void AddPictures(const TagLib::List<TagLib::FLAC::Picture*>& pictures, TagContent& content)
+{
+    for (const TagLib::FLAC::Picture* picture : pictures)
+        content.pictures.push_back({static_cast<unsigned>(picture->type()), picture->mimeType(),
+                                    picture->description(), picture->data()});
+}
+
+// False when TagLib does not know the format.
+bool ReadContent(const std::string& path, TagContent& content)
+{
     const TagLib::FileRef file(path.c_str(), false);
     if (file.isNull() || file.tag() == nullptr)
-        return list;
-    AddProperties(file.file()->properties(), list);
-    if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file.file()))
-        AddPictures(flac->pictureList(), list);
-    else if (auto* comment = dynamic_cast<TagLib::Ogg::XiphComment*>(file.tag()))
-        AddPictures(comment->pictureList(), list);
-    return list;
+        return false;
+    const TagLib::PropertyMap properties = file.file()->properties();
+    content.AddMissing(properties);
+    for (const TagLib::String& name : properties.unsupportedData())
+        content.leftOut.insert(Utf8Of(name));
+    if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file.file())) {
+        AddPictures(flac->pictureList(), content);
+        if (flac->hasID3v2Tag())
+            content.leftOut.insert("an ID3v2 tag");
+    } else if (auto* comment = dynamic_cast<TagLib::Ogg::XiphComment*>(file.tag())) {
+        AddPictures(comment->pictureList(), content);
+    }
+    return true;
+}
+
+// The texts of CAF, AU, Wave64 and other files.
+void ReadStrings(SNDFILE* file, TagContent& content)
+{
+    static constexpr std::pair<int, const char*> kStrings[] = {
+        {SF_STR_ALBUM, "ALBUM"},     {SF_STR_ARTIST, "ARTIST"},
+        {SF_STR_COMMENT, "COMMENT"}, {SF_STR_COPYRIGHT, "COPYRIGHT"},
+        {SF_STR_DATE, "DATE"},       {SF_STR_GENRE, "GENRE"},
+        {SF_STR_LICENSE, "LICENSE"}, {SF_STR_SOFTWARE, "ENCODING"},
+        {SF_STR_TITLE, "TITLE"},     {SF_STR_TRACKNUMBER, "TRACKNUMBER"}};
+    for (const auto& [kind, property] : kStrings) {
+        const char* const text = sf_get_string(file, kind);
+        if (text == nullptr)
+            continue;
+        const std::string_view bytes = text;
+        for (const std::string& value : ChunkTexts(
+                 {reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}, OldText::Riff))
+            content.Add(property, TagText(value));
+    }
 }
 
 } // namespace
 
-Result<std::vector<uint8_t>> ReadSourceTag(const std::string& path)
+Result<SourceTags> ReadSourceTags(const std::string& path, SNDFILE* file)
 {
-    std::vector<uint8_t> tag = OwnWavTag(path);
-    if (!tag.empty())
-        return tag;
-    const NTag list = ReadList(path);
-    if (list.Count() == 0)
-        return tag;
-    // Only version 2.4 keeps several values of a field apart and knows full dates.
-    TagOptions options;
-    options.SetOption(ID3v2Option::kWriteV24);
-    options.SetOption(ID3v2Option::kEncodeUTF8);
-    options.SetOption(ID3v2Option::kFullDateInYear);
-    TagUpdate update(options, {});
-    update.Apply(list, TagUpdate::Task::Set);
-    if (!update.Write(0, 0, 2, tag))
-        return Problem("has tags that are too large for an ID3v2 tag");
-    return tag;
+    WavTags wav = ReadWavTags(path);
+    if (wav.isWav)
+        return TagsOfWav(std::move(wav));
+    TagContent content;
+    if (!ReadContent(path, content))
+        ReadStrings(file, content);
+    SourceTags source;
+    if (!content.leftOut.empty())
+        source.notes.push_back(
+            "has tag content that an ID3v2 tag cannot hold, which is left out: " +
+            Enumerated(content.leftOut));
+    Result<std::vector<uint8_t>> tag = MakeId3(std::move(content));
+    if (!tag)
+        return tag.Why();
+    source.id3v2 = std::move(*tag);
+    return source;
 }
 
 } // namespace aiff::host

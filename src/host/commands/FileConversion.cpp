@@ -1,5 +1,6 @@
 #include "host/commands/FileConversion.h"
 
+#include "host/author/ReadCarriedTags.h"
 #include "host/session/Reason.h"
 
 #include <algorithm>
@@ -92,7 +93,8 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path)
     const bool reserve = m_options.format == AudioFormat::Wav && !session.Source().IsStream();
     if (Problem problem = reserve ? output.Reserve(m_expected) : Problem())
         return problem;
-    const std::vector<TagItem> tags = session.Tags();
+    const CarriedTags tags =
+        m_options.tags ? ReadCarriedTags(session.Source(), session.Tags()) : CarriedTags();
     const std::unique_ptr<AudioWriter> writer = MakeAudioWriter(m_options.format, output, tags);
     if (Problem problem = writer->Begin(m_format, m_expected))
         return problem;
@@ -100,6 +102,7 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path)
         return problem;
     if (Problem problem = writer->End())
         return problem;
+    m_notes = writer->Notes();
     return output.Commit();
 }
 
@@ -134,6 +137,7 @@ FileResult FileConversion::SumUp(const DecoderSession& session) const
 {
     FileResult result;
     result.outcome = ConvertOutcome::Converted;
+    result.notes = m_notes;
     result.frames = m_written / std::max<int64_t>(m_format.nBlockAlign, 1);
     result.seconds = static_cast<double>(result.frames) / m_format.nSamplesPerSec;
     const bool isShort = m_expected != kUnknownLength && m_written != m_expected;

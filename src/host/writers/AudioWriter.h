@@ -2,10 +2,11 @@
 #pragma once
 
 #include "host/batch/OutputFile.h"
-#include "host/session/TagBlob.h"
+#include "host/writers/CarriedTags.h"
 #include "host/writers/WavHeader.h"
 
 #include <span>
+#include <string>
 #include <vector>
 
 namespace aiff::host
@@ -26,14 +27,15 @@ public:
     // Completes the file and corrects what its header says about the length.
     virtual Problem End() = 0;
 
+    // After the end: sentences for people about what the file cannot hold.
+    const std::vector<std::string>& Notes() const { return m_notes; }
+
 protected:
-    AudioWriter(OutputFile& output, const std::vector<TagItem>& tags)
-        : m_output(output), m_tags(tags)
-    {
-    }
+    AudioWriter(OutputFile& output, const CarriedTags& tags) : m_output(output), m_tags(tags) {}
 
     OutputFile& m_output;
-    const std::vector<TagItem>& m_tags;
+    const CarriedTags& m_tags;
+    std::vector<std::string> m_notes;
 };
 
 } // namespace aiff::host

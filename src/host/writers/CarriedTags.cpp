@@ -1,21 +1,11 @@
 #include "host/writers/CarriedTags.h"
 
-#include "host/writers/PictureKinds.h"
+#include "host/writers/ReadId3.h"
 #include "host/writers/TagNames.h"
-#include "support/Rating.h"
-#include "support/text/Ascii.h"
 
 #include <algorithm>
-#include <attachedpictureframe.h>
-#include <charconv>
-#include <commentsframe.h>
 #include <flacpicture.h>
-#include <id3v2tag.h>
 #include <infotag.h>
-#include <popularimeterframe.h>
-#include <textidentificationframe.h>
-#include <unsynchronizedlyricsframe.h>
-#include <urllinkframe.h>
 #include <xiphcomment.h>
 
 namespace aiff::host
@@ -24,27 +14,16 @@ namespace
 {
 
 using TagLib::ByteVector;
+using TagLib::PropertyMap;
 using TagLib::String;
 using TagLib::StringList;
-namespace ID3v2 = TagLib::ID3v2;
 
-constexpr auto kUtf8 = String::UTF8;
+// The size of a FLAC block has 24 bits.
+constexpr size_t kMostBlockSize = (size_t{1} << 24) - 1;
 
-// The size of an ID3v2 tag has 28 bits, that of a FLAC block 24.
-constexpr size_t kMaxId3Size = (size_t{1} << 28) - 1;
-constexpr size_t kMaxBlockSize = (size_t{1} << 24) - 1;
-
-String Text(std::string_view utf8)
+void Append(std::vector<uint8_t>& bytes, const ByteVector& more)
 {
-    return String(std::string(utf8), kUtf8);
-}
-
-StringList Texts(const std::vector<std::string>& values)
-{
-    StringList list;
-    for (const std::string& value : values)
-        list.append(Text(value));
-    return list;
+    bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
 ByteVector Bytes(std::span<const uint8_t> bytes)
@@ -53,109 +32,16 @@ ByteVector Bytes(std::span<const uint8_t> bytes)
                       static_cast<unsigned>(bytes.size()));
 }
 
-void Append(std::vector<uint8_t>& bytes, const ByteVector& more)
+Result<TagContent> ReadContent(const CarriedTags& tags)
 {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
-bool IsField(const TagItem& item)
-{
-    return !item.IsInformation() && !item.name.starts_with('_');
-}
-
-// What follows "Comment " or "User defined URL link "; false for other fields.
-bool TakeDescription(const std::string& name, std::string_view field, std::string& description)
-{
-    const std::string_view whole = name;
-    if (!EqualNoCase(whole.substr(0, field.size()), field))
-        return false;
-    if (whole.size() > field.size() && whole[field.size()] != ' ')
-        return false;
-    description = whole.substr(std::min(field.size() + 1, whole.size()));
-    return true;
-}
-
-void AddComments(ID3v2::Tag& tag, const std::string& description, const TagItem& item)
-{
-    for (const std::string& value : item.Values()) {
-        auto* frame = new ID3v2::CommentsFrame(kUtf8); // the tag owns its frames
-        frame->setDescription(Text(description));
-        frame->setText(Text(value));
-        tag.addFrame(frame);
-    }
-}
-
-void AddUserUrls(ID3v2::Tag& tag, const std::string& description, const TagItem& item)
-{
-    for (const std::string& value : item.Values()) {
-        auto* frame = new ID3v2::UserUrlLinkFrame(kUtf8);
-        frame->setDescription(Text(description));
-        frame->setUrl(Text(value));
-        tag.addFrame(frame);
-    }
-}
-
-void AddUserText(ID3v2::Tag& tag, const TagItem& item)
-{
-    auto* frame = new ID3v2::UserTextIdentificationFrame(kUtf8);
-    frame->setDescription(Text(item.name));
-    frame->setText(Texts(item.Values()));
-    tag.addFrame(frame);
-}
-
-void AddRating(ID3v2::Tag& tag, const std::string& value)
-{
-    size_t rating = 0;
-    std::from_chars(value.data(), value.data() + value.size(), rating);
-    auto* frame = new ID3v2::PopularimeterFrame;
-    frame->setEmail(Text(POPM_User));
-    frame->setRating(POPM10_Table[std::min(rating, std::size(POPM10_Table) - 1)]);
-    tag.addFrame(frame);
-}
-
-void AddNamedFrame(ID3v2::Tag& tag, std::string_view id, const TagItem& item)
-{
-    const ByteVector code(id.data(), static_cast<unsigned>(id.size()));
-    if (id == "USLT") {
-        auto* frame = new ID3v2::UnsynchronizedLyricsFrame(kUtf8);
-        frame->setText(Text(item.value));
-        tag.addFrame(frame);
-    } else if (id == "POPM") {
-        AddRating(tag, item.value);
-    } else if (id.front() == 'W') {
-        auto* frame = new ID3v2::UrlLinkFrame(code);
-        frame->setUrl(Text(item.Values().front()));
-        tag.addFrame(frame);
-    } else {
-        auto* frame = new ID3v2::TextIdentificationFrame(code, kUtf8);
-        frame->setText(Texts(item.Values()));
-        tag.addFrame(frame);
-    }
-}
-
-void AddFieldFrame(ID3v2::Tag& tag, const TagItem& item)
-{
-    std::string description;
-    if (TakeDescription(item.name, kCommentField, description))
-        AddComments(tag, description, item);
-    else if (TakeDescription(item.name, kUserUrlField, description))
-        AddUserUrls(tag, description, item);
-    else if (const TagNames* names = FindTagNames(item.name); names != nullptr)
-        AddNamedFrame(tag, names->frame, item);
-    else
-        AddUserText(tag, item);
-}
-
-void AddPictureFrame(ID3v2::Tag& tag, const TagItem& item)
-{
-    auto* frame = new ID3v2::AttachedPictureFrame;
-    frame->setTextEncoding(kUtf8);
-    frame->setMimeType(PictureType(item.data));
-    const unsigned type = PictureKindOfRole(item.PictureRole()).type;
-    frame->setType(static_cast<ID3v2::AttachedPictureFrame::Type>(type));
-    frame->setDescription(Text(item.PictureDescription()));
-    frame->setPicture(Bytes(item.data));
-    tag.addFrame(frame);
+    if (tags.id3v2.size() > kMostTagBytes)
+        return Problem("has tags too large to be carried over (--no-tags leaves them out)");
+    TagContent content = tags.isReadable ? ReadId3(tags.id3v2) : TagContent();
+    PropertyMap others;
+    for (const auto& [property, text] : tags.texts)
+        others.insert(TagText(property), TagText(text));
+    content.AddMissing(others);
+    return content;
 }
 
 // Pads the data to an even size.
@@ -168,67 +54,71 @@ void AppendChunk(std::vector<uint8_t>& chunks, const char* id, const ByteVector&
         chunks.push_back(0);
 }
 
-ByteVector InfoList(const std::vector<TagItem>& tags)
+ByteVector InfoList(const PropertyMap& texts)
 {
     TagLib::RIFF::Info::Tag info;
-    for (const TagItem& item : tags) {
-        const TagNames* names = IsField(item) ? FindTagNames(item.name) : nullptr;
-        if (names != nullptr && !names->info.empty())
-            info.setFieldText(ByteVector(names->info.data(), 4),
-                              Texts(item.Values()).toString("; "));
+    for (const auto& [property, values] : texts) {
+        const std::string_view id = InfoOfProperty(Utf8Of(property));
+        if (!id.empty())
+            info.setFieldText(ByteVector(id.data(), 4), values.toString("; "));
     }
     return info.isEmpty() ? ByteVector() : info.render();
 }
 
-size_t DataSize(const std::vector<TagItem>& tags)
-{
-    size_t size = 0;
-    for (const TagItem& item : tags)
-        size += item.name.size() + item.value.size() + item.data.size();
-    return size;
-}
-
 // "3/12" is a number and a total, which Vorbis comments keep separately.
-void AddNumber(TagLib::Ogg::XiphComment& comment, const TagNames& names, const std::string& value)
+void SplitTotals(PropertyMap& texts)
 {
-    const size_t slash = value.find('/');
-    comment.addField(std::string(names.vorbis), Text(value.substr(0, slash)), false);
-    if (slash != std::string::npos)
-        comment.addField(std::string(names.totals.front()), Text(value.substr(slash + 1)), false);
+    for (const NumberedProperty& names : NumberedProperties()) {
+        const auto number = texts.find(TagText(names.number));
+        const String total = TagText(names.totals.front());
+        if (number == texts.end() || number->second.size() != 1 || texts.contains(total))
+            continue;
+        String& text = number->second.front();
+        const int slash = text.find("/");
+        if (slash <= 0 || slash + 1 == static_cast<int>(text.size()))
+            continue;
+        texts.insert(total, text.substr(static_cast<unsigned>(slash) + 1));
+        text = text.substr(0, static_cast<unsigned>(slash));
+    }
 }
 
-ByteVector CommentBlock(const std::vector<TagItem>& tags, std::span<const uint8_t> encoders)
+// The name of a Vorbis comment cannot hold every character.
+String CommentName(String name)
+{
+    for (wchar_t& c : name)
+        c = c < L' ' || c > L'}' || c == L'=' ? L'_' : c;
+    return name;
+}
+
+ByteVector CommentBlock(PropertyMap texts, std::span<const uint8_t> encoders,
+                        std::vector<std::string>& notes)
 {
     TagLib::Ogg::XiphComment comment(Bytes(encoders));
-    for (const TagItem& item : tags) {
-        if (!IsField(item))
-            continue;
-        const std::string field = VorbisName(item.name);
-        const TagNames* names = FindVorbisName(field);
-        if (names != nullptr && names->HasTotal()) {
-            AddNumber(comment, *names, item.value);
-            continue;
-        }
-        for (const std::string& value : item.Values())
-            comment.addField(field, Text(value), false);
+    SplitTotals(texts);
+    for (const auto& [property, values] : texts) {
+        const String name = CommentName(property);
+        if (name != property)
+            notes.push_back("has a field \"" + Utf8Of(property) +
+                            "\" that FLAC cannot name so; it is called \"" + Utf8Of(name) + "\"");
+        for (const String& value : values)
+            comment.addField(name, value, false);
     }
     return comment.render(false);
 }
 
-ByteVector PictureBlock(const TagItem& item)
+ByteVector PictureBlock(const TagPicture& source)
 {
     TagLib::FLAC::Picture picture;
-    const unsigned type = PictureKindOfRole(item.PictureRole()).type;
-    picture.setType(static_cast<TagLib::FLAC::Picture::Type>(type));
-    picture.setMimeType(PictureType(item.data));
-    picture.setDescription(Text(item.PictureDescription()));
-    picture.setData(Bytes(item.data));
+    picture.setType(static_cast<TagLib::FLAC::Picture::Type>(source.type));
+    picture.setMimeType(source.mimeType);
+    picture.setDescription(source.description);
+    picture.setData(source.data);
     return picture.render();
 }
 
 bool AppendBlock(std::vector<uint8_t>& blocks, uint8_t type, const ByteVector& data)
 {
-    if (data.size() > kMaxBlockSize)
+    if (data.size() > kMostBlockSize)
         return false;
     blocks.push_back(type);
     for (int shift = 16; shift >= 0; shift -= 8)
@@ -239,42 +129,41 @@ bool AppendBlock(std::vector<uint8_t>& blocks, uint8_t type, const ByteVector& d
 
 } // namespace
 
-Result<std::vector<uint8_t>> WavTagChunks(const std::vector<TagItem>& tags)
+Result<TagBytes> WavTagChunks(const CarriedTags& tags)
 {
-    if (DataSize(tags) > kMaxId3Size / 2)
-        return Problem("has tags too large to be carried over (--no-tags leaves them out)");
-    ID3v2::Tag tag;
-    for (const TagItem& item : tags) {
-        if (item.IsPicture())
-            AddPictureFrame(tag, item);
-        else if (IsField(item))
-            AddFieldFrame(tag, item);
-    }
-    std::vector<uint8_t> chunks;
-    if (tag.isEmpty())
-        return chunks;
-    const ByteVector info = InfoList(tags);
+    const Result<TagContent> content = ReadContent(tags);
+    if (!content)
+        return content.Why();
+    TagBytes chunks{{}, tags.notes};
+    const ByteVector info = InfoList(content->texts);
     if (!info.isEmpty())
-        AppendChunk(chunks, "LIST", info);
-    AppendChunk(chunks, "id3 ", tag.render(ID3v2::v4));
+        AppendChunk(chunks.bytes, "LIST", info);
+    if (!tags.id3v2.empty())
+        AppendChunk(chunks.bytes, "id3 ", Bytes(tags.id3v2));
     return chunks;
 }
 
-Result<std::vector<uint8_t>> FlacTagBlocks(const std::vector<TagItem>& tags,
-                                           std::span<const uint8_t> comment)
+Result<TagBytes> FlacTagBlocks(const CarriedTags& tags, std::span<const uint8_t> comment)
 {
-    std::vector<uint8_t> blocks;
+    const Result<TagContent> content = ReadContent(tags);
+    if (!content)
+        return content.Why();
+    TagBytes blocks{{}, tags.notes};
     size_t last = 0;
-    bool fits = AppendBlock(blocks, kCommentBlock, CommentBlock(tags, comment));
-    for (const TagItem& item : tags) {
-        if (!item.IsPicture())
-            continue;
-        last = blocks.size();
-        fits = fits && AppendBlock(blocks, kPictureBlock, PictureBlock(item));
+    bool fits = AppendBlock(blocks.bytes, kCommentBlock,
+                            CommentBlock(content->texts, comment, blocks.notes));
+    for (const TagPicture& picture : content->pictures) {
+        last = blocks.bytes.size();
+        fits = fits && AppendBlock(blocks.bytes, kPictureBlock, PictureBlock(picture));
     }
     if (!fits)
         return Problem("has tags too large for FLAC (--no-tags leaves them out)");
-    blocks[last] |= kLastBlock;
+    blocks.bytes[last] |= kLastBlock;
+    if (!content->leftOut.empty())
+        blocks.notes.push_back("has tag content that FLAC cannot hold, which is left out: " +
+                               Enumerated(content->leftOut));
+    if (!tags.isReadable)
+        blocks.notes.push_back("has an ID3v2 tag that cannot be read, which is left out");
     return blocks;
 }
 

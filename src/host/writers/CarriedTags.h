@@ -1,28 +1,47 @@
-// Tags and pictures in the form in which WAV and FLAC files hold them.
+// Tags and pictures of AIFF files in the form in which WAV and FLAC files hold them.
 #pragma once
 
 #include "host/base/Problem.h"
-#include "host/session/TagBlob.h"
 
 #include <cstdint>
 #include <span>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace aiff::host
 {
 
+// What an input has to say about its sound.
+struct CarriedTags {
+    // An ID3v2 tag, byte for byte; empty when there is none.
+    std::vector<uint8_t> id3v2;
+    // Whether decoders can read it. What they cannot read goes to WAV only.
+    bool isReadable = true;
+    // Texts outside the tag, in UTF-8, after the names that TagLib gives to properties, such
+    // as "TITLE". They serve where the tag has no text.
+    std::vector<std::pair<std::string, std::string>> texts;
+    // Sentences for people about what no output can hold.
+    std::vector<std::string> notes;
+};
+
+// The tags in an output, and sentences for people about what it cannot hold.
+struct TagBytes {
+    std::vector<uint8_t> bytes;
+    std::vector<std::string> notes;
+};
+
 // Tags that are larger than the file can hold are a problem.
 
-// The chunks that follow the samples of a WAV file: RIFF INFO and ID3v2.4. Empty when there
+// The chunks that follow the samples of a WAV file: RIFF INFO and the tag. Empty when there
 // are no tags.
-Result<std::vector<uint8_t>> WavTagChunks(const std::vector<TagItem>& tags);
+Result<TagBytes> WavTagChunks(const CarriedTags& tags);
 
 // The metadata blocks of a FLAC file, the last one marked as such: a Vorbis comment and the
 // pictures.
 //
 // comment  data of the encoder's own Vorbis comment, whose vendor is kept
-Result<std::vector<uint8_t>> FlacTagBlocks(const std::vector<TagItem>& tags,
-                                           std::span<const uint8_t> comment);
+Result<TagBytes> FlacTagBlocks(const CarriedTags& tags, std::span<const uint8_t> comment);
 
 // The type of a FLAC metadata block, and the flag of the last one.
 inline constexpr uint8_t kCommentBlock = 4;

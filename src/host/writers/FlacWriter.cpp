@@ -1,7 +1,5 @@
 #include "host/writers/FlacWriter.h"
 
-#include "host/writers/CarriedTags.h"
-
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -169,13 +167,14 @@ Problem FlacWriter::WriteMetadata(size_t commentStart, size_t commentEnd)
     m_inMetadata = false;
     const std::span<const uint8_t> all = m_metadata;
     const auto comment = all.subspan(commentStart, commentEnd - commentStart);
-    const Result<std::vector<uint8_t>> blocks = FlacTagBlocks(m_tags, comment);
-    if (!blocks)
-        return blocks.Why();
+    const Result<TagBytes> tags = FlacTagBlocks(m_tags, comment);
+    if (!tags)
+        return tags.Why();
+    m_notes = tags->notes;
     m_metadata[kMarkSize] &= static_cast<uint8_t>(~kLastBlock);
     if (Problem problem = m_output.Write(all.first(kStreamInfoEnd)))
         return problem;
-    return m_output.Write(*blocks);
+    return m_output.Write(tags->bytes);
 }
 
 } // namespace aiff::host

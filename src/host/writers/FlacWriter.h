@@ -14,7 +14,7 @@ namespace aiff::host
 class FlacWriter : public AudioWriter
 {
 public:
-    FlacWriter(OutputFile& output, const std::vector<TagItem>& tags) : AudioWriter(output, tags) {}
+    FlacWriter(OutputFile& output, const CarriedTags& tags) : AudioWriter(output, tags) {}
     FlacWriter(const FlacWriter&) = delete;
     FlacWriter& operator=(const FlacWriter&) = delete;
     ~FlacWriter() override;

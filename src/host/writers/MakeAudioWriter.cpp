@@ -7,7 +7,7 @@ namespace aiff::host
 {
 
 std::unique_ptr<AudioWriter> MakeAudioWriter(AudioFormat format, OutputFile& output,
-                                             const std::vector<TagItem>& tags)
+                                             const CarriedTags& tags)
 {
     if (format == AudioFormat::Flac)
         return std::make_unique<FlacWriter>(output, tags);

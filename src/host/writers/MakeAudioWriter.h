@@ -12,6 +12,6 @@ enum class AudioFormat { Wav, Flac };
 
 // The output, which is open, and the tags must outlive the writer.
 std::unique_ptr<AudioWriter> MakeAudioWriter(AudioFormat format, OutputFile& output,
-                                             const std::vector<TagItem>& tags);
+                                             const CarriedTags& tags);
 
 } // namespace aiff::host

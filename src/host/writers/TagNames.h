@@ -1,41 +1,50 @@
-// What the fields of a decoder's tags are called in the files that aiffconv writes and reads.
+// The names of text fields where TagLib's property map knows none, or has others.
+//
+// A field is known by the name of its property in TagLib, such as "ALBUMARTIST". Vorbis
+// comments have the same names.
 #pragma once
 
 #include <array>
 #include <span>
-#include <string>
 #include <string_view>
 
 namespace aiff::host
 {
 
-// The names of one field; empty where a format has none.
-struct TagNames {
-    std::string_view field;  // of a decoder's tags
-    std::string_view frame;  // ID3v2.4
-    std::string_view vorbis; // Vorbis comment
-    std::string_view info{}; // RIFF INFO
-    // Vorbis comments that mean the same.
-    std::array<std::string_view, 2> aliases{};
-    // Vorbis comments that hold the 12 of "3/12"; the first one is written.
-    std::array<std::string_view, 2> totals{};
+// The identifier of a property in RIFF INFO; empty when there is none.
+std::string_view InfoOfProperty(std::string_view property);
+// The property of a RIFF INFO identifier; empty when there is none.
+std::string_view PropertyOfInfo(std::string_view id);
 
-    bool HasTotal() const { return !totals.front().empty(); }
+// A property that other programs write under another name.
+struct PropertyAlias {
+    std::string_view alias;
+    std::string_view property;
 };
+std::span<const PropertyAlias> PropertyAliases();
 
-// Fields that a description may follow: "Comment Mood" is a comment described as "Mood".
-inline constexpr std::string_view kCommentField = "Comment";
-inline constexpr std::string_view kUserUrlField = "User defined URL link";
+// A property such as "3/12", whose total is a comment of its own in FLAC.
+struct NumberedProperty {
+    std::string_view number;
+    std::array<std::string_view, 2> totals; // the first one is written; the second may be empty
+};
+std::span<const NumberedProperty> NumberedProperties();
 
-std::span<const TagNames> AllTagNames();
+// A role in a TIPL frame that has a property.
+struct InvolvedRole {
+    std::string_view role; // in lower case but for "DJ-mix", as the frames have it
+    std::string_view property;
+};
+std::span<const InvolvedRole> InvolvedRoles();
 
-// Null for a field that has no row: other formats use its own name.
-const TagNames* FindTagNames(std::string_view field);
+// What comes before any other role in a TIPL frame, and before an instrument in a TMCL frame.
+inline constexpr std::string_view kInvolvedPrefix = "INVOLVEDPEOPLE:";
+inline constexpr std::string_view kPerformerPrefix = "PERFORMER:";
+// Those frames where they do not hold pairs of a role and a name.
+inline constexpr std::string_view kInvolvedPeople = "INVOLVEDPEOPLE";
+inline constexpr std::string_view kMusicianCredits = "MUSICIANCREDITS";
 
-// The row of a Vorbis comment or of an alias of it; null when there is none.
-const TagNames* FindVorbisName(std::string_view comment);
-
-// The Vorbis comment of any field: in capitals, "_" for what such a name cannot hold.
-std::string VorbisName(std::string_view field);
+inline constexpr std::string_view kRatingProperty = "RATING"; // 0 to 10
+inline constexpr std::string_view kCommercialUrl = "COMMERCIALINFORMATIONURL";
 
 } // namespace aiff::host

@@ -1,7 +1,5 @@
 #include "host/writers/WavWriter.h"
 
-#include "host/writers/CarriedTags.h"
-
 namespace aiff::host
 {
 namespace
@@ -17,12 +15,15 @@ Problem WavWriter::Begin(const STQvWaveFormat& format, int64_t pcmBytes)
     m_promised = pcmBytes;
     // No reader could find chunks after samples without a known end.
     const bool endless = pcmBytes == kUnknownLength && m_output.IsDirect();
-    if (!endless) {
-        Result<std::vector<uint8_t>> chunks = WavTagChunks(m_tags);
-        if (!chunks)
-            return chunks.Why();
-        m_tagChunks = std::move(*chunks);
-    }
+    Result<TagBytes> tags = WavTagChunks(m_tags);
+    if (!tags)
+        return tags.Why();
+    m_notes = std::move(tags->notes);
+    if (!endless)
+        m_tagChunks = std::move(tags->bytes);
+    else if (!tags->bytes.empty())
+        m_notes.emplace_back("has tags that a WAV file of unknown length cannot hold on standard "
+                             "output, which are left out");
     const Result<std::vector<uint8_t>> header =
         pcmBytes == kUnknownLength ? RoomyWavHeader(format, pcmBytes)
                                    : WavHeader(format, pcmBytes, std::ssize(m_tagChunks));

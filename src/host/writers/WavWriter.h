@@ -11,7 +11,7 @@ namespace aiff::host
 class WavWriter : public AudioWriter
 {
 public:
-    WavWriter(OutputFile& output, const std::vector<TagItem>& tags) : AudioWriter(output, tags) {}
+    WavWriter(OutputFile& output, const CarriedTags& tags) : AudioWriter(output, tags) {}
 
     Problem Begin(const STQvWaveFormat& format, int64_t pcmBytes) override;
     Problem Write(std::span<const uint8_t> pcm) override;

@@ -1,0 +1,144 @@
+#include "host/author/ReadCarriedTags.h"
+
+#include "aiff/AIFFHandler.h"
+#include "host/author/AiffForm.h"
+#include "host/author/ChunkText.h"
+#include "host/author/MakeOneTag.h"
+#include "support/file/DiskFile.h"
+#include "tags/TagFields.h"
+#include "tags/id3parser/text/CodePages.h"
+
+#include <algorithm>
+#include <set>
+
+namespace aiff::host
+{
+namespace
+{
+
+// The largest chunk that is carried. Larger tags fit no output.
+constexpr int64_t kMostChunkBytes = int64_t{1} << 28;
+
+struct TextChunk {
+    const char* code;
+    const char* property;
+};
+constexpr TextChunk kTextChunks[] = {
+    {"NAME", "TITLE"}, {"AUTH", "ARTIST"}, {"(c) ", "COPYRIGHT"}, {"ANNO", "COMMENT"}};
+
+// The form itself and what only fills it.
+constexpr const char* kNeededByAiffOnly[] = {"FVER", "FLLR", "PAD ", "JUNK"};
+
+class ChunkReader
+{
+public:
+    ChunkReader(const clAIFFHandler& aiff, CarriedTags& tags) : m_aiff(aiff), m_tags(tags) {}
+
+    void ReadAll();
+
+private:
+    void ReadTag(const STRIFFChunk& chunk);
+    void ReadOther(const STRIFFChunk& chunk);
+    bool ReadData(const STRIFFChunk& chunk, std::vector<uint8_t>& data) const;
+
+    const clAIFFHandler& m_aiff;
+    CarriedTags& m_tags;
+    int m_tagChunks = 0;
+    std::set<std::string> m_leftOut;
+};
+
+bool ChunkReader::ReadData(const STRIFFChunk& chunk, std::vector<uint8_t>& data) const
+{
+    if (chunk.nSize > kMostChunkBytes)
+        return false;
+    data.resize(static_cast<size_t>(chunk.nSize));
+    return m_aiff.ReadAt(chunk.FileDataPosition, data) == data.size();
+}
+
+// Decoders show the first tag that they can read.
+void ChunkReader::ReadTag(const STRIFFChunk& chunk)
+{
+    std::vector<uint8_t> data;
+    if (chunk.nSize == 0)
+        return;
+    ++m_tagChunks;
+    if (!ReadData(chunk, data)) {
+        m_leftOut.insert(CodeText(chunk.ID));
+        return;
+    }
+    NTag list;
+    const bool isReadable = ReadTagList(data, list);
+    if (!m_tags.id3v2.empty() && (m_tags.isReadable || !isReadable))
+        return;
+    const int64_t size = TagSizeFromHeader(data);
+    if (isReadable)
+        data.resize(std::min(data.size(), static_cast<size_t>(size)));
+    m_tags.id3v2 = std::move(data);
+    m_tags.isReadable = isReadable;
+}
+
+void ChunkReader::ReadOther(const STRIFFChunk& chunk)
+{
+    const auto is = [&chunk](const char* code) {
+        return clAIFFHandler::CompareID(chunk.ID, code, false);
+    };
+    const auto* const found = std::ranges::find_if(kTextChunks, is, &TextChunk::code);
+    std::vector<uint8_t> data;
+    if (found != std::end(kTextChunks) && ReadData(chunk, data)) {
+        for (std::string& text : ChunkTexts(data, OldText::Aiff))
+            m_tags.texts.emplace_back(found->property, std::move(text));
+    } else if (IsTextCode(chunk.ID) && std::ranges::none_of(kNeededByAiffOnly, is)) {
+        m_leftOut.insert(CodeText(chunk.ID));
+    }
+}
+
+void ChunkReader::ReadAll()
+{
+    for (int i = 0; i < m_aiff.Count(); ++i) {
+        const STRIFFChunk& chunk = *m_aiff.GetChunk(i);
+        if (clAIFFHandler::CompareID(chunk.ID, kChunkID3, true))
+            ReadTag(chunk);
+        else if (!IsCommonOrSound(chunk.ID))
+            ReadOther(chunk);
+    }
+    if (m_tagChunks > 1)
+        m_tags.notes.push_back("has " + std::to_string(m_tagChunks) +
+                               " ID3v2 tags; only the first is carried over");
+    std::string names;
+    for (const std::string& name : m_leftOut)
+        names += (names.empty() ? "" : ", ") + name;
+    if (!names.empty())
+        m_tags.notes.push_back("has chunks that only AIFF files hold, which are left out: " +
+                               names);
+}
+
+void MakeTag(const std::vector<TagItem>& items, CarriedTags& tags)
+{
+    NTag list;
+    for (const TagItem& item : items) {
+        const XStr name = id3parser::conv::Utf8ToText(item.name);
+        if (item.IsPicture())
+            list.AddTag(name, item.data.data(), item.data.size());
+        else if (!item.IsInformation())
+            list.AddTag(name, id3parser::conv::Utf8ToText(item.value));
+    }
+    if (list.Count() != 0 && !MakeOneTag({}, list, tags.id3v2))
+        tags.notes.emplace_back("has tags that are too large to be carried over");
+}
+
+} // namespace
+
+CarriedTags ReadCarriedTags(const Input& input, const std::vector<TagItem>& shown)
+{
+    CarriedTags tags;
+    std::error_code error;
+    clAIFFHandler aiff;
+    if (!input.IsStream() &&
+        aiff.Initialize(DiskFile::Open(input.Path(), DiskFile::Access::Read, error), {}))
+        ChunkReader(aiff, tags).ReadAll();
+    else
+        MakeTag(shown, tags);
+    return tags;
+}
+
+} // namespace aiff::host

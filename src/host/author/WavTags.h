@@ -1,0 +1,22 @@
+// What a WAV file holds besides its sound.
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <tpropertymap.h>
+#include <vector>
+
+namespace aiff::host
+{
+
+struct WavTags {
+    bool isWav = false;
+    std::vector<uint8_t> id3v2;   // the first such chunk, byte for byte
+    TagLib::PropertyMap info;     // the INFO list; identifiers without a property are their own
+    std::set<std::string> others; // identifiers of chunks of other kinds, and of further tags
+};
+
+WavTags ReadWavTags(const std::string& path);
+
+} // namespace aiff::host

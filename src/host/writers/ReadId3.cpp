@@ -1,0 +1,200 @@
+#include "host/writers/ReadId3.h"
+
+#include "host/writers/TagNames.h"
+#include "support/Rating.h"
+
+#include <algorithm>
+#include <attachedpictureframe.h>
+#include <functional>
+#include <id3v1genres.h>
+#include <id3v2extendedheader.h>
+#include <id3v2header.h>
+#include <id3v2synchdata.h>
+#include <id3v2tag.h>
+#include <mpegfile.h>
+#include <popularimeterframe.h>
+#include <tbytevectorstream.h>
+#include <textidentificationframe.h>
+
+namespace aiff::host
+{
+namespace
+{
+
+using TagLib::ByteVector;
+using TagLib::PropertyMap;
+using TagLib::String;
+using TagLib::StringList;
+namespace ID3v2 = TagLib::ID3v2;
+
+// Bytes of a text frame without text: the encoding, a byte order mark and a zero of UTF-16.
+constexpr unsigned kEmptyTextSize = 5;
+
+std::string IdOf(const ID3v2::Frame& frame)
+{
+    const ByteVector id = frame.frameID();
+    return {id.begin(), id.end()};
+}
+
+// TagLib tells properties of whole tags only.
+PropertyMap PropertiesOf(ID3v2::Frame& frame)
+{
+    ID3v2::Tag tag;
+    tag.addFrame(&frame);
+    PropertyMap properties = tag.properties();
+    tag.removeFrame(&frame, false); // stays its owner's
+    return properties;
+}
+
+// A number is that of a genre of ID3v1, if there is one.
+String GenreName(const String& text)
+{
+    bool isNumber = false;
+    const int number = text.toInt(&isNumber);
+    const String name = isNumber ? TagLib::ID3v1::genre(number) : String();
+    return name.isEmpty() ? text : name;
+}
+
+// A time is set off from its day by a blank outside ID3v2.
+String DateText(String text)
+{
+    if (text.size() > kTimeOfDate && text[kTimeOfDate] == L'T')
+        text[kTimeOfDate] = L' ';
+    return text;
+}
+
+void AddPairs(const StringList& fields, std::string_view plain, TagContent& content,
+              const std::function<String(const String&)>& property)
+{
+    if (fields.size() % 2 != 0) {
+        content.Add(TagText(plain), fields);
+        return;
+    }
+    for (auto field = fields.begin(); field != fields.end(); ++field) {
+        const String role = *field;
+        content.Add(property(role), *++field);
+    }
+}
+
+String InvolvedProperty(const String& role)
+{
+    for (const InvolvedRole& known : InvolvedRoles())
+        if (TagText(known.role).upper() == role.upper())
+            return TagText(known.property);
+    return TagText(kInvolvedPrefix) + role;
+}
+
+void AddText(ID3v2::TextIdentificationFrame& frame, TagContent& content)
+{
+    const std::string id = IdOf(frame);
+    StringList values = frame.fieldList();
+    if (id == "TIPL")
+        return AddPairs(values, kInvolvedPeople, content, InvolvedProperty);
+    if (id == "TMCL")
+        return AddPairs(values, kMusicianCredits, content, [](const String& instrument) {
+            return TagText(kPerformerPrefix) + instrument;
+        });
+    if (id == "TXXX")
+        values.erase(values.begin()); // the description
+    const PropertyMap named = PropertiesOf(frame);
+    String name = named.isEmpty() ? String() : named.begin()->first;
+    if (name.isEmpty())
+        name = id;
+    for (String& value : values)
+        value = name == "GENRE" ? GenreName(value) : name == "DATE" ? DateText(value) : value;
+    const bool isText = frame.textEncoding() <= String::UTF8;
+    if (isText)
+        content.Add(name, values);
+    // TagLib drops text that is not in the encoding that the frame tells.
+    const bool isEmpty = values.toString("").isEmpty();
+    if (!isText || (isEmpty && (id == "TXXX" || frame.size() > kEmptyTextSize)))
+        content.leftOut.insert(id);
+}
+
+void AddPicture(const ID3v2::AttachedPictureFrame& frame, TagContent& content)
+{
+    const String mimeType = frame.mimeType();
+    const bool isLink = mimeType == "image/-->"; // of ID3v2.2
+    if (frame.picture().isEmpty())
+        content.leftOut.insert(IdOf(frame));
+    else
+        content.pictures.push_back({static_cast<unsigned>(frame.type()),
+                                    isLink ? String("-->") : mimeType, frame.description(),
+                                    frame.picture()});
+}
+
+// The byte 0 means that there is no rating.
+void AddRating(const ID3v2::PopularimeterFrame& frame, TagContent& content)
+{
+    const auto* const rating = std::ranges::lower_bound(POPM10_Table, frame.rating());
+    if (frame.rating() != 0)
+        content.Add(TagText(kRatingProperty),
+                    String::number(static_cast<int>(rating - std::begin(POPM10_Table))));
+    if (frame.counter() != 0)
+        content.leftOut.insert("the counter of POPM");
+}
+
+void AddOther(ID3v2::Frame& frame, TagContent& content)
+{
+    const std::string id = IdOf(frame);
+    PropertyMap properties = PropertiesOf(frame);
+    if (id == "WCOM")
+        properties.insert(TagText(kCommercialUrl), frame.toString());
+    if (id == "PCST") // a podcast: has no value
+        properties.replace("PODCAST", String("1"));
+    for (const auto& [property, values] : properties)
+        content.Add(property, values);
+    if (properties.isEmpty())
+        content.leftOut.insert(id);
+}
+
+void AddFrame(ID3v2::Frame& frame, TagContent& content)
+{
+    if (auto* text = dynamic_cast<ID3v2::TextIdentificationFrame*>(&frame))
+        AddText(*text, content);
+    else if (auto* picture = dynamic_cast<ID3v2::AttachedPictureFrame*>(&frame))
+        AddPicture(*picture, content);
+    else if (auto* rating = dynamic_cast<ID3v2::PopularimeterFrame*>(&frame))
+        AddRating(*rating, content);
+    else
+        AddOther(frame, content);
+}
+
+// Whether nothing but padding follows the frames. TagLib reads no further than the first frame
+// that is damaged.
+bool IsReadWhole(const ID3v2::Tag& tag, std::span<const uint8_t> bytes)
+{
+    const ID3v2::Header& header = *tag.header();
+    const auto size = std::min<size_t>(header.tagSize(), bytes.size() - ID3v2::Header::size());
+    ByteVector data(reinterpret_cast<const char*>(bytes.data()) + ID3v2::Header::size(),
+                    static_cast<unsigned>(size));
+    if (header.unsynchronisation() && header.majorVersion() <= 3)
+        data = ID3v2::SynchData::decode(data);
+    size_t end = tag.extendedHeader() == nullptr ? 0 : tag.extendedHeader()->size();
+    for (const ID3v2::Frame* frame : tag.frameList())
+        end += frame->size() + ID3v2::Frame::headerSize(header.majorVersion());
+    const auto rest = std::ranges::subrange(
+        data.begin() + static_cast<ptrdiff_t>(std::min<size_t>(end, data.size())), data.end());
+    return std::ranges::all_of(rest, [](char byte) { return byte == 0; });
+}
+
+} // namespace
+
+TagContent ReadId3(std::span<const uint8_t> bytes)
+{
+    TagContent content;
+    TagLib::ByteVectorStream stream(ByteVector(reinterpret_cast<const char*>(bytes.data()),
+                                               static_cast<unsigned>(bytes.size())));
+    TagLib::MPEG::File file(&stream, ID3v2::FrameFactory::instance(), false);
+    const ID3v2::Tag* const tag = file.ID3v2Tag();
+    if (!file.hasID3v2Tag() || tag == nullptr)
+        return content;
+    for (ID3v2::Frame* frame : tag->frameList())
+        AddFrame(*frame, content);
+    if (!IsReadWhole(*tag, bytes))
+        content.leftOut.insert("what follows the first " + std::to_string(tag->frameList().size()) +
+                               " frames");
+    return content;
+}
+
+} // namespace aiff::host

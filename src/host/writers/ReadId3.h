@@ -1,0 +1,19 @@
+// Reading ID3v2 tags as content that other formats can hold.
+#pragma once
+
+#include "host/writers/TagContent.h"
+
+#include <cstdint>
+#include <span>
+
+namespace aiff::host
+{
+
+// The largest tag that is read, in bytes.
+inline constexpr size_t kMostTagBytes = size_t{1} << 27;
+
+// Reads the ID3v2 tag in `bytes`, which begin with its header and are at most kMostTagBytes.
+// The names of properties are those of TagLib; the rules of TagNames.h add what it lacks.
+TagContent ReadId3(std::span<const uint8_t> bytes);
+
+} // namespace aiff::host

@@ -1,0 +1,38 @@
+#include "host/writers/TagContent.h"
+
+namespace aiff::host
+{
+
+void TagContent::Add(const TagLib::String& property, const TagLib::StringList& values)
+{
+    for (const TagLib::String& value : values)
+        if (!value.isEmpty())
+            texts.insert(property, value);
+}
+
+void TagContent::AddMissing(const TagLib::PropertyMap& others)
+{
+    for (const auto& [property, values] : others)
+        if (!texts.contains(property))
+            Add(property, values);
+}
+
+TagLib::String TagText(std::string_view utf8)
+{
+    return TagLib::String(std::string(utf8), TagLib::String::UTF8);
+}
+
+std::string Utf8Of(const TagLib::String& text)
+{
+    return text.to8Bit(true);
+}
+
+std::string Enumerated(const std::set<std::string>& names)
+{
+    std::string all;
+    for (const std::string& name : names)
+        all += (all.empty() ? "" : ", ") + name;
+    return all;
+}
+
+} // namespace aiff::host

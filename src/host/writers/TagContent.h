@@ -1,0 +1,43 @@
+// What a tag says, in terms that tags of several formats have in common.
+#pragma once
+
+#include <set>
+#include <string>
+#include <tbytevector.h>
+#include <tpropertymap.h>
+#include <tstring.h>
+#include <vector>
+
+namespace aiff::host
+{
+
+// Where a date of ID3v2 has a "T" before the time, and others a blank.
+inline constexpr unsigned kTimeOfDate = 10;
+
+struct TagPicture {
+    unsigned type = 0;       // number in ID3v2 and FLAC
+    TagLib::String mimeType; // "-->" when the data is the URL of the picture
+    TagLib::String description;
+    TagLib::ByteVector data;
+};
+
+struct TagContent {
+    TagLib::PropertyMap texts; // by property, each with its values
+    std::vector<TagPicture> pictures;
+    // What is in the tag and not here, for people: identifiers of frames.
+    std::set<std::string> leftOut;
+
+    // Adds the values that are not empty.
+    void Add(const TagLib::String& property, const TagLib::StringList& values);
+    // Adds the texts of properties that are not here yet.
+    void AddMissing(const TagLib::PropertyMap& others);
+};
+
+// The text of UTF-8, and back.
+TagLib::String TagText(std::string_view utf8);
+std::string Utf8Of(const TagLib::String& text);
+
+// "GEOB, PRIV"
+std::string Enumerated(const std::set<std::string>& names);
+
+} // namespace aiff::host
