@@ -4,6 +4,7 @@
 #include "host/author/AiffForm.h"
 #include "host/author/ChunkText.h"
 #include "host/author/MakeOneTag.h"
+#include "host/author/TagCheck.h"
 #include "support/file/DiskFile.h"
 #include "tags/TagFields.h"
 #include "tags/id3parser/text/CodePages.h"
@@ -47,6 +48,22 @@ private:
     std::set<std::string> m_leftOut;
 };
 
+// The values of fields that have several, by the text that joins them in ID3v2.3.
+JoinedValues ReadJoined(const NTag& list)
+{
+    JoinedValues joined;
+    for (long i = 0; i < list.Count(); ++i) {
+        const TagItem item{{}, ToUtf8(list[i].value), {}};
+        const std::vector<std::string> values = item.Values();
+        std::string text;
+        for (const std::string& value : values)
+            text += (text.empty() ? "" : "/") + value;
+        if (values.size() > 1)
+            joined[text] = values;
+    }
+    return joined;
+}
+
 bool ChunkReader::ReadData(const STRIFFChunk& chunk, std::vector<uint8_t>& data) const
 {
     if (chunk.nSize > kMostChunkBytes)
@@ -58,23 +75,20 @@ bool ChunkReader::ReadData(const STRIFFChunk& chunk, std::vector<uint8_t>& data)
 // Decoders show the first tag that they can read.
 void ChunkReader::ReadTag(const STRIFFChunk& chunk)
 {
-    std::vector<uint8_t> data;
     if (chunk.nSize == 0)
         return;
     ++m_tagChunks;
-    if (!ReadData(chunk, data)) {
-        m_leftOut.insert(CodeText(chunk.ID));
-        return;
-    }
     NTag list;
-    const bool isReadable = ReadTagList(data, list);
+    std::vector<uint8_t> tag;
+    const bool isReadable =
+        !ReadChunkTag(m_aiff, chunk.FileDataPosition, chunk.nSize, {}, tag, list);
     if (!m_tags.id3v2.empty() && (m_tags.isReadable || !isReadable))
         return;
-    const int64_t size = TagSizeFromHeader(data);
-    if (isReadable)
-        data.resize(std::min(data.size(), static_cast<size_t>(size)));
-    m_tags.id3v2 = std::move(data);
+    if (!isReadable && !ReadData(chunk, tag))
+        m_leftOut.insert(CodeText(chunk.ID));
+    m_tags.id3v2 = std::move(tag);
     m_tags.isReadable = isReadable;
+    m_tags.joined = ReadJoined(list);
 }
 
 void ChunkReader::ReadOther(const STRIFFChunk& chunk)
@@ -103,13 +117,12 @@ void ChunkReader::ReadAll()
     }
     if (m_tagChunks > 1)
         m_tags.notes.push_back("has " + std::to_string(m_tagChunks) +
-                               " ID3v2 tags; only the first is carried over");
-    std::string names;
-    for (const std::string& name : m_leftOut)
-        names += (names.empty() ? "" : ", ") + name;
-    if (!names.empty())
+                               " ID3v2 tags; only the first that can be read is carried over");
+    if (!m_leftOut.empty())
         m_tags.notes.push_back("has chunks that only AIFF files hold, which are left out: " +
-                               names);
+                               Enumerated(m_leftOut));
+    for (const std::string& kind : ReadTrailingBytes(m_aiff, m_aiff.GetFormEnd()).tags)
+        m_tags.notes.push_back("has " + kind + " after the end of its form, which is left out");
 }
 
 void MakeTag(const std::vector<TagItem>& items, CarriedTags& tags)

@@ -7,6 +7,7 @@
 #include "host/writers/ReadId3.h"
 #include "tags/TagFields.h"
 
+#include <algorithm>
 #include <fileref.h>
 #include <flacfile.h>
 #include <xiphcomment.h>
@@ -18,33 +19,42 @@ namespace
 
 constexpr char kTooLarge[] = "has tags that are too large for an ID3v2 tag";
 
-// Takes what an INFO list says beyond the tag into the tag.
+bool HoldsAll(const TagContent& content, const TagContent& part)
+{
+    const auto isThere = [&content](const auto& text) {
+        const auto found = content.texts.find(text.first);
+        return found != content.texts.end() && found->second == text.second;
+    };
+    return std::ranges::all_of(part.texts, isThere) && content.leftOut == part.leftOut &&
+           content.pictures.size() == part.pictures.size();
+}
+
+// Takes what an INFO list says beyond the tag into the tag, which keeps its version.
 Problem AddInfo(const TagLib::PropertyMap& info, SourceTags& source)
 {
     if (source.id3v2.size() > kMostTagBytes)
         return kTooLarge;
-    const TagContent content = ReadId3(source.id3v2);
+    TagContent content = ReadId3(source.id3v2);
     TagContent more;
     for (const auto& [property, values] : info)
         if (!content.texts.contains(property))
             more.Add(property, values);
-    const Result<std::vector<uint8_t>> added = MakeId3(more);
+    const Result<std::vector<uint8_t>> added =
+        MakeId3(more, source.id3v2.empty() ? RolesAs::PeopleFrames : RolesAs::UserText);
     if (!added || added->empty())
         return added.Why();
-    const std::span<const uint8_t> tags[] = {source.id3v2, *added};
-    std::vector<uint8_t> tag;
-    if (!MakeOneTag(tags, {}, tag))
+    // The last tag's version counts, and the first one's words.
+    const std::span<const uint8_t> tags[] = {*added, source.id3v2};
+    const bool isNew = source.id3v2.empty();
+    std::vector<uint8_t> tag = *added;
+    if (!isNew && !MakeOneTag(tags, {}, tag))
         return kTooLarge;
-    source.id3v2 = std::move(tag);
-    const TagContent both = ReadId3(source.id3v2);
-    std::set<std::string> lost;
-    for (const auto& [property, values] : more.texts)
-        if (!both.texts.contains(property))
-            lost.insert(Utf8Of(property));
-    if (!lost.empty())
-        source.notes.push_back("has texts in its INFO list for which its ID3v2 tag has no room, "
-                               "which are left out: " +
-                               Enumerated(lost));
+    content.AddMissing(more.texts);
+    if (isNew || HoldsAll(ReadId3(tag), content))
+        source.id3v2 = std::move(tag);
+    else
+        source.notes.emplace_back("has an INFO list that its ID3v2 tag cannot take up, and which "
+                                  "is left out");
     return {};
 }
 

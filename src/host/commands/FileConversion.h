@@ -51,4 +51,10 @@ private:
     std::vector<uint8_t> m_buffer; // of the output
     // Of the current file.
     STQvWaveFormat m_format{};
+    int64_t m_expected = 0;           // bytes of PCM, or kUnknownLength
+    int64_t m_written = 0;            // bytes of PCM
+    Problem m_break;                  // why the decoder could not go on
     std::vector<std::string> m_notes; // about its tags
+};
+
+} // namespace aiff::host

@@ -36,7 +36,7 @@ Result<TagContent> ReadContent(const CarriedTags& tags)
 {
     if (tags.id3v2.size() > kMostTagBytes)
         return Problem("has tags too large to be carried over (--no-tags leaves them out)");
-    TagContent content = tags.isReadable ? ReadId3(tags.id3v2) : TagContent();
+    TagContent content = tags.isReadable ? ReadId3(tags.id3v2, tags.joined) : TagContent();
     PropertyMap others;
     for (const auto& [property, text] : tags.texts)
         others.insert(TagText(property), TagText(text));

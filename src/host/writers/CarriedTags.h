@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/base/Problem.h"
+#include "host/writers/TagContent.h"
 
 #include <cstdint>
 #include <span>
@@ -18,6 +19,8 @@ struct CarriedTags {
     std::vector<uint8_t> id3v2;
     // Whether decoders can read it. What they cannot read goes to WAV only.
     bool isReadable = true;
+    // Its texts that decoders show as several values.
+    JoinedValues joined;
     // Texts outside the tag, in UTF-8, after the names that TagLib gives to properties, such
     // as "TITLE". They serve where the tag has no text.
     std::vector<std::pair<std::string, std::string>> texts;

@@ -75,12 +75,9 @@ void MarkTimes(PropertyMap& texts)
             date[kTimeOfDate] = L'T';
 }
 
-// ID3v2 writes what follows a known role or a prefix in lower case.
-String LowerCase(String text)
+wchar_t LowerCase(wchar_t c)
 {
-    for (wchar_t& c : text)
-        c = c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c;
-    return text;
+    return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c;
 }
 
 bool TakePrefix(const String& property, std::string_view prefix, String& rest)
@@ -88,7 +85,8 @@ bool TakePrefix(const String& property, std::string_view prefix, String& rest)
     const String start = TagText(prefix);
     if (!property.startsWith(start) || property.size() == start.size())
         return false;
-    rest = LowerCase(property.substr(start.size()));
+    rest = property.substr(start.size());
+    std::ranges::transform(rest, rest.begin(), LowerCase); // as roles are in ID3v2
     return true;
 }
 
@@ -108,9 +106,11 @@ bool TakeInvolvedRole(const String& property, String& role)
 String Capitalised(const String& name)
 {
     String text;
-    for (const wchar_t c : name)
-        text +=
-            !text.isEmpty() && *std::prev(text.end()) != L' ' ? LowerCase(String(c)) : String(c);
+    bool isFirst = true;
+    for (const wchar_t c : name) {
+        text += isFirst ? c : LowerCase(c);
+        isFirst = c == L' ';
+    }
     return text.startsWith("Musicbrainz") ? "MusicBrainz" + text.substr(11) : text;
 }
 
@@ -141,7 +141,7 @@ std::optional<int> Rating(const StringList& values)
 class FrameBytes
 {
 public:
-    void AddProperties(const PropertyMap& texts);
+    void AddProperties(const PropertyMap& texts, RolesAs roles);
     void AddPicture(const TagPicture& picture);
 
     const ByteVector& Bytes() const { return m_bytes; }
@@ -214,13 +214,13 @@ void FrameBytes::AddOther(const String& property, const StringList& values)
         Add(*MakeFrame(property, value));
 }
 
-void FrameBytes::AddProperties(const PropertyMap& texts)
+void FrameBytes::AddProperties(const PropertyMap& texts, RolesAs roles)
 {
     StringList involved;
     StringList musicians;
     for (const auto& [property, values] : texts) {
         String role;
-        const bool isInvolved = TakeInvolvedRole(property, role);
+        const bool isInvolved = roles == RolesAs::PeopleFrames && TakeInvolvedRole(property, role);
         if (values.isEmpty())
             continue;
         if (isInvolved || TakePrefix(property, kPerformerPrefix, role)) {
@@ -256,13 +256,13 @@ void FrameBytes::AddPicture(const TagPicture& picture)
 
 } // namespace
 
-Result<std::vector<uint8_t>> MakeId3(TagContent content)
+Result<std::vector<uint8_t>> MakeId3(TagContent content, RolesAs roles)
 {
     ResolveAliases(content.texts);
     MarkTimes(content.texts);
     JoinTotals(content.texts);
     FrameBytes frames;
-    frames.AddProperties(content.texts);
+    frames.AddProperties(content.texts, roles);
     for (const TagPicture& picture : content.pictures)
         frames.AddPicture(picture);
     ByteVector body = frames.Bytes();

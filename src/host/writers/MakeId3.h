@@ -10,8 +10,12 @@
 namespace aiff::host
 {
 
+// Where arrangers, producers and players go: into the lists of people of TIPL and TMCL frames, or
+// into frames of their own, beside the lists of another tag.
+enum class RolesAs { PeopleFrames, UserText };
+
 // Makes an ID3v2.4 tag of even size, without padding but for that; empty when there is no
 // content. A property that no frame is for becomes a TXXX frame.
-Result<std::vector<uint8_t>> MakeId3(TagContent content);
+Result<std::vector<uint8_t>> MakeId3(TagContent content, RolesAs roles = RolesAs::PeopleFrames);
 
 } // namespace aiff::host

@@ -40,11 +40,6 @@ const PictureKind* FindKind(Condition condition)
     return found == std::end(kKinds) ? nullptr : found;
 }
 
-const PictureKind& OrOther(const PictureKind* kind)
-{
-    return kind == nullptr ? kKinds[0] : *kind;
-}
-
 } // namespace
 
 std::span<const PictureKind> PictureKinds()
@@ -52,15 +47,11 @@ std::span<const PictureKind> PictureKinds()
     return kKinds;
 }
 
-const PictureKind& PictureKindOfType(unsigned type)
-{
-    return OrOther(FindKind([type](const PictureKind& kind) { return kind.type == type; }));
-}
-
 const PictureKind& PictureKindOfRole(std::string_view role)
 {
-    return OrOther(
-        FindKind([role](const PictureKind& kind) { return EqualNoCase(kind.role, role); }));
+    const PictureKind* const found =
+        FindKind([role](const PictureKind& kind) { return EqualNoCase(kind.role, role); });
+    return found == nullptr ? kKinds[0] : *found;
 }
 
 const PictureKind* PictureKindOfOption(std::string_view option)

@@ -17,9 +17,8 @@ struct PictureKind {
 
 std::span<const PictureKind> PictureKinds();
 
-// Both return the kind of type 0 ("other") for what they do not know.
-const PictureKind& PictureKindOfType(unsigned type);
-const PictureKind& PictureKindOfRole(std::string_view role); // in any case
+// In upper or lower case. The kind of type 0 ("other") for an unknown one.
+const PictureKind& PictureKindOfRole(std::string_view role);
 
 // Null for an unknown name.
 const PictureKind* PictureKindOfOption(std::string_view option);

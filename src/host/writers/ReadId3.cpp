@@ -27,8 +27,14 @@ using TagLib::String;
 using TagLib::StringList;
 namespace ID3v2 = TagLib::ID3v2;
 
-// Bytes of a text frame without text: the encoding, a byte order mark and a zero of UTF-16.
-constexpr unsigned kEmptyTextSize = 5;
+// Bytes of a text frame without text: the encoding and a zero, or with UTF-16 a byte order mark
+// and a zero.
+constexpr unsigned kEmptyText = 2;
+constexpr unsigned kEmptyWideText = 5;
+// The same of a comment or lyrics, with a language and a description of no characters.
+constexpr unsigned kEmptyOtherFrame = 12;
+// Zeros after two texts in UTF-16, which not every program writes.
+constexpr unsigned kTwoEnds = 4;
 
 std::string IdOf(const ID3v2::Frame& frame)
 {
@@ -84,7 +90,21 @@ String InvolvedProperty(const String& role)
     return TagText(kInvolvedPrefix) + role;
 }
 
-void AddText(ID3v2::TextIdentificationFrame& frame, TagContent& content)
+StringList Split(const StringList& texts, const JoinedValues& joined)
+{
+    StringList values;
+    for (const String& text : texts) {
+        const auto found = joined.find(Utf8Of(text));
+        if (found == joined.end())
+            values.append(text);
+        else
+            for (const std::string& value : found->second)
+                values.append(TagText(value));
+    }
+    return values;
+}
+
+void AddText(ID3v2::TextIdentificationFrame& frame, const JoinedValues& joined, TagContent& content)
 {
     const std::string id = IdOf(frame);
     StringList values = frame.fieldList();
@@ -96,18 +116,18 @@ void AddText(ID3v2::TextIdentificationFrame& frame, TagContent& content)
         });
     if (id == "TXXX")
         values.erase(values.begin()); // the description
+    values = Split(values, joined);
     const PropertyMap named = PropertiesOf(frame);
     String name = named.isEmpty() ? String() : named.begin()->first;
     if (name.isEmpty())
         name = id;
     for (String& value : values)
         value = name == "GENRE" ? GenreName(value) : name == "DATE" ? DateText(value) : value;
-    const bool isText = frame.textEncoding() <= String::UTF8;
-    if (isText)
-        content.Add(name, values);
-    // TagLib drops text that is not in the encoding that the frame tells.
-    const bool isEmpty = values.toString("").isEmpty();
-    if (!isText || (isEmpty && (id == "TXXX" || frame.size() > kEmptyTextSize)))
+    const String::Type encoding = frame.textEncoding();
+    const bool isText = encoding <= String::UTF8;
+    const bool isWide = encoding != String::Latin1 && encoding != String::UTF8;
+    const bool mayBeEmpty = id != "TXXX" && frame.size() <= (isWide ? kEmptyWideText : kEmptyText);
+    if (!isText || (!content.Add(name, values) && !mayBeEmpty))
         content.leftOut.insert(id);
 }
 
@@ -137,21 +157,28 @@ void AddRating(const ID3v2::PopularimeterFrame& frame, TagContent& content)
 void AddOther(ID3v2::Frame& frame, TagContent& content)
 {
     const std::string id = IdOf(frame);
+    const unsigned size = frame.size(); // rendering changes it
     PropertyMap properties = PropertiesOf(frame);
     if (id == "WCOM")
         properties.insert(TagText(kCommercialUrl), frame.toString());
     if (id == "PCST") // a podcast: has no value
         properties.replace("PODCAST", String("1"));
-    for (const auto& [property, values] : properties)
-        content.Add(property, values);
-    if (properties.isEmpty())
+    bool isAdded = false;
+    unsigned empty = kEmptyOtherFrame;
+    for (const auto& [property, values] : properties) {
+        isAdded = content.Add(property, values);
+        empty += 2 * property.size(); // a description
+    }
+    if (properties.isEmpty() || (!isAdded && size > empty))
         content.leftOut.insert(id);
+    else if (size + ID3v2::Frame::headerSize() > frame.render().size() + kTwoEnds)
+        content.leftOut.insert("a second value of " + id); // TagLib stops at a zero
 }
 
-void AddFrame(ID3v2::Frame& frame, TagContent& content)
+void AddFrame(ID3v2::Frame& frame, const JoinedValues& joined, TagContent& content)
 {
     if (auto* text = dynamic_cast<ID3v2::TextIdentificationFrame*>(&frame))
-        AddText(*text, content);
+        AddText(*text, joined, content);
     else if (auto* picture = dynamic_cast<ID3v2::AttachedPictureFrame*>(&frame))
         AddPicture(*picture, content);
     else if (auto* rating = dynamic_cast<ID3v2::PopularimeterFrame*>(&frame))
@@ -178,9 +205,21 @@ bool IsReadWhole(const ID3v2::Tag& tag, std::span<const uint8_t> bytes)
     return std::ranges::all_of(rest, [](char byte) { return byte == 0; });
 }
 
+// TagLib leaves frames of ID3v2.3 in the tag that it has made part of the date.
+void DropMergedDates(TagContent& content)
+{
+    const auto date = content.texts.find("DATE");
+    if (date == content.texts.end())
+        return;
+    if (date->second.front().size() >= kTimeOfDate)
+        content.leftOut.erase("TDAT");
+    if (date->second.front().size() > kTimeOfDate)
+        content.leftOut.erase("TIME");
+}
+
 } // namespace
 
-TagContent ReadId3(std::span<const uint8_t> bytes)
+TagContent ReadId3(std::span<const uint8_t> bytes, const JoinedValues& joined)
 {
     TagContent content;
     TagLib::ByteVectorStream stream(ByteVector(reinterpret_cast<const char*>(bytes.data()),
@@ -189,11 +228,13 @@ TagContent ReadId3(std::span<const uint8_t> bytes)
     const ID3v2::Tag* const tag = file.ID3v2Tag();
     if (!file.hasID3v2Tag() || tag == nullptr)
         return content;
+    if (!IsReadWhole(*tag, bytes)) // before any frame is rendered, which changes its size
+        content.leftOut.insert("a part that cannot be read");
+    const JoinedValues none;
+    const JoinedValues& used = tag->header()->majorVersion() <= 3 ? joined : none;
     for (ID3v2::Frame* frame : tag->frameList())
-        AddFrame(*frame, content);
-    if (!IsReadWhole(*tag, bytes))
-        content.leftOut.insert("what follows the first " + std::to_string(tag->frameList().size()) +
-                               " frames");
+        AddFrame(*frame, used, content);
+    DropMergedDates(content);
     return content;
 }
 

@@ -3,11 +3,13 @@
 namespace aiff::host
 {
 
-void TagContent::Add(const TagLib::String& property, const TagLib::StringList& values)
+bool TagContent::Add(const TagLib::String& property, const TagLib::StringList& values)
 {
+    bool isAdded = false;
     for (const TagLib::String& value : values)
-        if (!value.isEmpty())
-            texts.insert(property, value);
+        if (!Utf8Of(value).empty())
+            isAdded = texts.insert(property, value);
+    return isAdded;
 }
 
 void TagContent::AddMissing(const TagLib::PropertyMap& others)

@@ -1,6 +1,7 @@
 // What a tag says, in terms that tags of several formats have in common.
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 #include <tbytevector.h>
@@ -13,6 +14,9 @@ namespace aiff::host
 
 // Where a date of ID3v2 has a "T" before the time, and others a blank.
 inline constexpr unsigned kTimeOfDate = 10;
+
+// Texts of an ID3v2.3 tag that stand for several values, such as "One/Two", and these.
+using JoinedValues = std::map<std::string, std::vector<std::string>>;
 
 struct TagPicture {
     unsigned type = 0;       // number in ID3v2 and FLAC
@@ -27,8 +31,8 @@ struct TagContent {
     // What is in the tag and not here, for people: identifiers of frames.
     std::set<std::string> leftOut;
 
-    // Adds the values that are not empty.
-    void Add(const TagLib::String& property, const TagLib::StringList& values);
+    // Adds the values that are not empty and have only valid characters. False when there are none.
+    bool Add(const TagLib::String& property, const TagLib::StringList& values);
     // Adds the texts of properties that are not here yet.
     void AddMissing(const TagLib::PropertyMap& others);
 };

@@ -51,10 +51,11 @@ std::string_view InfoOfProperty(std::string_view property)
 std::string_view PropertyOfInfo(std::string_view id)
 {
     for (const std::span<const InfoName> names :
-         {std::span(kInfoNames), std::span<const InfoName>(kOtherInfoNames)})
-        for (const InfoName& name : names)
-            if (name.id == id)
-                return name.property;
+         {std::span<const InfoName>(kInfoNames), std::span<const InfoName>(kOtherInfoNames)}) {
+        const auto found = std::ranges::find(names, id, &InfoName::id);
+        if (found != names.end())
+            return found->property;
+    }
     return {};
 }
 
