@@ -2,7 +2,9 @@
 // a whole. Each subcommand has a source of its own in commands/.
 
 #include "host/base/ExitCode.h"
+#include "host/base/Printable.h"
 #include "host/base/Problem.h"
+#include "host/base/TerminalFilter.h"
 #include "host/base/Trace.h"
 #include "host/batch/Interruption.h"
 #include "host/commands/CommandGroup.h"
@@ -12,6 +14,8 @@
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
+#include <iostream>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -74,6 +78,36 @@ int WithOutputWritten(host::ExitCode code)
                           host::Problem::FromErrno().About("standard output"));
 }
 
+// The word in the place of a command, with the commands before it; empty when there is none.
+std::string UnknownCommand(const CLI::App& program)
+{
+    const CLI::App* app = &program;
+    std::string words;
+    for (; !app->get_subcommands().empty(); words += app->get_name() + " ")
+        app = app->get_subcommands().front();
+    if (app->get_require_subcommand_min() != 0) {
+        for (const std::string& word : program.remaining(true))
+            if (!word.starts_with('-'))
+                return words + word;
+    }
+    return {};
+}
+
+// Shows the help that was asked for, or what is wrong with the command line.
+int EndParsing(const CLI::App& program, const CLI::ParseError& error)
+{
+    const std::string unknown = UnknownCommand(program);
+    if (error.get_exit_code() != 0 && !unknown.empty())
+        return host::FailWith(host::kExitUsage,
+                              "there is no command '" + unknown + "' (--help lists them)");
+    std::stringstream problem;
+    if (program.exit(error, std::cout, problem) == 0)
+        return host::kExitDone;
+    for (std::string line; std::getline(problem, line);)
+        std::cerr << host::Printable(line) + "\n";
+    return host::kExitUsage;
+}
+
 int Run(int argc, char** argv)
 {
     CLI::App program(
@@ -94,7 +128,7 @@ int Run(int argc, char** argv)
     try {
         program.parse(Arguments(argc, argv));
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? host::kExitDone : host::kExitUsage;
+        return EndParsing(program, error);
     }
 
     host::GlobalOptions global;
@@ -103,6 +137,9 @@ int Run(int argc, char** argv)
         if (!trace)
             return host::FailWith(host::kExitUsage, trace.Why());
         global.trace = *trace;
+        global.trace.onTerminal = isatty(trace->descriptor) != 0;
+        if (global.trace.onTerminal)
+            global.trace.descriptor = host::PrintableTerminal(trace->descriptor);
     }
     return WithOutputWritten(commands.Run(global));
 }

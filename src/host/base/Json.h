@@ -11,7 +11,8 @@ using Json = nlohmann::ordered_json;
 
 enum class JsonLayout { OneLine, Indented };
 
-// Ends with a line end. Bytes that are not UTF-8 become U+FFFD.
+// ASCII, with a line end. A byte 0x80 to 0xFF that is not UTF-8, as names of files may hold,
+// becomes U+DC80 to U+DCFF, so that the name can be had back.
 std::string JsonText(const Json& value, JsonLayout layout);
 
 // Prints it on standard output.

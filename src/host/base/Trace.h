@@ -14,6 +14,7 @@ struct Trace {
 
     Level level = Level::Off;
     int descriptor = -1; // stays open as long as the program runs
+    bool onTerminal = false;
 
     bool IsOn() const { return level != Level::Off; }
 };

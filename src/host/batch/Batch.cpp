@@ -142,7 +142,7 @@ Progress::Style ProgressStyle(const BatchOptions& options, const Trace& trace)
 {
     if (options.quiet || options.json)
         return Progress::Style::Quiet;
-    const bool bar = isatty(STDERR_FILENO) != 0 && trace.descriptor != STDERR_FILENO;
+    const bool bar = isatty(STDERR_FILENO) != 0 && !trace.onTerminal;
     return bar ? Progress::Style::Bar : Progress::Style::Lines;
 }
 

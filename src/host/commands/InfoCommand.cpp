@@ -28,9 +28,9 @@ int64_t Frames(const STQvAudioInfo& info)
     return info.nLengthBytes / std::max<int64_t>(align, 1);
 }
 
-void PrintLine(const char* label, const std::string& value)
+void PrintLine(const std::string& label, const std::string& value)
 {
-    std::printf("  %-18s %s\n", label, Printable(value).c_str());
+    std::printf("  %-18s %s\n", Printable(label).c_str(), Printable(value).c_str());
 }
 
 std::string FormatText(const STQvAudioInfo& info)
@@ -76,7 +76,7 @@ void PrintInfo(const DecoderSession& session, const std::vector<TagItem>& tags,
     if (warning)
         PrintLine("Problem", warning.Text());
     for (const TagItem& item : session.Properties())
-        PrintLine(item.name.c_str(), item.value);
+        PrintLine(item.name, item.value);
     if (!tags.empty())
         std::printf("  Tags\n");
     PrintTags(tags, 4);
