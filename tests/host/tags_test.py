@@ -1,0 +1,153 @@
+#!/usr/bin/env python3
+"""Drives AIFFCONV with the decoders in CODECS over files that mutagen makes and reads: whole tags,
+characters beyond U+FFFF, tags that are hidden, bytes that an edit would cut off, many jobs, names
+that are not UTF-8, and a trace on a terminal."""
+
+import json
+import os
+import pty
+import struct
+import subprocess
+import sys
+import tempfile
+
+try:
+    from mutagen import aiff, id3
+except ImportError:
+    print("mutagen is not installed")
+    sys.exit(77)
+
+aiffconv, codecs = sys.argv[1:]
+os.chdir(tempfile.mkdtemp())
+os.environ["QVCODECPATH"] = codecs
+
+
+def chunk(code, data):
+    return code + struct.pack(">I", len(data)) + data + bytes(len(data) % 2)
+
+
+def write(name, tag=None, after=b""):
+    sound = struct.pack(">hIh10s", 1, 50, 16, b"\x40\x0e\xac\x44"), bytes(8) + bytes(range(100))
+    tags = chunk(b"ID3 ", tag) if tag else b""
+    form = b"AIFF" + chunk(b"COMM", sound[0]) + chunk(b"SSND", sound[1]) + tags
+    content = chunk(b"FORM", form) + after
+    with open(name, "wb") as file:
+        file.write(content)
+    return content
+
+
+def read(name):
+    with open(name, "rb") as file:
+        return file.read()
+
+
+def run(code, *arguments):
+    result = subprocess.run([aiffconv, *arguments], capture_output=True, check=False)
+    assert result.returncode == code, (arguments, result)
+    return result.stdout.decode(errors="surrogateescape"), result.stderr.decode()
+
+
+def tag_of(version, *frames):
+    tag = id3.ID3()
+    for frame in frames:
+        tag.add(frame)
+    tag.save("t.id3", v2_version=version)
+    data = read("t.id3")
+    return data + bytes(len(data) % 2)
+
+
+def frames_of(name):
+    return {key: repr(frame) for key, frame in (aiff.AIFF(name).tags or {}).items()}
+
+
+def picture(kind, text):
+    return id3.APIC(1, "image/png", kind, text, b"\x89PNG\r\n\x1a\n" + text.encode())
+
+
+def fields_of(name):
+    tags = json.loads(run(0, "tags", "show", "--json", name)[0])[0]["tags"]
+    return {tag["name"]: tag.get("value") for tag in tags}
+
+
+# Text beyond U+FFFF is set, shown and copied; a name that is not UTF-8 can be had back.
+NOTE = "\U0001F3B5"
+odd = os.fsencode("n\u00e9\U0001F389").replace(b"\xc3", b"\xff\xc3") + b"\xfe.aiff"
+write(odd)
+run(0, "tags", "set", odd, "Title=a" + NOTE, NOTE + "=own" + NOTE, "Artist=" + NOTE, "Artist=b")
+assert aiff.AIFF(odd).tags["TIT2"].text == ["a" + NOTE]
+shown = fields_of(odd)
+assert shown["Title"] == "a" + NOTE and shown[NOTE] == "own" + NOTE
+assert shown["Artist"] == NOTE + "\rb", shown
+assert NOTE in run(0, "info", odd)[0] and run(0, "info", "-q", odd) == ("", "")
+line = run(0, "check", "--json", odd)[0]
+assert line.isascii() and os.fsencode(json.loads(line)["file"]) == odd
+run(0, "tags", "remove", odd, NOTE, "Artist")
+assert fields_of(odd).keys() == {"TagVersion", "Title"}
+
+# A tag goes over byte for byte, and into another tag with every frame.
+full = [id3.TIT2(3, ["One", "Two" + NOTE]), id3.PRIV("o", b"\0\xff\0"), picture(3, "new"),
+        id3.GEOB(3, "m", "f", "d", b"xyz"), id3.UFID("u", b"id"), id3.TMCL(3, [["g", "p"]]),
+        id3.CHAP("c", 0, 1, 2, 3, [id3.TIT2(3, "sub")]), id3.TDRC(3, ["2004-05-06"])]
+own = [id3.TIT2(1, "Old"), id3.TALB(1, "Kept"), id3.PRIV("p", b"kept"), picture(3, "old"),
+       picture(4, "kept"), id3.TYER(1, "1999")]
+for version, frames in ((4, full), (3, own), (4, [id3.PRIV("only", b"x")])):
+    tag = tag_of(version, *frames)
+    source, bare = write("from.aiff", tag), write("bare.aiff")
+    run(0, "tags", "copy", "from.aiff", "bare.aiff")
+    assert read("bare.aiff") == source, version
+write("from.aiff", tag_of(4, *full))
+write("to.aiff", tag_of(3, *own))
+wanted = frames_of("from.aiff")
+kept = {key: text for key, text in frames_of("to.aiff").items() if "kept" in text.lower()}
+run(0, "tags", "copy", "from.aiff", "to.aiff", "-q")
+assert len(kept) == 3 and frames_of("to.aiff") == {**kept, **wanted}, frames_of("to.aiff")
+
+# Hidden tags are told by "show" and "check" alike; nothing is cut off unasked.
+ID3V1 = b"TAG" + bytes(125)
+damaged = b"ID3\4\0\0\0\0\0\x14TIT2\0\0\x7f\x7f\0\0" + bytes(10)
+ape = b"item" + b"APETAGEX" + bytes(24)
+cases = [ # tag, what follows the form, what is hidden, what an edit would cut off
+    (None, b"", "", ""), (None, bytes(200), "", ""), (damaged, b"", "cannot be read", ""),
+    (None, ID3V1, "an ID3v1 tag", "128 bytes (an ID3v1 tag)"),
+    (None, tag + ape + ID3V1, "an APE tag", "(an ID3v2 tag and an APE tag and an ID3v1 tag)"),
+    (None, chunk(b"ID3 ", tag), "an ID3v2 tag", ""), # becomes a chunk of the form
+    (None, b"x", "", "1 byte (unknown data)"), (tag, bytes(9) + b"x", "", "10 bytes"),
+]
+for held, after, hidden, cut in cases:
+    before = write("f.aiff", held, after)
+    out, err = run(4 if hidden else 0, "tags", "show", "f.aiff")
+    assert hidden in err and (": no tags" in out) == (not hidden and not held), (out, err)
+    assert hidden in run(4 if hidden or after else 0, "check", "f.aiff")[0]
+    write("bare.aiff", tag)
+    for command in (["set", "f.aiff", "Title=x"], ["copy", "bare.aiff", "f.aiff"]) if cut else []:
+        assert cut in run(1, "tags", *command)[1] and read("f.aiff") == before, (command, cut)
+    assert cut in run(0, "tags", "set", "-q", "--force", "f.aiff", "Title=x")[1]
+    assert fields_of("f.aiff")["Title"] == "x" and run(0, "check", "-q", "f.aiff") == ("", "")
+
+# Many jobs do what one does, in the same order; a file that is named twice is no trouble.
+names = [f"{i}.aiff" for i in range(60)]
+results = []
+for jobs in ("1", "16"):
+    for i, name in enumerate(names):
+        write(name, after=b"x" * (i % 7 == 3))
+    write(names[5], damaged)
+    command = ["tags", "set", "-j", jobs, "--no-sync", *names, "none", names[0], "Year=2004-05-06"]
+    results.append((run(1, *command), [read(name) for name in names]))
+assert results[0] == results[1] and results[0][0][0].count("set Year") == 52, results[0][0]
+
+# A trace on a terminal cannot steer it.
+write("t.aiff", tag_of(4, id3.TIT2(3, "a\x1b[2Jb")))
+main, terminal = pty.openpty()
+traced = [aiffconv, "--trace", "debug", "info", "-q", "t.aiff"]
+with subprocess.Popen(traced, stderr=terminal) as process:
+    os.close(terminal)
+    lines = b""
+    try:
+        while part := os.read(main, 65536):
+            lines += part
+    except OSError: # how the end of a terminal is told
+        pass
+assert process.returncode == 0 and b"a?[2Jb" in lines and b"\x1b" not in lines, lines
+assert b"->->  [Open]" in lines and lines.count(b"\n") > 20, lines
+for words in (["frob"], ["tags", "frob", "x"]):
+    assert f"there is no command '{' '.join(words[:2])}'" in run(2, *words)[1]
