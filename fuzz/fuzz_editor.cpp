@@ -70,10 +70,11 @@ NTag ReadTags(const std::wstring& path, bool* isTag = nullptr)
 {
     XFile file;
     clAIFFHandler aiff;
-    NTag tags;
+    TagItems items;
     int index = -1;
     if (file.Open(path.c_str()) && aiff.Initialize(file.Handle(), kSilent))
-        InternalReadTags(aiff, &tags, index, kSilent);
+        InternalReadTags(aiff, &items, index, kSilent);
+    NTag tags = items.List();
     const bool isRead = tags.RemoveTag(L"TagVersion"); // is not kept
     if (isTag != nullptr)
         *isTag = isRead;

@@ -23,29 +23,21 @@ bool IsTagChunk(const STRIFFChunk& chunk)
 
 } // namespace
 
-void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index, const STNStdReport& report)
+void InternalReadTags(const clAIFFHandler& aiff, TagItems* items, int& index,
+                      const STNStdReport& report)
 {
     const Operation operation(report, "InternalReadTags");
     index = -1;
-    NTag all;
     for (int i = 0; i < aiff.Count(); ++i) {
         const STRIFFChunk& chunk = *aiff.GetChunk(i);
         if (!IsTagChunk(chunk) || chunk.nSize == 0)
             continue;
         index = i;
-        if (tags == nullptr)
+        if (items == nullptr)
             continue;
         TagID3v2 tag(aiff.Handle(), chunk.FileDataPosition);
         tag.SetRegion(chunk.nSize, TagID3v2::RegionUse::Shrink);
-        NTag fresh;
-        if (!tag.Read(fresh)) // a damaged tag shows nothing
-            continue;
-        for (long k = 0; k < fresh.Count(); ++k)
-            all.AddTag(std::move(fresh[k]));
-    }
-    if (tags != nullptr) {
-        tags->Destroy();
-        tags->MergeFrom(std::move(all), false);
+        static_cast<void>(tag.Read(*items)); // a damaged tag shows nothing
     }
     operation.Leave();
 }
@@ -160,7 +152,7 @@ bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
     }
     using enum TagID3v2::RegionUse;
     tag.SetRegion(chunk.nSize, isLast ? Shrink : Fill);
-    if (!tag.Write(std::move(tags), task == Task::DeleteFields)) {
+    if (!tag.Write(tags, task == Task::DeleteFields)) {
         StdReport::WriteERROR(
             {L"Error the old tag cannot be read whole, or the new one would be too large."},
             m_report, kTagWriter);

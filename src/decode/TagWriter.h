@@ -6,17 +6,17 @@
 #include "support/file/FileEdit.h"
 #include "support/file/FlushFile.h"
 #include "tags/NTag.h"
+#include "tags/TagItems.h"
 
 namespace aiff
 {
 
-// Reads all tag chunks of an indexed file into one list, replacing what it held. Earlier
-// chunks come first, and of items with one name only the first is kept. A tag that is damaged
+// Adds the items of all tag chunks of an indexed file, in their order. A tag that is damaged
 // or larger than its chunk contributes nothing.
 //
-// tags   null when only the index is wanted
+// items  null when only the index is wanted
 // index  becomes that of the last tag chunk that is not empty, or -1
-void InternalReadTags(const clAIFFHandler& aiff, NTag* tags, int& index,
+void InternalReadTags(const clAIFFHandler& aiff, TagItems* items, int& index,
                       const STNStdReport& report);
 
 // Edits the tags of a file, once. Every byte of every other chunk survives: the edit is

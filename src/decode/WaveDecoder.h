@@ -36,11 +36,10 @@ public:
     [[nodiscard]] bool WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_t size,
                                    const STNStdReport& report, Durability durability);
 
-    // Deletes from a file the fields with the given names or, with `everything`, all tags.
+    // Deletes from a file the fields with the given names or, without names, all tags.
     // Failures are reported to `report`.
     [[nodiscard]] bool DeleteTags(const wchar_t* path, const std::vector<XStr>& names,
-                                  bool everything, const STNStdReport& report,
-                                  Durability durability);
+                                  const STNStdReport& report, Durability durability);
 
 private:
     bool PullOutCOMMnSSND() override;
@@ -50,6 +49,7 @@ private:
     size_t ReadSound(std::span<uint8_t> bytes) override;
     NTag CollectProps(const XStr& properties) const override;
     XStr ChunkList() const;
+    bool FillTagBuffer(XStr& properties);
     void TraceTags(const NTag& tags) const;
 
     XFile m_file;

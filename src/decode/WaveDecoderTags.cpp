@@ -4,6 +4,7 @@
 #include "decode/WaveDecoder.h"
 
 #include <algorithm>
+#include <new>
 
 namespace aiff
 {
@@ -37,26 +38,42 @@ const XMem* clWaveDecoder::ReadIDTags(XStr& properties)
     m_tagBuffer.Clear();
     if (!PullOutCOMMnSSND())
         return nullptr;
-    NTag tags;
+    // Without its tags the sound is still worth having.
+    if (!FillTagBuffer(properties)) {
+        StdReport::WriteERROR({L"Error the tags are left out: there is not enough memory."},
+                              m_report, "ReadIDTags");
+        if (!NTag().ToRawMemory(m_tagBuffer))
+            return nullptr;
+    }
+    operation.Succeed();
+    return &m_tagBuffer;
+}
+
+// False when memory is short, or when no blob holds the tags.
+bool clWaveDecoder::FillTagBuffer(XStr& properties)
+try {
+    TagItems items;
     int index = -1;
-    InternalReadTags(m_aiff, &tags, index, m_report);
+    InternalReadTags(m_aiff, &items, index, m_report);
     if (index >= 0) {
         if (!properties.empty())
             properties += L" & ";
         properties += kTagDescription;
     }
-    TraceTags(tags);
-    if (!tags.ToRawMemory(m_tagBuffer))
-        return nullptr;
-    operation.Succeed();
-    return &m_tagBuffer;
+    int64_t count = 0;
+    if (!items.ToRawMemory(m_tagBuffer, count))
+        return false;
+    StdReport::WriteDEBUG({count, L" ID Tags:"}, m_report);
+    if (StdReport::IsOn(m_report.hDebug))
+        TraceTags(items.List());
+    return true;
+} catch (const std::bad_alloc&) {
+    m_tagBuffer.Clear();
+    return false;
 }
 
 void clWaveDecoder::TraceTags(const NTag& tags) const
 {
-    StdReport::WriteDEBUG({int64_t{tags.Count()}, L" ID Tags:"}, m_report);
-    if (!StdReport::IsOn(m_report.hDebug))
-        return;
     for (long i = 0; i < tags.Count(); ++i)
         StdReport::WriteDEBUGWithPrefix({L"\t\t\t"}, {tags[i].name, L": ", ItemText(tags[i])},
                                         m_report);
@@ -77,15 +94,14 @@ bool clWaveDecoder::WriteIDTags(const wchar_t* path, const uint8_t* blob, int32_
     return written;
 }
 
-bool clWaveDecoder::DeleteTags(const wchar_t* path, const std::vector<XStr>& names, bool everything,
+bool clWaveDecoder::DeleteTags(const wchar_t* path, const std::vector<XStr>& names,
                                const STNStdReport& report, Durability durability)
 {
     NTag tags;
     for (const XStr& name : names)
         tags.AddTag(name, XStr());
-    return TagWriter(report, durability)
-        .Run(path, std::move(tags),
-             everything ? TagWriter::Task::DeleteAll : TagWriter::Task::DeleteFields);
+    const auto task = names.empty() ? TagWriter::Task::DeleteAll : TagWriter::Task::DeleteFields;
+    return TagWriter(report, durability).Run(path, std::move(tags), task);
 }
 
 } // namespace aiff

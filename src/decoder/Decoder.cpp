@@ -144,9 +144,8 @@ bool clDecoder::DeleteATag(const wchar_t* path, const wchar_t* names)
 {
     const Operation operation(m_report, "DeleteATag");
     const bool everything = names == nullptr || names[0] == 0;
-    const bool deleted =
-        m_fileDecoder.DeleteTags(path, everything ? std::vector<XStr>() : UnpackNames(names),
-                                 everything, m_report, m_durability);
+    const bool deleted = m_fileDecoder.DeleteTags(
+        path, everything ? std::vector<XStr>() : UnpackNames(names), m_report, m_durability);
     operation.Leave();
     return deleted;
 }

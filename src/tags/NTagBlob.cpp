@@ -1,6 +1,6 @@
-// The tag blob: a 32-bit item count, then items of a 32-bit size that counts itself,
-// name, value and data. Integers are little-endian.
+// The tag blob of a list, whose layout BlobWriter.h tells.
 
+#include "tags/BlobWriter.h"
 #include "tags/NTag.h"
 
 #include <algorithm>
@@ -27,40 +27,15 @@ std::wstring_view UpToZero(std::wstring_view text)
     return text.substr(0, text.find(L'\0'));
 }
 
-// Writes into a block whose size was computed from the same strings.
-class BlobWriter
-{
-public:
-    explicit BlobWriter(uint8_t* out) : m_out(out) {}
-
-    void Int32(size_t value)
-    {
-        for (int shift = 0; shift < 32; shift += 8)
-            *m_out++ = static_cast<uint8_t>(value >> shift);
-    }
-    void Bytes(const void* bytes, size_t size)
-    {
-        if (size != 0)
-            std::memcpy(m_out, bytes, size);
-        m_out += size;
-    }
-
-private:
-    uint8_t* m_out;
-};
-
 // How the strings of a blob are stored.
 struct Utf16Form {
     static size_t Size(std::wstring_view text) { return 2 * (UpToZero(text).size() + 1); }
 
-    // Characters above U+FFFF are cut, not paired.
     static void Write(BlobWriter& out, std::wstring_view text)
     {
-        for (const wchar_t c : UpToZero(text)) {
-            const uint8_t unit[2] = {static_cast<uint8_t>(c), static_cast<uint8_t>(c >> 8)};
-            out.Bytes(unit, 2);
-        }
-        out.Bytes("\0", 2);
+        for (const wchar_t c : UpToZero(text))
+            out.Unit(static_cast<uint32_t>(c));
+        out.Unit(0);
     }
 
     // Reads up to a zero unit, the end of the item or the end of the blob. Moves

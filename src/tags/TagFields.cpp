@@ -1,20 +1,14 @@
 #include "tags/TagFields.h"
 
 #include "support/text/Ascii.h"
-#include "tags/TagPictures.h"
+#include "tags/TagItems.h"
 #include "tags/id3parser/bytes/Errors.h"
-#include "tags/id3parser/fields/FrameToMeta.h"
 #include "tags/id3parser/frames/FrameReader.h"
-#include "tags/id3parser/text/CodePages.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace aiff
 {
-
-using id3parser::metaMap;
-using id3parser::t_tag;
 
 int64_t TagSizeFromHeader(std::span<const uint8_t> bytes)
 {
@@ -32,41 +26,10 @@ int64_t TagSizeFromHeader(std::span<const uint8_t> bytes)
 
 bool ReadTagList(std::span<const uint8_t> bytes, NTag& list)
 {
-    id3parser::streamInMem in(bytes);
-    return ReadTagList(in, list);
-}
-
-bool ReadTagList(id3parser::streamIn& in, NTag& list)
-{
-    list.Destroy();
-    t_tag tag;
-    try {
-        id3parser::parseCallback everything;
-        tag.Parse(in, everything);
-    } catch (const id3parser::parseError&) {
-        return false;
-    } catch (const std::overflow_error&) {
-        return false;
-    }
-    AppendTagToList(tag, list);
-    return true;
-}
-
-void AppendTagToList(t_tag& tag, NTag& list)
-{
-    list.AddTag(kTagVersionName, L"ID3v2." + std::to_wstring(tag.Revision()));
-    metaMap map;
-    tag_to_metaMap(tag, map);
-    for (const auto& [field, values] : map)
-        if (field.empty() || field[0] != '_')
-            list.AddTag({id3parser::conv::Utf8ToText(field), ItemValue(values), {}});
-    AppendPicturesToList(tag, list);
-}
-
-XStr ItemValue(const metaMap::Values& values)
-{
-    return id3parser::conv::Utf8ToText(
-        id3parser::JoinValues(values, id3parser::kItemValueSeparator));
+    TagItems items;
+    const bool isRead = items.Add({bytes.begin(), bytes.end()});
+    list = items.List();
+    return isRead;
 }
 
 std::string_view PreTranslateField(std::string_view name)

@@ -3,7 +3,11 @@
 
 #include "support/file/XFile.h"
 #include "tags/NTag.h"
+#include "tags/TagItems.h"
 #include "tags/TagOptions.h"
+
+#include <span>
+#include <vector>
 
 namespace aiff
 {
@@ -65,14 +69,14 @@ public:
     int64_t GetID3v2TagSize() const;
 
     [[nodiscard]] bool Read(NTag& tags) override;
+    // Adds what the tag says to the items.
+    [[nodiscard]] bool Read(TagItems& items) const;
     bool HasTag() const override { return GetID3v2TagSize() != 0; }
 
     // Moves what follows the region to where the new tag ends. False, with nothing
-    // written, when the old tag cannot be read or the new one exceeds what its format
-    // can say.
+    // written, when the old tag cannot be read, when nothing of it can be told apart or when
+    // the new one exceeds what its format can say.
     [[nodiscard]] bool Write(const NTag& tags, bool deleteMode) override;
-    // The same; frees the list as soon as it is not needed any longer.
-    [[nodiscard]] bool Write(NTag&& tags, bool deleteMode);
 
     // Bytes that the last successful Write wrote, padding included.
     int64_t WrittenSize() const { return m_writtenSize; }
@@ -94,11 +98,6 @@ private:
     [[nodiscard]] bool ReadBytes(const Region& region, std::vector<uint8_t>& bytes) const;
     [[nodiscard]] bool ReadOldTags(std::vector<std::vector<uint8_t>>& old) const;
     std::vector<uint8_t> LoneForeignTag(std::span<const std::vector<uint8_t>> old) const;
-    template <class ApplyList>
-    [[nodiscard]] bool Update(ApplyList&& apply);
-    template <class ApplyList>
-    [[nodiscard]] bool Merge(std::span<const std::span<const uint8_t>> old, ApplyList& apply,
-                             std::vector<uint8_t>& tag) const;
     [[nodiscard]] bool PlaceTag(std::vector<uint8_t> tag);
 
     XFile m_file;

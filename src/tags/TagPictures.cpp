@@ -15,8 +15,8 @@
 namespace aiff
 {
 
-using id3parser::t_frame;
-using id3parser::t_tag;
+using id3parser::OutFrame;
+using id3parser::WireFrame;
 
 namespace
 {
@@ -30,134 +30,82 @@ XStr ElementDescription(int type)
     return description.empty() ? XStr(kUndefined) : description;
 }
 
-// What an item or a frame says of its picture. Points into it.
-struct Picture {
-    uint8_t type = 0;
-    XStr subDescription;
-    std::span<const uint8_t> data;
-};
-
 Picture PictureOf(const STInternalTag& item)
 {
-    XStr description;
-    Picture picture;
-    NTag::SpiltAlbumArtDesctiptionLine(item.name, description, picture.subDescription);
-    picture.type = GetPictureType(description);
-    picture.data = item.data;
-    return picture;
+    XStr description, subDescription;
+    NTag::SpiltAlbumArtDesctiptionLine(item.name, description, subDescription);
+    return {GetPictureType(description), id3parser::conv::TextToUtf8(subDescription), item.data};
 }
 
-// None for a frame that is no picture or cannot be read.
-std::optional<Picture> PictureOf(const t_frame& frame)
+// As the tag blob shows it.
+XStr SubDescription(const Picture& picture)
 {
-    if (!frame.isPicture())
+    return NTag::AsInBlob(id3parser::conv::Utf8ToText(picture.description));
+}
+
+// Whether the tag blob shows both alike: then no new frame is needed.
+bool LookAlike(const Picture& a, const Picture& b)
+{
+    return ElementDescription(a.type) == ElementDescription(b.type) &&
+           std::ranges::equal(a.data, b.data) && SubDescription(a) == SubDescription(b);
+}
+
+size_t HashOf(const Picture& picture)
+{
+    const std::string_view bytes(reinterpret_cast<const char*>(picture.data.data()),
+                                 picture.data.size());
+    return std::hash<XStr>()(ElementDescription(picture.type) + SubDescription(picture)) ^
+           std::hash<std::string_view>()(bytes);
+}
+
+// What comes before the picture's bytes. A description beyond ASCII needs an encoding that
+// everybody reads the same way.
+std::vector<uint8_t> FrameHead(const Picture& picture)
+{
+    const std::string mime = DetectPictureMimeType(picture.data);
+    id3parser::t_frame frame(id3parser::kFrameAPIC);
+    const bool ascii = std::ranges::all_of(picture.description,
+                                           [](char c) { return static_cast<uint8_t>(c) < 0x80; });
+    if (ascii) {
+        frame.setPicture(picture.type, mime, picture.description, nullptr, 0);
+    } else {
+        id3parser::tagCreateContext context;
+        context.encoding = id3parser::kEncodingUTF16;
+        id3parser::t_frame encoded;
+        encoded.SetAsString(picture.description, context);
+        const auto body = encoded.data.view();
+        frame.data.append_fromptr(body.data(), 1);
+        frame.data.append_fromptr(mime.c_str(), mime.size() + 1);
+        frame.data.append_fromptr(&picture.type, 1);
+        frame.data.append_fromptr(body.data() + 1, body.size() - 1);
+    }
+    const auto head = frame.data.view();
+    return {head.begin(), head.end()};
+}
+
+} // namespace
+
+std::optional<Picture> PictureOf(const WireFrame& wire, id3parser::t_frame& scratch)
+{
+    if (wire.id != id3parser::kFrameAPIC || wire.reading != id3parser::FrameReading::Shown)
         return std::nullopt;
     try {
-        const id3parser::PictureView view = id3parser::extractAPIC(frame.data.view());
-        return Picture{view.type, id3parser::conv::Utf8ToText(frame.getPictureDesc()), view.data};
+        const std::span<const uint8_t> body = ShownBody(wire, scratch);
+        const id3parser::PictureView view = id3parser::extractAPIC(body);
+        return Picture{view.type, id3parser::extractAPIC_desc(body), view.data};
     } catch (const id3parser::parseError&) {
         return std::nullopt;
     }
 }
 
-// A picture as the tag blob shows it: equal ones need no new frame.
-struct ShownPicture {
-    XStr element;
-    XStr subDescription;
-    std::span<const uint8_t> data;
-
-    explicit ShownPicture(const Picture& picture)
-        : element(ElementDescription(picture.type)),
-          subDescription(NTag::AsInBlob(picture.subDescription)), data(picture.data)
-    {
-    }
-
-    size_t Hash() const
-    {
-        const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
-        const size_t names = std::hash<XStr>()(element + subDescription);
-        return names ^ std::hash<std::string_view>()(bytes);
-    }
-    bool operator==(const ShownPicture& other) const
-    {
-        return element == other.element && subDescription == other.subDescription &&
-               std::ranges::equal(data, other.data);
-    }
-};
-
-// A description beyond ASCII needs an encoding that everybody reads the same way.
-t_frame MakeFrame(const Picture& picture)
+std::string PictureItemName(const Picture& picture, size_t number)
 {
-    const std::string mime = DetectPictureMimeType(picture.data);
-    const std::string text = id3parser::conv::TextToUtf8(picture.subDescription);
-    t_frame frame(id3parser::kFrameAPIC);
-    const bool ascii =
-        std::ranges::all_of(text, [](char c) { return static_cast<uint8_t>(c) < 0x80; });
-    if (ascii) {
-        frame.setPicture(picture.type, mime, text, picture.data.data(), picture.data.size());
-        return frame;
-    }
-    id3parser::tagCreateContext context;
-    context.encoding = id3parser::kEncodingUTF16;
-    t_frame encoded;
-    encoded.SetAsString(text, context);
-    const auto body = encoded.data.view();
-    frame.data.append_fromptr(body.data(), 1);
-    frame.data.append_fromptr(mime.c_str(), mime.size() + 1);
-    frame.data.append_fromptr(&picture.type, 1);
-    frame.data.append_fromptr(body.data() + 1, body.size() - 1);
-    frame.data.append_fromptr(picture.data.data(), picture.data.size());
-    return frame;
+    XStr name(kAlbumArtPrefix);
+    name.append(std::to_wstring(number)).append(ElementDescription(picture.type));
+    if (!picture.description.empty())
+        name.append(kSubDescriptionMark);
+    return id3parser::conv::TextToUtf8(name) + picture.description;
 }
-
-// The pictures of some types, out of a tag.
-class TakenPictures
-{
-public:
-    TakenPictures(t_tag& tag, const std::set<XStr>& elements)
-    {
-        for (auto next = tag.Frames().begin(); next != tag.Frames().end();) {
-            const auto frame = next++;
-            const std::optional<Picture> picture = PictureOf(*frame);
-            if (!picture.has_value())
-                continue;
-            ShownPicture shown(*picture);
-            if (!elements.contains(shown.element))
-                continue;
-            m_frames.splice(m_frames.end(), tag.Frames(), frame);
-            const size_t hash = shown.Hash();
-            m_byHash.emplace(hash, Entry{std::move(shown), frame});
-        }
-    }
-
-    // Moves the first frame that shows `wanted` to the end of `out`, if there is one left.
-    void MoveFrame(const ShownPicture& wanted, t_tag::FrameList& out)
-    {
-        auto [entry, end] = m_byHash.equal_range(wanted.Hash());
-        entry = std::find_if(entry, end, [&](const auto& e) { return e.second.shown == wanted; });
-        if (entry == end)
-            return;
-        out.splice(out.end(), m_frames, entry->second.frame);
-        m_byHash.erase(entry);
-    }
-
-    void Clear()
-    {
-        m_byHash.clear();
-        m_frames.clear();
-    }
-
-private:
-    struct Entry {
-        ShownPicture shown;
-        t_tag::FrameList::iterator frame;
-    };
-
-    t_tag::FrameList m_frames;
-    std::multimap<size_t, Entry> m_byHash; // equal ones in their order
-};
-
-} // namespace
 
 bool IsAlbumArt(const STInternalTag& item)
 {
@@ -179,50 +127,62 @@ std::string DetectPictureMimeType(std::span<const uint8_t> data)
     return std::ranges::equal(data.subspan(1, 3), kPng) ? "image/png" : "image/jpeg";
 }
 
-void AppendPicturesToList(t_tag& tag, NTag& list)
+NewPictures::NewPictures(const id3parser::CarriedFrames& old,
+                         const std::vector<const STInternalTag*>& items, TagUpdate::Task task)
+    : m_old(old)
 {
-    size_t count = 0;
-    for (t_frame& frame : tag.Frames()) {
-        const std::optional<Picture> picture = PictureOf(frame);
-        if (!picture.has_value())
+    std::set<XStr> elements;
+    for (const STInternalTag* item : items)
+        elements.insert(ElementDescription(PictureOf(*item).type));
+    std::multimap<size_t, const WireFrame*> replaced; // by a hash, equal ones in their order
+    id3parser::t_frame scratch;
+    for (const WireFrame& wire : old.Frames()) {
+        if (wire.id != id3parser::kFrameAPIC)
             continue;
-        XStr name =
-            XStr(kAlbumArtPrefix) + std::to_wstring(++count) + ElementDescription(picture->type);
-        if (!picture->subDescription.empty())
-            name.append(kSubDescriptionMark).append(picture->subDescription);
-        // The picture is the end of the body.
-        const auto offset = std::ssize(frame.data.view()) - std::ssize(picture->data);
-        std::vector<uint8_t> bytes = frame.data.take();
-        bytes.erase(bytes.begin(), bytes.begin() + offset);
-        list.AddTag({std::move(name), {}, std::move(bytes)});
+        const std::optional<Picture> picture = PictureOf(wire, scratch);
+        if (!picture.has_value() || !elements.contains(ElementDescription(picture->type)))
+            Add({&wire, nullptr}, picture.has_value() ? picture->type : uint8_t{0});
+        else if (task == TagUpdate::Task::Set)
+            replaced.emplace(HashOf(*picture), &wire);
+    }
+    for (const STInternalTag* item : items) {
+        const Picture picture = PictureOf(*item);
+        if (task == TagUpdate::Task::Remove || picture.data.empty())
+            continue;
+        auto [found, end] = replaced.equal_range(HashOf(picture));
+        while (found != end && !LookAlike(*PictureOf(*found->second, scratch), picture))
+            ++found;
+        if (found == end) {
+            Add({nullptr, item}, picture.type);
+        } else {
+            Add({found->second, nullptr}, picture.type);
+            replaced.erase(found);
+        }
     }
 }
 
-void ApplyPictures(t_tag& tag, const std::vector<const STInternalTag*>& items, bool deleteMode)
+void NewPictures::Add(const Source& source, uint8_t type)
 {
-    if (items.empty())
-        return;
-    std::vector<Picture> pictures;
-    std::set<XStr> elements;
-    for (const STInternalTag* item : items) {
-        pictures.push_back(PictureOf(*item));
-        elements.insert(ElementDescription(pictures.back().type));
-    }
-    TakenPictures present(tag, elements);
-    if (deleteMode)
-        return;
+    constexpr uint8_t kFrontCover = 3;
+    (type == kFrontCover ? m_fronts : m_others).push_back(source);
+}
 
-    // First what stays, so that the rest is gone before new pictures take memory.
-    std::erase_if(pictures, [](const Picture& picture) { return picture.data.empty(); });
-    std::vector<t_tag::FrameList> frames(pictures.size());
-    for (size_t i = 0; i < pictures.size(); ++i)
-        present.MoveFrame(ShownPicture(pictures[i]), frames[i]);
-    present.Clear();
-    for (size_t i = 0; i < pictures.size(); ++i) {
-        if (frames[i].empty())
-            frames[i].push_back(MakeFrame(pictures[i]));
-        tag.Frames().splice(tag.Frames().end(), frames[i]);
-    }
+void NewPictures::Emit(const id3parser::FrameSink& sink) const
+{
+    for (const auto* sources : {&m_fronts, &m_others})
+        for (const Source& source : *sources) {
+            if (source.old != nullptr) {
+                m_old.Emit(*source.old, sink);
+                continue;
+            }
+            const Picture picture = PictureOf(*source.item);
+            const std::vector<uint8_t> head = FrameHead(picture);
+            OutFrame frame;
+            frame.id = id3parser::kFrameAPIC;
+            frame.head = head;
+            frame.body = picture.data;
+            sink(frame);
+        }
 }
 
 } // namespace aiff

@@ -1,10 +1,12 @@
-// Pictures: APIC frames and the items "_albumart_..." of a tag list.
+// Pictures: APIC frames and the items of a tag list that stand for them.
 #pragma once
 
 #include "tags/NTag.h"
-#include "tags/id3parser/frames/Tag.h"
+#include "tags/TagUpdate.h"
+#include "tags/id3parser/fields/CarriedFrames.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -18,14 +20,42 @@ uint8_t GetPictureType(const XStr& description);
 // By the letters of the PNG signature; empty for fewer than 8 bytes.
 std::string DetectPictureMimeType(std::span<const uint8_t> data);
 
-// Appends an item for every picture frame that can be read, and takes the frame's body
-// for it.
-void AppendPicturesToList(id3parser::t_tag& tag, NTag& list);
+// What an item or a frame says of its picture. The data belongs to it.
+struct Picture {
+    uint8_t type = 0;
+    std::string description; // UTF-8
+    std::span<const uint8_t> data;
+};
 
-// Replaces the pictures of the types that the items name. An item with data is a picture
-// of its type; one without data removes its type only, as every item does in delete mode.
-// A picture that an item repeats keeps its frame.
-void ApplyPictures(id3parser::t_tag& tag, const std::vector<const STInternalTag*>& items,
-                   bool deleteMode);
+// The picture that reading shows of a frame. Its data is in the frame or in `scratch`.
+std::optional<Picture> PictureOf(const id3parser::WireFrame& wire, id3parser::t_frame& scratch);
+// The name of its item, in UTF-8; `number` counts the pictures of a tag from 1.
+std::string PictureItemName(const Picture& picture, size_t number);
+
+// The pictures of a new tag: those of old frames, but for the types that items name. Of
+// these an item with data is a picture; one without data, and every item when fields are
+// removed, only removes its type. A picture that an item repeats keeps its frame.
+class NewPictures
+{
+public:
+    // Refers to the frames and the items.
+    NewPictures(const id3parser::CarriedFrames& old, const std::vector<const STInternalTag*>& items,
+                TagUpdate::Task task);
+
+    // Gives the frames to the sink: front covers first, then the others.
+    void Emit(const id3parser::FrameSink& sink) const;
+
+private:
+    // One of the two is not null.
+    struct Source {
+        const id3parser::WireFrame* old = nullptr;
+        const STInternalTag* item = nullptr;
+    };
+
+    void Add(const Source& source, uint8_t type);
+
+    const id3parser::CarriedFrames& m_old;
+    std::vector<Source> m_fronts, m_others;
+};
 
 } // namespace aiff

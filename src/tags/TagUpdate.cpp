@@ -5,46 +5,44 @@
 #include "tags/TagPictures.h"
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/fields/FieldNames.h"
-#include "tags/id3parser/fields/FrameToMeta.h"
-#include "tags/id3parser/fields/MetaToFrame.h"
-#include "tags/id3parser/frames/FrameReader.h"
 #include "tags/id3parser/frames/Serialize.h"
 #include "tags/id3parser/text/CodePages.h"
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace aiff
 {
 
-using id3parser::metaMap;
-using id3parser::OldTag;
-using id3parser::t_frame;
+using id3parser::FieldEntry;
+using id3parser::FieldIndex;
+using id3parser::FrameSink;
+using id3parser::OutFrame;
+using id3parser::WireFrame;
+using id3parser::WireTag;
 using id3parser::conv::TextToUtf8;
 using id3parser::conv::Utf8ToText;
 
 namespace
 {
 
-std::vector<OldTag> ReadTags(std::span<const std::span<const uint8_t>> oldTags)
+std::vector<WireTag> ReadTags(std::span<const std::span<const uint8_t>> oldTags)
 {
-    std::vector<OldTag> tags;
+    std::vector<WireTag> tags;
     for (const std::span<const uint8_t> bytes : oldTags)
-        tags.push_back(id3parser::ReadOldTag(bytes));
+        tags.push_back(id3parser::ReadWireTag(bytes));
     return tags;
 }
 
-// A tag keeps its revision when it can be read and written. Of several, ID3v2.4 holds what the
-// others do.
-id3parser::t_tagRevision RevisionFor(const TagOptions& options, const std::vector<OldTag>& tags)
+// ID3v2.4 keeps its revision whatever else is wrong with it, and holds what other tags do:
+// what its frames say is often nothing that an older one can. Others keep theirs when they
+// can be read and written.
+id3parser::t_tagRevision RevisionFor(const TagOptions& options, const std::vector<WireTag>& tags)
 {
-    const auto readsAs = [](id3parser::t_tagRevision revision) {
-        return [revision](const OldTag& tag) { return tag.parses && tag.revision == revision; };
-    };
-    if (std::ranges::any_of(tags, readsAs(id3parser::kRevision4)))
+    if (std::ranges::find(tags, id3parser::kRevision4, &WireTag::revision) != tags.end())
         return id3parser::kRevision4;
-    const bool readable = !tags.empty() && tags.back().parses;
-    return readable ? id3parser::kRevision3 : options.NewRevision();
+    return !tags.empty() && tags.back().parses ? id3parser::kRevision3 : options.NewRevision();
 }
 
 // The first byte of a character above U+FFFF.
@@ -53,75 +51,120 @@ bool IsBeyond16Bits(char utf8)
     return static_cast<uint8_t>(utf8) >= 0xF0;
 }
 
-id3parser::CarriedFrames Merge(const TagOptions& options, std::vector<OldTag> tags)
+// Compares the item of a field with a text, either as reading shows it or as it comes back
+// from a tag blob, which cuts characters.
+class ItemComparison : public id3parser::FieldSink
 {
-    id3parser::CarriedFrames frames(RevisionFor(options, tags));
-    for (OldTag& tag : tags)
-        frames.Merge(std::move(tag));
-    return frames;
-}
+public:
+    explicit ItemComparison(const XStr& text) : m_whole{text}, m_cut{text} {}
+
+    void add(std::string_view, std::string_view value) override
+    {
+        if (std::exchange(m_isShown, true))
+            Add(id3parser::kItemValueSeparator);
+        id3parser::conv::ForEachCharacter(value, [this](uint32_t c) { Add(c); });
+    }
+    bool IsEqual() const { return m_isShown && (m_whole.IsEqual() || m_cut.IsEqual()); }
+
+private:
+    struct Text {
+        bool IsEqual() const { return isEqual && rest.empty(); }
+        void Take(uint32_t character)
+        {
+            isEqual = isEqual && !rest.empty() && static_cast<uint32_t>(rest[0]) == character;
+            if (isEqual)
+                rest.remove_prefix(1);
+        }
+
+        std::wstring_view rest;
+        bool isEqual = true;
+    };
+
+    void Add(uint32_t character)
+    {
+        m_whole.Take(character);
+        const uint32_t unit = character & 0xFFFF;
+        m_isCutOff = m_isCutOff || unit == 0;
+        if (!m_isCutOff)
+            m_cut.Take(unit);
+    }
+
+    bool m_isShown = false;
+    Text m_whole, m_cut;
+    bool m_isCutOff = false; // a blob's text ends at a zero
+};
 
 } // namespace
 
-TagUpdate::TagUpdate(const TagOptions& options, std::span<const std::span<const uint8_t>> oldTags)
-    : m_options(options), m_frames(Merge(options, ReadTags(oldTags))), m_fields(m_frames.Fields())
+TagUpdate::TagUpdate(const TagOptions& options, std::span<const std::span<const uint8_t>> oldTags,
+                     const NTag& list, Task task)
+    : TagUpdate(ReadTags(oldTags), options, list, task)
 {
-    for (const auto& [field, values] : m_fields) {
+}
+
+TagUpdate::TagUpdate(std::vector<WireTag> oldTags, const TagOptions& options, const NTag& list,
+                     Task task)
+    : m_options(options), m_task(task), m_isLost(std::ranges::any_of(oldTags, &WireTag::isLost)),
+      m_old(RevisionFor(options, oldTags), std::move(oldTags))
+{
+    m_old.Fields().ForEachField([this](FieldIndex::Group group) {
+        const std::string_view field = group.front().Field();
         if (std::ranges::none_of(field, IsBeyond16Bits))
-            continue;
+            return;
         const XStr name = Utf8ToText(field);
         if (const XStr cut = NTag::AsInBlob(name); cut != name)
             m_cutNames.emplace(TextToUtf8(cut), field);
-    }
-}
-
-void TagUpdate::Apply(const NTag& list, Task task)
-{
-    std::vector<const STInternalTag*> pictures;
+    });
     for (long i = 0; i < list.Count(); ++i) {
         const STInternalTag& item = list[i];
         if (IsAlbumArt(item))
-            pictures.push_back(&item);
+            m_pictures.push_back(&item);
         else if (!item.name.empty() && item.name[0] != L'_')
-            ApplyField(item, task);
+            ApplyField(item);
     }
-    ApplyPictures(m_frames.Tag(), pictures, task == Task::Remove);
 }
 
 // The field of the old tag that reading shows under this name.
-const std::string& TagUpdate::ShownField(const std::string& name) const
+const std::string& TagUpdate::ShownField(const std::string& name)
 {
-    if (m_cutNames.empty() || m_frames.Fields().haveField(name))
+    if (m_cutNames.empty() || !m_old.Fields().Find(name).empty())
         return name;
     const auto cut = m_cutNames.find(name);
     return cut == m_cutNames.end() ? name : cut->second;
 }
 
-bool TagUpdate::RestoreUnchanged(const std::string& field, const XStr& value)
+bool TagUpdate::IsUnchanged(std::string_view field, const XStr& value) const
 {
-    const metaMap::Values* before = m_frames.Fields().find(field);
-    if (before == nullptr)
-        return false;
-    const XStr shown = ItemValue(*before);
-    if (value != shown && value != NTag::AsInBlob(shown))
-        return false;
-    m_fields.findOrAdd(field) = *before;
-    return true;
+    const auto shows = [&](FieldIndex::Group group) {
+        ItemComparison item(value);
+        ShowField(m_old.Frames(), group, item);
+        return item.IsEqual();
+    };
+    const FieldIndex::Group group = m_old.Fields().Find(field);
+    if (shows(group))
+        return true;
+    std::vector<FieldEntry> read;
+    std::ranges::copy_if(group, std::back_inserter(read), [this](const FieldEntry& entry) {
+        return !m_old.Frames()[entry.frame].isHidden;
+    });
+    return read.size() != group.size() && shows(read);
 }
 
-void TagUpdate::ApplyField(const STInternalTag& item, Task task)
+void TagUpdate::ApplyField(const STInternalTag& item)
 {
     const std::string itemName = TextToUtf8(item.name);
     const std::string& shown = ShownField(itemName);
-    if (task == Task::Set && RestoreUnchanged(shown, item.value))
+    if (m_task == Task::Set && IsUnchanged(shown, item.value)) {
+        m_changes.erase(shown);
         return;
+    }
     // This item says where the list came from. It is a field only when one of that name is
     // removed.
-    if (task == Task::Set && EqualNoCase(item.name, kTagVersionName))
+    if (m_task == Task::Set && EqualNoCase(itemName, kTagVersionField))
         return;
     const std::string_view name = PreTranslateField(itemName);
     const std::string field = id3parser::CanonicalField(name == itemName ? shown : name);
-    const bool remove = task == Task::Remove || item.value.empty();
+    const bool remove = m_task == Task::Remove || item.value.empty();
     if (remove || !EqualNoCase(shown, field))
         RemoveField(shown);
     if (remove)
@@ -130,55 +173,76 @@ void TagUpdate::ApplyField(const STInternalTag& item, Task task)
         SetField(field, name, item.value);
 }
 
+// A field keeps the spelling that its name has in the old tag.
 void TagUpdate::SetField(const std::string& field, std::string_view name, const XStr& value)
 {
     const bool yearOnly =
         EqualNoCase(name, "year") && !m_options.fullDateInYear && !m_options.strictYearDate;
     const std::string text = yearOnly ? std::to_string(LeadingInteger(value)) : TextToUtf8(value);
-    metaMap::Values& values = m_fields.findOrAdd(field);
-    if (isMultiValField(name))
-        values = id3parser::SplitValues(text, id3parser::kItemValueSeparator);
-    else
-        values = {text};
+    std::string spelling = field;
+    if (const auto change = m_changes.find(field); change != m_changes.end()) {
+        if (change->second.has_value())
+            spelling = change->first;
+        m_changes.erase(change);
+    } else {
+        const FieldIndex::Group group = m_old.Fields().Find(field);
+        const auto first = std::ranges::find_if(group, [this](const FieldEntry& entry) {
+            return m_old.Frames()[entry.frame].showsValue;
+        });
+        if (first != group.end())
+            spelling = first->Field();
+    }
+    m_changes.emplace(spelling, isMultiValField(name)
+                                    ? id3parser::SplitValues(text, id3parser::kItemValueSeparator)
+                                    : id3parser::Values{text});
 }
 
 void TagUpdate::RemoveField(const std::string& field)
 {
-    m_fields.removeField(field);
-    m_removed.insert(field);
+    m_changes.insert_or_assign(field, std::nullopt);
 }
 
-void TagUpdate::BuildFrames()
+// The frames that no field represents, and those that show no value of a field that stays.
+void TagUpdate::EmitRest(const id3parser::NewFields& fields, const FrameSink& sink) const
 {
-    id3parser::t_tag& tag = m_frames.Tag();
-    // Also the frames of a removed field that had no value to show.
-    tag.Frames().remove_if([this](const t_frame& frame) {
-        return !m_removed.empty() && m_removed.contains(FieldOfFrame(frame)) &&
-               !m_fields.haveField(FieldOfFrame(frame));
+    const std::span<const WireFrame> frames = m_old.Frames();
+    std::vector<bool> isGone(frames.size());
+    m_old.Fields().ForEachField([&](FieldIndex::Group group) {
+        const bool isChanged = fields.IsChanged(group);
+        for (const FieldEntry& entry : group)
+            isGone[entry.frame] = isChanged || frames[entry.frame].showsValue;
     });
-    metaMap_to_tag(tag, std::move(m_fields), m_options.CreateArgs());
-    tag.SanitizeAPICOrder();
-    for (t_frame& frame : tag.Frames())
-        if (frame.wire != nullptr)
-            frame.data.take(); // its memory is needed for the new tag
+    for (size_t i = 0; i < frames.size(); ++i)
+        if (!isGone[i] && frames[i].id != id3parser::kFrameAPIC)
+            m_old.Emit(frames[i], sink);
 }
 
 bool TagUpdate::Write(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
-                      std::vector<uint8_t>& bytes)
+                      std::vector<uint8_t>& bytes) const
 {
-    const id3parser::t_tag& tag = m_frames.Tag();
+    if (m_isLost)
+        return false;
+    const id3parser::NewFields fields(m_old, m_changes, m_options.CreateArgs());
+    const NewPictures pictures(m_old, m_pictures, m_task);
+    const auto emit = [&](const FrameSink& sink) {
+        const FrameSink checked = [&](const OutFrame& frame) {
+            // Readers give the whole tag up at a frame that is too large. Unsynchronisation
+            // makes it up to twice as large.
+            if (frame.head.size() + frame.body.size() >= id3parser::kFrameSizeLimit / 2 &&
+                FrameSize(frame, m_old.Revision()) >=
+                    id3parser::kFrameHeaderSize + id3parser::kFrameSizeLimit)
+                throw id3parser::writeError();
+            sink(frame);
+        };
+        fields.Emit(checked);
+        EmitRest(fields, checked);
+        pictures.Emit(checked);
+    };
     try {
-        BuildFrames();
-        // Readers give the whole tag up at a frame that is too large.
-        const bool readable = std::ranges::all_of(tag.Frames(), [&](const t_frame& frame) {
-            return FrameSize(frame, tag.Revision()) <
-                   id3parser::kFrameHeaderSize + id3parser::kFrameSizeLimit;
-        });
         id3parser::streamOutBuffer out;
-        if (readable)
-            tag.Write(out, availableSize, maxPadding, alignment);
+        WriteTag(m_old.Revision(), emit, out, availableSize, maxPadding, alignment);
         bytes = std::move(out.bytes);
-        return readable;
+        return true;
     } catch (const id3parser::writeError&) {
         return false;
     } catch (const std::overflow_error&) {

@@ -5,11 +5,10 @@
 #include "tags/NTag.h"
 #include "tags/TagOptions.h"
 #include "tags/id3parser/fields/CarriedFrames.h"
-#include "tags/id3parser/fields/MetaMap.h"
+#include "tags/id3parser/fields/MetaToFrame.h"
 
 #include <cstdint>
 #include <map>
-#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,10 +17,9 @@
 namespace aiff
 {
 
-// Order of calls: construct, Apply as often as wanted, then Write once. Nothing in a
-// frame that an edit does not concern is changed: not its text encoding, its flags, nor
-// what no field can hold. Values and pictures that equal what reading the old tag shows
-// concern no frame.
+// Nothing in a frame that an edit does not concern is changed: not its text encoding, its
+// flags, nor what no field can hold. Values and pictures that equal what reading the old tag
+// shows concern no frame.
 class TagUpdate
 {
 public:
@@ -29,34 +27,37 @@ public:
     enum class Task { Set, Remove };
 
     // oldTags  each from its header on, in the order of the file; may be empty or
-    //          damaged, and end where their chunk does. They become one tag, and must
-    //          outlive the update.
-    TagUpdate(const TagOptions& options, std::span<const std::span<const uint8_t>> oldTags);
-
-    // Merges the items into the tag, or removes the fields and picture types that they
-    // name. An item with an empty value removes its field, too. Internal fields other
-    // than pictures and the tag's version are left out. The list is not needed any
-    // longer after the call.
-    void Apply(const NTag& list, Task task);
+    //          damaged, and end where their chunk does. They become one tag.
+    // list     what is merged into the tag, or which fields and picture types go. An item
+    //          with an empty value removes its field, too. Internal fields other than
+    //          pictures and the tag's version are left out.
+    // Both must outlive the update.
+    TagUpdate(const TagOptions& options, std::span<const std::span<const uint8_t>> oldTags,
+              const NTag& list, Task task);
 
     // Makes the new tag, padded as id3parser::t_tag::Write describes. False when the format
-    // cannot hold it.
+    // cannot hold it, or when an old tag has frames that cannot be found.
     [[nodiscard]] bool Write(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
-                             std::vector<uint8_t>& bytes);
+                             std::vector<uint8_t>& bytes) const;
 
 private:
-    const std::string& ShownField(const std::string& name) const;
-    bool RestoreUnchanged(const std::string& field, const XStr& value);
-    void ApplyField(const STInternalTag& item, Task task);
+    TagUpdate(std::vector<id3parser::WireTag> oldTags, const TagOptions& options, const NTag& list,
+              Task task);
+
+    void ApplyField(const STInternalTag& item);
+    bool IsUnchanged(std::string_view field, const XStr& value) const;
+    const std::string& ShownField(const std::string& name);
     void SetField(const std::string& field, std::string_view name, const XStr& value);
     void RemoveField(const std::string& field);
-    void BuildFrames();
+    void EmitRest(const id3parser::NewFields& fields, const id3parser::FrameSink& sink) const;
 
     TagOptions m_options;
-    id3parser::CarriedFrames m_frames;
-    id3parser::metaMap m_fields;
-    std::set<std::string, id3parser::metaCompare> m_removed;
-    // The fields whose name the tag blob cuts, by the name that is left.
+    Task m_task;
+    bool m_isLost; // an old tag's content
+    id3parser::CarriedFrames m_old;
+    id3parser::FieldChanges m_changes;
+    std::vector<const STInternalTag*> m_pictures;
+    // The old fields whose name the tag blob cuts, by the name that is left.
     std::map<std::string, std::string, id3parser::metaCompare> m_cutNames;
 };
 

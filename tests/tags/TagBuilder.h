@@ -163,8 +163,8 @@ inline XStr Read(const Bytes& tag)
 inline Bytes Edited(const std::vector<std::span<const uint8_t>>& oldTags, const NTag& list,
                     const TagOptions& options, bool remove = false)
 {
-    TagUpdate update(options, oldTags);
-    update.Apply(list, remove ? TagUpdate::Task::Remove : TagUpdate::Task::Set);
+    const TagUpdate update(options, oldTags, list,
+                           remove ? TagUpdate::Task::Remove : TagUpdate::Task::Set);
     Bytes tag;
     return update.Write(0, 0, 1, tag) ? tag : Bytes();
 }

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace aiff::id3parser
@@ -21,6 +20,7 @@ public:
     // Valid until the buffer changes.
     std::span<const uint8_t> view() const { return m_bytes; }
 
+    void reserve(size_t size) { m_bytes.reserve(size); }
     // Bytes added at the end are zero.
     void set_size(size_t size) { m_bytes.resize(size); }
 
@@ -35,9 +35,6 @@ public:
         const auto* bytes = static_cast<const uint8_t*>(source);
         m_bytes.insert(m_bytes.end(), bytes, bytes + size);
     }
-
-    // Empties the buffer and hands its memory over.
-    std::vector<uint8_t> take() { return std::exchange(m_bytes, {}); }
 
     bool operator==(const t_byteVector&) const = default;
 

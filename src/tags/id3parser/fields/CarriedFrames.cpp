@@ -1,11 +1,12 @@
 #include "tags/id3parser/fields/CarriedFrames.h"
 
 #include "tags/id3parser/bytes/Errors.h"
-#include "tags/id3parser/fields/FrameToMeta.h"
 #include "tags/id3parser/frames/FrameRules.h"
-#include "tags/id3parser/frames/Serialize.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
+#include <utility>
 
 namespace aiff::id3parser
 {
@@ -20,137 +21,140 @@ std::string_view TextOf(Bytes bytes)
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// Whether the body is the same in every revision, whatever it holds.
-bool IsSameInAllRevisions(uint32_t id)
+// Whether the body is the same in the other revision, whatever it holds.
+bool IsSameIn(t_tagRevision revision, uint32_t id)
 {
-    if (id == kFrameAPIC)
+    if (id == kFrameAPIC || (id == kFrameTDAT && revision == kRevision3))
         return true;
     const FrameRule* rule = RuleForFrame(id);
     return rule != nullptr && (rule->read == ReadRule::Url || rule->read == ReadRule::Rating);
 }
 
-// Makes reading pass over a frame that it would stumble at, by the flag for frames that
-// must not be changed. False when the revision has no such flag that reading minds.
-bool MakePassable(WireForm& form, t_tagRevision revision)
+bool HasLanguage(uint32_t id)
 {
-    if (form.reading != FrameReading::Refused)
-        return true;
-    form.statusFlags |= kReadOnly_v4;
-    return revision == kRevision4;
+    return get_byteskip(id) != 0;
 }
 
-// The ID3v2.3 form of a compressed ID3v2.4 body: the size of the decoded data, then
-// the data. Empty when the body does not tell the size.
-std::vector<uint8_t> CompressedBody_v3(const WireForm& wire)
+// Reading would stumble at the frame and give the whole tag up. In ID3v2.4 it passes over one
+// that must not be changed.
+bool MakePassable(WireFrame& wire)
 {
-    FrameHeader header;
-    header.size = static_cast<uint32_t>(wire.body.size());
-    header.formatFlags = wire.formatFlags & static_cast<uint8_t>(~format4::kCompressed);
-    if (!(header.formatFlags & format4::kDataLength))
-        return {};
-    try {
-        streamInMem sizeField(wire.body);
-        streamOutBuffer out;
-        write_big_endian(out, read_sync_safe_integer(sizeField));
-        t_byteVector data;
-        streamInMem in(wire.body);
-        ReadBody_v4(in, header, data);
-        out.write(data.get_ptr(), data.get_size());
-        return std::move(out.bytes);
-    } catch (const parseError&) {
-        return {};
-    }
+    if (wire.reading == FrameReading::Refused)
+        wire.statusFlags |= kReadOnly_v4;
+    return wire.reading != FrameReading::Refused || wire.revision == kRevision4;
+}
+
+// A picture of ID3v2.2 that reading refuses for its text encoding.
+bool ReadOddPicture(const WireFrame& wire, t_frame& frame)
+try {
+    if (wire.revision != kRevision2 || wire.id != kFrameAPIC)
+        return false;
+    frame.id = wire.id;
+    frame.data.set_data_fromptr(wire.bytes, wire.size);
+    ConvertPIC(frame.data);
+    return true;
+} catch (const parseError&) {
+    return false;
 }
 
 } // namespace
 
-std::span<const uint8_t> CarriedFrames::Own(std::vector<uint8_t> bytes)
+CarriedFrames::CarriedFrames(t_tagRevision revision, std::vector<WireTag>&& tags)
+    : m_revision(revision), m_tags(std::move(tags))
 {
-    return m_owned.emplace_back(std::move(bytes));
+    for (WireTag& tag : m_tags)
+        std::erase_if(tag.frames, [this](WireFrame& wire) {
+            return wire.isDamaged && wire.revision == m_revision && !MakePassable(wire);
+        });
+    const std::vector<size_t> ends = MergeFrames();
+    m_fields = FieldIndex(m_frames, FieldIndex::Of::Editing);
+    m_fields.ForEachField([this](FieldIndex::Group group) {
+        for (const FieldEntry& entry : group)
+            m_frames[entry.frame].showsValue = ShowsValue(m_frames[entry.frame]);
+    });
+    if (ends.size() > 1)
+        DropFieldsOfLaterTags(ends);
 }
 
-void CarriedFrames::Merge(OldTag moved)
+// Returns where the frames of each tag end.
+std::vector<size_t> CarriedFrames::MergeFrames()
 {
-    OldTag& old = m_old.emplace_back(std::move(moved));
-    m_identities.insert(m_added.begin(), m_added.end());
-    m_added.clear();
-    const bool sound = old.parses && old.sizes == FrameSizes::OfRevision;
-    const bool changesForm = old.revision != m_tag.Revision();
-    metaMap fields;
-    while (!old.frames.empty()) {
-        t_tag::FrameList one;
-        one.splice(one.end(), old.frames, old.frames.begin());
-        if (sound || changesForm || MakePassable(*one.front().wire, old.revision))
-            MergeFrame(std::move(one), old.revision, fields);
+    if (m_tags.size() == 1) {
+        m_frames = std::move(m_tags.front().frames);
+        return {m_frames.size()};
     }
-    if (m_fields.empty())
-        m_fields = std::move(fields);
-    else
-        for (const auto& [field, values] : fields)
-            if (!m_fields.haveField(field))
-                m_fields.findOrAdd(field) = values;
+    std::vector<size_t> ends;
+    std::set<std::pair<uint32_t, std::string_view>> earlier;
+    for (WireTag& tag : m_tags) {
+        const size_t first = m_frames.size();
+        const auto frames = std::exchange(tag.frames, {});
+        std::ranges::copy_if(frames, std::back_inserter(m_frames), [&](const WireFrame& wire) {
+            return !earlier.contains({wire.id, TextOf(wire.Body())});
+        });
+        for (const WireFrame& wire : std::span(m_frames).subspan(first))
+            earlier.emplace(wire.id, TextOf(wire.Body()));
+        ends.push_back(m_frames.size());
+    }
+    return ends;
 }
 
-void CarriedFrames::MergeFrame(t_tag::FrameList one, t_tagRevision from, metaMap& fields)
+void CarriedFrames::DropFieldsOfLaterTags(const std::vector<size_t>& ends)
 {
-    t_frame& frame = one.front();
-    frame_to_infos(frame, from, fields);
-
-    const std::string field = FieldOfFrame(frame);
-    const Identity identity(frame.id, TextOf(frame.wire->body));
-    if ((!field.empty() && m_fields.haveField(field)) || m_identities.contains(identity))
-        return;
-    if (from != m_tag.Revision() && !Port(frame, from))
-        return;
-    m_added.push_back(identity);
-    m_tag.Frames().splice(m_tag.Frames().end(), one);
+    const auto tagOf = [&](const FieldEntry& entry) {
+        return std::ranges::upper_bound(ends, size_t{entry.frame}) - ends.begin();
+    };
+    m_fields.ForEachField([&](FieldIndex::Group group) {
+        bool isShown = false; // by a tag before the one with the present frame
+        bool isShownHere = false;
+        for (size_t i = 0; i < group.size(); ++i) {
+            WireFrame& wire = m_frames[group[i].frame];
+            if (i != 0 && tagOf(group[i]) != tagOf(group[i - 1]))
+                isShown = isShown || isShownHere;
+            if (isShown)
+                wire.id = 0; // is not written
+            else
+                isShownHere = isShownHere || wire.showsValue;
+        }
+    });
+    m_fields.EraseIf([this](const FieldEntry& entry) { return m_frames[entry.frame].id == 0; });
 }
 
-// Makes a frame of another revision one of this; false when it cannot be.
-bool CarriedFrames::Port(t_frame& frame, t_tagRevision from)
+bool CarriedFrames::Emit(const WireFrame& wire, const FrameSink& sink) const
 {
-    if (frame.data.get_size() == 0)
-        return PortWireForm(frame, from);
-    frame.wire = nullptr;
-    if (IsSameInAllRevisions(frame.id))
+    if (wire.id == 0)
+        return false;
+    if (wire.revision == m_revision) {
+        sink(wire.AsItIs());
         return true;
-    if (frame.id != kFrameCOMM && frame.id != kFrameUSLT)
-        return false; // the field map has it
+    }
+    t_frame frame;
+    const bool isOfInterest = wire.id == kFrameAPIC || RuleForFrame(wire.id) != nullptr;
+    const bool isRead = isOfInterest && (ReadFrame(wire, frame) || ReadOddPicture(wire, frame));
+    if (!isRead || frame.data.get_size() == 0)
+        return EmitWireForm(wire, sink);
     try {
-        frame.SanitizeForRevision(m_tag.Revision());
-        return true;
+        if (HasLanguage(wire.id))
+            frame.SanitizeForRevision(m_revision);
+        else if (!IsSameIn(m_revision, wire.id))
+            return false; // its field has it
     } catch (const parseError&) {
         return false;
     }
+    sink(AsNew(frame));
+    return true;
 }
 
-bool CarriedFrames::PortWireForm(t_frame& frame, t_tagRevision from)
+// For a frame of an older revision whose body no field wants.
+bool CarriedFrames::EmitWireForm(const WireFrame& wire, const FrameSink& sink) const
 {
-    WireForm& wire = *frame.wire;
-    const bool from4 = from == kRevision4;
-    constexpr uint8_t kLayout = format4::kUnsynchronised | format4::kDataLength;
-    const uint8_t layout = from4 ? wire.formatFlags & kLayout : uint8_t{0};
-    const auto meaning = static_cast<uint8_t>(wire.formatFlags ^ layout);
-    if (from4 && meaning == format4::kCompressed) {
-        std::vector<uint8_t> body = CompressedBody_v3(wire);
-        if (body.empty())
-            return false;
-        wire.body = Own(std::move(body));
-        wire.formatFlags = format3::kCompressed;
-    } else if (meaning != 0 || RuleForFrame(frame.id) != nullptr ||
-               (from == kRevision2 && frame.id == kFrameAPIC)) {
-        return false; // would be shown where it was not, or has another layout
-    } else if (layout != 0) {
-        t_frame read(frame.id);
-        const WireForm visible = {0, layout, false, {}, wire.body};
-        if (ReadWireForm(visible, from, read) != FrameReading::Shown || read.data.get_size() == 0)
-            return false;
-        wire.body = Own(read.data.take());
-        wire.formatFlags = 0;
-    }
-    // The same three flags, one bit further left in ID3v2.3.
-    wire.statusFlags = static_cast<uint8_t>(from4 ? wire.statusFlags << 1 : wire.statusFlags >> 1);
-    wire.mayNeedUnsync = true;
+    // It would be shown where it was not, or has another layout.
+    if (wire.formatFlags != 0 || wire.id == kFrameAPIC || RuleForFrame(wire.id) != nullptr)
+        return false;
+    OutFrame out = wire.AsItIs();
+    out.mayNeedUnsync = true;
+    // The same three flags, one bit further right in ID3v2.4.
+    out.statusFlags = static_cast<uint8_t>(wire.statusFlags >> 1);
+    sink(out);
     return true;
 }
 

@@ -23,8 +23,6 @@ bool is_valid_year(std::string_view text)
 
 std::string YearWithTYER(std::string_view present, std::string_view year)
 {
-    if (!is_valid_year(year))
-        return std::string(present.empty() ? year : present);
     std::string result(year);
     if (_is_valid_date(present, kDatePattern))
         result += present.substr(4);

@@ -15,8 +15,8 @@ inline constexpr std::string_view kDatePattern = "####-##-##";
 bool _is_valid_date(std::string_view text, std::string_view pattern);
 bool is_valid_year(std::string_view text);
 
-// What the "Year" field becomes when a TYER or a TDAT frame adds to its present value.
-// A TDAT holds day and month: "1503".
+// What the "Year" field becomes when a TYER or a TDAT frame adds to its present value: a
+// valid year, or day and month in four digits.
 std::string YearWithTYER(std::string_view present, std::string_view year);
 std::string YearWithTDAT(std::string_view present, std::string_view dayAndMonth);
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace aiff::id3parser
 {
@@ -19,7 +20,8 @@ namespace
 struct Reading {
     const t_frame& frame;
     t_tagRevision revision;
-    metaMap& map;
+    FieldSink& sink;
+    metaMap* map; // the same, or null where no frame changes what another one said
     bool strict;
 
     void RefuseIf(bool broken) const
@@ -36,17 +38,16 @@ struct Reading {
     }
 };
 
-void _add_info_slashed(metaMap& map, std::string_view field, std::string_view text)
+void _add_info_slashed(FieldSink& sink, std::string_view field, std::string_view text)
 {
-    for (const std::string& piece : SplitValues(text, kOldValueSeparator))
-        map.add(field, piece);
+    ForEachPiece(text, kOldValueSeparator, [&](std::string_view piece) { sink.add(field, piece); });
 }
 
 void frame_to_meta_multivalue(const Reading& in, std::string_view field)
 {
     const size_t count = in.frame.GetStringCount();
     if (count == 1 && in.revision < kRevision4) {
-        _add_info_slashed(in.map, field, in.String(0));
+        _add_info_slashed(in.sink, field, in.String(0));
         return;
     }
     in.RefuseIf(in.revision < kRevision4);
@@ -54,7 +55,7 @@ void frame_to_meta_multivalue(const Reading& in, std::string_view field)
     std::string text;
     for (size_t i = 0; i < count; ++i) {
         in.frame.EnumString(in.strict, text, i, walk);
-        in.map.add(field, text);
+        in.sink.add(field, text);
     }
 }
 
@@ -66,29 +67,36 @@ void frame_to_meta_genre(const Reading& in, std::string_view field)
     for (size_t i = 0; i < count; ++i) {
         in.frame.EnumString(in.strict, text, i, walk);
         if (in.revision < kRevision4) {
-            for (const std::string& genre : unmangle_genres(text))
-                in.map.add(field, genre);
+            unmangle_genres(text, field, in.sink);
         } else if (const std::string genre = unmangle_genre(text); !genre.empty()) {
-            in.map.add(field, genre);
+            in.sink.add(field, genre);
         }
     }
 }
 
-// The first value of the field, created empty when there is none.
-std::string& FirstValue(metaMap& map, std::string_view field)
+// Replaces the first value of the field, which counts as empty when there is none.
+template <class Change>
+void ChangeFirst(metaMap& map, std::string_view field, Change change)
 {
-    metaMap::Values& values = map.findOrAdd(field);
-    if (values.empty())
-        values.emplace_back();
-    return values.front();
+    Values& values = map.findOrAdd(field);
+    Values changed = {change(values.empty() ? std::string_view() : values.front())};
+    for (auto value = values.begin(); !values.empty() && ++value != values.end();)
+        changed.push_back(*value);
+    values = std::move(changed);
 }
 
 void frame_to_meta_tyer(const Reading& in, std::string_view field)
 {
-    const std::string text = in.String(0);
-    in.RefuseIf(!is_valid_year(text));
-    std::string& year = FirstValue(in.map, field);
-    year = YearWithTYER(year, text);
+    const std::string own = in.String(0);
+    const std::string_view text = own;
+    const bool valid = is_valid_year(text);
+    in.RefuseIf(!valid);
+    if (valid)
+        ChangeFirst(*in.map, field,
+                    [&](std::string_view year) { return YearWithTYER(year, text); });
+    else
+        ChangeFirst(*in.map, field,
+                    [&](std::string_view year) { return year.empty() ? text : year; });
 }
 
 void frame_to_meta_tdat(const Reading& in, std::string_view field)
@@ -98,8 +106,7 @@ void frame_to_meta_tdat(const Reading& in, std::string_view field)
     in.RefuseIf(!valid);
     if (!valid)
         return;
-    std::string& year = FirstValue(in.map, field);
-    year = YearWithTDAT(year, text);
+    ChangeFirst(*in.map, field, [&](std::string_view year) { return YearWithTDAT(year, text); });
 }
 
 // The body: an e-mail address, a 0, the rating and perhaps a play counter.
@@ -118,7 +125,7 @@ void frame_to_meta_popm(const Reading& in, std::string_view field)
     if (!byte.has_value())
         throw parseError();
     if (*byte != 0)
-        in.map.set(field, std::to_string(POPMToRating(*byte)));
+        in.map->set(field, std::to_string(POPMToRating(*byte)));
 }
 
 void frame_to_meta_custom_text(const Reading& in, size_t count, std::string key)
@@ -128,19 +135,19 @@ void frame_to_meta_custom_text(const Reading& in, size_t count, std::string key)
         const bool sane = IsSaneRGVal(value);
         in.RefuseIf(!sane);
         if (sane)
-            in.map.add(key, value);
+            in.sink.add(key, value);
         return;
     }
     multiTXXX_undecorate(key);
     if (in.revision < kRevision4 && count == 2 && isFieldNameSlashTXXX(key)) {
-        _add_info_slashed(in.map, key, in.String(1));
+        _add_info_slashed(in.sink, key, in.String(1));
         return;
     }
     t_frameWalk walk;
     std::string value;
     for (size_t i = 1; i < count; ++i) {
         in.frame.EnumString(in.strict, value, i, walk);
-        in.map.add(key, value);
+        in.sink.add(key, value);
     }
 }
 
@@ -150,13 +157,13 @@ void frame_to_meta_custom(const Reading& in)
     in.RefuseIf(count < 2);
     if (count < 2)
         return;
-    const std::string description = in.String(0);
+    std::string description = in.String(0);
     if (in.frame.id == kFrameWXXX) {
         std::string url;
         in.frame.GetAsWXXX(in.strict, url);
-        in.map.add(FieldWithDescription(kFieldUserUrl, description), url);
+        in.sink.add(FieldWithDescription(kFieldUserUrl, description), url);
     } else if (!description.empty()) {
-        frame_to_meta_custom_text(in, count, description);
+        frame_to_meta_custom_text(in, count, std::move(description));
     }
 }
 
@@ -166,17 +173,17 @@ void ApplyRule(const Reading& in, const FrameRule& rule)
     case ReadRule::None:
         return;
     case ReadRule::Single:
-        in.map.add(rule.field, in.String(0));
+        in.sink.add(rule.field, in.String(0));
         return;
     case ReadRule::MultiValue:
         return frame_to_meta_multivalue(in, rule.field);
     case ReadRule::SecondString:
-        in.map.add(rule.field, in.String(1));
+        in.sink.add(rule.field, in.String(1));
         return;
     case ReadRule::Url: {
         std::string url;
         in.frame.GetAsURL(url);
-        in.map.add(rule.field, url);
+        in.sink.add(rule.field, url);
         return;
     }
     case ReadRule::Genre:
@@ -188,7 +195,7 @@ void ApplyRule(const Reading& in, const FrameRule& rule)
     case ReadRule::Rating:
         return frame_to_meta_popm(in, rule.field);
     case ReadRule::Comment:
-        in.map.add(FieldWithDescription(kFieldComment, in.String(0)), in.String(1));
+        in.sink.add(FieldWithDescription(kFieldComment, in.String(0)), in.String(1));
         return;
     case ReadRule::UserText:
     case ReadRule::UserUrl:
@@ -203,6 +210,21 @@ void CheckStrictly(const t_frame& frame, t_tagRevision revision, const FrameRule
     const size_t usual = frame.isUserTextFrame() ? 2 : 1;
     if (revision < kRevision4 && frame.isTextFrame() && frame.GetStringCount() != usual)
         throw parseError();
+}
+
+void Apply(const Reading& in)
+{
+    const FrameRule* rule = RuleForFrame(in.frame.id);
+    if (rule == nullptr || (in.frame.data.get_size() == 0 && !in.strict))
+        return;
+    try {
+        if (in.strict)
+            CheckStrictly(in.frame, in.revision, *rule);
+        ApplyRule(in, *rule);
+    } catch (const parseError&) {
+        if (in.strict)
+            throw;
+    }
 }
 
 // The description of a frame that has one; nothing for a body that cannot be read.
@@ -223,17 +245,19 @@ std::optional<std::string> DescriptionOf(const t_frame& frame)
 
 void frame_to_infos(const t_frame& frame, t_tagRevision revision, metaMap& map, bool strict)
 {
-    const FrameRule* rule = RuleForFrame(frame.id);
-    if (rule == nullptr || (frame.data.get_size() == 0 && !strict))
-        return;
-    try {
-        if (strict)
-            CheckStrictly(frame, revision, *rule);
-        ApplyRule({frame, revision, map, strict}, *rule);
-    } catch (const parseError&) {
-        if (strict)
-            throw;
-    }
+    Apply({frame, revision, map, &map, strict});
+}
+
+void frame_to_infos(const t_frame& frame, t_tagRevision revision, FieldSink& sink)
+{
+    Apply({frame, revision, sink, nullptr, false});
+}
+
+bool ChangesOthers(uint32_t id)
+{
+    const FrameRule* rule = RuleForFrame(id);
+    return rule != nullptr && (rule->read == ReadRule::Year || rule->read == ReadRule::Rating ||
+                               rule->read == ReadRule::DayAndMonth);
 }
 
 void tag_to_metaMap(const t_tag& tag, metaMap& map, bool strict)

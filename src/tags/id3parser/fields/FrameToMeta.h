@@ -15,6 +15,11 @@ namespace aiff::id3parser
 void frame_to_infos(const t_frame& frame, t_tagRevision revision, metaMap& map,
                     bool strict = false);
 
+// The same for a frame that does not change what others said.
+void frame_to_infos(const t_frame& frame, t_tagRevision revision, FieldSink& sink);
+// Whether the frame completes or replaces what earlier frames of its field said.
+bool ChangesOthers(uint32_t id);
+
 // The same for all frames of a tag, in their order.
 void tag_to_metaMap(const t_tag& tag, metaMap& map, bool strict = false);
 

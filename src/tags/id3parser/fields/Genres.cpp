@@ -72,20 +72,18 @@ std::string unmangle_genre(std::string_view entry)
     return std::string(rest.starts_with('(') ? rest : std::string_view());
 }
 
-metaMap::Values unmangle_genres(std::string_view text)
+void unmangle_genres(std::string_view text, std::string_view field, FieldSink& sink)
 {
-    metaMap::Values genres;
     while (!text.empty()) {
         text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
         const size_t end = text.find(kOldGenreSeparator);
         std::string_view entry = text.substr(0, end);
         if (end != std::string_view::npos)
             entry = entry.substr(0, entry.find_last_not_of(' ') + 1);
-        if (std::string genre = unmangle_genre(entry); !genre.empty())
-            genres.push_back(std::move(genre));
+        if (const std::string genre = unmangle_genre(entry); !genre.empty())
+            sink.add(field, genre);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
-    return genres;
 }
 
 std::string MangleGenre(std::string_view genre)

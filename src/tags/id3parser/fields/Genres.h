@@ -16,8 +16,8 @@ inline constexpr size_t kGenreCount = 126;
 // is Remix, "((x" is "(x". Empty when it means none.
 std::string unmangle_genre(std::string_view entry);
 
-// The genres that a TCON string below ID3v2.4 lists.
-metaMap::Values unmangle_genres(std::string_view text);
+// Adds the genres that a TCON string below ID3v2.4 lists to a field.
+void unmangle_genres(std::string_view text, std::string_view field, FieldSink& sink);
 
 // The entry that is read as `genre`: what begins with "(" is escaped.
 std::string MangleGenre(std::string_view genre);

@@ -9,20 +9,26 @@ namespace aiff::id3parser
 
 bool metaCompare::operator()(std::string_view a, std::string_view b) const
 {
-    const auto folded = [](char c) { return static_cast<unsigned char>(lower(c)); };
-    return std::ranges::lexicographical_compare(a, b, {}, folded, folded);
+    const size_t size = std::min(a.size(), b.size());
+    for (size_t i = 0; i < size; ++i) {
+        if (a[i] == b[i])
+            continue;
+        const auto x = static_cast<unsigned char>(lower(a[i]));
+        const auto y = static_cast<unsigned char>(lower(b[i]));
+        if (x != y)
+            return x < y;
+    }
+    return a.size() < b.size();
 }
 
 void metaMap::add(std::string_view name, std::string_view value)
 {
-    findOrAdd(name).emplace_back(value);
+    findOrAdd(name).push_back(value);
 }
 
 void metaMap::set(std::string_view name, std::string_view value)
 {
-    Values& values = findOrAdd(name);
-    values.clear();
-    values.emplace_back(value);
+    findOrAdd(name) = {value};
 }
 
 metaMap::Values& metaMap::findOrAdd(std::string_view name)
@@ -54,25 +60,20 @@ bool metaMap::haveReplayGain() const
                                [this](std::string_view name) { return haveField(name); });
 }
 
-std::string JoinValues(const metaMap::Values& values, char separator)
+std::string JoinValues(const Values& values, char separator)
 {
     std::string joined;
-    for (size_t i = 0; i < values.size(); ++i) {
-        if (i != 0)
-            joined += separator;
-        joined += values[i];
-    }
+    for (const std::string_view value : values)
+        joined.append(value).push_back(separator);
+    if (!joined.empty())
+        joined.pop_back();
     return joined;
 }
 
-metaMap::Values SplitValues(std::string_view text, char separator)
+Values SplitValues(std::string_view text, char separator)
 {
-    metaMap::Values values;
-    for (size_t end; (end = text.find(separator)) != std::string_view::npos;) {
-        values.emplace_back(text.substr(0, end));
-        text.remove_prefix(end + 1);
-    }
-    values.emplace_back(text);
+    Values values;
+    ForEachPiece(text, separator, [&](std::string_view piece) { values.push_back(piece); });
     return values;
 }
 

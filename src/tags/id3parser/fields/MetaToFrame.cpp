@@ -3,7 +3,6 @@
 #include "support/Rating.h"
 #include "support/text/Ascii.h"
 #include "tags/id3parser/fields/Dates.h"
-#include "tags/id3parser/fields/ExistingFrames.h"
 #include "tags/id3parser/fields/FieldNames.h"
 #include "tags/id3parser/fields/Genres.h"
 #include "tags/id3parser/frames/FrameRules.h"
@@ -11,8 +10,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <limits>
-#include <optional>
+#include <utility>
 
 namespace aiff::id3parser
 {
@@ -20,27 +20,48 @@ namespace aiff::id3parser
 namespace
 {
 
-using Values = metaMap::Values;
+using Group = FieldIndex::Group;
 
 // Readers give up on a frame with more than kMostStrings.
 constexpr size_t kStringsPerFrame = 1000;
 static_assert(kStringsPerFrame < kMostStrings);
 
+const FrameSink kNowhere = [](const OutFrame&) {};
+
+// Whether values come as expected, one after the other.
+struct Comparison : FieldSink {
+    explicit Comparison(const Values& values) : next(values.begin()), end(values.end()) {}
+    void add(std::string_view, std::string_view value) override
+    {
+        equal = equal && next != end && *next == value;
+        if (equal)
+            ++next;
+    }
+    bool IsEqual() const { return equal && next == end; }
+
+    Values::const_iterator next, end;
+    bool equal = true;
+};
+
+// Builds the frames of one field.
 class FrameBuilder
 {
 public:
-    FrameBuilder(t_tag& tag, metaMap& map, ExistingFrames& existing,
-                 const tagCreateContext& context)
-        : m_frames(tag.Frames()), m_map(map), m_existing(existing), m_context(context)
+    FrameBuilder(const CarriedFrames& old, Group group, const tagCreateContext& context,
+                 const FrameSink& sink)
+        : m_old(old), m_group(group), m_context(context), m_sink(sink)
     {
     }
 
-    void Build();
+    void BuildField(const FrameRule& rule, const Values& values);
+    void custom_to_frame_multi(std::string_view field, const Values& values);
 
 private:
-    void BuildField(const FrameRule& rule, const Values& values);
-    void custom_to_frame_multi(const std::string& field, const Values& values);
-    bool handleSlashedTXXX(const std::string& field, const Values& values);
+    using ByValue = std::multimap<size_t, const WireFrame*>;
+
+    ByValue FramesByValue() const;
+    template <class Build>
+    void TakeOrBuild(const Values& values, Build build);
 
     void meta_to_frame(uint32_t id, std::string_view text);
     void meta_to_frame_multivalue(uint32_t id, const Values& values);
@@ -50,33 +71,14 @@ private:
     void meta_date_to_frame(uint32_t id, std::string_view date);
     void meta_to_frame_popm(std::string_view rating);
     void AddUserText(std::string_view description, const Values& values);
+    void AddUrl(uint32_t id, std::string_view url);
+    void AddNumeric(uint32_t id, std::string_view text);
 
-    t_frame& Add(uint32_t id) { return m_frames.emplace_back(id); }
-
-    t_tag::FrameList& m_frames;
-    metaMap& m_map;
-    ExistingFrames& m_existing;
+    const CarriedFrames& m_old;
+    Group m_group; // the old frames
     const tagCreateContext& m_context;
+    const FrameSink& m_sink;
 };
-
-void FrameBuilder::Build()
-{
-    for (const FrameRule& rule : FrameRules()) {
-        if (rule.write == WriteRule::None || !rule.FitsRevision(m_context.revision))
-            continue;
-        const Values* values = m_map.find(rule.field);
-        if (values == nullptr)
-            continue;
-        const bool omitted = rule.write == WriteRule::Rating && m_context.omitRating;
-        if (!values->empty() && !omitted &&
-            !m_existing.TakeUnchanged(rule.field, *values, m_frames))
-            BuildField(rule, *values);
-        m_map.removeField(rule.field);
-    }
-    for (const auto& [field, values] : m_map)
-        if (!values.empty() && !m_existing.TakeUnchanged(field, values, m_frames))
-            custom_to_frame_multi(field, values);
-}
 
 void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
 {
@@ -88,12 +90,10 @@ void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
     case WriteRule::MultiValue:
         return meta_to_frame_multivalue(rule.id, values);
     case WriteRule::Comment:
-        return m_existing.TakeOrBuild(rule.field, values, m_frames, [&](const std::string& text) {
-            meta_to_frame_comm(rule.id, {}, text);
-        });
+        return TakeOrBuild(values,
+                           [&](std::string_view text) { meta_to_frame_comm(rule.id, {}, text); });
     case WriteRule::Url:
-        return m_existing.TakeOrBuild(rule.field, values, m_frames,
-                                      [&](const std::string& url) { Add(rule.id).SetAsURL(url); });
+        return TakeOrBuild(values, [&](std::string_view url) { AddUrl(rule.id, url); });
     case WriteRule::Genre:
         return meta_to_frame_genre(rule.id, values);
     case WriteRule::OldDate:
@@ -105,21 +105,69 @@ void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
     }
 }
 
+// The old frames that hold a single value and can stay as they are, by a hash of it.
+FrameBuilder::ByValue FrameBuilder::FramesByValue() const
+{
+    ByValue byValue;
+    for (const FieldEntry& entry : m_group) {
+        const WireFrame& wire = m_old.Frames()[entry.frame];
+        const Values values = ValuesOf(m_old.Frames(), {&entry, 1});
+        if (!values.empty() && ++values.begin() == values.end() && m_old.Emit(wire, kNowhere))
+            byValue.emplace(std::hash<std::string_view>()(values.front()), &wire);
+    }
+    return byValue;
+}
+
+// For a field with a frame for each value: keeps the frame that holds the value, or lets
+// `build(value)` make a new one.
+template <class Build>
+void FrameBuilder::TakeOrBuild(const Values& values, Build build)
+{
+    ByValue old = FramesByValue();
+    for (const std::string_view value : values) {
+        auto [found, end] = old.equal_range(std::hash<std::string_view>()(value));
+        const FieldEntry alone;
+        while (found != end && ValuesOf({found->second, 1}, {&alone, 1}).front() != value)
+            ++found;
+        if (found == end) {
+            build(value);
+        } else {
+            m_old.Emit(*found->second, m_sink);
+            old.erase(found);
+        }
+    }
+}
+
 void FrameBuilder::meta_to_frame(uint32_t id, std::string_view text)
 {
-    Add(id).SetAsString(text, m_context);
+    t_frame frame(id);
+    frame.SetAsString(text, m_context);
+    m_sink(AsNew(frame));
+}
+
+// A frame for every kStringsPerFrame values, each with the strings that `start` gives it.
+template <class Start>
+void EmitStrings(uint32_t id, const Values& values, const FrameSink& sink, Start start)
+{
+    t_frame frame(id);
+    size_t count = 0;
+    for (const std::string_view value : values) {
+        if (count == kStringsPerFrame)
+            sink(AsNew(frame));
+        count %= kStringsPerFrame;
+        start(frame, value, count++);
+    }
+    if (count != 0)
+        sink(AsNew(frame));
 }
 
 void FrameBuilder::meta_to_frame_multivalue(uint32_t id, const Values& values)
 {
     if (m_context.isOldRevision())
         return meta_to_frame(id, JoinValues(values, kOldValueSeparator));
-    for (size_t i = 0; i < values.size(); ++i) {
-        if (i % kStringsPerFrame == 0)
-            meta_to_frame(id, values[i]);
-        else
-            m_frames.back().AddString(values[i]);
-    }
+    EmitStrings(id, values, m_sink, [&](t_frame& frame, std::string_view value, size_t index) {
+        index == 0 ? frame.SetAsString(value, m_context) : frame.AddString(value);
+    });
 }
 
 void FrameBuilder::meta_to_frame_comm(uint32_t id, std::string_view description,
@@ -129,19 +177,21 @@ void FrameBuilder::meta_to_frame_comm(uint32_t id, std::string_view description,
     // Numbers in comments of iTunes are written in the encoding that iTunes uses.
     if (IsItunesCrap(description) && iTunIsNumeric(text))
         context.encoding = kEncodingISO;
-    t_frame& frame = Add(id);
+    t_frame frame(id);
     frame.SetAsString(description, context);
     frame.AddString(text);
+    m_sink(AsNew(frame));
 }
 
 void FrameBuilder::meta_to_frame_genre(uint32_t id, const Values& values)
 {
-    Values genres(values.size());
-    std::ranges::transform(values, genres.begin(), MangleGenre);
-    if (m_context.isOldRevision())
-        meta_to_frame(id, JoinValues(genres, kOldGenreSeparator));
-    else
-        meta_to_frame_multivalue(id, genres);
+    Values genres;
+    for (const std::string_view genre : values)
+        genres.push_back(MangleGenre(genre));
+    if (!m_context.isOldRevision())
+        return meta_to_frame_multivalue(id, genres);
+    const std::string joined = JoinValues(std::exchange(genres, {}), kOldGenreSeparator);
+    meta_to_frame(id, joined);
 }
 
 void FrameBuilder::meta_olddate_to_frames(std::string_view date)
@@ -149,9 +199,9 @@ void FrameBuilder::meta_olddate_to_frames(std::string_view date)
     const std::optional<OldDate> parts = SplitOldDate(date);
     if (!parts.has_value() || m_context.fullDateInYear)
         return meta_date_to_frame(kFrameTYER, date);
-    Add(kFrameTYER).SetAsNumeric(parts->year);
+    AddNumeric(kFrameTYER, parts->year);
     if (!parts->dayAndMonth.empty())
-        Add(kFrameTDAT).SetAsNumeric(parts->dayAndMonth);
+        AddNumeric(kFrameTDAT, parts->dayAndMonth);
 }
 
 void FrameBuilder::meta_date_to_frame(uint32_t id, std::string_view date)
@@ -160,12 +210,13 @@ void FrameBuilder::meta_date_to_frame(uint32_t id, std::string_view date)
         return IsAsciiDigit(c) || c == '-' || c == ':' || c == 'T' || c == ' ';
     });
     if (numeric)
-        Add(id).SetAsNumeric(date);
+        AddNumeric(id, date);
     else
         meta_to_frame(id, date);
 }
 
-// A value that does not begin with a number is no rating and is left out.
+// A value that does not begin with a number is no rating and is left out. The last rating is
+// the one that counts: it changes and keeps whose it is and the play counter.
 void FrameBuilder::meta_to_frame_popm(std::string_view rating)
 {
     int number = 0;
@@ -176,49 +227,75 @@ void FrameBuilder::meta_to_frame_popm(std::string_view rating)
     if (result.ec == std::errc::result_out_of_range)
         number = std::numeric_limits<int>::max();
     const uint8_t byte = ratingToPOPM(number);
-    t_frame& frame = Add(kFramePOPM);
-    frame.data.set_data_fromptr(POPM_User.data(), POPM_User.size());
-    const uint8_t rest[] = {0, byte};
-    frame.data.append_fromptr(rest, sizeof rest);
+
+    t_frame frame(kFramePOPM);
+    const WireFrame* last = nullptr;
+    for (const FieldEntry& entry : m_group) {
+        const WireFrame& wire = m_old.Frames()[entry.frame];
+        if (wire.id != kFramePOPM)
+            continue;
+        // Without a rating those of others would count.
+        if (last != nullptr && byte != 0)
+            m_old.Emit(*last, m_sink);
+        last = &wire;
+    }
+    if (last == nullptr || !ReadFrame(*last, frame)) {
+        const uint8_t rest[] = {0, 0};
+        frame.data.set_data_fromptr(POPM_User.data(), POPM_User.size());
+        frame.data.append_fromptr(rest, sizeof rest);
+    }
+    const auto body = frame.data.view();
+    const auto mark = std::ranges::find(body, uint8_t{0}) - body.begin();
+    frame.data.get_ptr()[mark + 1] = byte;
+    m_sink(AsNew(frame));
 }
 
 void FrameBuilder::AddUserText(std::string_view description, const Values& values)
 {
-    for (size_t i = 0; i < values.size(); ++i) {
-        if (i % kStringsPerFrame == 0)
-            meta_to_frame(kFrameTXXX, description);
-        m_frames.back().AddString(values[i]);
-    }
+    EmitStrings(kFrameTXXX, values, m_sink,
+                [&](t_frame& frame, std::string_view value, size_t index) {
+                    if (index == 0)
+                        frame.SetAsString(description, m_context);
+                    frame.AddString(value);
+                });
 }
 
-// False for fields that get a frame for each value.
-bool FrameBuilder::handleSlashedTXXX(const std::string& field, const Values& values)
+void FrameBuilder::AddUrl(uint32_t id, std::string_view url)
 {
-    if (!isFieldNameSlashTXXX(field))
-        return false;
-    AddUserText(field, {JoinValues(values, kOldValueSeparator)});
-    return true;
+    t_frame frame(id);
+    frame.SetAsURL(url);
+    m_sink(AsNew(frame));
 }
 
-void FrameBuilder::custom_to_frame_multi(const std::string& field, const Values& values)
+void FrameBuilder::AddNumeric(uint32_t id, std::string_view text)
 {
-    const auto eachValue = [&](auto build) {
-        m_existing.TakeOrBuild(field, values, m_frames, build);
-    };
+    t_frame frame(id);
+    frame.SetAsNumeric(text);
+    m_sink(AsNew(frame));
+}
+
+void FrameBuilder::custom_to_frame_multi(std::string_view field, const Values& values)
+{
     std::string_view description = field;
+    const auto userText = [&](std::string_view value) { AddUserText(field, {value}); };
     if (skip_www_prefix(description)) {
-        eachValue([&](const std::string& url) {
-            Add(kFrameWXXX).SetAsURLEx(description, url, m_context);
+        TakeOrBuild(values, [&](std::string_view url) {
+            t_frame frame(kFrameWXXX);
+            frame.SetAsURLEx(description, url, m_context);
+            m_sink(AsNew(frame));
         });
     } else if (skip_comment_prefix(description)) {
         const std::string sane = commNameSanity(description);
-        eachValue([&](const std::string& text) { meta_to_frame_comm(kFrameCOMM, sane, text); });
+        TakeOrBuild(values,
+                    [&](std::string_view text) { meta_to_frame_comm(kFrameCOMM, sane, text); });
     } else if (IsRGMeta(field)) {
-        eachValue([&](const std::string& value) { AddUserText(field, {value}); });
+        TakeOrBuild(values, userText);
     } else if (!m_context.isOldRevision()) {
         AddUserText(field, values);
-    } else if (!handleSlashedTXXX(field, values)) {
-        eachValue([&](const std::string& value) { AddUserText(field, {value}); });
+    } else if (isFieldNameSlashTXXX(field)) {
+        AddUserText(field, {JoinValues(values, kOldValueSeparator)});
+    } else {
+        TakeOrBuild(values, userText);
     }
 }
 
@@ -231,22 +308,102 @@ uint8_t EncodingFor(const tagCreateContext& context, uint8_t encoding)
     return unknown ? uint8_t{kEncodingUTF16} : encoding;
 }
 
+// The rules of writing in a revision, by the fields.
+using RulesByField = std::map<std::string_view, const FrameRule*, metaCompare>;
+
+RulesByField WritingRules(t_tagRevision revision)
+{
+    RulesByField rules;
+    for (const FrameRule& rule : FrameRules())
+        if (rule.write != WriteRule::None && rule.FitsRevision(revision))
+            rules.emplace(rule.field, &rule);
+    return rules;
+}
+
 } // namespace
 
-void metaMap_to_tag(t_tag& tag, metaMap map, const tagCreateArgs& args)
+NewFields::NewFields(const CarriedFrames& old, const FieldChanges& changes,
+                     const tagCreateArgs& args)
+    : m_old(old), m_changes(changes)
 {
-    if (tag.Revision() != kRevision3 && tag.Revision() != kRevision4)
-        tag.SetRevision(kRevision3);
-    tagCreateContext context;
-    static_cast<tagCreateArgs&>(context) = args;
-    context.revision = tag.Revision();
-    context.encoding = EncodingFor(context, args.encoding);
+    static_cast<tagCreateArgs&>(m_context) = args;
+    m_context.revision = old.Revision();
+    m_context.encoding = EncodingFor(m_context, args.encoding);
+}
 
-    t_tag::FrameList before;
-    before.swap(tag.Frames());
-    ExistingFrames existing(std::move(before), tag.Revision(), map);
-    FrameBuilder(tag, map, existing, context).Build();
-    existing.TakeRest(tag.Frames());
+bool NewFields::IsChanged(FieldIndex::Group group) const
+{
+    const auto change = m_changes.find(group.front().Field());
+    if (change == m_changes.end())
+        return false;
+    if (!change->second.has_value())
+        return true;
+    Comparison comparison(*change->second);
+    ShowField(m_old.Frames(), group, comparison);
+    return !comparison.IsEqual();
+}
+
+// Emits the old frames that show a value, if the new revision can express each.
+bool NewFields::EmitOld(FieldIndex::Group group, const FrameSink& sink) const
+{
+    const auto emitAll = [&](const FrameSink& to) {
+        return std::ranges::all_of(group, [&](const FieldEntry& entry) {
+            const WireFrame& wire = m_old.Frames()[entry.frame];
+            return !wire.showsValue || m_old.Emit(wire, to);
+        });
+    };
+    return emitAll(kNowhere) && emitAll(sink);
+}
+
+void NewFields::EmitField(std::string_view name, const FrameRule* rule, const FrameSink& sink) const
+{
+    if (rule != nullptr && rule->write == WriteRule::Rating && m_context.omitRating)
+        return;
+    const FieldIndex::Group group = m_old.Fields().Find(name);
+    const bool isChanged = group.empty() || IsChanged(group);
+    if (!isChanged && EmitOld(group, sink))
+        return;
+    const auto change = isChanged ? m_changes.find(name) : m_changes.end();
+    if (change != m_changes.end() && !change->second.has_value())
+        return;
+    const bool isOld = change == m_changes.end();
+    const auto shown = std::ranges::find_if(
+        group, [this](const FieldEntry& entry) { return m_old.Frames()[entry.frame].showsValue; });
+    if (isOld && shown == group.end())
+        return;
+    name = isOld ? shown->Field() : std::string_view(change->first);
+    const Values values = isOld ? ValuesOf(m_old.Frames(), group) : *change->second;
+    FrameBuilder builder(m_old, group, m_context, sink);
+    if (rule == nullptr)
+        builder.custom_to_frame_multi(name, values);
+    else
+        builder.BuildField(*rule, values);
+}
+
+void NewFields::Emit(const FrameSink& sink) const
+{
+    const RulesByField rules = WritingRules(m_context.revision);
+    for (const FrameRule& rule : FrameRules()) {
+        const auto own = rules.find(rule.field);
+        if (own != rules.end() && own->second == &rule &&
+            (m_changes.contains(rule.field) || !m_old.Fields().Find(rule.field).empty()))
+            EmitField(rule.field, &rule, sink);
+    }
+    // The others, of the old frames and of the changes, by their names.
+    auto change = m_changes.begin();
+    const auto emitOther = [&](std::string_view name) {
+        if (!rules.contains(name))
+            EmitField(name, nullptr, sink);
+    };
+    m_old.Fields().ForEachField([&](FieldIndex::Group group) {
+        const std::string_view name = group.front().Field();
+        for (; change != m_changes.end() && !metaCompare()(name, change->first); ++change)
+            if (metaCompare()(change->first, name))
+                emitOther(change->first);
+        emitOther(name);
+    });
+    for (; change != m_changes.end(); ++change)
+        emitOther(change->first);
 }
 
 } // namespace aiff::id3parser

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 namespace aiff::id3parser
 {
@@ -31,47 +30,33 @@ std::string_view UpToZero(std::string_view text)
     return text.substr(0, text.find('\0'));
 }
 
-// One string with its terminator, in an encoding that can be written.
+// Appends one string with its terminator, in an encoding that can be written.
 template <class Error>
-std::vector<uint8_t> EncodeString(uint8_t encoding, std::string_view utf8)
+void AppendString(t_byteVector& body, uint8_t encoding, std::string_view utf8)
 {
-    std::vector<uint8_t> bytes;
-    const auto append = [&bytes](const void* data, size_t size) {
-        const auto* first = static_cast<const uint8_t*>(data);
-        bytes.insert(bytes.end(), first, first + size);
-    };
+    constexpr uint8_t kEnd = 0;
     if (encoding == kEncodingUTF8) {
-        append(utf8.data(), UpToZero(utf8).size());
-        bytes.push_back(0);
+        utf8 = UpToZero(utf8);
+        body.append_fromptr(utf8.data(), utf8.size());
+        body.append_fromptr(&kEnd, 1);
     } else if (encoding == kEncodingUTF16) {
         const std::u16string units = exportWide(utf8);
-        append(&kByteOrderMark, 2);
-        append(units.c_str(), 2 * (units.size() + 1));
+        body.append_fromptr(&kByteOrderMark, 2);
+        body.append_fromptr(units.c_str(), 2 * (units.size() + 1));
     } else if (encoding == kEncodingISO) {
         const std::string text = exportISO(utf8);
-        append(text.c_str(), text.size() + 1);
+        body.append_fromptr(text.c_str(), text.size() + 1);
     } else {
         throw Error();
     }
-    return bytes;
 }
 
-// Sizes the body for a payload, writes what comes before it and returns where the
-// payload goes.
-uint8_t* _prepareString(t_frame& frame, uint8_t encoding, size_t payloadSize)
+// Makes the body what comes before its first string.
+void _prepareString(t_frame& frame, uint8_t encoding)
 {
-    const size_t offset = 1 + get_byteskip(frame.id);
-    frame.data.set_size(offset + payloadSize);
-    uint8_t* body = frame.data.get_ptr();
-    body[0] = encoding;
-    if (offset > 1)
-        std::memcpy(body + 1, kLanguage, kLanguageSize);
-    return body + offset;
-}
-
-void _setAsStringHelper(t_frame& frame, uint8_t encoding, std::span<const uint8_t> payload)
-{
-    std::memcpy(_prepareString(frame, encoding, payload.size()), payload.data(), payload.size());
+    frame.data.set_data_fromptr(&encoding, 1);
+    if (get_byteskip(frame.id) != 0)
+        frame.data.append_fromptr(kLanguage, kLanguageSize);
 }
 
 void _setPicture_writeString(t_byteVector& body, std::string_view text)
@@ -166,15 +151,15 @@ std::string t_frame::getPictureDesc() const
 
 void t_frame::SetAsString(std::string_view utf8, const tagCreateContext& context)
 {
-    _setAsStringHelper(*this, context.encoding, EncodeString<writeError>(context.encoding, utf8));
+    _prepareString(*this, context.encoding);
+    AppendString<writeError>(data, context.encoding, utf8);
 }
 
 void t_frame::AddString(std::string_view utf8)
 {
     if (data.get_size() == 0)
         throw parseError();
-    const std::vector<uint8_t> bytes = EncodeString<parseError>(data.get_ptr()[0], utf8);
-    data.append_fromptr(bytes.data(), bytes.size());
+    AppendString<parseError>(data, data.get_ptr()[0], utf8);
 }
 
 void t_frame::SetAsNumeric(std::string_view utf8)

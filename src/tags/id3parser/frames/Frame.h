@@ -36,22 +36,6 @@ struct tagCreateContext : tagCreateArgs {
     bool isOldRevision() const { return revision < kRevision4; }
 };
 
-// What reading makes of a frame.
-enum class FrameReading : uint8_t {
-    Shown,
-    PassedOver, // encrypted, say: the frames after it are read
-    Refused,    // the whole tag counts as damaged
-};
-
-// The form that a frame has in an old tag.
-struct WireForm {
-    uint8_t statusFlags = 0;
-    uint8_t formatFlags = 0;
-    bool mayNeedUnsync = false; // nobody has unsynchronised the body or said so
-    FrameReading reading = FrameReading::PassedOver;
-    std::span<const uint8_t> body; // what follows the frame header; not owned
-};
-
 // Bytes between the encoding byte of a frame's body and its text: the language of COMM and
 // USLT.
 size_t get_byteskip(uint32_t id);
@@ -116,9 +100,6 @@ public:
     bool operator==(const t_frame& other) const { return id == other.id && data == other.data; }
 
     uint32_t id;
-    // The form in which an unchanged frame of an old tag is written, whatever its body;
-    // null for a new one. Not owned.
-    WireForm* wire = nullptr;
     t_byteVector data;
 };
 

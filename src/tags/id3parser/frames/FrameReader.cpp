@@ -14,6 +14,8 @@ namespace aiff::id3parser
 namespace
 {
 
+constexpr size_t kLongestMimeType = 16; // of an ID3v2.2 picture, with its zero
+
 uint8_t ReadByte(streamIn& in)
 {
     uint8_t byte = 0;
@@ -27,9 +29,12 @@ void ReadUnsynchronised(streamIn& in, size_t size, t_byteVector& body)
     streamLimited limited(in, size);
     streamFixSync fixed(limited);
     body.set_size(0);
+    if (in.left() != streamIn::kUnknown)
+        body.reserve(std::min(size, in.left()) + 1);
     size_t chunk = 256;
     for (;;) {
         const size_t done = body.get_size();
+        chunk = std::min(chunk, size + 1 - done); // one more than there is: shows the end
         body.set_size(done + chunk);
         const size_t got = fixed.read(body.get_ptr() + done, chunk);
         if (got < chunk) {
@@ -171,6 +176,9 @@ bool ReadFrameBody(streamIn& in, t_tagRevision revision, const FrameHeader& head
     if (revision == kRevision4) {
         ReadBody_v4(in, header, frame.data);
     } else {
+        // The picture is large and becomes a little larger.
+        if (frame.id == kFrameAPIC && in.left() != streamIn::kUnknown)
+            frame.data.reserve(std::min<size_t>(header.size, in.left()) + kLongestMimeType);
         ReadBody(in, header.size, frame.data);
         PostprocessV2Frame(frame);
     }
@@ -217,9 +225,16 @@ void PostprocessV2Frame(t_frame& frame)
 
 void PostprocessV2PIC(t_byteVector& body)
 {
+    if (body.get_size() == 0 || body.get_ptr()[0] > 1) // ISO-8859-1 and UTF-16 only
+        throw parseError();
+    ConvertPIC(body);
+}
+
+void ConvertPIC(t_byteVector& body)
+{
     constexpr size_t kFormatStart = 1, kFormatEnd = 4;
     const size_t size = body.get_size();
-    if (size < kFormatEnd || body.get_ptr()[0] > 1) // ISO-8859-1 and UTF-16 only
+    if (size < kFormatEnd)
         throw parseError();
     const char* mime =
         ImageTypeToMime(reinterpret_cast<const char*>(body.get_ptr() + kFormatStart));
@@ -230,9 +245,9 @@ void PostprocessV2PIC(t_byteVector& body)
     std::memcpy(bytes + kFormatStart, mime, mimeSize);
 }
 
-const char* ImageTypeToMime(const char* format3)
+const char* ImageTypeToMime(const char* imageFormat)
 {
-    const std::string_view format(format3, 3);
+    const std::string_view format(imageFormat, 3);
     if (format == "PNG")
         return "image/png";
     if (format == "JPG")

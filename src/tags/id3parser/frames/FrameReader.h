@@ -109,7 +109,9 @@ void ReadBody_v4(streamIn& in, const FrameHeader& header, t_byteVector& body);
 // Gives an ID3v2.2 picture the layout of ID3v2.3.
 void PostprocessV2Frame(t_frame& frame);
 void PostprocessV2PIC(t_byteVector& body);
-const char* ImageTypeToMime(const char* format3);
+// The same for any text encoding.
+void ConvertPIC(t_byteVector& body);
+const char* ImageTypeToMime(const char* imageFormat); // of three characters
 
 // The identifier of four characters; of three and a zero it is an ID3v2.2 name, with 0 for
 // one that reading does not know.

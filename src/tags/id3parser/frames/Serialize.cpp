@@ -44,41 +44,55 @@ size_t CountUnsyncZeros(std::span<const uint8_t> bytes)
     return count;
 }
 
-// A frame on its way out.
+// What is written of a frame.
 struct Layout {
-    uint8_t statusFlags = 0;
     uint8_t formatFlags = 0;
-    std::span<const uint8_t> body;
+    std::span<const uint8_t> before; // of the body; is never unsynchronised
+    std::span<const uint8_t> head, body;
     bool unsynchronise = false;
+    bool addsDataLength = false;
     size_t size = 0; // of what follows the frame header
 };
 
-Layout LayOut(const t_frame& frame, t_tagRevision revision)
+// An ID3v2.4 tag is always written with the flag that makes some readers undo
+// unsynchronisation in every frame: each must bear that.
+Layout LayOut(const OutFrame& frame, t_tagRevision revision)
 {
-    const WireForm* wire = frame.wire;
-    Layout layout;
-    layout.body = wire != nullptr ? wire->body : frame.data.view();
-    layout.size = layout.body.size();
-    if (wire != nullptr) {
-        layout.statusFlags = wire->statusFlags;
-        layout.formatFlags = wire->formatFlags;
-    }
-    if (revision != kRevision4 || layout.formatFlags != 0 || (wire && !wire->mayNeedUnsync))
+    Layout layout = {frame.formatFlags, {}, frame.head, frame.body};
+    layout.size = frame.head.size() + frame.body.size();
+    const bool done = (frame.formatFlags & format4::kUnsynchronised) != 0;
+    if (revision != kRevision4 || done || !frame.mayNeedUnsync)
         return layout;
-    // An ID3v2.4 tag is always written with the flag that makes some readers undo
-    // unsynchronisation in every frame: old frames must bear that.
-    const size_t zeros = CountUnsyncZeros(layout.body);
-    layout.unsynchronise =
-        zeros != 0 &&
-        (wire != nullptr || test_for_false_sync(layout.body.data(), layout.body.size()));
-    if (layout.unsynchronise) {
-        layout.formatFlags = format4::kUnsynchronised | format4::kDataLength;
-        layout.size += zeros + kDataLengthSize;
+    // A length that stands alone before the body is never unsynchronised; about other data
+    // there readers disagree.
+    if (frame.formatFlags == format4::kDataLength && layout.body.size() >= kDataLengthSize) {
+        layout.before = layout.body.first(kDataLengthSize);
+        layout.body = layout.body.subspan(kDataLengthSize);
+    }
+    const size_t zeros = CountUnsyncZeros(layout.head) + CountUnsyncZeros(layout.body);
+    if (zeros == 0)
+        return layout;
+    layout.unsynchronise = true;
+    layout.addsDataLength = frame.formatFlags == 0;
+    layout.formatFlags |= format4::kUnsynchronised;
+    layout.size += zeros;
+    if (layout.addsDataLength) {
+        layout.formatFlags |= format4::kDataLength;
+        layout.size += kDataLengthSize;
     }
     return layout;
 }
 
-void WriteFrame(const t_frame& frame, t_tagRevision revision, streamOut& out)
+void WritePart(std::span<const uint8_t> part, bool unsynchronise, streamOut& out)
+{
+    streamInMem in(part);
+    if (unsynchronise)
+        unsync(in, out);
+    else
+        out.write(part.data(), part.size());
+}
+
+void WriteFrame(const OutFrame& frame, t_tagRevision revision, streamOut& out)
 {
     const Layout layout = LayOut(frame, revision);
     WriteBigEndian32(out, frame.id);
@@ -86,15 +100,13 @@ void WriteFrame(const t_frame& frame, t_tagRevision revision, streamOut& out)
         write_sync_safe_integer(out, safeDowncast(layout.size));
     else
         write_big_endian(out, safeDowncast(layout.size));
-    out.writeByte(layout.statusFlags);
+    out.writeByte(frame.statusFlags);
     out.writeByte(layout.formatFlags);
-    if (!layout.unsynchronise) {
-        out.write(layout.body.data(), layout.body.size());
-        return;
-    }
-    write_sync_safe_integer(out, safeDowncast(layout.body.size()));
-    streamInMem in(layout.body);
-    unsync(in, out);
+    WritePart(layout.before, false, out);
+    if (layout.addsDataLength)
+        write_sync_safe_integer(out, safeDowncast(layout.head.size() + layout.body.size()));
+    WritePart(layout.head, layout.unsynchronise, out);
+    WritePart(layout.body, layout.unsynchronise, out);
 }
 
 } // namespace
@@ -142,17 +154,25 @@ void unsync(streamIn& in, streamOut& out)
         out.writeByte(0);
 }
 
-void WriteFrame_v3(const t_frame& frame, streamOut& out)
+OutFrame AsNew(const t_frame& frame)
+{
+    OutFrame out;
+    out.id = frame.id;
+    out.body = frame.data.view();
+    return out;
+}
+
+void WriteFrame_v3(const OutFrame& frame, streamOut& out)
 {
     WriteFrame(frame, kRevision3, out);
 }
 
-void WriteFrame_v4(const t_frame& frame, streamOut& out)
+void WriteFrame_v4(const OutFrame& frame, streamOut& out)
 {
     WriteFrame(frame, kRevision4, out);
 }
 
-size_t FrameSize(const t_frame& frame, t_tagRevision revision)
+size_t FrameSize(const OutFrame& frame, t_tagRevision revision)
 {
     const size_t size = LayOut(frame, revision).size;
     if (safeDowncast(size) >= kSizeLimit)
@@ -189,6 +209,24 @@ uint64_t PaddingFor(uint64_t total, uint64_t availableSize, uint64_t maxPadding,
         padding = availableSize - total;
     const uint64_t excess = (total + padding) % alignment;
     return excess == 0 ? padding : padding + (alignment - excess);
+}
+
+// The size is known first: the frames go straight to where they belong, and one that
+// cannot be written shows before anything is.
+void WriteTag(t_tagRevision revision, const std::function<void(const FrameSink&)>& emit,
+              streamOut& out, uint64_t availableSize, uint64_t maxPadding, size_t alignment)
+{
+    if (revision != kRevision3 && revision != kRevision4)
+        throw writeError();
+    uint64_t size = kTagHeaderSize;
+    emit([&](const OutFrame& frame) { size += FrameSize(frame, revision); });
+    const uint64_t padding = PaddingFor(size, availableSize, maxPadding, alignment);
+    WriteTagHeader(revision, size + padding - kTagHeaderSize, out);
+    out.expect(static_cast<size_t>(size + padding - kTagHeaderSize));
+    emit([&](const OutFrame& frame) {
+        revision == kRevision3 ? WriteFrame_v3(frame, out) : WriteFrame_v4(frame, out);
+    });
+    WritePadding(padding, out);
 }
 
 } // namespace aiff::id3parser

@@ -141,33 +141,23 @@ void t_tag::ParseFrames_v4(streamIn& in, parseCallback& callback)
 void t_tag::WriteContent_v3(streamOut& out) const
 {
     for (const t_frame& frame : m_frames)
-        WriteFrame_v3(frame, out);
+        WriteFrame_v3(AsNew(frame), out);
 }
 
 void t_tag::WriteContent_v4(streamOut& out) const
 {
     for (const t_frame& frame : m_frames)
-        WriteFrame_v4(frame, out);
+        WriteFrame_v4(AsNew(frame), out);
 }
 
-// The size is known first: the frames go straight to where they belong, and one that
-// cannot be written shows before anything is.
 void t_tag::Write(streamOut& out, uint64_t availableSize, uint64_t maxPadding,
                   size_t alignment) const
 {
-    if (m_revision != kRevision3 && m_revision != kRevision4)
-        throw writeError();
-    uint64_t size = kTagHeaderSize;
-    for (const t_frame& frame : m_frames)
-        size += FrameSize(frame, m_revision);
-    const uint64_t padding = PaddingFor(size, availableSize, maxPadding, alignment);
-    WriteTagHeader(m_revision, size + padding - kTagHeaderSize, out);
-    out.expect(static_cast<size_t>(size + padding - kTagHeaderSize));
-    if (m_revision == kRevision3)
-        WriteContent_v3(out);
-    else
-        WriteContent_v4(out);
-    WritePadding(padding, out);
+    const auto emit = [this](const FrameSink& sink) {
+        for (const t_frame& frame : m_frames)
+            sink(AsNew(frame));
+    };
+    WriteTag(m_revision, emit, out, availableSize, maxPadding, alignment);
 }
 
 } // namespace aiff::id3parser

@@ -82,8 +82,7 @@ public:
     void Parse(streamIn& in, parseCallback& callback);
     void Parse_MemBlock(const void* data, size_t size, parseCallback& callback);
 
-    // Serializes a tag of revision 3 or 4, frames of an old tag in their old form. All
-    // sizes are bytes.
+    // Serializes a tag of revision 3 or 4. All sizes are bytes.
     //
     // availableSize  the room of the tag to be replaced: filled with padding when
     //                that takes no more than maxPadding, else 2048 bytes of it

@@ -203,9 +203,7 @@ std::wstring Utf8ToText(std::string_view utf8)
 {
     std::wstring text;
     text.reserve(utf8.size());
-    size_t position = 0;
-    while (const uint32_t codePoint = decodeCP(CodePage::Utf8, BytesOf(utf8), position))
-        text += static_cast<wchar_t>(codePoint);
+    ForEachCharacter(utf8, [&](uint32_t c) { text += static_cast<wchar_t>(c); });
     return text;
 }
 

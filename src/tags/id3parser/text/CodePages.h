@@ -46,6 +46,15 @@ size_t utf16_char_len(uint32_t codePoint);
 
 // Decodes the character at `position` and moves past it; 0 at the end.
 uint32_t decodeCP(CodePage codePage, std::span<const uint8_t> bytes, size_t& position);
+// Calls `take` with each character of the text.
+template <class Take>
+void ForEachCharacter(std::string_view utf8, Take take)
+{
+    const std::span bytes(reinterpret_cast<const uint8_t*>(utf8.data()), utf8.size());
+    size_t position = 0;
+    while (const uint32_t codePoint = decodeCP(CodePage::Utf8, bytes, position))
+        take(codePoint);
+}
 // Encodes one character, in up to 6 bytes; a null `out` only measures.
 size_t encodeCP(CodePage codePage, uint32_t codePoint, char* out);
 

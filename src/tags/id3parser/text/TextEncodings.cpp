@@ -51,9 +51,18 @@ size_t LengthToZero(const Units& units)
     return length;
 }
 
+// From a code page of single bytes: its characters are the same in UTF-16 as alone.
 std::string ImportCodePage(CodePage codePage, std::span<const uint8_t> bytes)
 {
-    return conv::wideToCodepage(CodePage::Utf8, conv::codepageToWide(codePage, bytes));
+    size_t size = 0;
+    size_t position = 0;
+    while (const uint32_t codePoint = conv::decodeCP(codePage, bytes, position))
+        size += conv::utf8_encode_char(codePoint, nullptr);
+    std::string text(size, '\0');
+    size = position = 0;
+    while (const uint32_t codePoint = conv::decodeCP(codePage, bytes, position))
+        size += conv::utf8_encode_char(codePoint, text.data() + size);
+    return text;
 }
 
 // The units up to the first zero.

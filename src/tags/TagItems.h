@@ -1,0 +1,43 @@
+// What reading shows of tags, as items: the tag's version, its fields and its pictures. They
+// go from the tags' bytes to the blob one by one, so that a hostile tag cannot make more of
+// itself than the blob.
+#pragma once
+
+#include "support/XMem.h"
+#include "tags/NTag.h"
+#include "tags/id3parser/fields/FieldIndex.h"
+#include "tags/id3parser/frames/WireTag.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace aiff
+{
+
+class TagItems
+{
+public:
+    // Takes a tag, from its header on. False when there is none or it is damaged: it shows
+    // nothing then.
+    bool Add(std::vector<uint8_t> bytes);
+
+    // The items of all tags; of those with one name only the first, without regard to case.
+    NTag List() const;
+    // Their blob. `count` becomes their number. False when memory is short or a blob cannot
+    // hold them.
+    [[nodiscard]] bool ToRawMemory(XMem& blob, int64_t& count) const;
+
+private:
+    struct Tag {
+        std::vector<uint8_t> bytes;
+        id3parser::WireTag wire; // points into them
+        id3parser::FieldIndex fields;
+    };
+
+    template <class Sink>
+    void Give(Sink& sink) const;
+
+    std::vector<Tag> m_tags;
+};
+
+} // namespace aiff
