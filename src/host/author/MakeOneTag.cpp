@@ -13,9 +13,7 @@ bool MakeOneTag(std::span<const std::span<const uint8_t>> tags, const NTag& list
     options.SetOption(ID3v2Option::kWriteV24);
     options.SetOption(ID3v2Option::kEncodeUTF8);
     options.SetOption(ID3v2Option::kFullDateInYear);
-    TagUpdate update(options, tags);
-    update.Apply(list, TagUpdate::Task::Set);
-    return update.Write(0, 0, 2, tag);
+    return TagUpdate(options, tags, list, TagUpdate::Task::Set).Write(0, 0, 2, tag);
 }
 
 } // namespace aiff::host
