@@ -164,6 +164,8 @@ TEST(HttpHead, TellsWhatSeekingNeeds)
     EXPECT_TRUE(head.servesRanges);
     EXPECT_EQ(head.entityTag, "\"a:b\"");
     EXPECT_EQ(head.range, (ContentRange{5, 9, -1}));
+    const std::string all = "HTTP/1.1 206 P\nContent-Range: bytes 0-9223372036854775807/*\n\n";
+    EXPECT_TRUE(ParseHead(all, head) == F::None && head.contentLength == INT64_MAX);
     for (const std::string& range : Split("bytes */10|bytes 5-4/10|bytes 5-10/10|bytes 5/10|"
                                           "items 5-9/10|bytes 5-9|bytes -9/10|bytes 5-1e9/*",
                                           '|')) {

@@ -189,22 +189,28 @@ TEST(StreamLimits, ASilentServerIsGivenUpAndSoIsASlowOne)
     }
 }
 
-TEST(StreamLimits, EveryBlockHasTimeOfItsOwn)
+TEST(StreamLimits, EveryBlockAndSeekHasTimeOfItsOwn)
 {
     ScriptServer server;
-    XFileHTTPStream stream(kShort);
-    const std::string url = server.Serve([](Peer& peer) { Drip(peer, Counted(kFile), 5000); });
-    ASSERT_TRUE(stream.Open(Wide(url).c_str()));
-    clsStreamingwavedecoder decoder;
-    STQvAudioInfo info;
-    STQvAudioBlock block = {};
-    EXPECT_TRUE(decoder.Initialize(stream, {}, 0, -1) && decoder.PrepareToDecodeAudio(&info));
-    while (block.nLastBlock == 0)
-        ASSERT_TRUE(decoder.DecodeBlock(&block));
-    const XMem* const props = decoder.FillAudioProps(L"ID3");
-    const NTag list = Decoded({props->Data(), props->Used()});
-    EXPECT_TRUE(list.GetTagValue(L"ID Tag") == L"ID3" &&
-                list.GetTagValue(L"Contains") == L"ID Tag [ID3]");
+    const Handler drips = [](Peer& peer) { Drip(peer, Counted(kFile), 4000); };
+    const std::pair<Handler, int64_t> cases[] = {{drips, 0}, {drips, 30000}, {Ranged(kFile), 0}};
+    for (const auto& [handler, start] : cases) {
+        XFileHTTPStream stream(kShort);
+        ASSERT_TRUE(stream.Open(Wide(server.Serve(handler)).c_str()));
+        clsStreamingwavedecoder decoder;
+        STQvAudioInfo info;
+        STQvAudioBlock block = {};
+        EXPECT_TRUE(decoder.Initialize(stream, {}, start, -1));
+        EXPECT_TRUE(decoder.PrepareToDecodeAudio(&info));
+        while (block.nLastBlock == 0)
+            ASSERT_TRUE(decoder.DecodeBlock(&block));
+        const NTag list = Decoded(decoder.FillAudioProps(L"ID3")->View());
+        EXPECT_TRUE(list.GetTagValue(L"ID Tag") == L"ID3" &&
+                    list.GetTagValue(L"Contains") == L"ID Tag [ID3]");
+        if (stream.IsSeekable())
+            std::this_thread::sleep_for(kShort.step);
+        EXPECT_EQ(decoder.SetPosition(1), stream.IsSeekable());
+    }
 }
 
 TEST(StreamLimits, AllAddressesOfAHostAreTried)
