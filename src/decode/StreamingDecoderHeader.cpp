@@ -101,9 +101,9 @@ bool clsStreamingwavedecoder::ReachSound(const ChunkHeader& chunk)
     m_range.dataStart = m_count;
     m_range.dataEnd = m_count + chunk.size;
     if (m_mode == StreamMode::Exact) {
-        const int64_t size = std::max<int64_t>(chunk.size - kSoundPrefixSize, 0);
         m_range.dataStart += kSoundPrefixSize;
-        m_range.dataEnd = m_range.dataStart + m_common.wfx.BlockAlignBuffer(size);
+        m_range.dataEnd =
+            m_range.dataStart + m_common.wfx.BlockAlignBuffer(chunk.size - kSoundPrefixSize);
     }
     if (chunk.size == 0 && !m_stream->IsSeekable()) {
         m_range.dataEnd = kEndlessData;

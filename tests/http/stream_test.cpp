@@ -82,6 +82,24 @@ TEST_F(StreamTest, GivesAllAudioOfProperAnswersAndWholeBlocksOfTornOnes)
     }
 }
 
+TEST_F(StreamTest, ExactOnesHaveWholeFramesOfAnyNumber)
+{
+    Instance instance(plugin);
+    STQvCodecGetSet exact = {};
+    exact.nValue1 = 1;
+    EXPECT_EQ(plugin.Set(instance.handle, QV_KEY_EXACT_STREAMS, &exact), 1);
+    exact.nValue1 = 2;
+    EXPECT_EQ(plugin.Set(instance.handle, QV_KEY_EXACT_STREAMS, &exact), 0);
+    instance.Range(0, INT64_MAX);
+    const Bytes pcm = Noise(65539);
+    const auto file = [&] { return AiffBuilder().Comm(2, 24, 44100); };
+    ASSERT_EQ(instance.Open(server.Serve(Counted(file().Ssnd(pcm))), kDecode), 1);
+    EXPECT_EQ(instance.Rest(), HostOrder(Front(pcm, 65538), 24));
+    const Bytes vast = file().Ssnd(pcm, 3500000008).FormSize(0xFFFFFFFE);
+    ASSERT_EQ(instance.Open(server.Serve(Answer("", vast)), kDecode), 1);
+    EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, 3499999998);
+}
+
 TEST_F(StreamTest, CancellingAThreadWithinACallLetsTheCallEnd)
 {
     std::atomic<bool> isCancelled = false;
