@@ -263,7 +263,7 @@ TEST(Program, DescribesInputsDecodersAndItself)
 {
     const Workplace place;
     place.Write("in.aiff", Aiff(2, 24, Noise(6 * 441)));
-    place.Write("bad\xFF.aiff", "nonsense, but long enough");
+    place.Write("bad.aiff", "nonsense, but long enough");
     place.Run("@ info in.aiff", 0, "44100 Hz, 24 bit, 2 channels", "0:00.010 (441 frames");
     const Json info = Json::parse(place.Run("@ info --json in.aiff bad*", 1).out);
     ASSERT_EQ(info.size(), 2u);

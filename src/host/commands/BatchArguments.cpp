@@ -13,17 +13,17 @@ constexpr size_t kMaxJobs = 256;
 
 } // namespace
 
-void AddJobsOption(CLI::App& command, size_t& jobs)
+void AddJobsOption(CLI::App& command, size_t& jobs, const std::string& standard)
 {
     command
         .add_option("-j,--jobs", jobs,
-                    "Number of files to work on at a time (default: one per processor)")
+                    "Number of files to work on at a time (default: " + standard + ")")
         ->check(CLI::Range(size_t{1}, kMaxJobs));
 }
 
 void AddBatchOptions(CLI::App& command, BatchOptions& options)
 {
-    AddJobsOption(command, options.jobs);
+    AddJobsOption(command, options.jobs, "one per processor");
     CLI::Option* overwrite =
         command.add_flag("--overwrite", options.overwrite,
                          "Replace existing files (otherwise an existing output is a failure)");

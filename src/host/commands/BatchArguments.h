@@ -8,8 +8,10 @@
 namespace aiff::host
 {
 
-// Adds --jobs; 0 stands for one job per processor.
-void AddJobsOption(CLI::App& command, size_t& jobs);
+// Adds --jobs.
+//
+// standard  what `jobs` stands for if the option is not given, for people
+void AddJobsOption(CLI::App& command, size_t& jobs, const std::string& standard);
 
 // Adds the options to a command. They are stored in `options`, which must outlive the
 // parsing.

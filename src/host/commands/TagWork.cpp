@@ -86,7 +86,7 @@ Problem WorkOn(EditedFile& file, const std::function<Problem(EditedFile&)>& work
 
 void AddEditOptions(CLI::App& command, EditOptions& options)
 {
-    AddJobsOption(command, options.jobs);
+    AddJobsOption(command, options.jobs, std::to_string(options.jobs));
     command.add_flag("--force", options.force,
                      "Cut off bytes after the last chunk, such as an ID3v1 tag (otherwise such a "
                      "file is left as it is)");

@@ -14,7 +14,9 @@ namespace aiff::host
 {
 
 struct EditOptions {
-    size_t jobs = 0;     // files to work on at a time; 0: one per processor
+    // Files to work on at a time. Most of the time passes in waiting for the disk, which serves
+    // many files at once.
+    size_t jobs = 16;
     bool force = false;  // cut off what lies after the last chunk
     bool noSync = false; // do not wait for the disk
     bool quiet = false;
