@@ -69,17 +69,3 @@ struct TaggedFile : File {
 using AiffTags = TaggedFile<TagLib::RIFF::AIFF::File>;
 using WavTags = TaggedFile<TagLib::RIFF::WAV::File>;
 using FlacTags = TaggedFile<TagLib::FLAC::File>;
-
-// The fields that aiffconv shows, without the tag's version; values as with Properties.
-inline Map Fields(const Workplace& place, const std::string& file)
-{
-    const Json files = Json::parse(place.Run("@ tags show --json " + file).out);
-    Map fields;
-    for (const Json& item : files[0]["tags"]) {
-        std::string& text = fields[item["name"]];
-        for (const std::string value : item.value("values", Json::array()))
-            text += (text.empty() ? "" : "|") + value;
-    }
-    fields.erase("TagVersion");
-    return fields;
-}
