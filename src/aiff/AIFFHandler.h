@@ -150,6 +150,10 @@ public:
     // Whether a chunk is a filler that an edit in place left when it was cut short.
     bool IsLeftFiller(int index) const;
 
+    // Whether past the form's end lies what an edit in place prepared when it was cut short: it
+    // is none of the file's chunks yet, and need not be complete.
+    bool HoldsUnfinishedEdit() const;
+
     // Empties the index, closes the file and forgets the report.
     void Destroy();
 
@@ -212,7 +216,6 @@ private:
     bool WriteHeader(const STRIFFChunk& chunk);
     bool WriteFormHeader(int64_t formSize);
     bool IndexWholeFile();
-    bool HoldsUnfinishedEdit() const;
     bool MayHideSound() const;
     bool CorrectLastChunk();
     bool Refuse(const wchar_t* reason) const;

@@ -100,8 +100,6 @@ bool clAIFFHandler::IsLeftFiller(int index) const
             isMarkedAt(chunk.FileDataPosition + chunk.nSize - std::ssize(bytes)));
 }
 
-// Whether past the form's end lies what an edit in place prepared when it was cut short: it is
-// none of the file's chunks yet, and need not be complete.
 bool clAIFFHandler::HoldsUnfinishedEdit() const
 {
     std::array<uint8_t, kFillerHeadSize> head;

@@ -31,6 +31,20 @@ inline long FilesIn(const TempDir& dir)
                          std::filesystem::directory_iterator());
 }
 
+// What a script that needs mutagen prints of files; nothing where it is not installed.
+inline std::vector<std::string> MutagenReads(const std::string& script, const std::string& files)
+{
+    std::vector<std::string> lines;
+    const std::string python = "/usr/bin/python3 ";
+    if (system((python + "-c 'import mutagen.aiff' 2>/dev/null").c_str()) != 0)
+        return {};
+    FILE* const output = popen((python + script + files).c_str(), "r");
+    for (char line[256]; output != nullptr && fgets(line, sizeof line, output) != nullptr;)
+        lines.emplace_back(line, strcspn(line, "\n"));
+    EXPECT_TRUE(output != nullptr && pclose(output) == 0);
+    return lines;
+}
+
 // One edit, prepared so far that only the plug-in's function is left to be called.
 class EditCall
 {

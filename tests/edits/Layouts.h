@@ -72,6 +72,7 @@ inline const std::map<char, Chunk> kLetters = {
     {'t', TagChunk("Old", 1)}, // of an odd size
     {'p', TagChunk("Old", 169)},
     {'P', TagChunk("Old", 600)},
+    {'G', TagChunk("Old", 7000)},
     {'B', TagChunk("B")}, // a second tag
     {'b', TagChunk("B", 1)},
     {'l', {"id3 ", kTag.data}},
@@ -88,11 +89,12 @@ inline void PutSize(Bytes& file, size_t position, size_t size)
     std::copy(bytes.begin(), bytes.end(), file.begin() + static_cast<ptrdiff_t>(position));
 }
 
-// A file of the chunks whose letters are given, with oddities in this order: "form" and
-// "first", the sizes that the form (+ or -: relative) and the first chunk claim; "cut", bytes
-// missing at the end; "junk" and "noise", bytes after the form; "drop", the position of a lost
-// byte; "tag", which reading cannot see ("unread"), or the index neither ("hidden").
-inline Layout Make(const std::string& notation)
+// A file of the chunks whose letters are given (_: an annotation of an even size), with oddities in
+// this order: "form" and "first", the sizes that the form (+ or -: relative) and the first chunk
+// claim; "cut", bytes missing at the end; "junk" and "noise", bytes after the form; "drop", the
+// position of a lost byte; "tag", which reading cannot see ("unread"), or the index neither
+// ("hidden").
+inline Layout Make(const std::string& notation, size_t annotation = 0)
 {
     std::istringstream in(notation);
     std::string word, value;
@@ -100,7 +102,8 @@ inline Layout Make(const std::string& notation)
     Layout layout{notation, {}, {}, "", false, false};
     AiffBuilder builder;
     for (const char letter : word) {
-        const Chunk& chunk = kLetters.at(letter);
+        const Chunk chunk =
+            letter == '_' ? Chunk{"ANNO", Bytes(annotation, 'a')} : kLetters.at(letter);
         builder.Chunk(chunk.code, chunk.data);
         if (!chunk.IsTag())
             layout.others.push_back(chunk);
@@ -108,7 +111,7 @@ inline Layout Make(const std::string& notation)
     }
     layout.hasForeign = layout.hasTag;
     layout.title = layout.hasTag ? "Old" : "";
-    const Chunk& last = kLetters.at(word.back());
+    const Chunk last = word.back() == '_' ? Chunk() : kLetters.at(word.back());
     const size_t pad = last.data.size() % 2;
     Bytes& file = layout.file = builder.Build();
     while (in >> word >> value) {

@@ -67,8 +67,9 @@ std::optional<FileTags> ReadFileTags(const Input& input)
     const TrailingBytes trailing = ReadTrailingBytes(aiff, aiff.GetFormEnd());
     for (const std::string& kind : trailing.tags)
         tags.hidden.push_back("has " + kind + " after the end of its form, which is not read");
-    // An edit keeps what are whole chunks, and refuses some files.
-    if (!trailing.areZero && aiff.PrepareForEdit()) {
+    // An edit keeps what are whole chunks, and refuses some files; what is left of another edit
+    // is nobody's.
+    if (!trailing.areZero && aiff.PrepareForEdit() && !aiff.HoldsUnfinishedEdit()) {
         const TrailingBytes cut = ReadTrailingBytes(aiff, aiff.GetFormEnd());
         if (!cut.areZero)
             tags.cutOff = Counted(cut.count, "byte") + " (" + cut.Looks() + ")";

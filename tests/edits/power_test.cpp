@@ -1,0 +1,248 @@
+// What is left of an edit when the power fails or the program ends: the calls of real edits are
+// recorded, and every state that the disk may be in is worked out from them.
+
+#include "edits/EditHarness.h"
+#include "support/Sndfile.h"
+#include "support/SystemCalls.h"
+
+#include <random>
+#include <taglib/aifffile.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/tbytevectorstream.h>
+
+namespace
+{
+
+using SystemCalls::Event;
+
+constexpr size_t kSectorSize = 512; // reaches the disk whole or not at all
+
+// A file on a disk. Between two barriers the sectors and the size get there in any order.
+class Disk
+{
+public:
+    explicit Disk(const Bytes& file) : m_data(file), m_sizes{file.size()} {}
+
+    void Do(const Event& event, size_t sectors = SIZE_MAX)
+    {
+        const auto at = static_cast<size_t>(event.position);
+        if (event.kind == Event::Barrier) {
+            m_versions.clear();
+            m_sizes = {m_sizes.back()};
+        } else if (event.kind == Event::Size) {
+            m_sizes.push_back(at);
+        }
+        for (size_t done = 0; done < event.bytes.size() && sectors > 0; --sectors) {
+            const size_t sector = (at + done) / kSectorSize;
+            const size_t end = std::min((sector + 1) * kSectorSize - at, event.bytes.size());
+            m_data.resize(std::max(m_data.size(), (sector + 1) * kSectorSize));
+            if (m_versions[sector].empty())
+                m_versions[sector].push_back(Sector(sector));
+            std::copy(event.bytes.begin() + ptrdiff_t(done), event.bytes.begin() + ptrdiff_t(end),
+                      m_data.begin() + ptrdiff_t(at + done));
+            m_versions[sector].push_back(Sector(sector));
+            m_sizes.push_back(std::max(m_sizes.back(), at + end));
+            done = end;
+        }
+    }
+
+    // What a reader finds as long as the power stays on.
+    Bytes File() const { return Sized(m_data, m_sizes.back()); }
+
+    // What is found after a power failure: little, about half or most of what was written last.
+    Bytes AfterFailure(std::mt19937& random) const
+    {
+        const size_t share = random() % 3;
+        const auto pick = [&](size_t count) {
+            return random() % 2 < share ? count - 1 : share == 1 ? random() % count : 0;
+        };
+        Bytes data = m_data;
+        for (const auto& [sector, versions] : m_versions) {
+            const Bytes& version = versions[pick(versions.size())];
+            std::copy(version.begin(), version.end(),
+                      data.begin() + ptrdiff_t(sector * kSectorSize));
+        }
+        return Sized(data, m_sizes[pick(m_sizes.size())]);
+    }
+
+private:
+    Bytes Sector(size_t number) const
+    {
+        const auto start = m_data.begin() + ptrdiff_t(number * kSectorSize);
+        return {start, start + kSectorSize};
+    }
+    static Bytes Sized(Bytes data, size_t size)
+    {
+        data.resize(size);
+        return data;
+    }
+
+    Bytes m_data;
+    std::map<size_t, std::vector<Bytes>> m_versions; // of sectors since the last barrier
+    std::vector<size_t> m_sizes;                     // since then
+};
+
+// The tag as TagLib reads it, which does not mind the form's size.
+std::string SeenByTagLib(const Bytes& file)
+{
+    TagLib::ByteVectorStream stream(
+        {reinterpret_cast<const char*>(file.data()), static_cast<unsigned>(file.size())});
+    TagLib::RIFF::AIFF::File sound(&stream, false);
+    std::string frames;
+    for (const auto* frame : sound.tag()->frameList()) {
+        const TagLib::ByteVector bytes = frame->render();
+        frames.append(bytes.data(), bytes.size());
+    }
+    return frames;
+}
+
+class PowerTest : public PluginTest
+{
+protected:
+    // Makes an edit and takes note of what it does to the file.
+    std::vector<Event> Record(const Layout& layout, const Edit& edit, bool isDurable = true)
+    {
+        before = layout.file;
+        const EditCall apply(plugin, File(before), edit, nullptr, isDurable);
+        SystemCalls::Start();
+        EXPECT_EQ(apply(), 1);
+        std::vector<Event> events = SystemCalls::Stop().events;
+        after = ReadFile(path);
+        seen = {SeenByTagLib(before), SeenByTagLib(after)};
+        return events;
+    }
+
+    bool IsOldOrNew(const Bytes& file) const
+    {
+        const std::string tag = SeenByTagLib(file);
+        return StateOf(file, before, after) != kBad && (tag == seen.first || tag == seen.second);
+    }
+
+    const std::string path = dir.Path("a.aiff");
+    Bytes before, after;
+    std::pair<std::string, std::string> seen;
+};
+
+// In the names of layouts, _ is a chunk that moves the others across the borders of sectors.
+std::vector<Layout> PowerLayouts()
+{
+    std::vector<Layout> layouts =
+        MakeAll("CS;Cs;CST;CSTM;CStMM;CSP;CSPM;CSTb;CSG;CSGM;GCS;GCSM;PCS;TCS");
+    for (size_t size = 440; size < 474; size += 2)
+        for (const char* notation : {"CS_T", "CS_PM", "GCS_"})
+            layouts.push_back(Make(notation, size));
+    return layouts;
+}
+
+// A copy takes the file's name only when it is on the disk.
+void ExpectFlushedCopy(const std::vector<Event>& events)
+{
+    bool isFlushed = false;
+    int copy = -1;
+    for (const Event& event : events) {
+        EXPECT_TRUE(event.kind != Event::Rename || isFlushed);
+        if (event.kind != Event::Write && event.kind != Event::Size) {
+            isFlushed = event.kind == Event::Barrier;
+            continue;
+        }
+        EXPECT_TRUE(copy < 0 || copy == event.file) << "writes to the old file, too";
+        copy = event.file;
+        isFlushed = false;
+    }
+}
+
+bool IsCopy(const std::vector<Event>& events)
+{
+    return std::ranges::any_of(events,
+                               [](const Event& event) { return event.kind == Event::Rename; });
+}
+
+TEST_F(PowerTest, EveryStateShowsTheOldOrTheNewTag)
+{
+    std::mt19937 random(1);
+    std::vector<Bytes> samples;
+    long states = 0;
+    const auto check = [&](const Bytes& file) {
+        ASSERT_TRUE(IsOldOrNew(file));
+        if (++states % 199 != 0)
+            return;
+        samples.insert(samples.end(), {before, after, file});
+        // Other readers find the sound, and the next edit finds no trace but the filler of a
+        // tag before the sound.
+        const std::vector<int32_t> sound = ReadSamples(File(before)).values;
+        EXPECT_EQ(ReadSamples(File(file)).values, sound);
+        EXPECT_EQ(ApplyEdit(plugin, path, {"", Edit::Set, ListOf(L"Title=Later")}), 1);
+        EXPECT_EQ(Shown(ReadFile(path)).second, Shown(before).second);
+        EXPECT_NO_THROW((void)WalkStrictly(ReadFile(path)));
+        const bool hadRoom = S(ReadFile(path)).find("FLLR") != std::string::npos;
+        EXPECT_TRUE(!hadRoom || Number(before, 12) == Number(Text("ID3 "), 0));
+    };
+    for (const Layout& layout : PowerLayouts())
+        for (const Edit& edit : AllEdits()) {
+            SCOPED_TRACE(layout.name + ": " + edit.name);
+            std::vector<Event> events = Record(layout, edit);
+            if (IsCopy(events)) {
+                ExpectFlushedCopy(events);
+                continue;
+            }
+            Disk disk(before);
+            for (const Event& event : events) {
+                SCOPED_TRACE("call " + std::to_string(&event - events.data()));
+                Disk killed = disk;
+                killed.Do(event, random() % (event.bytes.size() / kSectorSize + 1));
+                check(killed.File());
+                disk.Do(event);
+                check(disk.File());
+                for (int i = 0; i < 8 && !HasFatalFailure(); ++i)
+                    check(disk.AfterFailure(random));
+            }
+            EXPECT_EQ(disk.File(), after);
+            // Without barriers the order of writes is the same.
+            std::erase_if(events, [](const Event& e) { return e.kind == Event::Barrier; });
+            const std::vector<Event> fast = Record(layout, edit, false);
+            EXPECT_TRUE(std::ranges::equal(events, fast, [](const Event& a, const Event& b) {
+                return std::tie(a.kind, a.position, a.bytes) ==
+                       std::tie(b.kind, b.position, b.bytes);
+            }));
+        }
+    EXPECT_GT(samples.size(), 60u);
+    const TempDir sampled;
+    std::string files;
+    for (size_t i = 0; i < samples.size(); ++i)
+        files += " " + sampled.Write(std::to_string(i), samples[i]);
+    const std::vector<std::string> lines = MutagenReads(AIFF_READ_TAGS, files);
+    for (size_t i = 0; i + 2 < lines.size(); i += 3)
+        EXPECT_TRUE(lines[i + 2] == lines[i] || lines[i + 2] == lines[i + 1]) << lines[i + 2];
+    RecordProperty("states", std::to_string(states));
+}
+
+// Leaving out any barrier that something follows shows in some state.
+TEST_F(PowerTest, EveryBarrierIsNeeded)
+{
+    const Edit picture = AllEdits()[1], remove = AllEdits()[3];
+    const std::tuple<const char*, const Edit&, int> rows[] = {
+        {"CS", picture, 2},  {"CSP", picture, 6}, {"CSG", picture, 6}, {"CSPM", picture, 6},
+        {"GCS", picture, 4}, {"CST", remove, 1},  {"CS_PM", remove, 6}};
+    for (const auto& [notation, edit, barriers] : rows) {
+        const std::vector<Event> events = Record(Make(notation, 462), edit);
+        int found = 0;
+        for (const Event& leftOut : events) {
+            if (leftOut.kind != Event::Barrier || &leftOut == &events.back())
+                continue;
+            std::mt19937 random(1);
+            Disk disk(before);
+            bool isBad = false;
+            for (const Event& event : events) {
+                if (&event != &leftOut)
+                    disk.Do(event);
+                for (int i = 0; i < 100 && !isBad; ++i)
+                    isBad = !IsOldOrNew(disk.AfterFailure(random));
+            }
+            EXPECT_TRUE(isBad) << notation << ": " << edit.name << ", barrier " << found;
+            ++found;
+        }
+        EXPECT_EQ(found, barriers) << notation << ": " << edit.name;
+    }
+}
+
+} // namespace
