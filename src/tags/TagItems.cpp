@@ -22,7 +22,8 @@ namespace
 class ListSink
 {
 public:
-    void Item(std::string_view name) { m_list.AddTag(Utf8ToText(name), XStr()); }
+    void Item(std::string_view name) { Item(Utf8ToText(name)); }
+    void Item(const XStr& name) { m_list.AddTag(name, XStr()); }
     void Value(std::string_view piece) { Last().value += Utf8ToText(piece); }
     void Data(std::span<const uint8_t> data) { Last().data.assign(data.begin(), data.end()); }
     void End() {}
@@ -41,13 +42,16 @@ public:
 
     void Item(std::string_view name)
     {
-        End();
-        m_isOpen = true;
-        m_start = m_out.Size();
-        m_out.Int32(0);
+        Begin();
         Value(name);
         m_out.Unit(0);
-        ++m_count;
+    }
+    void Item(const XStr& name)
+    {
+        Begin();
+        for (const wchar_t c : name)
+            m_out.Unit(static_cast<uint32_t>(c));
+        m_out.Unit(0);
     }
     void Value(std::string_view piece)
     {
@@ -69,6 +73,14 @@ public:
     size_t Count() const { return m_count; }
 
 private:
+    void Begin()
+    {
+        End();
+        m_isOpen = true;
+        m_start = m_out.Size();
+        m_out.Int32(0);
+        ++m_count;
+    }
     void Close()
     {
         m_isOpen = false;
@@ -88,18 +100,12 @@ class Names
 public:
     explicit Names(bool areKept) : m_areKept(areKept) {}
 
-    bool IsNew(std::string_view name)
-    {
-        if (!m_areKept)
-            return true;
-        std::string folded(name);
-        std::ranges::transform(folded, folded.begin(), LowerAscii<char>);
-        return m_names.insert(std::move(folded)).second;
-    }
+    bool IsNew(std::string_view name) { return !m_areKept || IsNew(Utf8ToText(name)); }
+    bool IsNew(const XStr& name) { return !m_areKept || m_names.insert(FoldCase(name)).second; }
 
 private:
     bool m_areKept;
-    std::unordered_set<std::string> m_names;
+    std::unordered_set<XStr> m_names;
 };
 
 // Makes an item of a field once it shows a value.
@@ -164,7 +170,7 @@ void TagItems::Give(Sink& sink) const
             const std::optional<Picture> picture = PictureOf(wire, scratch);
             if (!picture.has_value())
                 continue;
-            const std::string name = PictureItemName(*picture, ++count);
+            const XStr name = PictureItemName(*picture, ++count);
             if (!names.IsNew(name))
                 continue;
             sink.Item(name);

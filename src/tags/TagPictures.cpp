@@ -98,13 +98,13 @@ std::optional<Picture> PictureOf(const WireFrame& wire, id3parser::t_frame& scra
     }
 }
 
-std::string PictureItemName(const Picture& picture, size_t number)
+XStr PictureItemName(const Picture& picture, size_t number)
 {
     XStr name(kAlbumArtPrefix);
     name.append(std::to_wstring(number)).append(ElementDescription(picture.type));
     if (!picture.description.empty())
-        name.append(kSubDescriptionMark);
-    return id3parser::conv::TextToUtf8(name) + picture.description;
+        name.append(kSubDescriptionMark).append(id3parser::conv::Utf8ToText(picture.description));
+    return name;
 }
 
 bool IsAlbumArt(const STInternalTag& item)

@@ -29,8 +29,8 @@ struct Picture {
 
 // The picture that reading shows of a frame. Its data is in the frame or in `scratch`.
 std::optional<Picture> PictureOf(const id3parser::WireFrame& wire, id3parser::t_frame& scratch);
-// The name of its item, in UTF-8; `number` counts the pictures of a tag from 1.
-std::string PictureItemName(const Picture& picture, size_t number);
+// The name of its item; `number` counts the pictures of a tag from 1.
+XStr PictureItemName(const Picture& picture, size_t number);
 
 // The pictures of a new tag: those of old frames, but for the types that items name. Of
 // these an item with data is a picture; one without data, and every item when fields are

@@ -1,0 +1,109 @@
+// How much memory hostile tags take: what operator new gives out is counted.
+#include "TagBuilder.h"
+#include "tags/TagItems.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <new>
+
+namespace
+{
+
+std::atomic<size_t> current = 0, peak = 0;
+constexpr size_t kHeader = 16; // keeps the size of a block, and its alignment
+
+} // namespace
+
+void* operator new(size_t size)
+{
+    auto* block = static_cast<char*>(std::malloc(size + kHeader));
+    if (block == nullptr)
+        throw std::bad_alloc();
+    std::memcpy(block, &size, sizeof size);
+    current += size + kHeader;
+    peak = std::max(peak.load(), current.load());
+    return block + kHeader;
+}
+
+void operator delete(void* memory) noexcept
+{
+    if (memory == nullptr)
+        return;
+    char* block = static_cast<char*>(memory) - kHeader;
+    size_t size = 0;
+    std::memcpy(&size, block, sizeof size);
+    current -= size + kHeader;
+    std::free(block);
+}
+
+void operator delete(void* memory, size_t) noexcept
+{
+    operator delete(memory);
+}
+
+namespace
+{
+
+// Bytes in use at most while `operation` runs, beyond those before it.
+size_t PeakOf(auto&& operation)
+{
+    const size_t before = peak = current.load();
+    operation();
+    return peak - before;
+}
+
+constexpr size_t kSize = 1 << 16; // of a tag, and what is spent whatever its size
+
+// '%' is another name each time; the frames before '*' come once.
+Bytes HostileTag(int version, std::string note)
+{
+
+    if (const size_t star = note.find('*'); star != note.npos) {
+        const std::string unit = note.substr(star + 1);
+        note.resize(star);
+        for (size_t i = 0; i < kSize / unit.size(); ++i)
+            note += unit;
+        return Tag(version, note);
+    }
+    std::string content;
+    for (uint32_t i = 0; content.size() < kSize; ++i) {
+        std::string own = note;
+        if (const size_t mark = own.find('%'); mark != own.npos)
+            own.replace(mark, 1,
+                        {char('!' + i % 60), char('!' + i / 60 % 60), char('!' + i / 3600)});
+        content += Frames(version, own);
+    }
+    return TagOf(version, content);
+}
+
+TEST(TagMemory, IsBoundedByTheSizeOfTheTag)
+{
+    using Row = std::tuple<int, std::string, size_t>;
+    // The blob of genres alone takes eleven times the tag.
+    const Row rows[] = {Row(3, "TPE1:*/", 12),          Row(2, "TP1:*a/", 12),
+                        Row(3, "TCON:*92;", 15),        Row(3, "APIC:~\3~x", 12),
+                        Row(2, "PIC:JPG\x0F~x", 12),    Row(4, "PRIV[0002]=x", 12),
+                        Row(4, "APIC[0002]:~\3~x", 12), Row(3, "TXXX:%~x", 12),
+                        Row(2, "WXX:%~x", 12),          Row(2, "TT2:", 12),
+                        Row(3, "TIT2:*a", 12),          Row(3, "TXXX:*\x80", 12),
+                        Row(3, "TYER:*\x80", 12),       Row(3, "APIC:i~\3~*x", 3)};
+    for (const auto& [version, note, times] : rows) {
+        const Bytes tag = HostileTag(version, note);
+        const size_t bound = times * tag.size() + kSize;
+        const size_t reading = PeakOf([&tag = tag] {
+            TagItems items;
+            XMem blob; // comes from calloc
+            int64_t count = 0;
+            EXPECT_TRUE(items.Add(tag) && items.ToRawMemory(blob, count));
+            peak = peak + blob.Used();
+        });
+        EXPECT_LT(reading, bound) << note;
+        EXPECT_LT(
+            PeakOf([&tag = tag] { EXPECT_FALSE(Edited({tag}, ListOf(L"Album=b"), {}).empty()); }),
+            bound)
+            << note;
+    }
+}
+
+} // namespace
