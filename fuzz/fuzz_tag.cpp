@@ -6,6 +6,8 @@
 #include "support/TagList.h"
 #include "support/TempDir.h"
 #include "tags/TagBuilder.h"
+#include "tags/TagFields.h"
+#include "tags/TagItems.h"
 #include "tags/TagPictures.h"
 #include "tags/id3parser/fields/FrameToMeta.h"
 #include "tags/id3parser/fields/Gapless.h"

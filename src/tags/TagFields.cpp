@@ -1,7 +1,6 @@
 #include "tags/TagFields.h"
 
 #include "support/text/Ascii.h"
-#include "tags/TagItems.h"
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/frames/FrameReader.h"
 
@@ -22,14 +21,6 @@ int64_t TagSizeFromHeader(std::span<const uint8_t> bytes)
     } catch (const id3parser::parseError&) {
         return 0;
     }
-}
-
-bool ReadTagList(std::span<const uint8_t> bytes, NTag& list)
-{
-    TagItems items;
-    const bool isRead = items.Add({bytes.begin(), bytes.end()});
-    list = items.List();
-    return isRead;
 }
 
 std::string_view PreTranslateField(std::string_view name)

@@ -17,11 +17,6 @@ inline constexpr std::string_view kTagVersionField = "TagVersion";
 // footer; 0 when they begin no tag.
 int64_t TagSizeFromHeader(std::span<const uint8_t> bytes);
 
-// Replaces the list with what the tag at the front of the bytes says: its version, fields and
-// pictures. What follows the tag does not matter. False, with an empty list, when there is no
-// tag or it is damaged.
-[[nodiscard]] bool ReadTagList(std::span<const uint8_t> bytes, NTag& list);
-
 // The field that an item of that name is for.
 std::string_view PreTranslateField(std::string_view name);
 // Whether an item of that name separates the values of its field.

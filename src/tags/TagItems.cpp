@@ -201,4 +201,12 @@ bool TagItems::ToRawMemory(XMem& blob, int64_t& count) const
     return true;
 }
 
+bool ReadTagList(std::span<const uint8_t> bytes, NTag& list)
+{
+    TagItems items;
+    const bool isRead = items.Add({bytes.begin(), bytes.end()});
+    list = items.List();
+    return isRead;
+}
+
 } // namespace aiff

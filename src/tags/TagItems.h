@@ -9,6 +9,7 @@
 #include "tags/id3parser/frames/WireTag.h"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace aiff
@@ -39,5 +40,10 @@ private:
 
     std::vector<Tag> m_tags;
 };
+
+// Replaces the list with what the tag at the front of the bytes says: its version, fields and
+// pictures. What follows the tag does not matter. False, with an empty list, when there is no
+// tag or it is damaged.
+[[nodiscard]] bool ReadTagList(std::span<const uint8_t> bytes, NTag& list);
 
 } // namespace aiff

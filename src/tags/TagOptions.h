@@ -9,6 +9,9 @@
 namespace aiff
 {
 
+// What becomes of the fields and picture types that a list names.
+enum class TagTask { Set, Remove };
+
 // Keys of the options.
 namespace ID3v2Option
 {

@@ -128,7 +128,7 @@ std::string DetectPictureMimeType(std::span<const uint8_t> data)
 }
 
 NewPictures::NewPictures(const id3parser::CarriedFrames& old,
-                         const std::vector<const STInternalTag*>& items, TagUpdate::Task task)
+                         const std::vector<const STInternalTag*>& items, TagTask task)
     : m_old(old)
 {
     std::set<XStr> elements;
@@ -142,12 +142,12 @@ NewPictures::NewPictures(const id3parser::CarriedFrames& old,
         const std::optional<Picture> picture = PictureOf(wire, scratch);
         if (!picture.has_value() || !elements.contains(ElementDescription(picture->type)))
             Add({&wire, nullptr}, picture.has_value() ? picture->type : uint8_t{0});
-        else if (task == TagUpdate::Task::Set)
+        else if (task == TagTask::Set)
             replaced.emplace(HashOf(*picture), &wire);
     }
     for (const STInternalTag* item : items) {
         const Picture picture = PictureOf(*item);
-        if (task == TagUpdate::Task::Remove || picture.data.empty())
+        if (task == TagTask::Remove || picture.data.empty())
             continue;
         auto [found, end] = replaced.equal_range(HashOf(picture));
         while (found != end && !LookAlike(*PictureOf(*found->second, scratch), picture))

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tags/NTag.h"
-#include "tags/TagUpdate.h"
+#include "tags/TagOptions.h"
 #include "tags/id3parser/fields/CarriedFrames.h"
 
 #include <cstdint>
@@ -40,7 +40,7 @@ class NewPictures
 public:
     // Refers to the frames and the items.
     NewPictures(const id3parser::CarriedFrames& old, const std::vector<const STInternalTag*>& items,
-                TagUpdate::Task task);
+                TagTask task);
 
     // Gives the frames to the sink: front covers first, then the others.
     void Emit(const id3parser::FrameSink& sink) const;

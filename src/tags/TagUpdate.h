@@ -23,8 +23,7 @@ namespace aiff
 class TagUpdate
 {
 public:
-    // What becomes of the fields and picture types that a list names.
-    enum class Task { Set, Remove };
+    using Task = TagTask;
 
     // oldTags  each from its header on, in the order of the file; may be empty or
     //          damaged, and end where their chunk does. They become one tag.

@@ -5,7 +5,7 @@
 
 #include "support/AiffBuilder.h"
 #include "support/TagList.h"
-#include "tags/TagFields.h"
+#include "tags/TagItems.h"
 #include "tags/TagUpdate.h"
 #include "tags/id3parser/bytes/Errors.h"
 #include "tags/id3parser/frames/Tag.h"

@@ -1,4 +1,5 @@
 #include "TagBuilder.h"
+#include "tags/TagItems.h"
 #include "tags/id3parser/fields/FieldNames.h"
 #include "tags/id3parser/fields/FrameToMeta.h"
 #include "tags/id3parser/fields/Genres.h"

@@ -1,6 +1,7 @@
 #include "TagBuilder.h"
 #include "support/TempDir.h"
 #include "support/file/DiskFile.h"
+#include "tags/TagFields.h"
 #include "tags/TagID3v2.h"
 
 #include <gtest/gtest.h>

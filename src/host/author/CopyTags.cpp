@@ -2,7 +2,7 @@
 
 #include "decode/TagWriter.h"
 #include "support/text/XStr.h"
-#include "tags/TagFields.h"
+#include "tags/TagItems.h"
 
 namespace aiff::host
 {

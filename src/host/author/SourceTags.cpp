@@ -5,7 +5,7 @@
 #include "host/author/WavTags.h"
 #include "host/writers/MakeId3.h"
 #include "host/writers/ReadId3.h"
-#include "tags/TagFields.h"
+#include "tags/TagItems.h"
 
 #include <algorithm>
 #include <fileref.h>

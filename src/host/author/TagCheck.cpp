@@ -3,6 +3,7 @@
 #include "aiff/AIFFHandler.h"
 #include "host/base/Printable.h"
 #include "tags/TagFields.h"
+#include "tags/TagItems.h"
 
 #include <algorithm>
 #include <array>
