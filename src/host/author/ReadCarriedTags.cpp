@@ -3,8 +3,8 @@
 #include "aiff/AIFFHandler.h"
 #include "host/author/AiffForm.h"
 #include "host/author/ChunkText.h"
-#include "host/author/MakeOneTag.h"
 #include "host/author/TagCheck.h"
+#include "host/author/UpdateTag.h"
 #include "support/file/DiskFile.h"
 #include "tags/TagFields.h"
 #include "tags/id3parser/text/CodePages.h"
@@ -84,8 +84,10 @@ void ChunkReader::ReadTag(const STRIFFChunk& chunk)
         !ReadChunkTag(m_aiff, chunk.FileDataPosition, chunk.nSize, {}, tag, list);
     if (!m_tags.id3v2.empty() && (m_tags.isReadable || !isReadable))
         return;
-    if (!isReadable && !ReadData(chunk, tag))
+    if (!isReadable && !ReadData(chunk, tag)) {
         m_leftOut.insert(CodeText(chunk.ID));
+        return;
+    }
     m_tags.id3v2 = std::move(tag);
     m_tags.isReadable = isReadable;
     m_tags.joined = ReadJoined(list);
@@ -135,7 +137,7 @@ void MakeTag(const std::vector<TagItem>& items, CarriedTags& tags)
         else if (!item.IsInformation())
             list.AddTag(name, id3parser::conv::Utf8ToText(item.value));
     }
-    if (list.Count() != 0 && !MakeOneTag({}, list, tags.id3v2))
+    if (list.Count() != 0 && !UpdateTag({}, list, tags.id3v2))
         tags.notes.emplace_back("has tags that are too large to be carried over");
 }
 

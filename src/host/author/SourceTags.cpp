@@ -1,7 +1,7 @@
 #include "host/author/SourceTags.h"
 
 #include "host/author/ChunkText.h"
-#include "host/author/MakeOneTag.h"
+#include "host/author/UpdateTag.h"
 #include "host/author/WavTags.h"
 #include "host/writers/MakeId3.h"
 #include "host/writers/ReadId3.h"
@@ -43,11 +43,10 @@ Problem AddInfo(const TagLib::PropertyMap& info, SourceTags& source)
         MakeId3(more, source.id3v2.empty() ? RolesAs::PeopleFrames : RolesAs::UserText);
     if (!added || added->empty())
         return added.Why();
-    // The last tag's version counts, and the first one's words.
-    const std::span<const uint8_t> tags[] = {*added, source.id3v2};
     const bool isNew = source.id3v2.empty();
     std::vector<uint8_t> tag = *added;
-    if (!isNew && !MakeOneTag(tags, {}, tag))
+    NTag list;
+    if (!isNew && (!ReadTagList(*added, list) || !UpdateTag(source.id3v2, list, tag)))
         return kTooLarge;
     content.AddMissing(more.texts);
     if (isNew || HoldsAll(ReadId3(tag), content))
