@@ -28,36 +28,15 @@ inline Map Properties(const TagLib::PropertyMap& properties)
     return map;
 }
 
-// The frames of a tag, of several with one identifier the first.
-inline Map FramesOf(const TagLib::ID3v2::Tag& tag)
-{
-    Map frames;
-    for (const TagLib::ID3v2::Frame* frame : tag.frameList())
-        frames.try_emplace(TagLib::String(frame->frameID()).to8Bit(), Utf8(frame->toString()));
-    return frames;
-}
-
-// A picture as "4 image/png 3009 text".
-template <class Picture>
-std::string PictureText(const Picture& picture, const TagLib::ByteVector& data)
-{
-    return std::to_string(picture.type()) + " " + Utf8(picture.mimeType()) + " " +
-           std::to_string(data.size()) + " " + Utf8(picture.description());
-}
+// The pictures of a tag, each as "4 image/png 3009 text".
 inline Names Pictures(const TagLib::ID3v2::Tag& tag)
 {
     Names pictures;
     for (const auto* frame : tag.frameList("APIC")) {
         const auto& art = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame&>(*frame);
-        pictures.push_back(PictureText(art, art.picture()));
+        pictures.push_back(std::to_string(art.type()) + " " + Utf8(art.mimeType()) + " " +
+                           std::to_string(art.picture().size()) + " " + Utf8(art.description()));
     }
-    return pictures;
-}
-inline Names Pictures(TagLib::FLAC::File& flac)
-{
-    Names pictures;
-    for (const auto* picture : flac.pictureList())
-        pictures.push_back(PictureText(*picture, picture->data()));
     return pictures;
 }
 

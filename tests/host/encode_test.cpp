@@ -1,6 +1,6 @@
 // aiffconv encode, and what it shares with convert; independent readers are the judges.
 
-#include "TagReaders.h"
+#include "HostHarness.h"
 
 namespace
 {
@@ -70,33 +70,6 @@ TEST(Encode, ChunksOfAnAiffFileStayWhereTheyStood)
     place.Run("@ encode in.aiff -o out.aiff --overwrite");
     EXPECT_EQ(place.Walk("out.aiff").Only("SSND").data, place.Walk("in.aiff").Only("SSND").data);
     EXPECT_EQ(Values(place, "out.aiff").size(), 2 * 776u);
-}
-
-TEST(Encode, TagsComeAlong)
-{
-    const Workplace place;
-    WriteSound(place.Path("in.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 2, 100);
-    Map fields = {{"TITLE", "Ämne"},    {"ARTIST", "One|AC/DC"}, {"DATE", "2004-03-15"},
-                  {"TRACKNUMBER", "3"}, {"TRACKTOTAL", "12"},    {"MY FIELD", "mine"}};
-    {
-        FlacTags flac(place, "in.flac");
-        TagLib::PropertyMap tags;
-        for (const auto& [name, value] : fields)
-            tags[name] = TagLib::String(value, TagLib::String::UTF8).split("|");
-        flac.setProperties(tags);
-        ASSERT_TRUE(flac.save());
-    }
-    place.Run("@ encode in.flac -o out.aiff && @ check out.aiff");
-    fields["TRACKNUMBER"] += "/" + fields.extract("TRACKTOTAL").mapped();
-    EXPECT_EQ(Properties(AiffTags(place, "out.aiff").tag()->properties()), fields);
-    // The tag that a WAV file has already is handed on byte for byte.
-    WriteSound(place.Path("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 100);
-    WavTags wav(place, "in.wav");
-    wav.tag()->setTitle("Wave");
-    ASSERT_TRUE(wav.save());
-    place.Run("@ encode in.wav -o wave.aiff");
-    EXPECT_PRED2(Contains, place.Read("in.wav"), Str(place.Walk("wave.aiff").Only("ID3 ").data));
-    EXPECT_EQ(AiffTags(place, "wave.aiff").tag()->title(), "Wave");
 }
 
 TEST(Encode, RefusesFourGibibytesBeforeAnythingIsWritten)
