@@ -65,6 +65,7 @@ void JoinTotals(PropertyMap& texts)
     }
 }
 
+// ID3v2 has a "T" between a day and a time.
 void MarkTimes(PropertyMap& texts)
 {
     const auto dates = texts.find("DATE");

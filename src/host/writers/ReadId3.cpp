@@ -200,9 +200,8 @@ bool IsReadWhole(const ID3v2::Tag& tag, std::span<const uint8_t> bytes)
     size_t end = tag.extendedHeader() == nullptr ? 0 : tag.extendedHeader()->size();
     for (const ID3v2::Frame* frame : tag.frameList())
         end += frame->size() + ID3v2::Frame::headerSize(header.majorVersion());
-    const auto rest = std::ranges::subrange(
-        data.begin() + static_cast<ptrdiff_t>(std::min<size_t>(end, data.size())), data.end());
-    return std::ranges::all_of(rest, [](char byte) { return byte == 0; });
+    const auto rest = data.begin() + static_cast<ptrdiff_t>(std::min<size_t>(end, data.size()));
+    return std::all_of(rest, data.end(), [](char byte) { return byte == 0; });
 }
 
 // TagLib leaves frames of ID3v2.3 in the tag that it has made part of the date.
@@ -225,11 +224,13 @@ TagContent ReadId3(std::span<const uint8_t> bytes, const JoinedValues& joined)
     TagLib::ByteVectorStream stream(ByteVector(reinterpret_cast<const char*>(bytes.data()),
                                                static_cast<unsigned>(bytes.size())));
     TagLib::MPEG::File file(&stream, ID3v2::FrameFactory::instance(), false);
-    const ID3v2::Tag* const tag = file.ID3v2Tag();
-    if (!file.hasID3v2Tag() || tag == nullptr)
-        return content;
-    if (!IsReadWhole(*tag, bytes)) // before any frame is rendered, which changes its size
+    const ID3v2::Tag* const tag = file.hasID3v2Tag() ? file.ID3v2Tag() : nullptr;
+    // To be asked before any frame is rendered, which changes its size.
+    const bool isWhole = tag == nullptr ? bytes.empty() : IsReadWhole(*tag, bytes);
+    if (!isWhole)
         content.leftOut.insert("a part that cannot be read");
+    if (tag == nullptr)
+        return content;
     const JoinedValues none;
     const JoinedValues& used = tag->header()->majorVersion() <= 3 ? joined : none;
     for (ID3v2::Frame* frame : tag->frameList())
