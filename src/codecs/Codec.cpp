@@ -1,7 +1,11 @@
 #include "codecs/Codec.h"
 
+#include "codecs/LibraryFile.h"
+
 #include <dlfcn.h>
-#include <filesystem>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace aiff::codecs
 {
@@ -26,13 +30,26 @@ bool FindFunction(void* library, const char* name, Function& function, std::stri
 
 } // namespace
 
+std::string Codec::FileProblem(const std::string& path)
+{
+    struct stat status;
+    if (stat(path.c_str(), &status) != 0)
+        return "there is no such file";
+    if (!S_ISREG(status.st_mode))
+        return "it is not a regular file";
+    const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0)
+        return "it cannot be opened";
+    const bool isWhole = IsWholeLibrary(file, static_cast<uint64_t>(status.st_size));
+    close(file);
+    return isWhole ? "" : "it is cut off";
+}
+
 std::shared_ptr<const Codec> Codec::Load(const std::string& path, std::string& why)
 {
-    std::error_code error;
-    if (!std::filesystem::exists(path, error)) {
-        why = "there is no such file";
+    why = FileProblem(path);
+    if (!why.empty())
         return nullptr;
-    }
     void* library = dlopen(PathWithFolder(path).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
         const char* message = dlerror();

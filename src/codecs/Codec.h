@@ -21,6 +21,10 @@ struct DecoderFunctions {
 class Codec
 {
 public:
+    // Why the file cannot be a plug-in, in a few words; empty when it may be one. Nothing is
+    // loaded, and no pipe or device opened.
+    static std::string FileProblem(const std::string& path);
+
     // Loads the library at `path` and looks up the nine functions.
     //
     // returns null when it cannot be used; `why` then holds the reason in a few words

@@ -82,7 +82,7 @@ void CodecLoader::LoadFrom(const std::string& root)
         return;
     for (const CodecKind kind : {CodecKind::Decoder, CodecKind::Encoder, CodecKind::Dsp}) {
         for (const std::string& path : PluginFiles(root, kind)) {
-            m_files.push_back({path, kind, nullptr, {}});
+            m_files.push_back({path, kind, nullptr, Codec::FileProblem(path)});
             if (kind == CodecKind::Decoder)
                 AddDecoder(m_files.back());
         }

@@ -34,7 +34,7 @@ struct PluginFile {
     std::string path;
     CodecKind kind = CodecKind::Decoder;
     const Decoder* decoder = nullptr; // null when it is not a decoder or not usable
-    std::string problem;              // why a decoder is not usable
+    std::string problem;              // why the file is not usable
 };
 
 // Loads all decoders below a folder and knows which of them reads which extension. Encoders

@@ -23,7 +23,7 @@ library folder chosen at build time.)";
 std::string Status(const PluginFile& file)
 {
     if (file.kind != CodecKind::Decoder)
-        return "present";
+        return file.problem.empty() ? "present" : "not usable";
     return file.decoder != nullptr ? "usable" : "not usable";
 }
 
