@@ -1,8 +1,9 @@
 #include "host/writers/WavHeader.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
-#include <sndfile.h>
+#include <span>
 #include <string_view>
 
 namespace aiff::host
@@ -12,70 +13,21 @@ namespace
 
 // Room for everything in a RIFF file but the samples.
 constexpr int64_t kMaxHeaderSize = 4096;
+constexpr int64_t kMaxClassic = std::numeric_limits<uint32_t>::max();
+constexpr int64_t kChunkHeader = 8;
 
-// A file in memory that has the length of the whole WAV file, but keeps only what comes
-// before the samples.
-struct HeaderSink {
-    std::vector<uint8_t> bytes;
-    int64_t limit = kMaxHeaderSize;
-    int64_t position = 0;
-    int64_t length = 0;
-};
+// With room, a classic header has the size of an RF64 one: where that has sizes of 64 bits,
+// it has a chunk that every reader skips.
+enum class WavKind { Classic, ClassicWithRoom, Rf64 };
 
-sf_count_t SinkLength(void* user)
-{
-    return static_cast<const HeaderSink*>(user)->length;
-}
-
-sf_count_t SinkSeek(sf_count_t offset, int whence, void* user)
-{
-    auto* sink = static_cast<HeaderSink*>(user);
-    if (whence == SEEK_CUR)
-        offset += sink->position;
-    else if (whence == SEEK_END)
-        offset += sink->length;
-    sink->position = offset;
-    return offset;
-}
-
-sf_count_t SinkRead(void*, sf_count_t, void*)
-{
-    return 0;
-}
-
-sf_count_t SinkWrite(const void* data, sf_count_t count, void* user)
-{
-    auto* sink = static_cast<HeaderSink*>(user);
-    const int64_t start = sink->position;
-    sink->position += count;
-    sink->length = std::max(sink->length, sink->position);
-    if (start >= 0 && sink->position <= sink->limit) {
-        sink->bytes.resize(static_cast<size_t>(std::min(sink->length, sink->limit)));
-        std::copy_n(static_cast<const uint8_t*>(data), count, sink->bytes.begin() + start);
-    }
-    return count;
-}
-
-sf_count_t SinkTell(void* user)
-{
-    return static_cast<HeaderSink*>(user)->position;
-}
-
-int SampleFormat(int bits)
-{
-    switch (bits) {
-    case 8:
-        return SF_FORMAT_PCM_U8;
-    case 16:
-        return SF_FORMAT_PCM_16;
-    case 24:
-        return SF_FORMAT_PCM_24;
-    case 32:
-        return SF_FORMAT_PCM_32;
-    default:
-        return 0;
-    }
-}
+constexpr uint16_t kFormatExtensible = 0xFFFE;
+// What follows the format tag in the identifier of PCM in an extensible format.
+constexpr std::array<uint8_t, 14> kPcmSubformatEnd = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
+                                                      0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+// The loudspeakers of so many channels, in the order of AIFF and FLAC files. These are the
+// masks that FLAC encoders accept; for more channels there is none.
+constexpr std::array<uint32_t, 9> kChannelMasks = {0,    0x4,  0x3,   0x7,  0x33,
+                                                   0x37, 0x3F, 0x70F, 0x63F};
 
 // Why the format fits no WAV file.
 Problem FormatProblem(const STQvWaveFormat& format)
@@ -83,7 +35,7 @@ Problem FormatProblem(const STQvWaveFormat& format)
     const int bits = format.nBitsPerSample;
     if (format.nFormatTag != QV_FORMAT_PCM)
         return "holds no integer PCM";
-    if (SampleFormat(bits) == 0)
+    if (bits != 8 && bits != 16 && bits != 24 && bits != 32)
         return "has samples of " + std::to_string(bits) +
                " bits (only 8, 16, 24 and 32 can be written)";
     if (format.nChannels == 0 || format.nBlockAlign != format.nChannels * bits / 8)
@@ -91,61 +43,77 @@ Problem FormatProblem(const STQvWaveFormat& format)
     return format.nSamplesPerSec == 0 ? "has a sample rate of 0" : Problem();
 }
 
-// Either kind of header has sizes of its own.
-enum class WavKind { Classic, Rf64 };
-
-// Makes the file as long as all samples would: only the last frame is written.
-bool WriteLastFrame(SNDFILE* file, const STQvWaveFormat& format, int64_t pcmBytes)
+// A header as it grows.
+class HeaderBytes
 {
-    const int64_t frames = pcmBytes / format.nBlockAlign;
-    if (frames == 0)
-        return true;
-    const std::vector<uint8_t> frame(format.nBlockAlign);
-    const auto size = static_cast<sf_count_t>(frame.size());
-    return sf_seek(file, frames - 1, SEEK_SET) == frames - 1 &&
-           sf_write_raw(file, frame.data(), size) == size;
+public:
+    void Put(std::string_view text) { m_bytes.insert(m_bytes.end(), text.begin(), text.end()); }
+    void Put(std::span<const uint8_t> bytes)
+    {
+        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    }
+    void Put(uint64_t value, int bytes)
+    {
+        for (int i = 0; i < bytes; ++i)
+            m_bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+    }
+    std::vector<uint8_t> Take() { return std::move(m_bytes); }
+
+private:
+    std::vector<uint8_t> m_bytes;
+};
+
+// More than two channels need the extensible form, to say which loudspeakers they are for.
+bool IsExtensible(const STQvWaveFormat& format, WavKind kind)
+{
+    return kind != WavKind::Classic || format.nChannels > 2;
 }
 
-constexpr int64_t kMaxClassic = std::numeric_limits<uint32_t>::max();
-// Offsets in the header, in bytes from its start unless the name says otherwise.
-constexpr size_t kRiffSize = 4;
-constexpr size_t kRf64Chunk = 12; // "ds64", its size and these
-constexpr size_t kRf64RiffSize = 20;
-constexpr size_t kRf64ChunkSize = 28;
-constexpr size_t kDataSizeFromEnd = 4;
-
-void PutText(std::vector<uint8_t>& header, size_t place, std::string_view text)
+void PutFormatChunk(HeaderBytes& header, const STQvWaveFormat& format, bool isExtensible)
 {
-    std::copy(text.begin(), text.end(), header.begin() + static_cast<ptrdiff_t>(place));
+    const uint64_t bytesPerSecond = uint64_t{format.nSamplesPerSec} * format.nBlockAlign;
+    header.Put("fmt ");
+    header.Put(isExtensible ? 40 : 16, 4);
+    header.Put(isExtensible ? kFormatExtensible : QV_FORMAT_PCM, 2);
+    header.Put(format.nChannels, 2);
+    header.Put(format.nSamplesPerSec, 4);
+    header.Put(std::min<uint64_t>(bytesPerSecond, kMaxClassic), 4);
+    header.Put(format.nBlockAlign, 2);
+    header.Put(format.nBitsPerSample, 2);
+    if (!isExtensible)
+        return;
+    const bool hasMask = format.nChannels < kChannelMasks.size();
+    header.Put(22, 2); // bytes that follow
+    header.Put(format.nBitsPerSample, 2);
+    header.Put(hasMask ? kChannelMasks[format.nChannels] : 0, 4);
+    header.Put(QV_FORMAT_PCM, 2);
+    header.Put(kPcmSubformatEnd);
 }
 
-void PutNumber(std::vector<uint8_t>& header, size_t place, int64_t value, size_t bytes)
+std::vector<uint8_t> Header(const STQvWaveFormat& format, int64_t pcmBytes, int64_t chunksAfter,
+                            WavKind kind)
 {
-    for (size_t i = 0; i < bytes; ++i)
-        header[place + i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
-// The header that libsndfile writes for a file that ends with the samples.
-Result<std::vector<uint8_t>> BareHeader(const STQvWaveFormat& format, int64_t pcmBytes,
-                                        WavKind kind)
-{
-    SF_INFO info{};
-    info.samplerate = static_cast<int>(
-        std::min<uint32_t>(format.nSamplesPerSec, std::numeric_limits<int>::max()));
-    info.channels = format.nChannels;
-    info.format = (kind == WavKind::Rf64 ? SF_FORMAT_RF64 : SF_FORMAT_WAV) |
-                  SampleFormat(format.nBitsPerSample);
-    SF_VIRTUAL_IO io{SinkLength, SinkSeek, SinkRead, SinkWrite, SinkTell};
-    HeaderSink sink;
-    SNDFILE* file = sf_open_virtual(&io, SFM_WRITE, &info, &sink);
-    if (file == nullptr)
-        return Problem(sf_strerror(nullptr)).About("cannot be written as WAV");
-    sink.limit = sink.length;
-    const bool written = WriteLastFrame(file, format, pcmBytes);
-    const bool closed = sf_close(file) == 0; // enters the sizes
-    if (!written || !closed)
-        return Problem("cannot be written as WAV");
-    return std::move(sink.bytes);
+    const bool isRf64 = kind == WavKind::Rf64;
+    const bool isExtensible = IsExtensible(format, kind);
+    const int64_t headerSize =
+        (isExtensible ? 68 : 44) + (kind == WavKind::Classic ? 0 : kChunkHeader + 28);
+    const bool isKnown = pcmBytes != kUnknownLength;
+    const int64_t riffSize = headerSize - kChunkHeader + pcmBytes + pcmBytes % 2 + chunksAfter;
+    HeaderBytes header;
+    header.Put(isRf64 ? "RF64" : "RIFF");
+    header.Put(static_cast<uint64_t>(isRf64 || !isKnown ? kMaxClassic : riffSize), 4);
+    header.Put("WAVE");
+    if (kind != WavKind::Classic) {
+        header.Put(isRf64 ? "ds64" : "JUNK");
+        header.Put(28, 4);
+        for (const int64_t size : {riffSize, pcmBytes, pcmBytes / format.nBlockAlign})
+            header.Put(isRf64 ? static_cast<uint64_t>(size) : 0, 8);
+        header.Put(0, 4); // a table of no sizes
+    }
+    PutFormatChunk(header, format, isExtensible);
+    header.Put("data");
+    header.Put(static_cast<uint64_t>(isRf64 || !isKnown ? kMaxClassic : pcmBytes), 4);
+    return header.Take();
 }
 
 bool NeedsRf64(int64_t pcmBytes, int64_t chunksAfter)
@@ -153,22 +121,13 @@ bool NeedsRf64(int64_t pcmBytes, int64_t chunksAfter)
     return pcmBytes > kMaxClassic - kMaxHeaderSize - chunksAfter;
 }
 
-int64_t RiffSize(size_t headerSize, int64_t pcmBytes, int64_t chunksAfter)
+Result<std::vector<uint8_t>> HeaderUnlessLarge(const STQvWaveFormat& format, int64_t pcmBytes,
+                                               int64_t chunksAfter, WavKind kind)
 {
-    constexpr int64_t kChunkHeader = 8;
-    return static_cast<int64_t>(headerSize) - kChunkHeader + pcmBytes + pcmBytes % 2 + chunksAfter;
-}
-
-// Turns an RF64 header into a classic one: its own chunk becomes one that every reader
-// skips.
-void MakeClassic(std::vector<uint8_t>& header, int64_t riffSize, int64_t pcmBytes)
-{
-    PutText(header, 0, "RIFF");
-    PutNumber(header, kRiffSize, riffSize, 4);
-    PutText(header, kRf64Chunk, "JUNK");
-    PutNumber(header, kRf64Chunk + 4, kRf64ChunkSize, 4);
-    std::fill_n(header.begin() + kRf64RiffSize, kRf64ChunkSize, uint8_t{0});
-    PutNumber(header, header.size() - kDataSizeFromEnd, pcmBytes, 4);
+    if (Problem problem = FormatProblem(format))
+        return problem;
+    const bool isLarge = NeedsRf64(pcmBytes, chunksAfter);
+    return Header(format, pcmBytes, chunksAfter, isLarge ? WavKind::Rf64 : kind);
 }
 
 } // namespace
@@ -176,31 +135,13 @@ void MakeClassic(std::vector<uint8_t>& header, int64_t riffSize, int64_t pcmByte
 Result<std::vector<uint8_t>> WavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
                                        int64_t chunksAfter)
 {
-    if (Problem problem = FormatProblem(format))
-        return problem;
-    const bool large = NeedsRf64(pcmBytes, chunksAfter);
-    auto header = BareHeader(format, pcmBytes, large ? WavKind::Rf64 : WavKind::Classic);
-    if (!header)
-        return header;
-    const int64_t riffSize = RiffSize(header->size(), pcmBytes, chunksAfter);
-    PutNumber(*header, large ? kRf64RiffSize : kRiffSize, riffSize, large ? 8 : 4);
-    return header;
+    return HeaderUnlessLarge(format, pcmBytes, chunksAfter, WavKind::Classic);
 }
 
 Result<std::vector<uint8_t>> RoomyWavHeader(const STQvWaveFormat& format, int64_t pcmBytes,
                                             int64_t chunksAfter)
 {
-    if (NeedsRf64(pcmBytes, chunksAfter))
-        return WavHeader(format, pcmBytes, chunksAfter);
-    if (Problem problem = FormatProblem(format))
-        return problem;
-    auto header = BareHeader(format, 0, WavKind::Rf64);
-    if (!header)
-        return header;
-    const bool known = pcmBytes != kUnknownLength;
-    const int64_t riffSize = RiffSize(header->size(), pcmBytes, chunksAfter);
-    MakeClassic(*header, known ? riffSize : kMaxClassic, known ? pcmBytes : kMaxClassic);
-    return header;
+    return HeaderUnlessLarge(format, pcmBytes, chunksAfter, WavKind::ClassicWithRoom);
 }
 
 } // namespace aiff::host
