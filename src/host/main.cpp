@@ -101,8 +101,12 @@ int EndParsing(const CLI::App& program, const CLI::ParseError& error)
         return host::FailWith(host::kExitUsage,
                               "there is no command '" + unknown + "' (--help lists them)");
     std::stringstream problem;
-    if (program.exit(error, std::cout, problem) == 0)
-        return host::kExitDone;
+    if (program.exit(error, std::cout, problem) == 0) {
+        std::cout.flush();
+        return std::cout ? WithOutputWritten(host::kExitDone)
+                         : host::FailWith(host::kExitSomeFailed,
+                                          "standard output: the help cannot be written");
+    }
     for (std::string line; std::getline(problem, line);)
         std::cerr << host::Printable(line) + "\n";
     return host::kExitUsage;
@@ -133,7 +137,8 @@ int Run(int argc, char** argv)
 
     host::GlobalOptions global;
     if (!traceText.empty()) {
-        const host::Result<host::Trace> trace = host::ParseTrace(traceText);
+        const host::Result<host::Trace> trace =
+            host::ParseTrace(traceText, {argv + 1, argv + argc});
         if (!trace)
             return host::FailWith(host::kExitUsage, trace.Why());
         global.trace = *trace;
@@ -150,6 +155,7 @@ int main(int argc, char** argv)
 {
     KeepStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone away makes a write fail
+    std::signal(SIGXFSZ, SIG_IGN); // and so does a file that may not grow further
     host::Interruption::Watch();
     try {
         return Run(argc, argv);

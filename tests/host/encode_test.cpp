@@ -1,9 +1,14 @@
 // aiffconv encode, and what it shares with convert; independent readers are the judges.
 
 #include "HostHarness.h"
+#include "host/writers/WavHeader.h"
 
 namespace
 {
+
+using namespace std::string_literals;
+
+constexpr char kCutOff[] = "is cut off: its sound data is shorter than the file says";
 
 void WriteSound(const std::string& path, int format, int channels, int frames)
 {
@@ -20,27 +25,35 @@ void WriteSound(const std::string& path, int format, int channels, int frames)
     sf_close(file);
 }
 
-TEST(Encode, EverySampleOfEverySourceArrivesInItsOwnWidth)
+// Files in many formats, and the subtype that their samples have in AIFF.
+const std::tuple<std::string, int, int> kSources[] = {
+    {"a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8},
+    {"b.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"c.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
+    {"d.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_32, SF_FORMAT_PCM_32},
+    {"e.wav", SF_FORMAT_WAV | SF_ENDIAN_BIG | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
+    {"f.w64", SF_FORMAT_W64 | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"g.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_S8, SF_FORMAT_PCM_S8},
+    {"h.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"i.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
+    {"j.au", SF_FORMAT_AU | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"k.caf", SF_FORMAT_CAF | SF_FORMAT_ALAC_16, SF_FORMAT_PCM_16},
+    {"l.aifc", SF_FORMAT_AIFF | SF_ENDIAN_LITTLE | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"m.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_32, SF_FORMAT_PCM_32},
+    {"n.rf64", SF_FORMAT_RF64 | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"o.au", SF_FORMAT_AU | SF_ENDIAN_LITTLE | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
+    {"p.caf", SF_FORMAT_CAF | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"q.iff", SF_FORMAT_SVX | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+    {"r.voc", SF_FORMAT_VOC | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
+};
+
+TEST(Encode, EverySampleOfEverySourceArrivesInItsOwnWidthOrIsMissed)
 {
-    const std::tuple<std::string, int, int> cases[] = {
-        // and the subtype in AIFF
-        {"a.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8},
-        {"b.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
-        {"c.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
-        {"d.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_32, SF_FORMAT_PCM_32},
-        {"e.wav", SF_FORMAT_WAV | SF_ENDIAN_BIG | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
-        {"f.w64", SF_FORMAT_W64 | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
-        {"g.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_S8, SF_FORMAT_PCM_S8},
-        {"h.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
-        {"i.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
-        {"j.au", SF_FORMAT_AU | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
-        {"k.caf", SF_FORMAT_CAF | SF_FORMAT_ALAC_16, SF_FORMAT_PCM_16},
-        {"l.aifc", SF_FORMAT_AIFF | SF_ENDIAN_LITTLE | SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
-        {"m.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_32, SF_FORMAT_PCM_32},
-    };
     for (const int channels : {1, 3}) {
         const Workplace place;
-        for (const auto& [name, format, subtype] : cases) {
+        for (const auto& [name, format, subtype] : kSources) {
+            if (channels == 3 && name >= "q")
+                continue; // they hold no more than two
             SCOPED_TRACE(name + std::to_string(channels));
             WriteSound(place.Path(name), format, channels, 30001);
             Samples expected = ReadSamples(place.Path(name));
@@ -51,8 +64,60 @@ TEST(Encode, EverySampleOfEverySourceArrivesInItsOwnWidth)
             EXPECT_TRUE(ReadSamples(place.Path("out.aiff")) == expected);
             EXPECT_TRUE(Values(place, "back.wav") == expected.values);
             EXPECT_NO_THROW(place.Walk("out.aiff"));
+            const std::string cut = "cut_" + name;
+            place.Write(cut, place.Read(name).substr(0, place.Read(name).size() - 11));
+            place.Run("@ encode " + cut + " -o cut.aiff --overwrite", 4);
         }
     }
+}
+
+TEST(Encode, HoldsTheSizesOfAFileAgainstItAndNothingElse)
+{
+    const Workplace place;
+    WriteSound(place.Path("in.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 2, 2500);
+    const std::string wav = place.Read("in.wav");
+    const std::string list("LIST\x1E\0\0\0INFOICMT\x12\0\0\0data : 100 should", 38);
+    const auto changed = [&](size_t at, const std::string& bytes) {
+        return std::string(wav).replace(at, bytes.size(), bytes);
+    };
+    // A WAV file of 10,044 bytes; what becomes of it, exit code and words.
+    const std::tuple<std::string, int, const char*> cases[] = {
+        {wav + list, 0, ""},
+        {wav.substr(0, 36) + list + wav.substr(36), 0, ""},
+        {wav + "TAGs of another kind", 0, ""},
+        {changed(4, "\x5A\x27\0\0"s) + list.substr(0, 30), 4, "is cut off within its chunk 'LIST'"},
+        {changed(4, "\x3C\x30\0\0"s), 4, "2312 bytes are missing at its end"},
+        {changed(4, "\x3C\x27\0\0"s), 0, ""},     // counts its own header
+        {changed(40, "\xFF\xFF\xFF\xFF"), 0, ""}, // not known when it was written
+        {changed(40, "\0\xF0\xFF\x7F"s), 0, ""},
+        {changed(40, "\0\0\0\xA0"s), 4, kCutOff},
+        {changed(40, "\x11\x27\0\0"s), 4, kCutOff},
+        {changed(40, "\x0F\x27\0\0"s), 4, "within a sample frame"},
+        {changed(40, "\x0D\x27\0\0"s).erase(10041) + list, 4, "within a sample frame"}, // no pad
+        {"ID3\4\0\0\0\0\0\2--\xFF\xFB\x90\x64"s + wav, 1, "holds MPEG audio"},
+    };
+    for (const auto& [bytes, exitCode, words] : cases) {
+        place.Write("in.wav", bytes);
+        place.Run("@ encode in.wav -o out.aiff --overwrite", exitCode, words);
+    }
+    // COMM counts other frames than SSND holds; a chunk is not where it should be.
+    const Bytes aiff = AiffBuilder().Comm(1, 16, 8000).Ssnd(Noise(200)).Chunk("ANNO", Noise(8));
+    for (const auto& [at, words] :
+         {std::pair{25, "counts 228 sample frames in its COMM chunk and "},
+          {261, "is cut off within its chunk 'ANNO'"},
+          {254, "no chunk where one is due"}}) {
+        Bytes bytes = aiff;
+        bytes[static_cast<size_t>(at)] ^= 0x80;
+        place.Write("in.aiff", bytes);
+        for (const char* run : {"@ convert in.aiff -o x.wav", "@ encode in.aiff -o x.aiff"})
+            place.Run(run + " --overwrite"s, 4, words);
+    }
+    place.Write("in.aiff", Join({aiff, Text("TAG"), Bytes(125)}));
+    for (const char* run : {"@ convert in.aiff -o x.wav", "@ encode in.aiff -o x.aiff"})
+        place.Run(run + " --overwrite"s, 0, "128 bytes after the end of its form (an ID3v1 tag)");
+    place.Write("slow.fix", "FIXTURE blocks=10 pause=100");
+    place.Run("(sleep 0.4; echo >>slow.fix) & @ convert slow.fix -o slow.wav", 4,
+              "slow.fix: was changed by another program while it was read");
 }
 
 TEST(Encode, ChunksOfAnAiffFileStayWhereTheyStood)
@@ -64,31 +129,63 @@ TEST(Encode, ChunksOfAnAiffFileStayWhereTheyStood)
     Bytes bytes = source;
     place.Write("in.aiff", bytes);
     place.Run("@ encode in.aiff -o out.aiff && cmp in.aiff out.aiff"); // the rate's fraction, too
-    // Samples behind an offset stay there.
+    // Samples after an offset stay there, and are found there.
     bytes[place.Walk("in.aiff").Only("SSND").position + 11] = 4;
+    bytes[place.Walk("in.aiff").Only("COMM").position + 13] -= 1; // a frame less
     place.Write("in.aiff", bytes);
-    place.Run("@ encode in.aiff -o out.aiff --overwrite");
+    place.Run("@ encode in.aiff -o out.aiff --overwrite && @ convert in.aiff -o all.wav && "
+              "@ convert in.aiff -o part.wav --start 6f");
     EXPECT_EQ(place.Walk("out.aiff").Only("SSND").data, place.Walk("in.aiff").Only("SSND").data);
-    EXPECT_EQ(Values(place, "out.aiff").size(), 2 * 776u);
+    std::vector<int32_t> samples = Values(place, "out.aiff");
+    EXPECT_EQ(samples.size(), 2 * 776u);
+    EXPECT_EQ(Values(place, "all.wav"), samples);
+    samples.erase(samples.begin(), samples.begin() + 2 * 6);
+    EXPECT_EQ(Values(place, "part.wav"), samples);
+    bytes[place.Walk("in.aiff").Only("SSND").position + 11] = 3;
+    place.Write("in.aiff", bytes);
+    place.Run("@ convert in.aiff -o all.wav --overwrite", 4, "samples 3 bytes into its sound");
+}
+
+// A WAV file whose silence takes no room on the disk, but time to encode.
+void WriteSilence(const Workplace& place, int64_t bytes)
+{
+    const Bytes header = *aiff::host::WavHeader({1, 1, 8000, 8000, 1, 8, 0, 0, 0, {}}, bytes);
+    place.Write("in.wav", header);
+    std::filesystem::resize_file(place.Path("in.wav"), header.size() + static_cast<size_t>(bytes));
 }
 
 TEST(Encode, RefusesFourGibibytesBeforeAnythingIsWritten)
 {
     const Workplace place;
-    // A sparse file: most of its sound takes no room on the disk.
-    WriteSound(place.Path("in.rf64"), SF_FORMAT_RF64 | SF_FORMAT_PCM_U8, 1, 10);
-    std::string header = place.Read("in.rf64");
-    const size_t ds64 = header.find("ds64");
-    ASSERT_NE(ds64, std::string::npos);
-    const uint64_t size = uint64_t{1} << 32;
-    for (const auto& [place64, value] :
-         {std::pair<size_t, uint64_t>{8, size + 100}, {16, size}, {24, size}})
-        for (size_t i = 0; i < 8; ++i) // the file, the data, the frames
-            header[ds64 + place64 + i] = static_cast<char>(value >> 8 * i);
-    place.Write("in.rf64", header);
-    std::filesystem::resize_file(place.Path("in.rf64"), size + 200);
-    place.Run("@ encode in.rf64 -o out.aiff; c=$?; rm in.rf64; exit $c", 1, "cannot exceed 4 GiB");
-    EXPECT_EQ(place.List(), Names());
+    WriteSilence(place, int64_t{1} << 32);
+    place.Run("@ encode in.wav -o out.aiff", 1, "cannot exceed 4 GiB");
+    EXPECT_EQ(place.List(), Names{"in.wav"});
+}
+
+TEST(Interruption, LeavesNoUnfinishedOutputAndNoNewFolder)
+{
+    const Workplace place;
+    for (const char* name : {"a.fix", "b.fix"}) // each would take more than a minute
+        place.Write(name, "FIXTURE blocks=1000 pause=100");
+    WriteSilence(place, 1 << 30);
+    const Names before = place.List();
+    const std::tuple<std::string, std::string, int> cases[] = {
+        {"convert a.fix b.fix -j 2", "INT", 130}, {"convert a.fix b.fix -j 2", "QUIT", 130},
+        {"convert a.fix b.fix -j 2", "HUP", 130}, {"convert a.fix b.fix -j 2", "KILL", 137},
+        {"encode in.wav", "TERM", 130},           {"encode in.wav", "KILL", 137}};
+    for (const auto& [command, signal, exitCode] : cases) {
+        const std::string outputs = command.starts_with("c") ? "2" : "1"; // until they are open
+        place.Run("env --default-signal @ " + command +
+                      " -o out/ & p=$!; for i in $(seq 999); do "
+                      "[ $(ls -l /proc/$p/fd | grep -c /out/) -ge " +
+                      outputs +
+                      " ] && break; sleep 0.01;"
+                      "done; kill -" +
+                      signal + " $p; wait $p; c=$?; test $i != 999 && exit $c",
+                  exitCode);
+        EXPECT_EQ(std::filesystem::remove(place.Path("out")), signal == "KILL") << "when empty";
+        EXPECT_EQ(place.List(), before) << signal;
+    }
 }
 
 TEST(Batch, SkipsWhatIsThereAndTellsResultsAsLines)
@@ -98,7 +195,8 @@ TEST(Batch, SkipsWhatIsThereAndTellsResultsAsLines)
     place.Write("b.wav", place.Read("a.wav").substr(0, 1044));
     place.Write("c.wav", "junk");
     std::filesystem::create_directory(place.Path("out"));
-    place.Write("out/d.aiff", "precious");
+    place.Write("out/d.aiff", Aiff(1, 16, Noise(2)));
+    const std::string precious = place.Read("out/d.aiff");
     place.Write("d.wav", "not even looked at");
     const Outcome run =
         place.Run("@ encode a.wav b.wav c.wav d.wav -o out --skip-existing --json", 1);
@@ -121,24 +219,66 @@ TEST(Batch, SkipsWhatIsThereAndTellsResultsAsLines)
         EXPECT_EQ(line["seconds"], seconds);
         EXPECT_EQ(line["problem"].is_string(), hasProblem) << line;
     }
-    EXPECT_EQ(place.Read("out/d.aiff"), "precious");
+    EXPECT_EQ(place.Read("out/d.aiff"), precious);
     place.Run("@ encode b.wav -o b.aiff", 4);
-    place.Run("@ encode a.wav d.wav -o out --skip-existing && "
-              "@ convert out/a.aiff -o out/d.aiff --skip-existing --json");
+    // What is there is as good as new, or made again.
+    for (const std::string name : {"out/a.aiff", "out/a.wav", "out/a.flac"}) {
+        const std::string make = name.ends_with("aiff") ? "@ encode a.wav -o " + name
+                                                        : "@ convert out/a.aiff -o " + name;
+        place.Run(make + " --skip-existing --sync");
+        const std::string whole = place.Read(name);
+        EXPECT_PRED2(Contains, place.Run(make + " --skip-existing").err, "skipped, there is");
+        for (const std::string& part : {whole.substr(0, whole.size() - 500), std::string()}) {
+            place.Write(name, part);
+            place.Run(make + " --skip-existing", 0, "made again, as the old '" + name + "' ");
+            EXPECT_TRUE(place.Read(name) == whole) << name;
+        }
+    }
 }
 
-// One process per file, as GNU parallel starts them; a second run finds everything done.
-TEST(Batch, RunsInManyProcessesAtOnceAndResumes)
+TEST(Batch, DoesTheSameWithAnyNumberOfWorkersAndDescriptors)
 {
     const Workplace place;
-    for (const char* name : {"1.aiff", "2.aiff", "3.aiff", "4.aiff", "5.aiff", "6.aiff"})
-        place.Write(name, Aiff(1, 16, Noise(2000)));
-    const std::string all = "for i in *.aiff; do @ convert $i -o wav/ --skip-existing --json & "
-                            "done >lines; wait; grep -c '\"done\"' lines";
-    EXPECT_EQ(place.Run(all).out, "6\n");
-    place.Run("rm wav/3.wav");
-    EXPECT_EQ(place.Run(all + "; grep -c skipped lines").out, "1\n5\n");
-    EXPECT_EQ(Values(place, "wav/3.wav"), Values(place, "3.aiff"));
+    WriteSound(place.Path("0.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1, 9000);
+    const std::string whole = place.Read("0.wav");
+    for (int i = 1; i < 48; ++i) // some are whole, some cut, some of other kinds
+        place.Write(std::to_string(i) + ".wav", i % 4 == 1   ? whole.substr(0, 9000)
+                                                : i % 4 == 2 ? "junk, but enough of it to read"
+                                                : i % 4 == 3 ? whole.substr(0, 30)
+                                                             : whole);
+    const std::string all = "{ ls *.wav; @ encode *.wav -o out/ -j ";
+    const std::string rest = "; cat out/* | cksum; rm -r out; } 2>&1";
+    const std::string one = place.Run(all + "1" + rest).out;
+    EXPECT_PRED2(Contains, one, "24 of 48 files encoded");
+    for (const std::string jobs : {"8", "256"})
+        EXPECT_EQ(place.Run("(ulimit -n 64; " + all + jobs + rest + ")").out, one);
+    // One process per file, as GNU parallel starts them.
+    place.Run("for i in *.wav; do @ encode $i -o out/ 2>>log & done; wait; cat out/* | cksum", 0,
+              one.substr(one.rfind('\n', one.size() - 2) + 1));
+}
+
+TEST(Outputs, AreNamedAfterWhatIsInThem)
+{
+    const Workplace place;
+    place.Write("in.aiff", Aiff(1, 16, Noise(100)));
+    const std::tuple<std::string, int, const char*> cases[] = {
+        {"@ convert in.aiff -o x.mp3", 2, "no command of aiffconv writes"},
+        {"@ convert in.aiff -o x.MP3 --format wav", 2, "no command of aiffconv writes"},
+        {"@ convert in.aiff -o x.part", 2, "'x.part' ends in '.part'"},
+        {"@ convert in.aiff -o x.aif", 2, "AIFF, which \"aiffconv encode\" writes"},
+        {"@ convert in.aiff -o x.flac --format wav", 2, "\"aiffconv convert --format flac\""},
+        {"@ encode in.aiff -o x.Flac", 2, "\"aiffconv convert --format flac\" writes"},
+        {"@ encode in.aiff -o x.aifc", 2, "no command of aiffconv writes"},
+        {"@ --trace debug=in.aiff convert in.aiff -o x.wav", 2, "the trace would replace"},
+        {"@ --help >/dev/full", 1, "standard output"},
+        {"@ convert in.aiff -o x.part --format wav && rm x.part", 0, ""},
+        {"@ convert in.aiff -o 'No. 5' && rm 'No. 5'", 0, ""},
+    };
+    const auto before = place.Contents();
+    for (const auto& [command, exitCode, words] : cases) {
+        place.Run(command, exitCode, words);
+        EXPECT_TRUE(place.Contents() == before) << command;
+    }
 }
 
 } // namespace

@@ -3,17 +3,52 @@
 #include "codecs/CodecLoader.h"
 #include "codecs/DecoderInstance.h"
 #include "host/base/Printable.h"
+#include "host/batch/OutputFile.h"
 #include "host/commands/TimePoint.h"
 #include "host/session/TagBlob.h"
 #include "host/writers/WavHeader.h"
 #include "support/AiffBuilder.h"
+#include "support/TempDir.h"
 
+#include <csignal>
+#include <cstdarg>
 #include <cstring>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace aiff;
+
+namespace
+{
+
+// The system calls of this program, which may lack files without names and count flushes.
+bool needsNames = false;
+int flushes = 0;
+
+} // namespace
+
+extern "C" int open(const char* path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const int mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, int) : 0;
+    va_end(more);
+    if (needsNames && (flags & O_TMPFILE) == O_TMPFILE)
+        return errno = EOPNOTSUPP, -1;
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+extern "C" int fsync(int)
+{
+    return ++flushes, 0;
+}
 
 namespace
 {
@@ -52,6 +87,26 @@ TEST(CodecLoader, FindsDecodersInTheFolderThatTheEnvironmentNames)
     unsetenv(codecs::kCodecPathVariable);
 }
 
+TEST(CodecLoader, PassesOverWhatCannotBeLoadedSafely)
+{
+    const TempDir root;
+    const std::filesystem::path folder = root.Path("Codecs/Bin/decoder");
+    std::filesystem::create_directories(folder / "folder.so");
+    ASSERT_EQ(mkfifo((folder / "fifo.so").c_str(), 0666), 0);
+    const Bytes whole = ReadFile(FIXTURE_ROOT "/Codecs/Bin/decoder/scripted.so");
+    root.Write("Codecs/Bin/decoder/whole.so", whole);
+    for (const size_t size : {size_t{1000}, whole.size() / 2, whole.size() - 1})
+        root.Write("Codecs/Bin/decoder/" + std::to_string(size) + ".so",
+                   Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)));
+    codecs::CodecLoader loader;
+    loader.LoadFrom(root.Path(""));
+    std::map<std::string, int> problems;
+    for (const codecs::PluginFile& file : loader.Files())
+        ++problems[file.problem];
+    EXPECT_EQ(problems, (std::map<std::string, int>{
+                            {"", 1}, {"it is cut off", 3}, {"it is not a regular file", 2}}));
+}
+
 TEST(CodecLoader, LibraryStaysAsLongAsAnInstanceAndGoesWithTheLast)
 {
     const auto isLoaded = [] {
@@ -69,6 +124,39 @@ TEST(CodecLoader, LibraryStaysAsLongAsAnInstanceAndGoesWithTheLast)
     EXPECT_TRUE(instance.Get(QV_KEY_DECODES, record) && isLoaded());
     instance = codecs::DecoderInstance();
     EXPECT_FALSE(instance.Get(QV_KEY_DECODES, record) || isLoaded());
+}
+
+TEST(OutputFile, NeedsNoNameAndRemovesTheNamesOfTheDead)
+{
+    using enum host::IfExists;
+    const TempDir folder;
+    Bytes buffer(16);
+    const auto files = [&] {
+        return std::distance(std::filesystem::directory_iterator(folder.Path("")), {});
+    };
+    const auto write = [&](host::OutputFile& output, host::IfExists ifExists, bool sync) {
+        return !output.Open(folder.Path("out"), {ifExists, sync}) && !output.Write(Noise(96));
+    };
+    for (const bool named : {false, true}) {
+        needsNames = named;
+        if (const pid_t child = fork(); child != 0) {
+            EXPECT_EQ(waitpid(child, nullptr, 0), child);
+        } else if (host::OutputFile output(buffer); write(output, Fail, false)) {
+            raise(SIGKILL); // leaves its output as it is
+        }
+        EXPECT_EQ(files(), named);
+        for (const auto& [ifExists, sync, expected] :
+             {std::tuple{Fail, false, 0}, {Replace, false, 1}, {Replace, true, 2}}) {
+            host::OutputFile living(buffer), output(buffer); // the one is left alone
+            EXPECT_TRUE(write(living, ifExists, false) && write(output, ifExists, sync));
+            flushes = 0;
+            EXPECT_FALSE(output.Commit());
+            EXPECT_EQ(flushes, expected); // the output, the folder
+            EXPECT_EQ(ReadFile(folder.Path("out")), Noise(96));
+            EXPECT_EQ(files(), 1 + named);
+        }
+        EXPECT_TRUE(files() == 1 && std::filesystem::remove(folder.Path("out")));
+    }
 }
 
 TEST(TimePoint, ReadsSecondsMinutesAndFrames)
@@ -136,6 +224,17 @@ TEST(WavHeader, SaysTheSizesAlsoBeyondFourGigabytesAndHasOneSizeWhereTheyComeLat
                       static_cast<int64_t>(length) - 8 + size + size % 2 + more);
             EXPECT_EQ(isLarge ? number(28, 8) : number(length - 4, 4), size);
         }
+    }
+    // More than two channels say for which loudspeakers they are, so that FLAC encoders take them.
+    const uint32_t masks[] = {0x7, 0x33, 0x37, 0x3F, 0x70F, 0x63F, 0};
+    for (uint16_t channels = 3; channels < 10; ++channels) {
+        const auto frame = static_cast<uint16_t>(3 * channels);
+        const Bytes header =
+            *host::WavHeader({QV_FORMAT_PCM, channels, 8000, 0, frame, 24, 0, 0, 0, {}}, 0);
+        const Bytes end = Join({{24, 0}, HostOrder(Big(masks[channels - 3], 4), 32), {1, 0}});
+        EXPECT_EQ(Bytes(header.begin() + 16, header.begin() + 22),
+                  (Bytes{40, 0, 0, 0, 0xFE, 0xFF}));
+        EXPECT_EQ(Bytes(header.begin() + 38, header.begin() + 46), end) << channels;
     }
     const std::pair<STQvWaveFormat, const char*> refused[] = {
         {{QV_FORMAT_PCM, 1, 8000, 8000, 1, 12, 0, 0, 0, {}}, "12 bits"},

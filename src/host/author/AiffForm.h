@@ -57,4 +57,10 @@ inline std::string ImpossibleFormat(int channels, int bits)
            Counted(bits, "bit");
 }
 
+inline std::string FramesDiffer(int64_t counted, int64_t held)
+{
+    return "counts " + Counted(counted, "sample frame") + " in its COMM chunk and holds " +
+           std::to_string(held) + " in its SSND chunk";
+}
+
 } // namespace aiff::host

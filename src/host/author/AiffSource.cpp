@@ -2,6 +2,7 @@
 
 #include "decode/CommonChunk.h"
 #include "host/author/AiffForm.h"
+#include "host/author/TagCheck.h"
 #include "host/session/Reason.h"
 #include "support/file/DiskFile.h"
 
@@ -57,6 +58,7 @@ Problem AiffSource::ReadFormat()
     // Signed: a damaged chunk may count below zero.
     const int channels = clAIFFHandler::SizeToInt(body.data());
     const int bits = clAIFFHandler::SizeToInt(&body[6]);
+    m_frames = clAIFFHandler::SizeToInt64(&body[2]);
     if (common.wfx.FormatTag() != kTagPCM)
         return "holds audio coded as " + CodeText(common.compressionType) +
                ", and of AIFF-C only 'NONE' and 'sowt' can be encoded";
@@ -78,8 +80,8 @@ Problem AiffSource::FindSound()
     const int64_t size = std::min(m_sound->nSize, m_file->Size() - m_sound->FileDataPosition);
     const int64_t offset = clAIFFHandler::SizeToInt64(prefix.data());
     m_offset = offset < size - kSoundPrefixSize ? offset : 0;
-    const int64_t samples = size - kSoundPrefixSize - m_offset;
-    m_expected = m_offset + samples / m_format.nBlockAlign * m_format.nBlockAlign;
+    m_sampleBytes = size - kSoundPrefixSize - m_offset;
+    m_expected = m_offset + m_sampleBytes / m_format.nBlockAlign * m_format.nBlockAlign;
     m_end = m_position + m_expected;
     if (m_offset != 0)
         m_exact.prefix = std::move(prefix);
@@ -90,36 +92,26 @@ Problem AiffSource::ListChunks(clPassAIFFChunks& chunks)
 {
     const STRIFFChunk* const common = m_aiff.FindChunkForRead(kChunkCommon, false);
     int64_t passed = 0;
-    if (!m_aiff.CheckComplete())
-        m_lost = "has chunks that could not be read";
     for (int i = 0; i < m_aiff.Count(); ++i) {
         const STRIFFChunk& chunk = *m_aiff.GetChunk(i);
         if (&chunk == common || &chunk == m_sound) {
             chunks.AddInternal(chunk.ID, nullptr, 0, false);
             continue;
         }
-        if (!IsTextCode(chunk.ID)) {
-            m_lost = "has no chunk where one is due (a pad byte may be missing)";
-            return {};
-        }
+        if (!IsTextCode(chunk.ID))
+            break; // Damage() tells
         if (IsCommonOrSound(chunk.ID))
             continue;
         passed += chunk.nSize;
         if (passed > kMostPassedBytes)
             return "holds more than 256 MiB besides its sound";
-        PassChunk(chunk, chunks);
+        std::vector<uint8_t> data(static_cast<size_t>(chunk.nSize));
+        if (m_file->ReadAt(chunk.FileDataPosition, data) != data.size())
+            return "cannot be read in its chunk " + CodeText(chunk.ID);
+        if (!IsCut(chunk)) // or it is left out, and Damage() tells
+            chunks.AddInternal(chunk.ID, data.data(), static_cast<uint32_t>(data.size()), false);
     }
     return {};
-}
-
-// A chunk that is cut off is left out.
-void AiffSource::PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks)
-{
-    std::vector<uint8_t> data(static_cast<size_t>(chunk.nSize));
-    if (IsCut(chunk) || m_file->ReadAt(chunk.FileDataPosition, data) != data.size())
-        m_lost = "is cut off within its chunk " + CodeText(chunk.ID);
-    else
-        chunks.AddInternal(chunk.ID, data.data(), static_cast<uint32_t>(data.size()), false);
 }
 
 // The index shortens a chunk that claims more than there is, so the claim is read again.
@@ -146,7 +138,39 @@ bool AiffSource::Read(XMem& block)
 
 Problem AiffSource::Damage() const
 {
-    return IsCut(*m_sound) ? kSoundIsCut : m_lost;
+    if (IsCut(*m_sound))
+        return kSoundIsCut;
+    for (int i = 0; i < m_aiff.Count(); ++i) {
+        if (!IsTextCode(m_aiff.GetChunk(i)->ID))
+            return "has no chunk where one is due (a pad byte may be missing)";
+    }
+    // Only what is last can reach beyond the end.
+    const STRIFFChunk& last = *m_aiff.GetChunk(m_aiff.Count() - 1);
+    if (IsCut(last))
+        return "is cut off within its chunk " + CodeText(last.ID);
+    if (!m_aiff.CheckComplete())
+        return "has chunks that could not be read";
+    return Disagreement();
+}
+
+std::string AiffSource::LeftOut() const
+{
+    XFile file;
+    if (!file.Open(m_file))
+        return {};
+    const TrailingBytes trailing = ReadTrailingBytes(file, m_aiff.GetFormEnd());
+    if (trailing.areZero)
+        return {};
+    return "left out: " + Counted(trailing.count, "byte") + " after the end of its form (" +
+           trailing.Looks() + ")";
+}
+
+Problem AiffSource::Disagreement() const
+{
+    const int64_t held = m_sampleBytes / m_format.nBlockAlign;
+    if (held != m_frames)
+        return FramesDiffer(m_frames, held);
+    return m_sampleBytes % m_format.nBlockAlign == 0 ? Problem() : kEndsWithinFrame;
 }
 
 } // namespace aiff::host

@@ -20,17 +20,21 @@ public:
     Problem ListChunks(clPassAIFFChunks& chunks) override;
     [[nodiscard]] bool Read(XMem& block) override;
     Problem Damage() const override;
+    std::string LeftOut() const override;
+    // Bytes of the sound chunk before the samples, as the chunk says.
+    int64_t SampleOffset() const { return m_offset; }
 
 private:
     Problem ReadFormat();
     Problem FindSound();
-    void PassChunk(const STRIFFChunk& chunk, clPassAIFFChunks& chunks);
     bool IsCut(const STRIFFChunk& chunk) const;
+    Problem Disagreement() const;
 
     XFileHandle m_file;
     clAIFFHandler m_aiff;
     const STRIFFChunk* m_sound = nullptr;
-    Problem m_lost; // why a chunk could not be passed on
+    int64_t m_frames = 0;      // as the COMM chunk says
+    int64_t m_sampleBytes = 0; // in the SSND chunk
     bool m_littleEndian = false;
     int64_t m_position = 0;
     int64_t m_end = 0;

@@ -36,17 +36,17 @@ int64_t RoomForSound(const clPassAIFFChunks& chunks)
 class FileEncoding
 {
 public:
-    FileEncoding(const Trace& trace, const BatchOptions& options, ProgressFunction progress)
-        : m_report(trace), m_ifExists(options.OnExisting()), m_progress(std::move(progress))
+    FileEncoding(const Trace& trace, ProgressFunction progress)
+        : m_report(trace), m_progress(std::move(progress))
     {
     }
 
-    FileResult Run(const OutputPlan::Item& item);
+    FileResult Run(const OutputPlan::Item& item, const OutputRules& rules);
 
 private:
-    Problem Encode(const OutputPlan::Item& item);
+    Problem Encode(const OutputPlan::Item& item, const OutputRules& rules);
     Problem OpenSourceOf(const Input& input);
-    Problem OpenOutput(const std::string& path, OutputFile& output);
+    Problem OpenOutput(const std::string& path, const OutputRules& rules, OutputFile& output);
     Problem WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks);
     Problem WriteSound(clAIFFHandler& aiff, const OutputContent& content);
     bool Complete(clAIFFHandler& aiff);
@@ -54,7 +54,6 @@ private:
     FileResult SumUp() const;
 
     ReportCapture m_report;
-    const IfExists m_ifExists;
     ProgressFunction m_progress;
     XMem m_block;
     std::unique_ptr<SoundSource> m_source;
@@ -63,12 +62,13 @@ private:
     int64_t m_written = 0; // bytes of sound in it
 };
 
-FileResult FileEncoding::Run(const OutputPlan::Item& item)
+FileResult FileEncoding::Run(const OutputPlan::Item& item, const OutputRules& rules)
 {
     m_written = 0;
     m_report.Clear();
-    const Problem problem = Encode(item);
+    const Problem problem = Encode(item, rules);
     m_report.Collect();
+    m_report.Rest();
     FileResult result = problem ? FileResult{ConvertOutcome::Failed, problem} : SumUp();
     m_source.reset();
     return result;
@@ -83,6 +83,8 @@ FileResult FileEncoding::SumUp() const
     result.frames = m_source->SampleBytes(m_written) / format.nBlockAlign;
     const uint32_t rate = std::max<uint32_t>(format.nSamplesPerSec, 1);
     result.seconds = static_cast<double>(result.frames) / rate;
+    if (const std::string leftOut = m_source->LeftOut(); !leftOut.empty())
+        result.notes.push_back(leftOut);
     Problem damage = m_source->Damage();
     if (!damage && m_written < m_source->ExpectedBytes())
         damage = "ends before its sound data is complete";
@@ -93,7 +95,7 @@ FileResult FileEncoding::SumUp() const
     return result;
 }
 
-Problem FileEncoding::Encode(const OutputPlan::Item& item)
+Problem FileEncoding::Encode(const OutputPlan::Item& item, const OutputRules& rules)
 {
     m_outputName = "'" + item.output + "'";
     if (Problem problem = OpenSourceOf(item.input))
@@ -105,7 +107,7 @@ Problem FileEncoding::Encode(const OutputPlan::Item& item)
     if (m_room < std::max<int64_t>(m_source->ExpectedBytes(), 0))
         return kTooLarge;
     OutputFile output({});
-    if (Problem problem = OpenOutput(item.output, output))
+    if (Problem problem = OpenOutput(item.output, rules, output))
         return problem;
     if (Problem problem = WriteFile(output, chunks))
         return problem;
@@ -128,13 +130,14 @@ Problem FileEncoding::OpenSourceOf(const Input& input)
 }
 
 // The beginning of the file is completed last, which a pipe does not allow.
-Problem FileEncoding::OpenOutput(const std::string& path, OutputFile& output)
+Problem FileEncoding::OpenOutput(const std::string& path, const OutputRules& rules,
+                                 OutputFile& output)
 {
     struct stat status;
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
         return Problem("is not a regular file, and AIFF can only be written to one")
             .About(m_outputName);
-    const Problem problem = output.Open(path, m_ifExists);
+    const Problem problem = output.Open(path, rules);
     return problem ? problem : output.Reserve(m_source->ExpectedBytes());
 }
 
@@ -196,11 +199,12 @@ bool FileEncoding::RestoreExactFields(clAIFFHandler& aiff)
 
 } // namespace
 
-FileWork MakeEncodingWork(const Trace& trace, const BatchOptions& options,
-                          ProgressFunction progress)
+FileWork MakeEncodingWork(const Trace& trace, ProgressFunction progress)
 {
-    const auto encoding = std::make_shared<FileEncoding>(trace, options, std::move(progress));
-    return [encoding](const OutputPlan::Item& item) { return encoding->Run(item); };
+    const auto encoding = std::make_shared<FileEncoding>(trace, std::move(progress));
+    return [encoding](const OutputPlan::Item& item, const OutputRules& rules) {
+        return encoding->Run(item, rules);
+    };
 }
 
 } // namespace aiff::host

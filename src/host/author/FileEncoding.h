@@ -7,7 +7,6 @@ namespace aiff::host
 {
 
 // Makes the work of one worker, which turns each input into an AIFF file, bit for bit.
-FileWork MakeEncodingWork(const Trace& trace, const BatchOptions& options,
-                          ProgressFunction progress);
+FileWork MakeEncodingWork(const Trace& trace, ProgressFunction progress);
 
 } // namespace aiff::host

@@ -1,15 +1,19 @@
 #include "host/author/SndfileSource.h"
 
 #include "aiff/AIFFHandler.h"
+#include "host/author/ContainerSizes.h"
 #include "host/author/SourceTags.h"
-#include "host/session/Reason.h"
+#include "host/writers/OpenSndfile.h"
 
 #include <algorithm>
+#include <array>
 
 namespace aiff::host
 {
 namespace
 {
+
+constexpr char kOnlyPcm[] = ", and only integer PCM of 8, 16, 24 or 32 bits can be encoded";
 
 // Bits of a sample; 0 for anything but integer PCM of whole bytes.
 int IntegerBits(int format)
@@ -40,6 +44,14 @@ std::string SubtypeName(int format)
     return known && info.name != nullptr ? info.name : "an unknown coding";
 }
 
+// Whether the samples are packed by a coding that loses nothing.
+bool IsCoded(int format)
+{
+    const int coding = format & SF_FORMAT_SUBMASK;
+    return (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_FLAC ||
+           (coding >= SF_FORMAT_ALAC_16 && coding <= SF_FORMAT_ALAC_32);
+}
+
 // Containers whose sound data is the bare little-endian samples.
 bool HoldsBareSamples(SNDFILE* file, int format)
 {
@@ -54,23 +66,61 @@ bool HoldsBareSamples(SNDFILE* file, int format)
     }
 }
 
+// Whether the library would take the file for MPEG audio, which cannot be encoded: its decoder
+// for that writes to the terminal. A tag in front, or several, tells nothing yet.
+bool LooksLikeMpeg(const FileContent& file)
+{
+    int64_t position = 0;
+    std::array<uint8_t, 10> head{};
+    constexpr int kMostTags = 16;
+    for (int i = 0; i < kMostTags; ++i) {
+        if (file.ReadAt(position, head) < 2 || !std::equal(head.begin(), head.begin() + 3, "ID3"))
+            break;
+        constexpr int64_t kSizeDigit = 128;
+        int64_t size = 0;
+        for (size_t at = 6; at < head.size(); ++at)
+            size = size * kSizeDigit + head[at] % kSizeDigit;
+        position += std::ssize(head) + size;
+    }
+    return head[0] == 0xFF && head[1] >= 0xE0;
+}
+
 } // namespace
 
 Problem SndfileSource::Open(const std::string& path)
 {
-    SF_INFO info{};
-    m_path = path;
-    m_file.reset(sf_open(path.c_str(), SFM_READ, &info));
-    if (m_file == nullptr)
-        return Problem(sf_strerror(nullptr)).About("cannot be read as audio");
-    const int bits = IntegerBits(info.format);
+    if (Problem problem = OpenAny(path))
+        return problem;
+    const int bits = IntegerBits(m_info.format);
     if (bits == 0)
-        return "holds " + SubtypeName(info.format) +
-               ", and only integer PCM of 8, 16, 24 or 32 bits can be encoded";
-    SetFormat(info.channels, info.samplerate, bits);
-    m_raw = HoldsBareSamples(m_file.get(), info.format);
-    if (info.frames < SF_COUNT_MAX / m_format.nBlockAlign)
-        m_expected = info.frames * m_format.nBlockAlign;
+        return "holds " + SubtypeName(m_info.format) + kOnlyPcm;
+    SetFormat(m_info.channels, m_info.samplerate, bits);
+    m_coded = IsCoded(m_info.format);
+    m_raw = HoldsBareSamples(m_file.get(), m_info.format);
+    if (m_info.frames < SF_COUNT_MAX / m_format.nBlockAlign)
+        m_expected = m_info.frames * m_format.nBlockAlign;
+    return {};
+}
+
+// By its descriptor: told the name, the library would try a decoder that the ending suggests.
+Problem SndfileSource::OpenAny(const std::string& path)
+{
+    m_path = path;
+    std::error_code error;
+    m_content = DiskFile::Open(path, DiskFile::Access::Read, error);
+    if (m_content == nullptr)
+        return Problem(error.message());
+    if (LooksLikeMpeg(*m_content))
+        return std::string("holds MPEG audio") + kOnlyPcm;
+    const auto file = OpenSndfile(
+        [this] { return sf_open_fd(m_content->Descriptor(), SFM_READ, &m_info, SF_FALSE); });
+    if (!file) {
+        // The library does not say that it refuses a file because that is cut off.
+        const Problem damage = ReadContainerSizes(*m_content).damage;
+        return "cannot be read as audio: " + file.Why().Text() +
+               (damage ? " (it " + damage.Text() + ")" : "");
+    }
+    m_file.reset(*file);
     return {};
 }
 
@@ -126,22 +176,20 @@ bool SndfileSource::ReadIntegers(XMem& block)
     return true;
 }
 
-// That a WAV file ends within its data chunk shows only in libsndfile's log. The sizes that
-// programs write when they do not know them yet (0, the largest) do not count.
 Problem SndfileSource::Damage() const
 {
-    char log[2048] = {};
-    sf_command(m_file.get(), SFC_GET_LOG_INFO, log, sizeof log);
-    const std::string text = log;
-    const size_t line = text.find("data : ");
-    if (!m_raw || line == std::string::npos)
-        return {};
-    const std::string entry = text.substr(line, text.find('\n', line) - line);
-    const unsigned long claim = std::strtoul(entry.c_str() + 7, nullptr, 10);
-    constexpr unsigned long kUnknownFrom = 0x7FFFFFFF - 65536;
-    if (entry.find("should be") == std::string::npos || claim == 0 || claim >= kUnknownFrom)
-        return {};
-    return kSoundIsCut;
+    const ContainerSizes sizes = ReadContainerSizes(*m_content);
+    const bool isWhole = m_coded || sizes.soundBytes % m_format.nBlockAlign <= 0;
+    return sizes.damage || isWhole ? sizes.damage : kEndsWithinFrame;
+}
+
+bool SndfileSource::HasLastFrame()
+{
+    const sf_count_t last = m_info.frames - 1;
+    std::vector<int> frame(static_cast<size_t>(m_info.channels));
+    const bool isKnown = last >= 0 && m_info.frames < SF_COUNT_MAX;
+    return !isKnown || (sf_seek(m_file.get(), last, SEEK_SET) == last &&
+                        sf_readf_int(m_file.get(), frame.data(), 1) == 1);
 }
 
 } // namespace aiff::host

@@ -132,8 +132,7 @@ void SoundCheck::CompareFrames(int sampleBytes, const Say& say) const
         say("has " + Counted(m_soundBytes % frameBytes, "byte") +
             " of sound beyond its last whole sample frame");
     if (held != m_frames)
-        say("counts " + Counted(m_frames, "sample frame") + " in its COMM chunk and holds " +
-            std::to_string(held) + " in its SSND chunk");
+        say(FramesDiffer(m_frames, held));
 }
 
 } // namespace aiff::host

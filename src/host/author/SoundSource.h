@@ -12,6 +12,9 @@
 namespace aiff::host
 {
 
+inline constexpr char kEndsWithinFrame[] =
+    "ends its sound within a sample frame, which is left out";
+
 // The source's own bytes of what a new AIFF file would round.
 struct ExactFields {
     std::vector<uint8_t> rate;   // 10 bytes of a COMM chunk; empty: from the format
@@ -42,8 +45,11 @@ public:
     // Sentences for people about what the listed chunks do not have of the source.
     const std::vector<std::string>& Notes() const { return m_notes; }
 
-    // After the end: what the source seems to have lost.
-    virtual Problem Damage() const { return {}; }
+    // What the source seems to have lost, or says of its sound that is not so.
+    virtual Problem Damage() const = 0;
+
+    // What a new file does not get, although nothing is wrong with it; mostly empty.
+    virtual std::string LeftOut() const { return {}; }
 
 protected:
     // bits  significant bits of a sample, which takes whole bytes

@@ -4,6 +4,7 @@
 #include "host/base/Problem.h"
 
 #include <string>
+#include <vector>
 
 namespace aiff::host
 {
@@ -20,7 +21,10 @@ struct Trace {
 };
 
 // Reads "error", "info" or "debug", optionally followed by "=FILE" to write there instead
-// of to standard error. FILE is created or emptied.
-Result<Trace> ParseTrace(const std::string& text);
+// of to standard error. FILE is created, or emptied unless it is one of the files that the
+// command line names, which is a problem.
+//
+// arguments  all of the command line
+Result<Trace> ParseTrace(const std::string& text, const std::vector<std::string>& arguments);
 
 } // namespace aiff::host

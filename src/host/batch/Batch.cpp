@@ -2,6 +2,8 @@
 
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
+#include "host/batch/InOrder.h"
+#include "host/batch/InputState.h"
 #include "host/batch/Interruption.h"
 #include "host/batch/Jobs.h"
 
@@ -10,7 +12,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -48,8 +49,6 @@ void PrintResult(const OutputPlan::Item& item, const FileResult& result, double 
                        {"problem", result.problem ? Json(result.problem.Text()) : Json()},
                        {"notes", result.notes}};
     const std::string text = JsonText(line, JsonLayout::OneLine);
-    static std::mutex access;
-    const std::lock_guard lock(access);
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }
@@ -96,17 +95,50 @@ bool IsFile(const std::string& path)
     return path != "-" && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+FileResult Skipped()
+{
+    FileResult result;
+    result.outcome = ConvertOutcome::Skipped;
+    return result;
+}
+
+// The result is no better than the input was while it was read.
+FileResult RunOnSteadyInput(const OutputPlan::Item& item, const FileWork& work,
+                            const OutputRules& rules)
+{
+    const InputState before(item.input);
+    FileResult result = work(item, rules);
+    if (!InputState(item.input).HasChangedSince(before))
+        return result;
+    constexpr char kChanged[] = "was changed by another program while it was read";
+    if (result.outcome == ConvertOutcome::Converted)
+        result.outcome = ConvertOutcome::Damaged;
+    result.problem = result.problem ? result.problem.Text() + "; it " + kChanged : kChanged;
+    return result;
+}
+
 // With --skip-existing, an output that another machine has finished in the meantime is as
 // good as one that was there from the start.
-FileResult RunFile(const OutputPlan::Item& item, const FileWork& work, bool skipExisting)
+FileResult RunFile(const OutputPlan::Item& item, const FileWork& work, const BatchOptions& options,
+                   const BatchTask& task)
 {
-    FileResult skipped;
-    skipped.outcome = ConvertOutcome::Skipped;
-    if (skipExisting && IsFile(item.output))
-        return skipped;
-    const FileResult result = work(item);
+    OutputRules rules{options.overwrite ? IfExists::Replace : IfExists::Fail, options.sync};
+    if (!options.skipExisting)
+        return RunOnSteadyInput(item, work, rules);
+    Problem replaced;
+    if (IsFile(item.output)) {
+        replaced = task.outputDamage(item.output);
+        if (!replaced)
+            return Skipped();
+        rules.ifExists = IfExists::Replace;
+    }
+    FileResult result = RunOnSteadyInput(item, work, rules);
     const bool failed = result.outcome == ConvertOutcome::Failed;
-    return failed && skipExisting && IsFile(item.output) ? skipped : result;
+    if (failed && !replaced && IsFile(item.output))
+        return Skipped();
+    if (replaced && !failed)
+        result.notes.push_back("made again, as the old '" + item.output + "' " + replaced.Text());
+    return result;
 }
 
 std::string Line(const OutputPlan::Item& item, ConvertOutcome outcome)
@@ -147,47 +179,55 @@ Progress::Style ProgressStyle(const BatchOptions& options, const Trace& trace)
 }
 
 void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
-            const std::string& verb, const WorkMaker& makeWork, Counts& counts)
+            const BatchTask& task, Counts& counts)
 {
     using Clock = std::chrono::steady_clock;
     const size_t files = plan.items.size();
     // A trace shows one file at a time, so that its lines do not mix.
-    const size_t workers = WorkerCount(files, trace.IsOn() ? 1 : options.jobs);
+    const size_t workers =
+        WithinDescriptorLimit(WorkerCount(files, trace.IsOn() ? 1 : options.jobs));
     Progress progress(ProgressStyle(options, trace), files, workers);
     std::vector<FileWork> works;
     for (size_t worker = 0; worker < workers; ++worker)
-        works.push_back(
-            makeWork([&progress, worker](Advance advance) { progress.Update(worker, advance); }));
+        works.push_back(task.makeWork(
+            [&progress, worker](Advance advance) { progress.Update(worker, advance); }));
+    InOrder lines(files);
     RunJobs(files, workers, [&](size_t index, size_t worker) {
         const OutputPlan::Item& item = plan.items[index];
         const Clock::time_point start = Clock::now();
-        const FileResult result = RunFile(item, works[worker], options.skipExisting);
+        const FileResult result = RunFile(item, works[worker], options, task);
+        const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
         counts.Add(result.outcome);
-        for (const std::string& note : result.notes)
-            progress.ShowProblem(Problem(note).About(item.input.Name()));
-        if (result.problem)
-            progress.ShowProblem(result.problem.About(item.input.Name()));
-        if (options.json)
-            PrintResult(item, result, std::chrono::duration<double>(Clock::now() - start).count());
-        progress.FileDone(worker, Line(item, result.outcome));
+        progress.FileDone(worker);
+        lines.Done(index, [&progress, &options, &item, result, elapsed] {
+            for (const std::string& note : result.notes)
+                progress.ShowProblem(Problem(note).About(item.input.Name()));
+            if (result.problem)
+                progress.ShowProblem(result.problem.About(item.input.Name()));
+            if (options.json)
+                PrintResult(item, result, elapsed);
+            progress.ShowResult(Line(item, result.outcome));
+        });
     });
     if (files > 1)
-        progress.Summary(counts.Summary(files, verb));
+        progress.Summary(counts.Summary(files, task.verb));
 }
 
 } // namespace
 
 ExitCode RunBatch(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
-                  const std::string& verb, const WorkMaker& makeWork)
+                  const BatchTask& task)
 {
     NewFolder folder;
-    const Problem problem = plan.newFolder.empty() ? Problem() : folder.Make(plan.newFolder);
+    Problem problem = plan.newFolder.empty() ? Problem() : folder.Make(plan.newFolder);
+    if (!problem && options.sync && !plan.newFolder.empty())
+        problem = SyncFolderOf(plan.newFolder.substr(0, plan.newFolder.find_last_not_of('/') + 1));
     if (problem) {
         SayProblem(problem);
         return kExitSomeFailed;
     }
     Counts counts;
-    RunAll(plan, options, trace, verb, makeWork, counts);
+    RunAll(plan, options, trace, task, counts);
     if (counts.failed != 0)
         return kExitSomeFailed;
     return counts.damaged != 0 ? kExitDamaged : kExitDone;

@@ -57,7 +57,7 @@ void Interruption::Watch()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
         if (!IsIgnored(signal))
             sigaddset(&signals, signal);
     }

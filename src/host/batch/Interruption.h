@@ -7,8 +7,8 @@
 namespace aiff::host
 {
 
-// Keeps unfinished outputs from being left behind. A thread waits for Ctrl-C, hang-up and
-// termination; then it removes everything that is registered and ends the program with
+// Keeps unfinished outputs from being left behind. A thread waits for Ctrl-C, Ctrl-\, hang-up
+// and termination; then it removes everything that is registered and ends the program with
 // kExitInterrupted.
 class Interruption
 {

@@ -11,6 +11,10 @@ namespace aiff::host
 // `asked` is 0, but never more than there are jobs.
 size_t WorkerCount(size_t count, size_t asked);
 
+// How many of the workers may work at a time, as each needs descriptors for its files. The
+// process's own limit is raised for them as far as the system allows.
+size_t WithinDescriptorLimit(size_t workers);
+
 // Runs job(index, worker) for each index below `count`, spread over `workers` threads;
 // returns when all are done.
 void RunJobs(size_t count, size_t workers, const std::function<void(size_t, size_t)>& job);

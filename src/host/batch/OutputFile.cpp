@@ -1,10 +1,10 @@
 #include "host/batch/OutputFile.h"
 
+#include "host/batch/FileSystem.h"
 #include "host/batch/Interruption.h"
-#include "host/batch/ReserveSpace.h"
+#include "host/batch/TemporaryName.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
@@ -20,8 +20,6 @@ namespace
 
 constexpr char kStandardOutput[] = "-";
 constexpr char kExists[] = "already exists (--overwrite replaces it)";
-// Names tried for a temporary file before giving up.
-constexpr int kMaxAttempts = 100;
 
 std::string RealPath(const std::string& path)
 {
@@ -29,13 +27,16 @@ std::string RealPath(const std::string& path)
     return real != nullptr ? real.get() : path;
 }
 
-// Unique: no other process has this number, no other output this count.
-std::string TemporaryName(const std::string& path)
+std::string FolderOf(const std::string& path)
 {
-    static std::atomic<unsigned> count{0};
-    const std::string folder = path.substr(0, path.rfind('/') + 1);
-    return folder + ".aiffconv-" + std::to_string(getpid()) + "-" + std::to_string(++count) +
-           ".part";
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+bool IsThere(const std::string& path)
+{
+    struct stat status;
+    return lstat(path.c_str(), &status) == 0;
 }
 
 // Renames `temporary` to `path` unless that is taken; false, with errno set, when it
@@ -62,20 +63,30 @@ bool TakeFreeName(const std::string& temporary, const std::string& path)
 
 } // namespace
 
+Problem SyncFolderOf(const std::string& path)
+{
+    const int folder = open(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool done = folder >= 0 && FlushToDisk(folder);
+    const Problem problem = done ? Problem() : Problem::FromErrno().About("cannot be flushed");
+    if (folder >= 0)
+        close(folder);
+    return problem;
+}
+
 OutputFile::~OutputFile()
 {
     Discard();
 }
 
-Problem OutputFile::Open(const std::string& path, IfExists ifExists)
+Problem OutputFile::Open(const std::string& path, const OutputRules& rules)
 {
     m_path = path;
-    m_ifExists = ifExists;
+    m_rules = rules;
     struct stat status;
     const bool exists = path != kStandardOutput && stat(path.c_str(), &status) == 0;
     if (path == kStandardOutput || (exists && !S_ISREG(status.st_mode)))
         return OpenDirect();
-    if (exists && ifExists == IfExists::Fail)
+    if (exists && rules.ifExists == IfExists::Fail)
         return Problem(kExists).About(Name());
     m_target = exists ? RealPath(path) : path;
     if (Problem problem = OpenTemporary())
@@ -87,6 +98,7 @@ Problem OutputFile::Open(const std::string& path, IfExists ifExists)
 
 Problem OutputFile::OpenDirect()
 {
+    m_isDirect = true;
     m_descriptor =
         m_path == kStandardOutput ? dup(STDOUT_FILENO) : open(m_path.c_str(), O_WRONLY | O_CLOEXEC);
     return m_descriptor >= 0 ? Problem() : FailedCall();
@@ -94,19 +106,15 @@ Problem OutputFile::OpenDirect()
 
 Problem OutputFile::OpenTemporary()
 {
-    for (int attempt = 0; m_descriptor < 0 && attempt < kMaxAttempts; ++attempt) {
-        const std::string name = TemporaryName(m_target);
-        const bool made = Interruption::Undisturbed([&] {
-            m_descriptor = open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-            if (m_descriptor >= 0)
-                Interruption::RegisterFile(name);
-            return m_descriptor >= 0;
-        });
-        if (made)
-            m_temporary = name;
-        else if (errno != EEXIST)
-            break;
-    }
+    m_descriptor = OpenUnnamed(FolderOf(m_target));
+    if (m_descriptor >= 0)
+        return {};
+    m_descriptor = CreateTemporary(
+        m_target,
+        [](const std::string& name) {
+            return open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        },
+        m_temporary);
     return m_descriptor >= 0 ? Problem() : FailedCall();
 }
 
@@ -162,27 +170,62 @@ Problem OutputFile::Commit()
 {
     if (Problem problem = Flush())
         return problem;
-    if (close(std::exchange(m_descriptor, -1)) != 0)
-        return FailedCall();
-    Problem problem;
-    if (!IsDirect())
-        Interruption::Undisturbed([&] {
-            problem = PutInPlace();
-            return !problem;
-        });
-    return problem;
+    if (Problem problem = Secure())
+        return problem;
+    if (!IsDirect() && !PutInPlace())
+        return errno == EEXIST ? Problem(kExists).About(Name()) : FailedCall();
+    close(std::exchange(m_descriptor, -1));
+    return m_rules.sync && !IsDirect() ? SyncFolderOf(m_target).About(Name()) : Problem();
 }
 
-Problem OutputFile::PutInPlace()
+// Some file systems tell only at close() that a write has failed, which any descriptor of the
+// file brings about. A replaced file must not be lost for one that is not on the disk yet.
+Problem OutputFile::Secure() const
 {
-    const bool done = m_ifExists == IfExists::Replace
-                          ? rename(m_temporary.c_str(), m_target.c_str()) == 0
-                          : TakeFreeName(m_temporary, m_target);
-    if (!done)
-        return errno == EEXIST ? Problem(kExists).About(Name()) : FailedCall();
-    Interruption::ForgetFile(m_temporary);
-    m_temporary.clear();
-    return {};
+    const int copy = fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0);
+    if (copy < 0 || close(copy) != 0)
+        return FailedCall();
+    const bool replaces = m_rules.ifExists == IfExists::Replace && IsThere(m_target);
+    const bool flushes = !IsDirect() && (m_rules.sync || replaces);
+    return !flushes || FlushToDisk(m_descriptor) ? Problem() : FailedCall();
+}
+
+// False, with errno set, when it fails.
+bool OutputFile::PutInPlace()
+{
+    const bool replaces = m_rules.ifExists == IfExists::Replace;
+    if (m_temporary.empty()) {
+        if (NameUnnamed(m_descriptor, m_target))
+            return true;
+        if (errno != EEXIST || !replaces || !TakeTemporaryName())
+            return false;
+    }
+    return Interruption::Undisturbed([&] {
+        const bool done = replaces ? rename(m_temporary.c_str(), m_target.c_str()) == 0
+                                   : TakeFreeName(m_temporary, m_target);
+        if (done)
+            Interruption::ForgetFile(std::exchange(m_temporary, {}));
+        return done;
+    });
+}
+
+// Only a file that has a name can take another one's.
+bool OutputFile::TakeTemporaryName()
+{
+    const auto link = [this](const std::string& name) {
+        const int copy = fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0);
+        if (copy < 0 || NameUnnamed(m_descriptor, name))
+            return copy;
+        const int reason = errno;
+        close(copy);
+        errno = reason;
+        return -1;
+    };
+    const int copy = CreateTemporary(m_target, link, m_temporary);
+    if (copy < 0)
+        return false;
+    close(copy);
+    return true;
 }
 
 std::string OutputFile::Name() const

@@ -13,9 +13,18 @@ namespace aiff::host
 // What becomes of a file that already has the output's name.
 enum class IfExists { Fail, Replace };
 
-// Writes into a temporary file next to the output, which takes the output's name on
-// Commit() and is removed otherwise, even when the program is interrupted. Standard
-// output ("-") and existing devices and pipes are written to directly.
+// How an output is put into its place.
+struct OutputRules {
+    IfExists ifExists = IfExists::Fail;
+    bool sync = false; // Commit() returns when it will survive a loss of power
+};
+
+// Flushes the folder that holds `path`, so that new names in it survive a loss of power.
+Problem SyncFolderOf(const std::string& path);
+
+// Writes into a file without a name, or with a temporary one where files need names, that
+// takes the output's name on Commit() and is gone otherwise, even when the program is
+// interrupted. Standard output ("-") and existing devices and pipes are written to directly.
 class OutputFile
 {
 public:
@@ -27,8 +36,9 @@ public:
     ~OutputFile(); // discards what was not committed
 
     // Every problem names the output. A file that is replaced keeps its contents until
-    // Commit(), and its permissions after it.
-    Problem Open(const std::string& path, IfExists ifExists);
+    // Commit(), and its permissions after it; whatever happens, even a loss of power, its name
+    // has either the old contents or the new ones.
+    Problem Open(const std::string& path, const OutputRules& rules);
     // Announces the final size, so that the file system can set the space aside at once
     // or say that there is not enough. For small files it does nothing.
     Problem Reserve(int64_t size);
@@ -43,23 +53,26 @@ public:
     // For messages: "'song.wav'" or "standard output".
     std::string Name() const;
 
-    bool IsDirect() const { return m_temporary.empty(); }
+    bool IsDirect() const { return m_isDirect; }
 
 private:
     Problem OpenDirect();
     Problem OpenTemporary();
     Problem Flush();
-    Problem PutInPlace();
+    Problem Secure() const;
+    bool PutInPlace();
+    bool TakeTemporaryName();
     Problem FailedCall() const;
     void Discard();
 
     std::span<uint8_t> m_buffer;
-    size_t m_gathered = 0; // bytes in the buffer
-    std::string m_path;    // as the user named it
-    std::string m_target;  // the output itself, links resolved
-    std::string m_temporary;
+    size_t m_gathered = 0;   // bytes in the buffer
+    std::string m_path;      // as the user named it
+    std::string m_target;    // the output itself, links resolved
+    std::string m_temporary; // its name until Commit(); empty when it has none
     int m_descriptor = -1;
-    IfExists m_ifExists = IfExists::Fail;
+    bool m_isDirect = false;
+    OutputRules m_rules;
 };
 
 } // namespace aiff::host

@@ -48,12 +48,17 @@ void Progress::Update(size_t worker, Advance advance)
     Draw();
 }
 
-void Progress::FileDone(size_t worker, std::string_view line)
+void Progress::FileDone(size_t worker)
 {
     const std::lock_guard lock(m_access);
     ++m_filesDone;
     m_fractions[worker].store(0, std::memory_order_relaxed);
     m_received[worker].store(0, std::memory_order_relaxed);
+}
+
+void Progress::ShowResult(std::string_view line)
+{
+    const std::lock_guard lock(m_access);
     const bool shown = m_style == Style::Lines || (m_style == Style::Bar && m_files == 1);
     if (shown && !line.empty())
         Write(line);

@@ -50,9 +50,11 @@ public:
 
     // A worker has got this far with its current file.
     void Update(size_t worker, Advance advance);
-    // A worker has finished a file, successfully or not. `line` says how it went; it is
-    // shown in the style Lines, and in the style Bar when there is only one file.
-    void FileDone(size_t worker, std::string_view line);
+    // A worker has finished a file, successfully or not.
+    void FileDone(size_t worker);
+    // How a file went, unless `line` is empty. Shown in the style Lines, and in the style Bar
+    // when there is only one file.
+    void ShowResult(std::string_view line);
     // How the whole command went; not shown in the style Quiet.
     void Summary(std::string_view line);
     // Shown in every style.

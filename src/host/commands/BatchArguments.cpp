@@ -29,8 +29,11 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options)
                          "Replace existing files (otherwise an existing output is a failure)");
     command
         .add_flag("--skip-existing", options.skipExisting,
-                  "Skip inputs whose output already exists; this is not a failure")
+                  "Skip inputs whose output already exists and is whole; this is not a failure. "
+                  "An output that is not whole is made again")
         ->excludes(overwrite);
+    command.add_flag("--sync", options.sync,
+                     "Count an output as done only when it would survive a loss of power");
     command.add_flag("--json", options.json,
                      "Write one JSON object per file to standard output, one per line");
     AddQuietOption(command, options.quiet);

@@ -1,7 +1,9 @@
+#include "host/author/SoundFile.h"
 #include "host/commands/BatchArguments.h"
 #include "host/commands/Command.h"
 #include "host/commands/FetchArguments.h"
 #include "host/commands/FileConversion.h"
+#include "host/commands/OutputName.h"
 #include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
@@ -94,16 +96,18 @@ ExitCode ConvertCommand::Work(const codecs::CodecLoader& loader, const Trace& tr
 {
     if (Problem problem = ReadRange())
         return FailWith(kExitUsage, problem);
-    m_options.ifExists = m_batch.OnExisting();
     m_options.tags = !m_noTags;
     m_options.format = ChosenFormat();
     const Result<OutputPlan> plan = MakePlan(loader);
     if (!plan)
         return FailWith(kExitUsage, plan.Why());
-    return RunBatch(*plan, m_batch, trace, "converted", [&](const ProgressFunction& progress) {
+    const auto makeWork = [&](const ProgressFunction& progress) {
         auto conversion = std::make_shared<FileConversion>(loader, trace, m_options, progress);
-        return [conversion](const OutputPlan::Item& item) { return conversion->Run(item); };
-    });
+        return [conversion](const OutputPlan::Item& item, const OutputRules& rules) {
+            return conversion->Run(item, rules);
+        };
+    };
+    return RunBatch(*plan, m_batch, trace, {"converted", makeWork, SoundFileDamage});
 }
 
 Problem ConvertCommand::ReadRange()
@@ -137,7 +141,15 @@ Result<OutputPlan> ConvertCommand::MakePlan(const codecs::CodecLoader& loader) c
     const bool isFlac = m_options.format == AudioFormat::Flac;
     const std::string extension = std::string(".") + (isFlac ? kFlac : kWav);
     Result<OutputPlan> plan = PlanOutputs(m_inputs, m_batch.output, extension, isKnown);
-    if (!plan || m_batch.output != "-")
+    if (!plan)
+        return plan;
+    if (plan->items.front().output == m_batch.output) {
+        const FormatChoice choice =
+            m_format.empty() ? FormatChoice::ByName : FormatChoice::ByOption;
+        if (Problem problem = OutputNameProblem(m_batch.output, isFlac ? "FLAC" : "WAV", choice))
+            return problem;
+    }
+    if (m_batch.output != "-")
         return plan;
     if (isatty(STDOUT_FILENO) != 0)
         return Problem("standard output is a terminal: redirect it to a file or another program");

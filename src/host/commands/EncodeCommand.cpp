@@ -1,6 +1,8 @@
 #include "host/author/FileEncoding.h"
+#include "host/author/SoundFile.h"
 #include "host/commands/BatchArguments.h"
 #include "host/commands/Command.h"
+#include "host/commands/OutputName.h"
 #include "support/text/Ascii.h"
 
 #include <CLI/CLI.hpp>
@@ -67,9 +69,14 @@ ExitCode EncodeCommand::Run(const GlobalOptions& global)
         PlanOutputs(m_inputs, m_batch.output, kOutputExtension, IsInputExtension);
     if (!plan)
         return FailWith(kExitUsage, plan.Why());
-    return RunBatch(*plan, m_batch, global.trace, "encoded", [&](const ProgressFunction& progress) {
-        return MakeEncodingWork(global.trace, m_batch, progress);
-    });
+    const bool isNamed = plan->items.front().output == m_batch.output;
+    if (Problem problem =
+            isNamed ? OutputNameProblem(m_batch.output, "AIFF", FormatChoice::ByName) : Problem())
+        return FailWith(kExitUsage, problem);
+    const auto makeWork = [&](const ProgressFunction& progress) {
+        return MakeEncodingWork(global.trace, progress);
+    };
+    return RunBatch(*plan, m_batch, global.trace, {"encoded", makeWork, SoundFileDamage});
 }
 
 } // namespace

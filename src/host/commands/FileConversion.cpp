@@ -4,6 +4,7 @@
 #include "host/session/Reason.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace aiff::host
 {
@@ -22,18 +23,27 @@ FileConversion::FileConversion(const codecs::CodecLoader& loader, const Trace& t
 {
 }
 
-FileResult FileConversion::Run(const OutputPlan::Item& item)
+FileResult FileConversion::Run(const OutputPlan::Item& item, const OutputRules& rules)
+{
+    const FileResult result = ConvertAtHand(item, rules);
+    m_report.Rest();
+    return result;
+}
+
+FileResult FileConversion::ConvertAtHand(const OutputPlan::Item& item, const OutputRules& rules)
 {
     const Result<InputAtHand> source = BringToHand(
         m_loader, m_report, item.input, m_options.tags ? Wanted::SoundAndTags : Wanted::Sound,
         m_options.fetch, [this](int64_t bytes) { m_progress(Advance::Received(bytes)); });
     if (!source)
         return {ConvertOutcome::Failed, source.Why()};
-    Result<FileResult> result = Convert(source->input, item.output);
+    Result<FileResult> result = Convert(source->input, item.output, rules);
     if (!result)
         return {ConvertOutcome::Failed, source->incomplete ? source->incomplete : result.Why()};
-    if (!source->note.empty())
-        result->notes.push_back(source->note);
+    for (const std::string& note : {source->note, m_sound.leftOut}) {
+        if (!note.empty())
+            result->notes.push_back(note);
+    }
     if (source->incomplete) {
         result->outcome = ConvertOutcome::Damaged;
         result->problem = source->incomplete.Text() + "; converted what is there";
@@ -41,10 +51,12 @@ FileResult FileConversion::Run(const OutputPlan::Item& item)
     return *result;
 }
 
-Result<FileResult> FileConversion::Convert(const Input& input, const std::string& output)
+Result<FileResult> FileConversion::Convert(const Input& input, const std::string& output,
+                                           const OutputRules& rules)
 {
     if (Problem problem = input.FileProblem())
         return problem;
+    m_sound = input.IsStream() ? AiffSound() : ReadAiffSound(input.Path());
     const Result<FrameRange> range = ResolveRange(input);
     if (!range)
         return range.Why();
@@ -52,35 +64,48 @@ Result<FileResult> FileConversion::Convert(const Input& input, const std::string
     const uint32_t tags = m_options.tags ? QV_OPEN_READ_TAGS : 0;
     if (!session.Open(input, QV_OPEN_PREPARE_DECODE | tags, *range))
         return FailureReason(session);
-    if (!range->IsWhole() && session.AudioInfo().nLengthBytes <= 0)
+    if ((m_options.start || m_options.end) && session.AudioInfo().nLengthBytes <= 0)
         return Problem("holds no audio between --start and --end");
-    if (Problem problem = Write(session, output))
+    if (Problem problem = Write(session, output, rules))
         return problem;
     return SumUp(session);
 }
 
-// Seconds need the sample rate. Learning it takes a session of its own, because a decoder
+// Seconds need the sample rate, and an offset before the samples, which decoders take for
+// sound, the size of a frame. Learning them takes a session of its own, because a decoder
 // instance opens only one input.
 Result<FrameRange> FileConversion::ResolveRange(const Input& input)
 {
     const auto& start = m_options.start;
     const auto& end = m_options.end;
     uint32_t rate = 0;
-    if ((start && start->NeedsRate()) || (end && end->NeedsRate())) {
+    int64_t skipped = 0; // frames
+    if (m_sound.offset != 0 || (start && start->NeedsRate()) || (end && end->NeedsRate())) {
         DecoderSession session(m_loader, m_report);
         if (!session.Open(input, QV_OPEN_AUDIO_INFO))
             return FailureReason(session);
-        rate = session.AudioInfo().WaveFormat.nSamplesPerSec;
+        const STQvWaveFormat format = session.AudioInfo().WaveFormat;
+        rate = format.nSamplesPerSec;
+        const int64_t frame = std::max<int64_t>(format.nBlockAlign, 1);
+        if (m_sound.offset % frame == 0)
+            skipped = m_sound.offset / frame;
+        else
+            m_sound.damage = "has its samples " + std::to_string(m_sound.offset) +
+                             " bytes into its sound chunk, which is within a sample frame, and "
+                             "cannot be decoded from there";
     }
+    const auto inChunk = [skipped](int64_t frame) {
+        return frame > std::numeric_limits<int64_t>::max() - skipped ? frame : frame + skipped;
+    };
     FrameRange range;
-    if (start)
-        range.first = start->Frame(rate);
+    range.first = inChunk(start ? start->Frame(rate) : 0);
     if (end)
-        range.end = end->Frame(rate);
+        range.end = inChunk(end->Frame(rate));
     return range;
 }
 
-Problem FileConversion::Write(DecoderSession& session, const std::string& path)
+Problem FileConversion::Write(DecoderSession& session, const std::string& path,
+                              const OutputRules& rules)
 {
     m_format = session.AudioInfo().WaveFormat;
     m_written = 0;
@@ -88,7 +113,7 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path)
     const int64_t frame = std::max<int64_t>(m_format.nBlockAlign, 1);
     m_expected = session.HasUnknownLength() ? kUnknownLength : length - length % frame;
     OutputFile output(m_buffer);
-    if (Problem problem = output.Open(path, m_options.ifExists))
+    if (Problem problem = output.Open(path, rules))
         return problem;
     const bool reserve = m_options.format == AudioFormat::Wav && !session.Source().IsStream();
     if (Problem problem = reserve ? output.Reserve(m_expected) : Problem())
@@ -141,9 +166,11 @@ FileResult FileConversion::SumUp(const DecoderSession& session) const
     result.frames = m_written / std::max<int64_t>(m_format.nBlockAlign, 1);
     result.seconds = static_cast<double>(result.frames) / m_format.nSamplesPerSec;
     const bool isShort = m_expected != kUnknownLength && m_written != m_expected;
-    const Problem damage = m_break   ? m_break
+    Problem damage = m_break   ? m_break
                            : isShort ? Problem("ends before its sound data is complete")
                                      : DamageWarning(session);
+    if (!damage)
+        damage = m_sound.damage;
     if (!damage)
         return result;
     const int64_t bytesPerSecond = std::max<int64_t>(m_format.nAvgBytesPerSec, 1);

@@ -1,6 +1,7 @@
 // The conversion of one file.
 #pragma once
 
+#include "host/author/SoundFile.h"
 #include "host/batch/FileResult.h"
 #include "host/batch/OutputFile.h"
 #include "host/batch/OutputPlan.h"
@@ -17,7 +18,6 @@ namespace aiff::host
 {
 
 struct ConvertOptions {
-    IfExists ifExists = IfExists::Fail;
     bool tags = true; // copied to the output, with the pictures
     Fetch fetch = Fetch::WhenNeeded;
     AudioFormat format = AudioFormat::Wav;
@@ -34,12 +34,14 @@ public:
     FileConversion(const codecs::CodecLoader& loader, const Trace& trace,
                    const ConvertOptions& options, ProgressFunction progress);
 
-    FileResult Run(const OutputPlan::Item& item);
+    FileResult Run(const OutputPlan::Item& item, const OutputRules& rules);
 
 private:
-    Result<FileResult> Convert(const Input& input, const std::string& output);
+    FileResult ConvertAtHand(const OutputPlan::Item& item, const OutputRules& rules);
+    Result<FileResult> Convert(const Input& input, const std::string& output,
+                               const OutputRules& rules);
     Result<FrameRange> ResolveRange(const Input& input);
-    Problem Write(DecoderSession& session, const std::string& path);
+    Problem Write(DecoderSession& session, const std::string& path, const OutputRules& rules);
     Problem WriteAudio(DecoderSession& session, AudioWriter& writer);
     void ShowProgress() const;
     FileResult SumUp(const DecoderSession& session) const;
@@ -50,6 +52,7 @@ private:
     ProgressFunction m_progress;
     std::vector<uint8_t> m_buffer; // of the output
     // Of the current file.
+    AiffSound m_sound;
     STQvWaveFormat m_format{};
     int64_t m_expected = 0;           // bytes of PCM, or kUnknownLength
     int64_t m_written = 0;            // bytes of PCM

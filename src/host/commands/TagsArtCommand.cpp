@@ -74,7 +74,7 @@ private:
             return "'" + path + "' exists and is not a regular file";
         std::vector<uint8_t> buffer(64 * 1024);
         OutputFile output(buffer);
-        if (Problem problem = output.Open(path, m_overwrite ? IfExists::Replace : IfExists::Fail))
+        if (Problem problem = output.Open(path, {m_overwrite ? IfExists::Replace : IfExists::Fail}))
             return problem;
         if (Problem problem = output.Write(data))
             return problem;

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
+#include <utility>
 
 namespace aiff::host
 {
@@ -32,23 +33,30 @@ std::string WithoutOperation(const std::string& line)
 
 ReportCapture::ReportCapture(const Trace& trace) : m_trace(trace)
 {
-    OpenChannel(m_errors);
-    OpenChannel(m_information);
     m_information.shown = trace.level == Trace::Level::Information;
     m_errors.shown = trace.level == Trace::Level::Error || m_information.shown;
 }
 
 ReportCapture::~ReportCapture()
 {
-    CloseChannel(m_errors);
-    CloseChannel(m_information);
+    Rest();
+}
+
+void ReportCapture::Rest()
+{
+    for (Channel* channel : {&m_errors, &m_information}) {
+        for (int* end : {&channel->reading, &channel->writing}) {
+            if (*end >= 0)
+                close(std::exchange(*end, -1));
+        }
+    }
 }
 
 // Without pipes, for lack of descriptors, nothing is collected.
 void ReportCapture::OpenChannel(Channel& channel)
 {
     int ends[2];
-    if (pipe(ends) != 0)
+    if (channel.reading >= 0 || pipe(ends) != 0)
         return;
     for (const int end : ends) {
         fcntl(end, F_SETFD, FD_CLOEXEC);
@@ -58,16 +66,10 @@ void ReportCapture::OpenChannel(Channel& channel)
     channel.writing = ends[1];
 }
 
-void ReportCapture::CloseChannel(Channel& channel)
+STNStdReport ReportCapture::Handles()
 {
-    for (const int end : {channel.reading, channel.writing}) {
-        if (end >= 0)
-            close(end);
-    }
-}
-
-STNStdReport ReportCapture::Handles() const
-{
+    OpenChannel(m_errors);
+    OpenChannel(m_information);
     STNStdReport report{};
     report.hError = Handle(m_errors.writing);
     report.hInformation = Handle(m_information.writing);

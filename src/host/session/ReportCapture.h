@@ -14,7 +14,7 @@ namespace aiff::host
 // wanted. Used by one thread, for any number of instances.
 //
 // The lines pass through pipes whose writing ends never block: a decoder that writes too
-// much loses lines but never waits.
+// much loses lines but never waits. They are open from Handles() to Rest().
 class ReportCapture
 {
 public:
@@ -23,8 +23,10 @@ public:
     ReportCapture& operator=(const ReportCapture&) = delete;
     ~ReportCapture();
 
-    // To be passed to Create; valid as long as this object.
-    STNStdReport Handles() const;
+    // To be passed to Create; valid until Rest().
+    STNStdReport Handles();
+    // Gives the descriptors back while there is no decoder at work. What was collected stays.
+    void Rest();
 
     // Reads what was written since the last call.
     void Collect();
@@ -45,7 +47,6 @@ private:
     };
 
     static void OpenChannel(Channel& channel);
-    static void CloseChannel(Channel& channel);
     void Read(Channel& channel);
 
     Trace m_trace;

@@ -1,5 +1,7 @@
 #include "host/writers/FlacWriter.h"
 
+#include "host/writers/OpenSndfile.h"
+
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -89,8 +91,11 @@ Problem FlacWriter::Begin(const STQvWaveFormat& format, int64_t)
     info.channels = format.nChannels;
     info.format = SF_FORMAT_FLAC | SampleFormat(bits);
     SF_VIRTUAL_IO io = FileFunctions();
-    m_encoder = sf_open_virtual(&io, SFM_WRITE, &info, this);
-    return Outcome(m_encoder != nullptr, sf_strerror(nullptr));
+    const auto encoder = OpenSndfile([&] { return sf_open_virtual(&io, SFM_WRITE, &info, this); });
+    if (!encoder)
+        return Outcome(false, encoder.Why().Text().c_str());
+    m_encoder = *encoder;
+    return {};
 }
 
 Problem FlacWriter::Write(std::span<const uint8_t> pcm)
