@@ -117,7 +117,7 @@ Result<std::vector<uint8_t>> FetchStart(const Input& input, size_t size)
         start.insert(start.end(), bytes.begin(), bytes.end());
         return start.size() < size;
     });
-    if (problem && start.size() < size)
+    if (problem && start.empty())
         return problem;
     return start;
 }

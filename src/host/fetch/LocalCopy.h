@@ -25,7 +25,7 @@ using ReceivedFunction = std::function<void(int64_t bytes)>;
 // brings nothing is a problem.
 Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& received);
 
-// Up to `size` bytes from the start of a URL's content.
+// Up to `size` bytes from the start of a URL's content; fewer when it ends or breaks off before.
 Result<std::vector<uint8_t>> FetchStart(const Input& input, size_t size);
 
 } // namespace aiff::host

@@ -16,6 +16,8 @@ constexpr char kMoreAfterSound[] = "has chunks after its sound, where tags are";
 constexpr size_t kStart = 256 * 1024;
 constexpr size_t kFormHeader = 12;
 constexpr size_t kChunkHeader = 8;
+constexpr size_t kSoundPrefix = 8; // offset and block size
+constexpr size_t kLeastCommon = 18;
 
 // A four-byte big-endian number.
 uint64_t Number(std::span<const uint8_t> bytes)
@@ -23,18 +25,32 @@ uint64_t Number(std::span<const uint8_t> bytes)
     return uint64_t{bytes[0]} << 24 | uint64_t{bytes[1]} << 16 | uint64_t{bytes[2]} << 8 | bytes[3];
 }
 
-// Whether the form that begins with these bytes goes on after its sound.
-bool GoesOnAfterSound(std::span<const uint8_t> start)
+// What the headers up to the sound say that a stream does not show.
+struct StreamStart {
+    bool isRegular = false; // the sound is as long as promised, and begins where expected
+    bool goesOn = false;    // the form has more after its sound
+};
+
+StreamStart ReadStart(std::span<const uint8_t> start)
 {
+    uint64_t soundBytes = 0; // as COMM promises
     uint64_t at = kFormHeader;
     while (at + kChunkHeader <= start.size()) {
-        const auto chunk = start.subspan(at, kChunkHeader);
+        const auto chunk = start.subspan(at);
         const uint64_t size = Number(chunk.subspan(4));
+        const auto body = chunk.subspan(kChunkHeader);
         at += kChunkHeader + size + size % 2;
-        if (EqualNoCase({reinterpret_cast<const char*>(chunk.data()), 4}, "SSND"))
-            return size != 0 && at < Number(start.subspan(4)) + kChunkHeader;
+        const std::string_view code{reinterpret_cast<const char*>(chunk.data()), 4};
+        if (EqualNoCase(code, "COMM") && body.size() >= kLeastCommon) {
+            const uint64_t channels = Number(body) >> 16;
+            const uint64_t bits = Number(body.subspan(4)) & 0xFFFF;
+            soundBytes = Number(body.subspan(2)) * channels * ((bits + 7) / 8);
+        }
+        if (EqualNoCase(code, "SSND"))
+            return {body.size() >= 4 && Number(body) == 0 && size == soundBytes + kSoundPrefix,
+                    at < Number(start.subspan(4)) + kChunkHeader};
     }
-    return false;
+    return {};
 }
 
 // Why decoders do not read from the stream what is wanted; nothing when they do.
@@ -44,12 +60,15 @@ Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, 
     DecoderSession session(loader, report);
     if (!session.Open(input, QV_OPEN_AUDIO_INFO))
         return FailureReason(session);
-    if (wanted == Wanted::Sound || session.HasUnknownLength())
+    if (session.HasUnknownLength())
         return {};
     const Result<std::vector<uint8_t>> start = FetchStart(input, kStart);
     if (!start)
         return start.Why();
-    return GoesOnAfterSound(*start) ? kMoreAfterSound : Problem();
+    const StreamStart headers = ReadStart(*start);
+    if (!headers.isRegular)
+        return "has irregular headers, which are better judged in a file";
+    return headers.goesOn && wanted == Wanted::SoundAndTags ? kMoreAfterSound : Problem();
 }
 
 } // namespace
