@@ -55,6 +55,39 @@ TEST_F(RobustnessTest, HostileCommonChunks)
             }
 }
 
+// Opens a file while the process gets no more than so many bytes.
+int OpenWithin(rlim_t bytes, Instance& host, const std::string& path, uint32_t flags)
+{
+    rlim_t pages = RLIM_INFINITY / 8192;
+    std::ifstream("/proc/self/statm") >> pages;
+    rlimit before = {};
+    getrlimit(RLIMIT_AS, &before);
+    const rlimit tight = {pages * 4096 + bytes, before.rlim_max};
+    if (SystemCalls::canFailAllocations) // else a sanitizer has terabytes
+        setrlimit(RLIMIT_AS, &tight);
+    const int result = host.Open(path, flags);
+    setrlimit(RLIMIT_AS, &before);
+    return result;
+}
+
+TEST_F(RobustnessTest, TagsThatMemoryDoesNotHoldLeaveTheSound)
+{
+    if (!SystemCalls::canFailAllocations)
+        GTEST_SKIP() << "allocations cannot be made to fail in this build";
+    using std::operator""s;
+    Bytes tag = Text("ID3\3\0\0\0\x20\0\xBTCON\0\x8\0\1\0\0\0"s);
+    for (int i = 0; i < 1 << 18; ++i)
+        Append(tag, {'1', ';'}); // "Classic Rock"
+    const std::string path = File(AiffBuilder().Comm(1, 8, 8000).Ssnd(Noise(9)).Chunk("ID3 ", tag));
+    Instance host(plugin, {report.Record().hError, nullptr, nullptr});
+    for (const rlim_t room : {3u << 20, 30u << 20}) {
+        EXPECT_EQ(OpenWithin(room, host, path, 1 + 8), 1);
+        EXPECT_EQ(+host.open.nTagDataSize, room < 4u << 20 ? 4u : 62u + 26 * (1 << 18));
+        EXPECT_EQ(report.Take(kError).empty(), room > 4u << 20);
+    }
+    EXPECT_EQ(host.Rest(), HostOrder(Noise(9), 8));
+}
+
 // Also: the memory for the list is bounded, and nothing but headers is read.
 TEST_F(RobustnessTest, ListOfAMillionChunksEndsTheIndex)
 {
@@ -64,17 +97,9 @@ TEST_F(RobustnessTest, ListOfAMillionChunksEndsTheIndex)
     if (truncate(path.c_str(), kSize) != 0) // eight zeros are a chunk
         GTEST_SKIP() << "no sparse files here";
     Instance host(plugin, {report.Record().hError, nullptr, nullptr});
-    rlim_t pages = RLIM_INFINITY / 8192;
-    std::ifstream("/proc/self/statm") >> pages;
-    rlimit before = {};
-    getrlimit(RLIMIT_AS, &before);
-    const rlimit tight = {pages * 4096 + (50 << 20), before.rlim_max};
-    if (SystemCalls::canFailAllocations) // else a sanitizer has terabytes
-        setrlimit(RLIMIT_AS, &tight);
     SystemCalls::Start();
-    EXPECT_EQ(host.Open(path, 1 + 16), 1);
+    EXPECT_EQ(OpenWithin(50 << 20, host, path, 1 + 16), 1);
     const SystemCalls::Counts cost = SystemCalls::Stop();
-    setrlimit(RLIMIT_AS, &before);
     EXPECT_TRUE(cost.reads < 500 && cost.readBytes < 9000000);
     EXPECT_EQ(report.Take(kError),
               Lines("Error too many chunks, only the first 1048576 are listed.  [ScanFile]\n"));

@@ -1,7 +1,7 @@
 // What the ID3v2 codec throws, and the checked view its body decoders use.
 //
-// Exceptions do not leave src/tags: the codec catches those of one frame, TagFields,
-// TagPictures and TagUpdate the rest.
+// Exceptions do not leave src/tags: the codec catches those of one frame, TagPictures and
+// TagUpdate the rest.
 #pragma once
 
 #include <cstddef>

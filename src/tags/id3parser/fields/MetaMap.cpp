@@ -45,15 +45,6 @@ const metaMap::Values* metaMap::find(std::string_view name) const
     return found == m_fields.end() ? nullptr : &found->second;
 }
 
-bool metaMap::removeField(std::string_view name)
-{
-    const auto found = m_fields.find(name);
-    if (found == m_fields.end())
-        return false;
-    m_fields.erase(found);
-    return true;
-}
-
 bool metaMap::haveReplayGain() const
 {
     return std::ranges::any_of(kReplayGainFields,

@@ -99,7 +99,6 @@ public:
     // Null when absent.
     const Values* find(std::string_view name) const;
 
-    bool removeField(std::string_view name);
     bool haveField(std::string_view name) const { return find(name) != nullptr; }
     bool haveReplayGain() const;
 
