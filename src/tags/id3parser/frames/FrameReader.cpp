@@ -272,26 +272,6 @@ bool validate_name(const char*, size_t)
     return true;
 }
 
-bool test_for_false_sync(streamIn& in)
-{
-    uint8_t buffer[4096];
-    bool afterFF = false;
-    while (const size_t count = in.read(buffer, sizeof buffer)) {
-        for (size_t i = 0; i < count; ++i) {
-            if (afterFF && buffer[i] >= 0xE0)
-                return true;
-            afterFF = buffer[i] == 0xFF;
-        }
-    }
-    return afterFF;
-}
-
-bool test_for_false_sync(const void* data, size_t size)
-{
-    streamInMem in(data, size);
-    return test_for_false_sync(in);
-}
-
 bool zlib_decode_inplace(t_byteVector&)
 {
     return false;

@@ -119,11 +119,6 @@ uint32_t ReadFrameID(const char* id4);
 // Accepts every name: what is no sensible identifier is kept as it is.
 bool validate_name(const char* name, size_t length);
 
-// Whether unsynchronisation would have to change the data: a byte of 0xE0 or
-// above after 0xFF, or 0xFF at the end.
-bool test_for_false_sync(streamIn& in);
-bool test_for_false_sync(const void* data, size_t size);
-
 // Decompresses in place. There is no decompressor: always false.
 bool zlib_decode_inplace(t_byteVector& body);
 

@@ -138,18 +138,6 @@ void t_tag::ParseFrames_v4(streamIn& in, parseCallback& callback)
     ParseFrames(in, kRevision4, [&](uint32_t id) { return callback.wantFrame(id); });
 }
 
-void t_tag::WriteContent_v3(streamOut& out) const
-{
-    for (const t_frame& frame : m_frames)
-        WriteFrame_v3(AsNew(frame), out);
-}
-
-void t_tag::WriteContent_v4(streamOut& out) const
-{
-    for (const t_frame& frame : m_frames)
-        WriteFrame_v4(AsNew(frame), out);
-}
-
 void t_tag::Write(streamOut& out, uint64_t availableSize, uint64_t maxPadding,
                   size_t alignment) const
 {

@@ -90,8 +90,6 @@ public:
     // Throws writeError, or std::overflow_error for a size beyond 32 bits;
     // a frame that cannot be written leaves `out` untouched.
     void Write(streamOut& out, uint64_t availableSize, uint64_t maxPadding, size_t alignment) const;
-    void WriteContent_v3(streamOut& out) const;
-    void WriteContent_v4(streamOut& out) const;
 
 private:
     template <class IsWanted>
