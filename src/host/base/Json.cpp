@@ -11,7 +11,7 @@ namespace
 
 void AppendUnit(std::string& out, uint32_t unit)
 {
-    char text[8];
+    char text[16];
     std::snprintf(text, sizeof text, "\\u%04x", static_cast<unsigned>(unit));
     out += text;
 }

@@ -167,8 +167,8 @@ FileResult FileConversion::SumUp(const DecoderSession& session) const
     result.seconds = static_cast<double>(result.frames) / m_format.nSamplesPerSec;
     const bool isShort = m_expected != kUnknownLength && m_written != m_expected;
     Problem damage = m_break   ? m_break
-                           : isShort ? Problem("ends before its sound data is complete")
-                                     : DamageWarning(session);
+                     : isShort ? Problem("ends before its sound data is complete")
+                               : DamageWarning(session);
     if (!damage)
         damage = m_sound.damage;
     if (!damage)
