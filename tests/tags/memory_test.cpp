@@ -5,41 +5,50 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#ifdef __APPLE__
+#include <malloc/malloc.h>
+#else
+#include <malloc.h>
+#endif
 #include <new>
 
 namespace
 {
 
 std::atomic<size_t> current = 0, peak = 0;
-constexpr size_t kHeader = 16; // keeps the size of a block, and its alignment
+
+size_t SizeOf(void* block)
+{
+#ifdef __APPLE__
+    return malloc_size(block);
+#else
+    return malloc_usable_size(block);
+#endif
+}
 
 } // namespace
 
-void* operator new(size_t size)
+// Not inlined, so that the compiler does not take them for a pair that does not match.
+[[gnu::noinline]] void* operator new(size_t size)
 {
-    auto* block = static_cast<char*>(std::malloc(size + kHeader));
+    void* const block = std::malloc(size);
     if (block == nullptr)
         throw std::bad_alloc();
-    std::memcpy(block, &size, sizeof size);
-    current += size + kHeader;
+    current += SizeOf(block);
     peak = std::max(peak.load(), current.load());
-    return block + kHeader;
+    return block;
 }
 
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* block) noexcept
 {
-    if (memory == nullptr)
-        return;
-    char* block = static_cast<char*>(memory) - kHeader;
-    size_t size = 0;
-    std::memcpy(&size, block, sizeof size);
-    current -= size + kHeader;
+    if (block != nullptr)
+        current -= SizeOf(block);
     std::free(block);
 }
 
-void operator delete(void* memory, size_t) noexcept
+[[gnu::noinline]] void operator delete(void* block, size_t) noexcept
 {
-    operator delete(memory);
+    operator delete(block);
 }
 
 namespace
@@ -58,7 +67,6 @@ constexpr size_t kSize = 1 << 16; // of a tag, and what is spent whatever its si
 // '%' is another name each time; the frames before '*' come once.
 Bytes HostileTag(int version, std::string note)
 {
-
     if (const size_t star = note.find('*'); star != note.npos) {
         const std::string unit = note.substr(star + 1);
         note.resize(star);
