@@ -1,20 +1,22 @@
 // Reading and changing tags: the plug-in and TagLib.
 #include "Session.h"
 
+#include <fcntl.h>
 #include <fstream>
 #include <taglib/aifffile.h>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/id3v2tag.h>
+#include <unistd.h>
 #include <vector>
 
 namespace
 {
 
-// Titles of one length, another one at each call.
+// Titles of two lengths, another one at each call, so that all of the tag moves.
 std::string NextTitle()
 {
     static unsigned count = 0;
-    return ++count % 2 == 0 ? "Even numbered" : "Odd numbered.";
+    return ++count % 2 == 0 ? "Even" : "Odd numbered";
 }
 
 // Of the items of a tag blob, the data of the largest.
@@ -48,12 +50,20 @@ int64_t ReadWithTagLib(const std::string& file)
     return picture;
 }
 
-void EditWithTagLib(const std::string& file)
+enum class Flushing { No, Yes };
+
+void EditWithTagLib(const std::string& file, Flushing flushing = Flushing::No)
 {
     TagLib::RIFF::AIFF::File sound(file.c_str(), false);
     sound.tag()->setTitle(NextTitle());
     if (!sound.save())
         Fail("TagLib cannot write " + file);
+    if (flushing == Flushing::No)
+        return;
+    const int descriptor = open(file.c_str(), O_RDWR);
+    if (fsync(descriptor) != 0)
+        Fail("cannot flush " + file);
+    close(descriptor);
 }
 
 void AppendInt(std::vector<uint8_t>& bytes, size_t value)
@@ -77,7 +87,8 @@ std::vector<uint8_t> BlobOf(size_t others)
     return blob;
 }
 
-void EditWithPlugin(const Plugin& plugin, const std::string& file, size_t others = 0)
+void EditWithPlugin(const Plugin& plugin, const std::string& file, size_t others = 0,
+                    Flushing flushing = Flushing::No)
 {
     const std::wstring name(file.begin(), file.end()); // ASCII
     const std::vector<uint8_t> blob = BlobOf(others);
@@ -86,7 +97,10 @@ void EditWithPlugin(const Plugin& plugin, const std::string& file, size_t others
     record.pData = blob.data();
     record.nDataSize = static_cast<int32_t>(blob.size());
     void* decoder = plugin.Create(nullptr);
-    if (plugin.Set(decoder, QV_KEY_ID_TAGS, &record) != 1)
+    STQvCodecGetSet durable = {};
+    durable.nValue1 = flushing == Flushing::Yes;
+    if (plugin.Set(decoder, QV_KEY_DURABLE_EDITS, &durable) != 1 ||
+        plugin.Set(decoder, QV_KEY_ID_TAGS, &record) != 1)
         Fail("the plug-in cannot write " + file);
     plugin.Destroy(decoder);
 }
@@ -124,10 +138,14 @@ std::map<std::string, Way> TagWays(const std::string& pluginPath)
          [=](auto& file) { return LargestData(Session(plugin(), file, kTexts).TagBlob()); }},
         {"tags_taglib", ReadWithTagLib},
         {"edit_plugin", [=](auto& file) { return edit(file), 1; }},
+        {"edit_plugin_flushed",
+         [=](auto& file) { return EditWithPlugin(plugin(), file, 0, Flushing::Yes), 1; }},
+        {"edit_taglib_flushed", [](auto& file) { return EditWithTagLib(file, Flushing::Yes), 1; }},
         {"edit_12500", [=](auto& file) { return EditWithPlugin(plugin(), file, 12500), 1; }},
         {"edit_100000", [=](auto& file) { return EditWithPlugin(plugin(), file, 100000), 1; }},
         {"edit_taglib", [](auto& file) { return EditWithTagLib(file), 1; }},
         {"written_plugin", [=](auto& file) { return WrittenBy(file, edit); }},
-        {"written_taglib", [](auto& file) { return WrittenBy(file, EditWithTagLib); }},
+        {"written_taglib",
+         [](auto& file) { return WrittenBy(file, [](auto& one) { EditWithTagLib(one); }); }},
     };
 }

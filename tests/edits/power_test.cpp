@@ -134,27 +134,16 @@ std::vector<Layout> PowerLayouts()
     return layouts;
 }
 
-// A copy takes the file's name only when it is on the disk.
-void ExpectFlushedCopy(const std::vector<Event>& events)
-{
-    bool isFlushed = false;
-    int copy = -1;
-    for (const Event& event : events) {
-        EXPECT_TRUE(event.kind != Event::Rename || isFlushed);
-        if (event.kind != Event::Write && event.kind != Event::Size) {
-            isFlushed = event.kind == Event::Barrier;
-            continue;
-        }
-        EXPECT_TRUE(copy < 0 || copy == event.file) << "writes to the old file, too";
-        copy = event.file;
-        isFlushed = false;
-    }
-}
-
+// Whether a copy took the file's name, which it may only when all of it is on the disk.
 bool IsCopy(const std::vector<Event>& events)
 {
-    return std::ranges::any_of(events,
-                               [](const Event& event) { return event.kind == Event::Rename; });
+    bool isFlushed = false, isCopy = false;
+    for (const Event& event : events) {
+        EXPECT_TRUE(event.kind != Event::Rename || isFlushed);
+        isCopy = isCopy || event.kind == Event::Rename;
+        isFlushed = event.kind == Event::Barrier;
+    }
+    return isCopy;
 }
 
 TEST_F(PowerTest, EveryStateShowsTheOldOrTheNewTag)
@@ -172,19 +161,17 @@ TEST_F(PowerTest, EveryStateShowsTheOldOrTheNewTag)
         const std::vector<int32_t> sound = ReadSamples(File(before)).values;
         EXPECT_EQ(ReadSamples(File(file)).values, sound);
         EXPECT_EQ(ApplyEdit(plugin, path, {"", Edit::Set, ListOf(L"Title=Later")}), 1);
-        EXPECT_EQ(Shown(ReadFile(path)).second, Shown(before).second);
-        EXPECT_NO_THROW((void)WalkStrictly(ReadFile(path)));
-        const bool hadRoom = S(ReadFile(path)).find("FLLR") != std::string::npos;
-        EXPECT_TRUE(!hadRoom || Number(before, 12) == Number(Text("ID3 "), 0));
+        const Bytes later = ReadFile(path);
+        EXPECT_EQ(Shown(later).second, Shown(before).second);
+        EXPECT_EQ(Number(later, 4) + 8, later.size());
+        EXPECT_TRUE(S(later).find("FLLR") == std::string::npos || ChunkAt(before, 12, 0).IsTag());
     };
     for (const Layout& layout : PowerLayouts())
         for (const Edit& edit : AllEdits()) {
             SCOPED_TRACE(layout.name + ": " + edit.name);
             std::vector<Event> events = Record(layout, edit);
-            if (IsCopy(events)) {
-                ExpectFlushedCopy(events);
+            if (IsCopy(events))
                 continue;
-            }
             Disk disk(before);
             for (const Event& event : events) {
                 SCOPED_TRACE("call " + std::to_string(&event - events.data()));
