@@ -10,7 +10,7 @@ EditResult CommitEdit(FileEdit& edit, EditTarget& target, const clAIFFHandler& a
                       Durability durability)
 {
     using File = EditResult::File;
-    if (const auto change = PlanInPlace(edit, aiff))
+    if (const auto change = PlanInPlace(edit, aiff, durability))
         return InPlaceWriter(target, durability).Run(*change);
     const std::error_code error = ReplaceFile(target, edit);
     if (error == kChangedMeanwhile)

@@ -13,7 +13,6 @@ namespace
 
 using Range = FileContent::Range;
 using Parts = std::vector<std::span<const uint8_t>>;
-using Kind = InPlaceStep::Kind;
 
 constexpr int64_t kFormSizeOffset = 4;
 constexpr int64_t kMarkSize = std::ssize(kFillerMark);
@@ -31,7 +30,7 @@ bool IsInOneSector(Range range)
 class InPlacePlan
 {
 public:
-    InPlacePlan(FileEdit& edit, const clAIFFHandler& aiff);
+    InPlacePlan(FileEdit& edit, const clAIFFHandler& aiff, Durability durability);
 
     bool Make();
 
@@ -42,18 +41,22 @@ private:
     bool Append();
     bool Cut();
     bool FillRoom();
+    bool SwitchTail();
     bool ReplaceTail();
 
     bool Hold(Range range) { return !m_edit.Hold(range); }
-    void Add(Kind kind, int64_t position, Parts bytes);
-    void SetFormEnd(int64_t end);
+    std::span<const uint8_t> OldBytes(Range range);
+    void Add(int64_t position, Parts bytes, std::span<const uint8_t> before = {});
+    void SetFormEnd(int64_t before, int64_t after);
     void Stage(Parts head, const Parts& rest);
     std::span<const uint8_t> Own(std::vector<uint8_t> bytes);
+    std::span<const uint8_t> Joined(const Parts& parts);
     std::span<const uint8_t> FormSize(int64_t end);
     std::span<const uint8_t> Filler(int64_t start, int64_t end);
 
     FileEdit& m_edit;
     const clAIFFHandler& m_aiff;
+    Durability m_durability;
     int64_t m_tail;      // T
     int64_t m_chunkEnd;  // of the chunk at T
     int64_t m_oldEnd;    // F
@@ -66,9 +69,9 @@ void Append(Parts& parts, const Parts& more)
     parts.insert(parts.end(), more.begin(), more.end());
 }
 
-InPlacePlan::InPlacePlan(FileEdit& edit, const clAIFFHandler& aiff)
-    : m_edit(edit), m_aiff(aiff), m_tail(aiff.GetFormEnd()), m_chunkEnd(m_tail),
-      m_oldEnd(edit.BaseSize()), m_newEnd(edit.Size()),
+InPlacePlan::InPlacePlan(FileEdit& edit, const clAIFFHandler& aiff, Durability durability)
+    : m_edit(edit), m_aiff(aiff), m_durability(durability), m_tail(aiff.GetFormEnd()),
+      m_chunkEnd(m_tail), m_oldEnd(edit.BaseSize()), m_newEnd(edit.Size()),
       m_differences(edit.Differences(kFormHeaderSize))
 {
     for (int i = aiff.Count(); i-- > 0 && m_tail > m_differences.start;) {
@@ -79,6 +82,7 @@ InPlacePlan::InPlacePlan(FileEdit& edit, const clAIFFHandler& aiff)
 
 bool InPlacePlan::Make()
 {
+    change.sizeBefore = m_oldEnd;
     change.sizeAfter = m_newEnd;
     if (!m_aiff.WasWhole() || m_aiff.GetFormEnd() != m_newEnd)
         return false;
@@ -88,7 +92,7 @@ bool InPlacePlan::Make()
         return Append();
     if (m_tail == m_newEnd)
         return Cut();
-    return FillRoom() || ReplaceTail();
+    return FillRoom() || SwitchTail() || ReplaceTail();
 }
 
 // Nothing is to be done, or one write.
@@ -114,29 +118,34 @@ bool InPlacePlan::ChangeSector()
     }
     if (changed.end == 0)
         return true;
-    if (!Hold(changed))
+    const auto old = OldBytes(changed);
+    if (old.empty() || !Hold(changed))
         return false;
-    Add(Kind::Switch, changed.start, m_edit.Bytes(changed));
+    Add(changed.start, m_edit.Bytes(changed), old);
     return true;
 }
 
-// New chunks after the last one. Readers that do not mind the form's size find none there
-// before it is complete.
+// New chunks after the last one. Where barriers make it certain, readers that do not mind the
+// form's size find none there before it is complete.
 bool InPlacePlan::Append()
 {
     const int64_t data = m_oldEnd + kChunkHeaderSize;
     if (!Hold({m_oldEnd, m_newEnd}))
         return false;
-    Add(Kind::Hidden, data, m_edit.Bytes({data, m_newEnd}));
-    Add(Kind::Hidden, m_oldEnd, m_edit.Bytes({m_oldEnd, data}));
-    SetFormEnd(m_newEnd);
-    change.decisive = 2;
+    if (m_durability == Durability::Flushed) {
+        Add(data, m_edit.Bytes({data, m_newEnd}));
+        Add(m_oldEnd, m_edit.Bytes({m_oldEnd, data}));
+    } else {
+        Add(m_oldEnd, m_edit.Bytes({m_oldEnd, m_newEnd}));
+    }
+    SetFormEnd(m_oldEnd, m_newEnd);
+    change.decisive = change.steps.size() - 1;
     return true;
 }
 
 bool InPlacePlan::Cut()
 {
-    SetFormEnd(m_newEnd);
+    SetFormEnd(m_oldEnd, m_newEnd);
     return true;
 }
 
@@ -150,15 +159,49 @@ bool InPlacePlan::FillRoom()
     if (m_differences.end > m_chunkEnd || m_newEnd != m_oldEnd || body > kSector ||
         copyEnd > kMostFormEnd || !Hold({kFormSizeOffset, m_chunkEnd}))
         return false;
+    const auto old = OldBytes({kFormSizeOffset, body});
+    if (old.empty())
+        return false;
     const Parts between = m_edit.Bytes({kFormHeaderSize - 4, m_tail});
     Stage({Filler(m_oldEnd, copy)}, m_edit.Bytes({m_tail, m_chunkEnd}));
     Parts hide = {FormSize(copyEnd)};
     aiff::Append(hide, between);
     hide.push_back(Filler(m_tail, m_chunkEnd).first(kChunkHeaderSize));
-    Add(Kind::Switch, kFormSizeOffset, hide);
+    Add(kFormSizeOffset, hide, old);
     change.decisive = change.steps.size() - 1;
-    Add(Kind::Hidden, body, m_edit.Bytes({body, m_chunkEnd}));
-    Add(Kind::Switch, kFormSizeOffset, m_edit.Bytes({kFormSizeOffset, body}));
+    Add(body, m_edit.Bytes({body, m_chunkEnd}));
+    Add(kFormSizeOffset, m_edit.Bytes({kFormSizeOffset, body}), Joined(hide));
+    return true;
+}
+
+// Everything from T on in one write, if it is small: up to the head of a filler over what is left
+// of the old form, which first grows by another one where too little is left.
+bool InPlacePlan::SwitchTail()
+{
+    const bool hasRoom = m_newEnd == m_oldEnd || m_newEnd + kFillerHeadSize <= m_oldEnd;
+    const int64_t end = hasRoom ? m_oldEnd : std::max(m_oldEnd, m_newEnd) + kFillerHeadSize;
+    const int64_t written = m_newEnd + (end > m_newEnd ? kFillerHeadSize : 0);
+    const int64_t unit = m_durability == Durability::Flushed ? kSector : kPage;
+    if (m_tail / unit != (written - 1) / unit || end > kMostFormEnd ||
+        m_aiff.HasSoundFrom(m_tail) || !Hold({m_tail, m_newEnd}))
+        return false;
+    Parts before = {OldBytes({m_tail, std::min(m_oldEnd, written)})};
+    if (before.front().empty())
+        return false;
+    if (!hasRoom) {
+        const auto gap = static_cast<size_t>(end - m_oldEnd - kFillerHeadSize);
+        const Parts filler = {Filler(m_oldEnd, end), Own(std::vector<uint8_t>(gap))};
+        Add(m_oldEnd, filler);
+        SetFormEnd(m_oldEnd, end);
+        aiff::Append(before, filler);
+    }
+    Parts after = m_edit.Bytes({m_tail, m_newEnd});
+    if (end > m_newEnd)
+        after.push_back(Filler(m_newEnd, end));
+    Add(m_tail, after, Joined(before).first(static_cast<size_t>(written - m_tail)));
+    change.decisive = change.steps.size() - 1;
+    if (end > m_newEnd)
+        SetFormEnd(end, m_newEnd);
     return true;
 }
 
@@ -179,6 +222,10 @@ bool InPlacePlan::ReplaceTail()
     if (m_aiff.HasSoundFrom(m_tail) || !IsInOneSector({m_tail, m_tail + kChunkHeaderSize}) ||
         copyEnd > kMostFormEnd || m_edit.BytesOfBase(tail) > kMostKept || !Hold(tail))
         return false;
+    const int64_t body = m_tail + kChunkHeaderSize;
+    const auto old = OldBytes({m_tail, body});
+    if (old.empty())
+        return false;
     const auto head = Filler(m_newEnd, copyEnd);
     const auto finalBytes = [&](int64_t start, int64_t end) {
         Parts parts = m_edit.Bytes({start, std::min(end, m_newEnd)});
@@ -194,24 +241,41 @@ bool InPlacePlan::ReplaceTail()
         rest.push_back(head.last(kMarkSize));
     aiff::Append(rest, m_edit.Bytes(tail));
     Stage({Filler(m_oldEnd, copyEnd)}, rest);
-    SetFormEnd(copyEnd);
-    Add(Kind::Switch, m_tail, {Filler(m_tail, copy).first(kChunkHeaderSize)});
+    SetFormEnd(m_oldEnd, copyEnd);
+    const auto hide = Filler(m_tail, copy).first(kChunkHeaderSize);
+    Add(m_tail, {hide}, old);
     change.decisive = change.steps.size() - 1;
-    const int64_t body = m_tail + kChunkHeaderSize;
-    Add(Kind::Hidden, body, finalBytes(body, std::min(oldHeadEnd, newHeadEnd)));
-    Add(Kind::Switch, m_tail, m_edit.Bytes({m_tail, body}));
-    SetFormEnd(m_newEnd);
+    Add(body, finalBytes(body, std::min(oldHeadEnd, newHeadEnd)));
+    Add(m_tail, m_edit.Bytes({m_tail, body}), hide);
+    SetFormEnd(copyEnd, m_newEnd);
     return true;
 }
 
-void InPlacePlan::Add(Kind kind, int64_t position, Parts bytes)
+void InPlacePlan::Add(int64_t position, Parts bytes, std::span<const uint8_t> before)
 {
-    change.steps.push_back({kind, position, std::move(bytes)});
+    change.steps.push_back({position, std::move(bytes), before});
 }
 
-void InPlacePlan::SetFormEnd(int64_t end)
+void InPlacePlan::SetFormEnd(int64_t before, int64_t after)
 {
-    Add(Kind::Switch, kFormSizeOffset, {FormSize(end)});
+    Add(kFormSizeOffset, {FormSize(after)}, FormSize(before));
+}
+
+// What is in the file now; empty when it cannot be read.
+std::span<const uint8_t> InPlacePlan::OldBytes(Range range)
+{
+    std::vector<uint8_t> bytes(static_cast<size_t>(range.end - range.start));
+    if (m_edit.Base()->ReadAt(range.start, bytes) != bytes.size())
+        return {};
+    return Own(std::move(bytes));
+}
+
+std::span<const uint8_t> InPlacePlan::Joined(const Parts& parts)
+{
+    std::vector<uint8_t> bytes;
+    for (const std::span<const uint8_t> part : parts)
+        bytes.insert(bytes.end(), part.begin(), part.end());
+    return Own(std::move(bytes));
 }
 
 // Writes a filler's head and what follows it past the form's end. A reader that takes what
@@ -220,10 +284,10 @@ void InPlacePlan::Stage(Parts head, const Parts& rest)
 {
     if (IsInOneSector({m_oldEnd, m_oldEnd + kFillerHeadSize})) {
         aiff::Append(head, rest);
-        Add(Kind::Hidden, m_oldEnd, head);
+        Add(m_oldEnd, head);
     } else {
-        Add(Kind::Hidden, m_oldEnd, head);
-        Add(Kind::Hidden, m_oldEnd + kFillerHeadSize, rest);
+        Add(m_oldEnd, head);
+        Add(m_oldEnd + kFillerHeadSize, rest);
     }
 }
 
@@ -251,9 +315,10 @@ std::span<const uint8_t> InPlacePlan::Filler(int64_t start, int64_t end)
 
 } // namespace
 
-std::optional<InPlaceChange> PlanInPlace(FileEdit& edit, const clAIFFHandler& aiff)
+std::optional<InPlaceChange> PlanInPlace(FileEdit& edit, const clAIFFHandler& aiff,
+                                         Durability durability)
 {
-    InPlacePlan plan(edit, aiff);
+    InPlacePlan plan(edit, aiff, durability);
     if (!plan.Make())
         return std::nullopt;
     return std::move(plan.change);

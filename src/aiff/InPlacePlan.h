@@ -20,9 +20,11 @@ namespace aiff
 //   N  end of the new one
 //   R  where a copy W of the new chunks from T on lies meanwhile, behind a filler
 //
-// edit  is carried out with what is returned, which refers to it; bytes that are to be written
-//       again are read into it
-// aiff  the chunks of the edit
-std::optional<InPlaceChange> PlanInPlace(FileEdit& edit, const clAIFFHandler& aiff);
+// edit        is carried out with what is returned, which refers to it; bytes that are to be
+//             written again are read into it
+// aiff        the chunks of the edit
+// durability  without barriers fewer steps may be needed
+std::optional<InPlaceChange> PlanInPlace(FileEdit& edit, const clAIFFHandler& aiff,
+                                         Durability durability);
 
 } // namespace aiff

@@ -24,24 +24,24 @@ size_t SizeOf(const InPlaceStep& step)
 EditResult InPlaceWriter::Run(const InPlaceChange& change)
 {
     using File = EditResult::File;
-    const int64_t sizeBefore = m_file.Size();
     size_t largest = 0;
     for (const InPlaceStep& step : change.steps)
         largest = std::max(largest, SizeOf(step));
     m_buffer.reserve(std::min(largest, kGathered));
-    m_before.reserve(change.steps.size());
+    m_size = change.sizeBefore;
+    std::error_code error = Waits() ? std::error_code() : m_target.CheckUnchanged();
     for (size_t i = 0; i < change.steps.size(); ++i) {
         const bool isDecided = i > change.decisive;
-        const size_t switches = m_before.size();
-        const auto error =
-            Carry(change.steps[i], i == change.decisive ? Flush::Full : Flush::Order);
+        const std::span<const InPlaceStep> done(&change.steps[isDecided ? i : 0],
+                                                &change.steps[i] + 1);
+        if (!error)
+            error = Carry(change.steps[i], i == change.decisive ? Flush::Full : Flush::Order);
         if (!error)
             continue;
         if (error == kChangedMeanwhile)
             return {File::Overtaken, error};
-        const bool restored =
-            !TakeBack(isDecided ? switches : 0) &&
-            (isDecided || m_file.Size() == sizeBefore || !m_file.SetSize(sizeBefore));
+        const bool restored = !TakeBack(done) && (isDecided || m_size == change.sizeBefore ||
+                                                  !m_file.SetSize(change.sizeBefore));
         return {isDecided ? File::Untidy : restored ? File::AsBefore : File::Unrestored, error};
     }
     return Finish(change.sizeAfter);
@@ -50,7 +50,7 @@ EditResult InPlaceWriter::Run(const InPlaceChange& change)
 EditResult InPlaceWriter::Finish(int64_t size)
 {
     using File = EditResult::File;
-    if (m_file.Size() != size) {
+    if (m_size > size) {
         std::error_code error = m_target.CheckUnchanged();
         if (error == kChangedMeanwhile)
             return {File::Overtaken, error};
@@ -60,7 +60,7 @@ EditResult InPlaceWriter::Finish(int64_t size)
             return {File::Untidy, error};
     }
     // What was not flushed may turn out only now not to have been written.
-    if (m_durability == Durability::Unflushed)
+    if (!Waits())
         if (const auto error = m_file.Close())
             return {File::Unrestored, error};
     return {};
@@ -68,34 +68,20 @@ EditResult InPlaceWriter::Finish(int64_t size)
 
 std::error_code InPlaceWriter::Carry(const InPlaceStep& step, Flush flush)
 {
-    std::error_code error;
-    if (step.kind == InPlaceStep::Kind::Switch)
-        error = Remember(step);
-    if (!error)
-        error = m_target.CheckUnchanged();
+    // Where nothing is waited for, others have hardly time to change the file between two steps.
+    std::error_code error = Waits() ? m_target.CheckUnchanged() : std::error_code();
     if (!error)
         error = Write(step);
     // Before the barrier, which takes its time: what others do meanwhile must show.
     if (!error)
         error = m_target.NoteWrite(step.position + static_cast<int64_t>(SizeOf(step)));
-    return error ? error : Barrier(flush);
-}
-
-std::error_code InPlaceWriter::Remember(const InPlaceStep& step)
-{
-    Before& before = m_before.emplace_back();
-    before.position = step.position;
-    before.size = std::min(SizeOf(step), before.bytes.size());
-    const std::span<uint8_t> bytes = std::span(before.bytes).first(before.size);
-    if (m_file.ReadAt(before.position, bytes) == before.size)
-        return {};
-    m_before.pop_back();
-    return make_error_code(std::errc::io_error);
+    return error || !Waits() ? error : FlushFile(m_file.Descriptor(), flush);
 }
 
 std::error_code InPlaceWriter::Write(const InPlaceStep& step)
 {
     int64_t position = step.position;
+    m_size = std::max(m_size, position + static_cast<int64_t>(SizeOf(step)));
     const auto write = [&](std::span<const uint8_t> bytes) {
         const std::error_code error = m_file.WriteAt(position, bytes);
         position += static_cast<int64_t>(bytes.size());
@@ -116,22 +102,17 @@ std::error_code InPlaceWriter::Write(const InPlaceStep& step)
     return write(m_buffer);
 }
 
-std::error_code InPlaceWriter::Barrier(Flush flush)
+// Restores what switches have overwritten, the last one first, and stops where that fails: each
+// of them left a well-formed file.
+std::error_code InPlaceWriter::TakeBack(std::span<const InPlaceStep> steps)
 {
-    return m_durability == Durability::Flushed ? FlushFile(m_file.Descriptor(), flush)
-                                               : std::error_code();
-}
-
-// Restores what the switches from one on have overwritten, the last one first, and stops where
-// that fails: each of them left a well-formed file.
-std::error_code InPlaceWriter::TakeBack(size_t first)
-{
-    for (; m_before.size() > first; m_before.pop_back()) {
-        const Before& before = m_before.back();
-        std::error_code error =
-            m_file.WriteAt(before.position, std::span(before.bytes).first(before.size));
-        if (!error)
-            error = Barrier(Flush::Order);
+    for (; !steps.empty(); steps = steps.first(steps.size() - 1)) {
+        const InPlaceStep& step = steps.back();
+        if (step.before.empty())
+            continue;
+        std::error_code error = m_file.WriteAt(step.position, step.before);
+        if (!error && Waits())
+            error = FlushFile(m_file.Descriptor(), Flush::Order);
         if (error)
             return error;
     }

@@ -5,30 +5,31 @@
 #include "support/file/EditTarget.h"
 #include "support/file/FlushFile.h"
 
-#include <array>
 #include <vector>
 
 namespace aiff
 {
 
-// The part of a file that reaches the disk whole or not at all, in bytes.
+// Bytes of a file that reach the disk whole or not at all, and of one that a write changes whole
+// or not at all as long as the power stays on.
 inline constexpr int64_t kSector = 512;
+inline constexpr int64_t kPage = 4096;
 
 // One write. What it changes is either hidden, in a place that no reader looks at then, or
-// lies in one sector and changes what readers see at once.
+// lies in one sector (unflushed: one page) and changes what readers see at once.
 struct InPlaceStep {
-    enum class Kind { Hidden, Switch };
-    Kind kind = Kind::Hidden;
     int64_t position = 0;
     std::vector<std::span<const uint8_t>> bytes; // one after the other
+    std::span<const uint8_t> before;             // what a switch overwrites; empty: hidden
 };
 
 // An edit as a list of writes. Hidden ones before the decisive step only lie past the end of
 // the old file.
 struct InPlaceChange {
     std::vector<InPlaceStep> steps;
-    size_t decisive = 0;   // index of the step that makes the new content visible
-    int64_t sizeAfter = 0; // to which the file is cut in the end
+    size_t decisive = 0;    // index of the step that makes the new content visible
+    int64_t sizeBefore = 0; // of the file
+    int64_t sizeAfter = 0;  // to which the file is cut in the end, if it is larger
     std::vector<std::vector<uint8_t>>
         owned; // what the steps' bytes refer to, if nobody else has it
 };
@@ -60,24 +61,16 @@ public:
     [[nodiscard]] EditResult Run(const InPlaceChange& change);
 
 private:
-    // What a switch has overwritten.
-    struct Before {
-        int64_t position = 0;
-        size_t size = 0;
-        std::array<uint8_t, kSector> bytes;
-    };
-
+    bool Waits() const { return m_durability == Durability::Flushed; }
     EditResult Finish(int64_t size);
     std::error_code Carry(const InPlaceStep& step, Flush flush);
-    std::error_code Remember(const InPlaceStep& step);
     std::error_code Write(const InPlaceStep& step);
-    std::error_code Barrier(Flush flush);
-    std::error_code TakeBack(size_t first);
+    std::error_code TakeBack(std::span<const InPlaceStep> steps);
 
     EditTarget& m_target;
     DiskFile& m_file;
     Durability m_durability;
-    std::vector<Before> m_before;
+    int64_t m_size = 0; // of the file, with what was written
     std::vector<uint8_t> m_buffer;
 };
 

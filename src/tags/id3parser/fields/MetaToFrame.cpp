@@ -311,13 +311,20 @@ uint8_t EncodingFor(const tagCreateContext& context, uint8_t encoding)
 // The rules of writing in a revision, by the fields.
 using RulesByField = std::map<std::string_view, const FrameRule*, metaCompare>;
 
-RulesByField WritingRules(t_tagRevision revision)
+RulesByField CollectRules(t_tagRevision revision)
 {
     RulesByField rules;
     for (const FrameRule& rule : FrameRules())
         if (rule.write != WriteRule::None && rule.FitsRevision(revision))
             rules.emplace(rule.field, &rule);
     return rules;
+}
+
+// ID3v2.2 is never written.
+const RulesByField& WritingRules(t_tagRevision revision)
+{
+    static const RulesByField rules[] = {CollectRules(kRevision3), CollectRules(kRevision4)};
+    return rules[revision == kRevision4 ? 1 : 0];
 }
 
 } // namespace
@@ -382,7 +389,7 @@ void NewFields::EmitField(std::string_view name, const FrameRule* rule, const Fr
 
 void NewFields::Emit(const FrameSink& sink) const
 {
-    const RulesByField rules = WritingRules(m_context.revision);
+    const RulesByField& rules = WritingRules(m_context.revision);
     for (const FrameRule& rule : FrameRules()) {
         const auto own = rules.find(rule.field);
         if (own != rules.end() && own->second == &rule &&
