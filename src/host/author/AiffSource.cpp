@@ -1,8 +1,8 @@
 #include "host/author/AiffSource.h"
 
 #include "decode/CommonChunk.h"
-#include "host/author/AiffForm.h"
-#include "host/author/TagCheck.h"
+#include "host/author/tags/AiffForm.h"
+#include "host/author/tags/TagCheck.h"
 #include "host/session/Reason.h"
 #include "support/file/DiskFile.h"
 

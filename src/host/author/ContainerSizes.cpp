@@ -1,6 +1,6 @@
 #include "host/author/ContainerSizes.h"
 
-#include "host/author/AiffForm.h"
+#include "host/author/tags/AiffForm.h"
 #include "host/session/Reason.h"
 #include "support/SaturatingMath.h"
 

@@ -2,9 +2,9 @@
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/HeaderReader.h"
-#include "host/author/AiffForm.h"
 #include "host/author/SoundCheck.h"
-#include "host/author/TagCheck.h"
+#include "host/author/tags/AiffForm.h"
+#include "host/author/tags/TagCheck.h"
 #include "host/base/Printable.h"
 #include "support/file/DiskFile.h"
 #include "tags/NTag.h"

@@ -2,9 +2,9 @@
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/PassChunks.h"
-#include "host/author/AiffForm.h"
 #include "host/author/OpenSource.h"
 #include "host/author/OutputContent.h"
+#include "host/author/tags/AiffForm.h"
 #include "host/batch/OutputFile.h"
 #include "host/session/ReportCapture.h"
 

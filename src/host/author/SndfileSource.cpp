@@ -2,7 +2,7 @@
 
 #include "aiff/AIFFHandler.h"
 #include "host/author/ContainerSizes.h"
-#include "host/author/SourceTags.h"
+#include "host/author/tags/SourceTags.h"
 #include "host/writers/OpenSndfile.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "host/author/SoundCheck.h"
 
 #include "aiff/AIFFHandler.h"
-#include "host/author/AiffForm.h"
+#include "host/author/tags/AiffForm.h"
 #include "host/base/Printable.h"
 
 #include <algorithm>

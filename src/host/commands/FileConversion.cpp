@@ -1,6 +1,6 @@
 #include "host/commands/FileConversion.h"
 
-#include "host/author/ReadCarriedTags.h"
+#include "host/author/tags/ReadCarriedTags.h"
 #include "host/session/Reason.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "host/author/ReadFileTags.h"
+#include "host/author/tags/ReadFileTags.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"

@@ -1,7 +1,7 @@
 #include "host/commands/TagWork.h"
 
-#include "host/author/CopyTags.h"
-#include "host/author/ReadFileTags.h"
+#include "host/author/tags/CopyTags.h"
+#include "host/author/tags/ReadFileTags.h"
 #include "host/base/Printable.h"
 #include "host/batch/Jobs.h"
 #include "host/commands/BatchArguments.h"

@@ -1,8 +1,8 @@
-#include "host/author/SourceTags.h"
+#include "host/author/tags/SourceTags.h"
 
-#include "host/author/ChunkText.h"
-#include "host/author/UpdateTag.h"
-#include "host/author/WavTags.h"
+#include "host/author/tags/ChunkText.h"
+#include "host/author/tags/UpdateTag.h"
+#include "host/author/tags/WavTags.h"
 #include "host/writers/MakeId3.h"
 #include "host/writers/ReadId3.h"
 #include "tags/TagItems.h"

@@ -1,4 +1,4 @@
-#include "host/author/TagCheck.h"
+#include "host/author/tags/TagCheck.h"
 
 #include "aiff/AIFFHandler.h"
 #include "host/base/Printable.h"

@@ -1,4 +1,4 @@
-#include "host/author/UpdateTag.h"
+#include "host/author/tags/UpdateTag.h"
 
 #include "tags/TagUpdate.h"
 

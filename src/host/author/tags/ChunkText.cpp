@@ -1,4 +1,4 @@
-#include "host/author/ChunkText.h"
+#include "host/author/tags/ChunkText.h"
 
 #include "support/text/Utf8.h"
 #include "support/text/XStr.h"

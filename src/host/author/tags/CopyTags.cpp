@@ -1,4 +1,4 @@
-#include "host/author/CopyTags.h"
+#include "host/author/tags/CopyTags.h"
 
 #include "decode/TagWriter.h"
 #include "support/text/XStr.h"

@@ -1,8 +1,8 @@
-#include "host/author/ReadFileTags.h"
+#include "host/author/tags/ReadFileTags.h"
 
 #include "aiff/AIFFHandler.h"
-#include "host/author/AiffForm.h"
-#include "host/author/TagCheck.h"
+#include "host/author/tags/AiffForm.h"
+#include "host/author/tags/TagCheck.h"
 #include "host/base/Printable.h"
 #include "support/file/DiskFile.h"
 #include "support/text/XStr.h"

@@ -1,6 +1,6 @@
-#include "host/author/WavTags.h"
+#include "host/author/tags/WavTags.h"
 
-#include "host/author/ChunkText.h"
+#include "host/author/tags/ChunkText.h"
 #include "host/writers/ReadId3.h"
 #include "host/writers/TagNames.h"
 #include "support/file/DiskFile.h"
