@@ -59,6 +59,8 @@ public:
             m_names += edit.items[i].name + L'\0';
         STQvCodecGetSet record = {0, 0, isDurable, 0, nullptr, nullptr, 0, nullptr};
         EXPECT_EQ(m_plugin.Set(m_host.handle, QV_KEY_DURABLE_EDITS, &record), 1);
+        record.nValue1 = 2; // no value of this key: changes nothing
+        EXPECT_EQ(m_plugin.Set(m_host.handle, QV_KEY_DURABLE_EDITS, &record), 0);
     }
 
     int32_t operator()() const
