@@ -178,6 +178,7 @@ for held, after, hidden, cut in cases:
     for command in (["set", "f.aiff", "Title=x"], ["copy", "bare.aiff", "f.aiff"]) if cut else []:
         assert cut in run(1, "tags", *command)[1] and read("f.aiff") == before, (command, cut)
     err = run(int(held == damaged), "tags", "set", "-q", "--force", "f.aiff", "Title=x")[1]
+    assert ("size of its form" in err) == (hidden == "an ID3v2 tag"), err
     if held == damaged:
         assert "is left as it is" in err and read("f.aiff") == before
         continue

@@ -128,6 +128,8 @@ Problem EditedFile::Checked(Change change)
     Problem problem = change();
     if (!problem && !cutOff.empty())
         SayProblem("cut off " + cutOff + " after its last chunk");
+    for (const std::string& note : problem ? std::vector<std::string>() : m_file.Notes())
+        SayProblem(note);
     return problem;
 }
 

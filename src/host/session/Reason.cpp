@@ -49,6 +49,16 @@ constexpr Phrase kPhrases[] = {
 
 constexpr std::string_view kPartOfFrame = "Stream ends within a sample frame.";
 
+// What an edit says that has done more than it was asked for.
+constexpr Phrase kEditNotes[] = {
+    {"The size of the form is corrected from ", "the size of its form was wrong and is corrected"},
+    {"The size of the last chunk '",
+     "its last chunk was cut off: the size of the chunk is corrected to what is there"},
+    {"The file was replaced by a changed copy. Its other names",
+     "its other names (hard links) keep the old tags"},
+    {"The new tags are in '", "has the new tags, but also bytes that the next edit removes"},
+};
+
 // What a decoder says about the connection of a stream.
 constexpr Phrase kStreamPhrases[] = {
     {"Cannot open stream: ", "cannot be opened: %"},
@@ -202,6 +212,15 @@ Problem EditFailureReason(const Input& input, const std::vector<std::string>& er
     if (errors.empty())
         return "cannot be changed (the decoder gives no reason)";
     return "cannot be changed: " + errors.back();
+}
+
+std::vector<std::string> EditNotes(const std::vector<std::string>& information)
+{
+    std::vector<std::string> notes;
+    for (const Phrase& note : kEditNotes)
+        if (AnyStartsWith(information, note.start))
+            notes.emplace_back(note.text);
+    return notes;
 }
 
 Problem DamageWarning(const DecoderSession& session)

@@ -16,6 +16,9 @@ Problem FailureReason(const DecoderSession& session);
 // Why the tags of a file could not be changed, from the decoder's error lines.
 Problem EditFailureReason(const Input& input, const std::vector<std::string>& errors);
 
+// What a successful change of tags did besides, from the decoder's information lines.
+std::vector<std::string> EditNotes(const std::vector<std::string>& information);
+
 // What is wrong with an input that could still be decoded: its sound is cut off.
 Problem DamageWarning(const DecoderSession& session);
 

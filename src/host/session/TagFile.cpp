@@ -86,6 +86,7 @@ Problem TagFile::Change(const Edit& edit)
     m_report.Clear();
     const bool done = Interruption::Undisturbed([&] { return edit(m_report.Handles()); });
     m_report.Collect();
+    m_notes = EditNotes(m_report.Information());
     return done ? Problem() : EditFailureReason(m_input, m_report.Errors());
 }
 

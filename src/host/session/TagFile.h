@@ -35,6 +35,8 @@ public:
     Problem Change(const Edit& edit);
 
     const std::vector<TagItem>& Items() const { return m_items; } // as Read() has found them
+    // What the last change did besides, for people.
+    const std::vector<std::string>& Notes() const { return m_notes; }
     const Input& Source() const { return m_input; }
 
 private:
@@ -46,6 +48,7 @@ private:
     Durability m_durability;
     DecoderSession m_session;
     std::vector<TagItem> m_items;
+    std::vector<std::string> m_notes;
 };
 
 } // namespace aiff::host
