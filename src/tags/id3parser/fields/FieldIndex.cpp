@@ -79,9 +79,10 @@ std::string_view FieldIndex::Store(std::string_view name)
 
 FieldIndex::Group FieldIndex::Find(std::string_view field) const
 {
-    const auto found =
-        std::ranges::equal_range(m_entries, field, metaCompare(), &FieldEntry::Field);
-    return {found.begin(), found.end()};
+    const auto first =
+        std::ranges::lower_bound(m_entries, field, metaCompare(), &FieldEntry::Field);
+    const auto last = std::ranges::upper_bound(m_entries, field, metaCompare(), &FieldEntry::Field);
+    return {first, last};
 }
 
 void ShowField(std::span<const WireFrame> frames, FieldIndex::Group group, FieldSink& sink)
