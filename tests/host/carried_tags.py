@@ -139,6 +139,11 @@ same(comments(), sorted(sum((row[1] or [] for row in FRAMES), [])), "FLAC")
 same({(p.type, p.mime, p.desc, p.data) for p in FLAC("out.flac").pictures},
      {(f.type, f.mime, f.desc, f.data) for f, *_ in FRAMES if f.FrameID == "APIC"}, "pictures")
 same(run("encode", "out.flac", "back.aiff"), [], "encode")
+with open("out.flac", "rb") as file:
+    content = file.read()
+with open("block.flac", "wb") as file:
+    file.write(content[:42] + b"\2\0\0\4test" + content[42:])
+assert run("encode", "block.flac", "none.aiff")[0].endswith("left out: an application block")
 held = [(row[2:] or row)[0] for row in FRAMES if row[1] is not None]
 same(texts_of(AIFF("back.aiff").tags.values()), texts_of(held), "back")
 for data in (whole, tag((row[0] for row in FRAMES), 3), b"ID3 damaged"):

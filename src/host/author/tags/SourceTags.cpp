@@ -83,6 +83,27 @@ void AddPictures(const TagLib::List<TagLib::FLAC::Picture*>& pictures, TagConten
                                     picture->description(), picture->data()});
 }
 
+// Names the metadata blocks of a FLAC file that an AIFF file has no place for.
+void AddBlocks(TagLib::FLAC::File& file, TagContent& content)
+{
+    constexpr unsigned kHeader = 4;
+    constexpr unsigned kApplication = 2;
+    constexpr unsigned kCueSheet = 5;
+    constexpr unsigned kLast = 0x80;
+    unsigned type = 0;
+    for (file.seek(file.find("fLaC") + 4); (type & kLast) == 0;) {
+        const TagLib::ByteVector header = file.readBlock(kHeader);
+        if (header.size() < kHeader)
+            return;
+        type = static_cast<uint8_t>(header[0]);
+        if ((type & ~kLast) == kApplication)
+            content.leftOut.insert("an application block");
+        if ((type & ~kLast) == kCueSheet)
+            content.leftOut.insert("a cue sheet");
+        file.seek(static_cast<long>(header.toUInt(1U, 3U)), TagLib::File::Current);
+    }
+}
+
 // False when TagLib does not know the format.
 bool ReadContent(const std::string& path, TagContent& content)
 {
@@ -95,6 +116,7 @@ bool ReadContent(const std::string& path, TagContent& content)
         content.leftOut.insert(Utf8Of(name));
     if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file.file())) {
         AddPictures(flac->pictureList(), content);
+        AddBlocks(*flac, content);
         if (flac->hasID3v2Tag())
             content.leftOut.insert("an ID3v2 tag");
     } else if (auto* comment = dynamic_cast<TagLib::Ogg::XiphComment*>(file.tag())) {
