@@ -51,7 +51,7 @@ void clAIFFHandler::AddChunk(const char* code, uint32_t size, const void* data, 
         !DataFor(chunk).Assign({static_cast<const uint8_t*>(data), size}))
         throw std::bad_alloc();
     const int at = index < 0 || index > Count() ? Count() : index;
-    m_chunks.insert(m_chunks.begin() + at, std::move(chunk));
+    m_chunks.insert(m_chunks.begin() + at, chunk);
     CalcAllChunks(at);
     operation.Leave();
 }
@@ -200,7 +200,7 @@ bool clAIFFHandler::RemoveChunksFromFile(std::span<const int> indexes)
     for (int i = 0; i < Count(); ++i) {
         STRIFFChunk& chunk = m_chunks[static_cast<size_t>(i)];
         if (indexes.empty() || i != indexes.front()) {
-            kept.push_back(std::move(chunk));
+            kept.push_back(chunk);
             continue;
         }
         indexes = indexes.subspan(1);

@@ -16,7 +16,6 @@ namespace
 using TagLib::ByteVector;
 using TagLib::PropertyMap;
 using TagLib::String;
-using TagLib::StringList;
 
 // The size of a FLAC block has 24 bits.
 constexpr size_t kMostBlockSize = (size_t{1} << 24) - 1;
