@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <fcntl.h>
 
 namespace aiff::host
 {
@@ -112,8 +113,11 @@ Problem SndfileSource::OpenAny(const std::string& path)
         return Problem(error.message());
     if (LooksLikeMpeg(*m_content))
         return std::string("holds MPEG audio") + kOnlyPcm;
-    const auto file = OpenSndfile(
-        [this] { return sf_open_fd(m_content->Descriptor(), SFM_READ, &m_info, SF_FALSE); });
+    // The library closes the descriptor of a file that it refuses, even when told not to.
+    const int own = fcntl(m_content->Descriptor(), F_DUPFD_CLOEXEC, 0);
+    if (own < 0)
+        return Problem::FromErrno().About("cannot be read");
+    const auto file = OpenSndfile([&] { return sf_open_fd(own, SFM_READ, &m_info, SF_TRUE); });
     if (!file) {
         // The library does not say that it refuses a file because that is cut off.
         const Problem damage = ReadContainerSizes(*m_content).damage;
