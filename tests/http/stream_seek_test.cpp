@@ -82,7 +82,7 @@ TEST_F(StreamTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
     std::vector<Handler> handlers = {
         Sends(Counted(kFile)), Sends(Answer("Accept-Ranges: none\r\n" + Length(size), kFile)),
         Sends(Answer(ranges, kFile)), Sends(Chunked(kFile, ranges)),
-        [&](Peer& peer) { // of a file that is replaced meanwhile
+        [tagged, proper](Peer& peer) { // of a file that is replaced meanwhile
             const bool isTold = peer.request.find("\r\nIf-Range: \"v1\"\r\n") != std::string::npos;
             peer.Send(isTold || peer.FirstByte() < 0 ? tagged : proper);
         }};
@@ -168,12 +168,14 @@ TEST(StreamLimits, ASilentServerIsGivenUpAndSoIsASlowOne)
     const Bytes bytes = Noise(1000), more = From(bytes, 300);
     const Bytes begin = Answer("Accept-Ranges: bytes\r\n" + Length(1000), Front(bytes, 300));
     const std::pair<Handler, StreamFault> reads[] = {
-        {[&](Peer& peer) { peer.Send(begin).Stall(); }, StreamFault::IdleTimeout},
-        {[&](Peer& peer) { Drip(peer.Send(begin), Front(more, 9)); }, StreamFault::EndedEarly},
-        {[&](Peer& peer) { Drip(peer.Send(begin), Front(more, 40)); }, StreamFault::TooSlow}};
+        {[begin](Peer& peer) { peer.Send(begin).Stall(); }, StreamFault::IdleTimeout},
+        {[begin, more](Peer& peer) { Drip(peer.Send(begin), Front(more, 9)); },
+         StreamFault::EndedEarly},
+        {[begin, more](Peer& peer) { Drip(peer.Send(begin), Front(more, 40)); },
+         StreamFault::TooSlow}};
     for (const auto& [handler, fault] : reads) {
         XFileHTTPStream stream(kShort);
-        const std::string url = server.Serve([&, first = handler](Peer& peer) {
+        const std::string url = server.Serve([bytes, first = handler](Peer& peer) {
             (peer.FirstByte() < 0 ? first : Ranged(bytes))(peer);
         });
         ASSERT_TRUE(stream.Open(Wide(url).c_str()));
