@@ -108,7 +108,8 @@ TEST_F(TraceTest, EveryStepOfAnEditIsShown)
                                   "Ok|}InternalReadTags{}" + steps + "}}";
         const char* const call =
             edit.kind == Edit::Set ? "IDTags  [Set]|WriteIDTags{" : "DeleteATag{";
-        EXPECT_EQ(report.Take(kDebug), TraceLines("Durable Edits  [Set]|"s + call + lines, 1));
+        const std::string durable = "Durable Edits  [Set]|"; // with a right and a wrong value
+        EXPECT_EQ(report.Take(kDebug), TraceLines(durable + durable + call + lines, 1));
     }
 }
 
