@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs what the build needs, builds, and converts demonstration files to WAV.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"

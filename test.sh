@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs what the tests need, builds, and runs all tests: ./test.sh [preset]
 # The preset is one of CMakePresets.json, by default release.
 set -euo pipefail

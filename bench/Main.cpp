@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // bench_codec PLUGIN REPETITIONS PATH WAY...
 //
 // Runs each way on a file, or on all files of a folder, once to warm up and then REPETITIONS

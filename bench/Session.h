@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The plug-in, driven as a host drives it, without a report.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading and changing tags: the plug-in and TagLib.
 #include "Session.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Ways.h"
 
 #include "Session.h"

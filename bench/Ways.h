@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The ways to handle an AIFF file that are compared: the plug-in driven as a host
 // drives it, libsndfile, and plain read() as the limit of the machine.
 #pragma once

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Draws the results of report.py as horizontal bars in an SVG picture."""
 from xml.sax.saxutils import escape
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Makes AIFF and AIFF-C files of a musical tone: one file of chosen format and size, or
 // a folder with one small file per sample format.
 

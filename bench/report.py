@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Compares the plug-in and aiffconv with their rivals: tables, JSON and an SVG chart.
 
 Run it through bench/run.sh. All rivals work on the same generated files, which lie in

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds what is compared in the release preset and runs the comparison. Works from
 # any folder; `bench/run.sh --help` tells the options.
 set -eu

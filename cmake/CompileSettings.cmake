@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Compiler settings shared by all targets, carried by one interface library.
 
 find_package(Threads REQUIRED)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What is installed along with the programs, and the packages: `cpack` lays out what
 # `cmake --install` does, as .deb and .tar.gz.
 set(AIFF_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/aiffconv)

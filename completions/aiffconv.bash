@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # Completion for aiffconv in bash. Commands and options come from the program's own help,
 # so they always match the installed version.
 

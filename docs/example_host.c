@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /* The smallest useful host: decodes an AIFF file to raw little-endian PCM.
  *
  *   cc -I include docs/example_host.c -ldl -o example_host

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a fuzz target gives to its programs: libFuzzer's, and the one that replays.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The nine functions over a hostile file, in a hostile order. An input is a byte of
 // flags for Open, a byte with the number of commands, the commands of nine bytes each
 // (what to do, and a little-endian number), and then the file.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An edit of the tags of a hostile file. An input is a byte that chooses the edit, and
 // the file. Whatever the file is: a refused edit leaves it alone, a successful one
 // leaves a well-formed file that has lost no chunk, and reading gives what was set.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Answers of a server, as bytes: whatever they are and however they are cut into
 // pieces, reading them ends, stays inside its limits and gives the same result.
 

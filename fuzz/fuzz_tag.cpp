@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The ID3v2 tag reader, the edit of a tag in memory and the tag blob. An input is a byte of
 // options, a byte with the size of a blob in units of 4 bytes, the blob, then the tag. The ways
 // of reading agree; a list that was read and is written back changes nothing that

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs a fuzz target without libFuzzer: over the files named, or over its seeds and
 // all cuts and single-byte changes of the small ones. "--write DIR" stores the seeds instead.
 

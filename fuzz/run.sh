@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the fuzz targets and runs each for some seconds: fuzz/run.sh [SECONDS] [TARGET...]
 # New inputs that reach new code are kept in build/fuzz/corpus; a finding stays behind as
 # build/fuzz/corpus/TARGET-crash-... and fails the run.

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: MIT */
 /*
  * qvcodec.h - the boundary between an audio host and a decoder plug-in.
  *

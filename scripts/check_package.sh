@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Builds the package and checks it: its files, lintian, and that the installed aiffconv
 # finds its plug-in.
 set -euo pipefail

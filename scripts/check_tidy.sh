@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # clang-tidy, with the checks of .clang-tidy, over all of src/ or the sources that are named.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Fails when the linker drops a function of ours from both AIFF.so and aiffconv that is not
 # in scripts/unused_functions.txt, or when that list names one that is used or gone.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Runs all tests, the replays of the fuzz targets among them, on a build that counts what is
 # executed. Prints the line coverage of each folder of src/ and the functions that nothing called.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs missing Debian packages for one or more purposes.
 #
 #   scripts/setup.sh build         what building the plug-in and the host needs

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Measures `aiffconv encode` and batches against other programs, side by side.
 
   bench/encode/run.py [--build build/release] [--rounds 9] [--mb 400] [--files 2000]

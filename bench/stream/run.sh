@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Builds the plug-in in the release preset and compares its streaming with curl. Works
 # from any folder; `bench/stream/run.sh --help` tells the options.
 set -eu

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Decodes a stream from nginx on loopback through the plug-in and fetches it with curl
 into nothing, in turns; prints medians, their ratio and the plug-in's memory.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 /* Decodes one stream through the plug-in as a host does, report off, and prints the
  * bytes of audio and by how many KiB the process has grown since before Create, looked
  * at after each 256th block and the last. */

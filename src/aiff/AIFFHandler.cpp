@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "aiff/AIFFHandler.h"
 
 #include "support/text/Ascii.h"

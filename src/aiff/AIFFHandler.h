@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The chunk structure of an AIFF or AIFF-C file. Each part of the handler has a source of its
 // own: AIFFHandler*.cpp, and ByteSwap.cpp for the order of the sample bytes.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Editing the chunks of an existing file.
 
 #include "aiff/AIFFHandler.h"

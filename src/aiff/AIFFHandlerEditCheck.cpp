@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Deciding whether a file can be edited without losing anything. An edit derives the
 // headers and the file's length from the index: whatever the index does not cover would
 // be truncated.

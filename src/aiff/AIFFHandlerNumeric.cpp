@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Number fields of AIFF files.
 
 #include "aiff/AIFFHandler.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Indexing the chunks of a file.
 
 #include "aiff/AIFFHandler.h"

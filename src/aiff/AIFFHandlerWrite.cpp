@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing a new file.
 
 #include "aiff/AIFFHandler.h"

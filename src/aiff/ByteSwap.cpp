@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "aiff/ByteSwap.h"
 
 #include "aiff/AIFFHandler.h"

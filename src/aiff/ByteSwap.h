@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sample byte order: the kernels that clAIFFHandler::ByteSwap chooses from.
 //
 // A kernel converts whole samples in place, whatever the alignment. The portable

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sample byte order with AVX2, chosen at run time.
 
 #include "aiff/ByteSwap.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "aiff/CommitEdit.h"
 
 #include "aiff/InPlacePlan.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Carrying out an edit of an AIFF file that was worked out in memory.
 #pragma once
 

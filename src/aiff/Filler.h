@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The filler chunks that hide what an edit in place prepares, see InPlacePlan.h.
 #pragma once
 

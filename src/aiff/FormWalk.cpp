@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "aiff/FormWalk.h"
 
 #include "aiff/AIFFHandler.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The walk through the chunk headers of a form, shared by files and streams: how far to
 // trust the sizes that the headers claim, and what to report.
 #pragma once

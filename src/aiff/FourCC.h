@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Four-character codes of the AIFF family.
 #pragma once
 

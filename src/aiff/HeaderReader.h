@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reads chunk headers ahead: a file of many small chunks does not cost a system call for
 // each, and a file of a few large chunks does not have their data read.
 #pragma once

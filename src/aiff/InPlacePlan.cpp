@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "aiff/InPlacePlan.h"
 
 #include "aiff/Filler.h"

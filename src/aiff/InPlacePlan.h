@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The order in which an edit of an AIFF file is written in place.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "aiff/PassChunks.h"
 
 #include "aiff/AIFFHandler.h"

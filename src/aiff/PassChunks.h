@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Chunks that are passed through into a new file.
 #pragma once
 

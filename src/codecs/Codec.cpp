@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codecs/Codec.h"
 
 #include "codecs/LibraryFile.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A decoder plug-in as a library: loading it and finding its functions.
 #pragma once
 

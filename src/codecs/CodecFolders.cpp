@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codecs/CodecFolders.h"
 
 #include "codecs/ExecutablePath.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where plug-ins are looked for, and the files found there.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codecs/CodecLoader.h"
 
 #include "codecs/DecoderInstance.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The decoders that are installed, and which of them reads what.
 #pragma once
 

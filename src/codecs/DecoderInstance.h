@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A decoder at work: one handle of a plug-in.
 #pragma once
 

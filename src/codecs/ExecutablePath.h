@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the running program is, which systems tell differently: a source per platform.
 #pragma once
 

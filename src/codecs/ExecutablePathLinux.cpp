@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "codecs/ExecutablePath.h"
 
 #include <filesystem>

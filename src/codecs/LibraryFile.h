@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whether a library can be loaded safely, which depends on its format: a source per platform.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decode/AudioProps.h"
 
 #include "aiff/AIFFHandler.h"

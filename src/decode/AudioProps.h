@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Texts that describe the audio for display.
 #pragma once
 

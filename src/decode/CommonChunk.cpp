@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decode/CommonChunk.h"
 
 #include "aiff/AIFFHandler.h"

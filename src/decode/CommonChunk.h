@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the COMM chunk says about the audio.
 #pragma once
 

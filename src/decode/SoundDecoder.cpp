@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decode/SoundDecoder.h"
 
 #include "aiff/AIFFHandler.h"

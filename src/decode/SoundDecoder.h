@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What decoding a file and decoding a stream have in common: the calls of the host, and
 // the arithmetic of blocks, ranges and times.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The decode range within the sound data.
 #pragma once
 

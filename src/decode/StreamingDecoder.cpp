@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decode/StreamingDecoder.h"
 
 namespace aiff

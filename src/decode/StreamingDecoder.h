@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Decoding an AIFF or AIFF-C stream into little-endian PCM blocks. Parsing the header, and
 // tags and properties, have sources of their own.
 #pragma once

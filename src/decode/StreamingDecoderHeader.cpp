@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Parsing the header of a stream, up to its sound data.
 
 #include "aiff/AIFFHandler.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tags and properties of a stream.
 
 #include "aiff/AIFFHandler.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decode/TagWriter.h"
 
 #include "aiff/CommitEdit.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing and deleting the tags of a file.
 #pragma once
 

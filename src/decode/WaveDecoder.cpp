@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "decode/WaveDecoder.h"
 
 namespace aiff

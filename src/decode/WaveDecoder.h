@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Decoding a local AIFF or AIFF-C file into little-endian PCM blocks. Tags and properties
 // have sources of their own.
 #pragma once

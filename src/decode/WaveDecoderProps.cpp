@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The audio properties of a file.
 
 #include "decode/AudioProps.h"

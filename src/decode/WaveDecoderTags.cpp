@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Tags of a file, as the decoder instance sees them.
 
 #include "decode/TagWriter.h"

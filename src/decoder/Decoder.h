@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The decoder instance that a host's handle refers to. Get and Set have a source of their
 // own, DecoderGetSet.cpp. Exports.cpp has the exported
 // functions, which qvcodec.h declares.

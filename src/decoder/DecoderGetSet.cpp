@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Get and Set: the host's questions and commands.
 
 #include "decoder/Decoder.h"

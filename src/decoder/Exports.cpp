@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The nine exported functions. They check, forward and translate; they hold no logic.
 
 #include "decoder/Decoder.h"

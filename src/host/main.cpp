@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The program aiffconv, which drives decoder plug-ins from the shell: its command line as
 // a whole. Each subcommand has a source of its own in commands/.
 

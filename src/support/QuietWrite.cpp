@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/QuietWrite.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // write(), pwrite() and ftruncate() without the signals they may raise: SIGPIPE (the reader
 // has gone) and SIGXFSZ (the file may not grow) would end the host. Results and errno are
 // those of the system calls.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Ratings from 0 to 10, as the POPM frames of ID3v2 hold them.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Arithmetic on numbers from files and hosts: results stop at the limits of 64 bits instead
 // of overflowing.
 #pragma once

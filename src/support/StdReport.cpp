@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/StdReport.h"
 
 #include "support/QuietWrite.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The diagnostic report: an indented trace of all operations, errors and tolerated
 // irregularities, written to the three outputs that the host handed over.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/XAudioWFX.h"
 
 #include "support/SaturatingMath.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The wave format of PCM audio and the arithmetic that belongs to it.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A memory block with a used size, for data whose size comes from outside: it reports
 // when memory runs short instead of throwing.
 #pragma once

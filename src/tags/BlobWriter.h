@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing tag blobs: a 32-bit item count, then items of a 32-bit size that counts itself,
 // name, value and data. Integers are little-endian.
 #pragma once

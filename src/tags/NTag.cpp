@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/NTag.h"
 
 #include <unordered_map>

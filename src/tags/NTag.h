@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The format-neutral tag list: named items in order, each with a text value, binary
 // data, or both. NTag.cpp has the list and its names; the blob, a format of its own, is
 // in NTagBlob.cpp.

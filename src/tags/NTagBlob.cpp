@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tag blob of a list, whose layout BlobWriter.h tells.
 
 #include "tags/BlobWriter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the items of a tag list have to do with the fields of a tag.
 #pragma once
 

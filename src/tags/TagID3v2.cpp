@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/TagID3v2.h"
 
 #include "tags/TagFields.h"

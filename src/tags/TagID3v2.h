@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An ID3v2 tag in a region of a file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/TagItems.h"
 
 #include "support/text/Ascii.h"

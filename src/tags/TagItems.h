@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What reading shows of tags, as items: the tag's version, its fields and its pictures. They
 // go from the tags' bytes to the blob one by one, so that a hostile tag cannot make more of
 // itself than the blob.

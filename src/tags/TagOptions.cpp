@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/TagOptions.h"
 
 #include "tags/id3parser/text/TextEncodings.h"

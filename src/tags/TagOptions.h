@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How a tag is to be written.
 #pragma once
 

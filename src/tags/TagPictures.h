@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Pictures: APIC frames and the items of a tag list that stand for them.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An edit of an ID3v2 tag, in memory: from the bytes of the old tag, or of several,
 // and a tag list to the bytes of the new one.
 #pragma once

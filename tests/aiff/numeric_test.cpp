@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Number fields and sample byte order.
 
 #include "aiff/AIFFHandler.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // New files: what is laid out, in which order it is written, and what a full disk does.
 
 #include "aiff/AIFFHandler.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Edits of tags through the plug-in, and what must hold after each.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Files in all the shapes that an edit has to cope with, and the edits to make.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A system that fails, and a process that ends, at every step of an edit.
 
 #include "edits/EditHarness.h"

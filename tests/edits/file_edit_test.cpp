@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An edit of a file that is not carried out yet.
 
 #include "support/AiffBuilder.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Edits and the file system: what a file is besides its bytes, and who else has it open.
 
 #include "edits/EditHarness.h"

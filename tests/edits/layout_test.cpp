@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Every edit of every layout.
 
 #include "edits/EditHarness.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What reading and editing tags costs: counts of bytes, calls and memory.
 
 #include "edits/EditHarness.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What is left of an edit when the power fails or the program ends: the calls of real edits are
 // recorded, and every state that the disk may be in is worked out from them.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Prints what mutagen reads in AIFF files, a line for each: title, artists, type and bytes
 of the cover, and whether there is a frame that no field represents."""
 import sys

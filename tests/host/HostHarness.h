@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Runs aiffconv in a folder of its own, with libsndfile as the judge of sound.
 #pragma once
 

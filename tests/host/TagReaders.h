@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What TagLib reads in files that aiffconv wrote, as texts.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What convert and encode make of tags, by what mutagen writes and reads.
 
 usage: carried_tags.py AIFFCONV; exits with 77 when mutagen is not installed."""

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // aiffconv check: a clean file, and the same file with one thing changed.
 
 #include "HostHarness.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What aiffconv as a program does: convert, info, codecs, and what all commands refuse.
 
 #include "HostHarness.h"

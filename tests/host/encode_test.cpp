@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // aiffconv encode, and what it shares with convert; independent readers are the judges.
 
 #include "HostHarness.h"

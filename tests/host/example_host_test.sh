@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Compiles the example for host writers as its comment says and compares what it decodes
 # with what aiffconv does.
 #

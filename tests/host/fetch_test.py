@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """What decoders cannot stream is fetched: from a server that answers as each case says, and from
 standard input. Usage: fetch_test.py AIFFCONV CODEC_FOLDER"""
 import gzip

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A decoder made for tests, built once for each fault. The scripted one reads files
 // of the form "FIXTURE key=number ...", 16 bit mono at 8000 Hz, every sample 0x0101:
 //   blocks  number of blocks of 1000 bytes      promise  bytes it says there are

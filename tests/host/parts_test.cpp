@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Parts of the host and the codec loader that no command line reaches in full.
 
 #include "codecs/CodecLoader.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Streams through aiffconv: what the file gives, byte for byte, or the word that it does not.
 
 #include "HostHarness.h"

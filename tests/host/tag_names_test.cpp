@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The names of text fields and the kinds of pictures in AIFF, WAV and FLAC, as TagLib reads
 // them in all three.
 

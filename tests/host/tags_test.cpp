@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What convert makes of tags, with TagLib as the independent reader.
 
 #include "TagReaders.h"

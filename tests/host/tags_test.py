@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Drives AIFFCONV with the decoders in CODECS over files that mutagen makes and reads: fields,
 pictures, whole tags, characters beyond U+FFFF, tags that are hidden, bytes that an edit would cut
 off, many jobs, names that are not UTF-8, and a trace on a terminal."""

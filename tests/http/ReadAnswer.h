@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Answers of a server from memory, without a network.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An HTTP server on loopback that does what each test wants, however improper.
 #pragma once
 

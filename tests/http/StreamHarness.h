@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A stream for the plug-in, and what is to be heard of it.
 #pragma once
 

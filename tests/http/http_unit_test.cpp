@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Addresses and answers, as texts: no network.
 
 #include "ReadAnswer.h"

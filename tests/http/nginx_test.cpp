@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Streams from nginx, started for the test on a free port in a folder of its own.
 
 #include "StreamHarness.h"

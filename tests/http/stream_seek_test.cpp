@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Seeking in streams, decode ranges, and the limits on a server's patience.
 
 #include "StreamHarness.h"

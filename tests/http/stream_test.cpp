@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Streams through the plug-in's nine functions, from servers good and bad.
 
 #include "StreamHarness.h"

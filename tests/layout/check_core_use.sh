@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Fails when the host uses the core outside author/, which links it for all: object files tell.
 #     check_core_use.sh NM CORE AUTHOR ARCHIVE...    (static libraries)
 set -eu

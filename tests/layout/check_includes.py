@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Holds the includes of src/ of PROJECT_FOLDER against the table in docs/ARCHITECTURE.md: a file
 includes what its row names, of earlier rows; folders with an asterisk are not passed on to those
 who include the row's headers; nothing is named in vain; no two files depend on each other (a

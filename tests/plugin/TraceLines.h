@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Lines of the diagnostic trace, written short.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Keys, records, properties, null arguments, and what a host must not notice.
 
 #include "support/PluginDriver.h"

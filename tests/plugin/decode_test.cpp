@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Decoding: every format against libsndfile, blocks, ranges, seeking, ends.
 
 #include "support/PluginDriver.h"

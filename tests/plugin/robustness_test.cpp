@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Damaged and hostile files, and a system that runs out of memory.
 
 #include "support/PluginDriver.h"

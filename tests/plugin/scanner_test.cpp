@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The index of chunks: what is repaired, and what is said of it.
 
 #include "support/PluginDriver.h"

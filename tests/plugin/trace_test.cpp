@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The three outputs of the report, line by line.
 
 #include "TraceLines.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Builds AIFF and AIFF-C files in memory: sound ones, and ones with a chosen fault.
 #pragma once
 

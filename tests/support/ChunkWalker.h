@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A strict reader of the chunk structure, for files that the system wrote.
 #pragma once
 

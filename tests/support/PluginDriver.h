@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Drives the built AIFF.so as a host does, through its nine functions.
 #pragma once
 

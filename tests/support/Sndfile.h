@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The samples of a file as an independent reader delivers them.
 #pragma once
 

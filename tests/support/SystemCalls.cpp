@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #undef _FORTIFY_SOURCE // its headers would define pread and others here
 #include "SystemCalls.h"
 

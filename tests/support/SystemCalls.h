@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The system calls of the plug-in, counted, made to fail, or survived by nobody: it calls
 // this program's own functions instead of those of the C library.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Tag lists as text: "name=value;name=value;". Data stands where a value would.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Files for one test, in a folder of their own that goes with the object.
 #pragma once
 

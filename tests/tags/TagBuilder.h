@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Builds ID3v2 tags from a notation, "TIT2:a|TXXX^k^v|PRIV[4000]=x": after ':' comes a
 // Latin text, after each '^' a UTF-16 string (comments are in English), after '=' the body
 // as it is; the brackets hold the flag bytes, and '~' is a zero byte.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "TagBuilder.h"
 #include "tags/TagItems.h"
 #include "tags/id3parser/fields/FieldNames.h"

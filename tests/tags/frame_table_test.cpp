@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Every row of the table of frames, spelled out a second time and driven through reading,
 // writing and editing. A row of the table without a case fails.
 #include "TagBuilder.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How much memory hostile tags take: what operator new gives out is counted.
 #include "TagBuilder.h"
 #include "tags/TagItems.h"

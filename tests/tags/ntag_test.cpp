@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tag list, its blob, album-art names and track numbers.
 
 #include "support/AiffBuilder.h"

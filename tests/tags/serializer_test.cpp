@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "TagBuilder.h"
 #include "tags/id3parser/frames/Serialize.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "TagBuilder.h"
 #include "support/TempDir.h"
 #include "support/file/DiskFile.h"

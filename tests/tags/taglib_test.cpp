@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // TagLib reads what is written here, and sees again what it had written itself.
 #include "TagBuilder.h"
 #include "support/TempDir.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "TagBuilder.h"
 #include "tags/id3parser/fields/FrameToMeta.h"
 #include "tags/id3parser/fields/Gapless.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The text layer: UTF-8 under each policy, surrogates, case, digits, names of files.
 
 #include "support/text/Unicode.h"

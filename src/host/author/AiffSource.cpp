@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/AiffSource.h"
 
 #include "decode/CommonChunk.h"

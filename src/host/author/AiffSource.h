@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // AIFF files as inputs of the encoder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/ContainerSizes.h"
 
 #include "host/author/tags/AiffForm.h"

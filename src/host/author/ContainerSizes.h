@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What sound files say of their own sizes.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Checking AIFF files.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Making AIFF files, as the work of a batch.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/OpenSource.h"
 
 #include "host/author/AiffSource.h"

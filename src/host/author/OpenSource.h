@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Opening what is to be encoded, whatever its format.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/OutputContent.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How the core writes to an output of the host.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Other files as inputs of the encoder.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/SoundCheck.h"
 
 #include "aiff/AIFFHandler.h"

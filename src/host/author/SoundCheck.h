@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The checks of the chunks that describe and hold the sound.
 #pragma once
 

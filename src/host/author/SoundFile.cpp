@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/SoundFile.h"
 
 #include "host/author/AiffSource.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sound files looked at without decoding them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/SoundSource.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the encoder reads.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the program returns to the shell.
 #pragma once
 

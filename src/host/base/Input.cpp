@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/base/Input.h"
 
 #include "support/text/XStr.h"

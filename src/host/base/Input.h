@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the user gives the program to read.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // JSON as the program prints it.
 #pragma once
 

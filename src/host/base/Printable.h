@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Text on its way to a terminal.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/base/Problem.h"
 
 #include "host/base/Printable.h"

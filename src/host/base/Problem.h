@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What went wrong, as a value: the host's one idiom for failures.
 //
 // An operation that can fail returns a Problem, or a Result of what it makes, and prints

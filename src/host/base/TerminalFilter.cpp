@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/base/TerminalFilter.h"
 
 #include "host/base/Printable.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What other code writes to a terminal.
 #pragma once
 

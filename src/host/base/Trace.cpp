@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/base/Trace.h"
 
 #include <algorithm>

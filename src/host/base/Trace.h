@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the user sees of the decoders' report.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/batch/Batch.h"
 
 #include "host/base/Json.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Running a command that turns files into files.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How one file of a batch went.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What outputs ask of the file system. One implementation per platform.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/batch/FileSystem.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Results of jobs that run at the same time, shown in the order of the jobs.
 #pragma once
 

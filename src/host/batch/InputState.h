@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whether a file stays as it is while it is read.
 #pragma once
 

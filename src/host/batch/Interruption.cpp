@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/batch/Interruption.h"
 
 #include "host/base/ExitCode.h"

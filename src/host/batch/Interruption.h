@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Cleaning up when the program is told to stop.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Jobs spread over threads.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An output that appears whole or not at all.
 #pragma once
 

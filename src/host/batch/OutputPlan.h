@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Which output each input is written to.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How far a command has got, shown to the user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/batch/TemporaryName.h"
 
 #include "host/batch/Interruption.h"

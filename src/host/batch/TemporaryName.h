@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Names of unfinished outputs, and what dead programs have left under them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/FileCheck.h"
 #include "host/base/Input.h"
 #include "host/base/Json.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/Command.h"
 
 #include <CLI/CLI.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The subcommands of the program. Each is defined in a source ...Command.cpp, which needs no
 // header besides its Make function here.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/CommandGroup.h"
 
 #include <CLI/CLI.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Sets of subcommands.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/FetchArguments.h"
 
 #include <CLI/CLI.hpp>

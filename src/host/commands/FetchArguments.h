@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Command-line options of the commands that read more than files.
 #pragma once
 

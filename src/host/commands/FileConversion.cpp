@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/FileConversion.h"
 
 #include "host/author/tags/ReadCarriedTags.h"

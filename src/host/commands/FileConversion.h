@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The conversion of one file.
 #pragma once
 

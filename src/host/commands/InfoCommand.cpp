@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/tags/ReadFileTags.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"

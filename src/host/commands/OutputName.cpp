@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/OutputName.h"
 
 #include "host/base/Input.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Whether the name of an output says what is in it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/TagArguments.h"
 
 #include "support/text/Ascii.h"

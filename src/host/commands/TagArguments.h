@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Arguments of the commands that change tags.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/TagWork.h"
 
 #include "host/author/tags/CopyTags.h"

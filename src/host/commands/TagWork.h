@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the commands that change tags have in common.
 #pragma once
 

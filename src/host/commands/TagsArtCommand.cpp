@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/batch/OutputFile.h"
 #include "host/commands/CommandGroup.h"
 #include "host/commands/TagWork.h"

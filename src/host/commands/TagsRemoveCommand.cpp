@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/TagArguments.h"
 #include "host/commands/TagWork.h"
 #include "support/text/XStr.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/TagWork.h"

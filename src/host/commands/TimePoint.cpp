@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/commands/TimePoint.h"
 
 #include "support/text/Ascii.h"

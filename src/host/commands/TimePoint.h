@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Positions and durations in a recording, as people write them.
 #pragma once
 

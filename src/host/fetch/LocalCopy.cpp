@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/fetch/LocalCopy.h"
 
 #include "host/fetch/ScratchFile.h"

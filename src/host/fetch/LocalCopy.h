@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Copies of inputs that decoders cannot read in place: what a URL names, and standard input.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/fetch/ScratchFile.h"
 
 #include <cerrno>

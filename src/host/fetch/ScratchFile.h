@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A file without a name, for content that must lie on disk for a while.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/session/AtHand.h"
 
 #include "host/session/DecoderSession.h"

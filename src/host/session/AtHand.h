@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Bringing an input within reach of the decoders.
 #pragma once
 

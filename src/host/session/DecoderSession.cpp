@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/session/DecoderSession.h"
 
 #include "support/text/XStr.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A decoder at work on one input.
 #pragma once
 

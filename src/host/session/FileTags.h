@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tags of a file as they are in it.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the lines of a decoder's report mean, in words for people.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/session/ReportCapture.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading what decoders report.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tags that a decoder reads and writes, as items and as the blob at the boundary.
 #pragma once
 

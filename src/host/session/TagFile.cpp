@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/session/TagFile.h"
 
 #include "host/batch/Interruption.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tags of one file.
 #pragma once
 

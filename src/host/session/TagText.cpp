@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/session/TagText.h"
 
 #include "host/base/Printable.h"

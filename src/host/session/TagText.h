@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Tags as text and as JSON.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing audio, whatever the format.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Tags and pictures of AIFF files in the form in which WAV and FLAC files hold them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/writers/FlacWriter.h"
 
 #include "host/writers/OpenSndfile.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing FLAC files.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/writers/MakeAudioWriter.h"
 
 #include "host/writers/FlacWriter.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The formats that audio can be written in.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/writers/MakeId3.h"
 
 #include "host/writers/TagNames.h"

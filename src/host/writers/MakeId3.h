@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Making ID3v2 tags of content that was read from other formats.
 #pragma once
 

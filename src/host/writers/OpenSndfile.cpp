@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/writers/OpenSndfile.h"
 
 #include <mutex>

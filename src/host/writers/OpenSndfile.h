@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Opening files with libsndfile, from any thread.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/writers/PictureKinds.h"
 
 #include "host/session/TagBlob.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The kinds of pictures that tags hold.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/writers/ReadId3.h"
 
 #include "host/writers/TagNames.h"

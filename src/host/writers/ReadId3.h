@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading ID3v2 tags as content that other formats can hold.
 #pragma once
 

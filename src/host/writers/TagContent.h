@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a tag says, in terms that tags of several formats have in common.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The names of text fields where TagLib's property map knows none, or has others.
 //
 // A field is known by the name of its property in TagLib, such as "ALBUMARTIST". Vorbis

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The beginning of a WAV file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/writers/WavWriter.h"
 
 namespace aiff::host

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A file on disk.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/EditTarget.h"
 
 #include "support/file/SystemError.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A file opened by name in order to edit it.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The attributes of a file besides its data. One implementation per platform.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/FileAttributes.h"
 #include "support/file/SystemError.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/FileContent.h"
 
 #include "support/SaturatingMath.h"

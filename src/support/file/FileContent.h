@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Bytes that can be read and changed by position.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Ownership of descriptors.
 #pragma once
 

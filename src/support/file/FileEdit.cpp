@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/FileEdit.h"
 
 #include "support/SaturatingMath.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // An edit of a file that is worked out before anything is written.
 //
 // Writes, moves and changes of size go into a list of pieces, and reads see their result.

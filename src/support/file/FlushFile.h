@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Getting what was written to a file onto its disk. One implementation per platform.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/InPlaceWriter.h"
 
 #include <algorithm>

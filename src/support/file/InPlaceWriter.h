@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Changing a file in place so that readers see the old content or the new one, never a
 // mixture, whenever the program or the power ends.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/ReplaceFile.h"
 
 #include "support/file/FileAttributes.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Replacing a file by a changed copy.
 #pragma once
 

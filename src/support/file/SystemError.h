@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a failed system call left in errno, as a value.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/TemporaryFile.h"
 
 #include "support/file/SystemError.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The file under which an edit by copying works, until the copy takes the name of the original.
 #pragma once
 

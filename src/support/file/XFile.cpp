@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/file/XFile.h"
 
 #include "support/file/DiskFile.h"

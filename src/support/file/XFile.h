@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A file with a position, as the chunk handler and the decoders use it.
 #pragma once
 

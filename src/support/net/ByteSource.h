@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Where the bytes of a response come from: a connection, or a text in memory.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/net/HttpHead.h"
 
 #include "support/text/Ascii.h"

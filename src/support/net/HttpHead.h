@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The header of an HTTP response: status line and fields.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reads an HTTP response from a source of bytes: its header, then its body without the
 // framing.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A request to a server and the response to it.
 #pragma once
 

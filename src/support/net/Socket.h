@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What systems do differently about sockets: a source per platform.
 #pragma once
 

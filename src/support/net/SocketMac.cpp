@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/net/Socket.h"
 
 #include <fcntl.h>

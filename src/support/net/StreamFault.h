@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Why a stream could not be opened or read.
 #pragma once
 

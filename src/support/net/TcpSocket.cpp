@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/net/TcpSocket.h"
 
 #include "support/net/Socket.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A connection to a server.
 #pragma once
 

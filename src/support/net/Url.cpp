@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/net/Url.h"
 
 #include "support/text/Ascii.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Addresses that begin with "http://".
 #pragma once
 

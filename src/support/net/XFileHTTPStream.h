@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The input of a decoder instance.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // ASCII in protocols, keys and names: letters, digits, blanks and case, whatever the process
 // locale, for 8-bit and for wide characters alike.
 #pragma once

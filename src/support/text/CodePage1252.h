@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Windows code page 1252.
 #pragma once
 

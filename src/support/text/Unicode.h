@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Code points, and the surrogates by which UTF-16 stores those above U+FFFF.
 #pragma once
 

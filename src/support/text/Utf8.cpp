@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/text/Utf8.h"
 
 #include "support/text/Unicode.h"

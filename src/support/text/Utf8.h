@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // UTF-8, one character at a time.
 #pragma once
 

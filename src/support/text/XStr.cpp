@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/text/XStr.h"
 
 #include "support/text/CodePage1252.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Wide strings: the system's text type, with the conversions that keys, field names,
 // file names and report lines need. None of them looks at the process locale.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What reading and checking AIFF files have in common: chunk codes and limits.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/tags/ChunkText.h"
 
 #include "support/text/Utf8.h"

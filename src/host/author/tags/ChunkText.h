@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Text in the chunks of AIFF and RIFF files, which do not say how it is coded.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/tags/CopyTags.h"
 
 #include "decode/TagWriter.h"

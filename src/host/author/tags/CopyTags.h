@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Copying the tags of one AIFF file to another.
 #pragma once
 

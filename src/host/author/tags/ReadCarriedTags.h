@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading what is carried from AIFF files to files in other formats.
 #pragma once
 

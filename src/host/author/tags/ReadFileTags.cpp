@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/tags/ReadFileTags.h"
 
 #include "aiff/AIFFHandler.h"

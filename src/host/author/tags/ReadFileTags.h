@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading the tags of AIFF files without a decoder.
 #pragma once
 

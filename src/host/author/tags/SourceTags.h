@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tags of the files that are encoded.
 #pragma once
 

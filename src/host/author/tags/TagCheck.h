@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Tags that are in a file and cannot be read, or are not where readers look for them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/author/tags/UpdateTag.h"
 
 #include "tags/TagUpdate.h"

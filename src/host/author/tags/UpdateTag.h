@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // ID3v2 tags made by way of a tag list.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What a WAV file holds besides its sound.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The byte buffer of a frame body.
 #pragma once
 

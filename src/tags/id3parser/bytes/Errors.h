@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // What the ID3v2 codec throws, and the checked view its body decoders use.
 //
 // Exceptions do not leave src/tags: the codec catches those of one frame, TagPictures and

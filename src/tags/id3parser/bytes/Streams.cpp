@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/id3parser/bytes/Streams.h"
 
 #include "tags/id3parser/bytes/Errors.h"

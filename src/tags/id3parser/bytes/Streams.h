@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Byte streams that the codec reads tags from and writes tags to.
 #pragma once
 

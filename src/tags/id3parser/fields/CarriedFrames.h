@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The frames of old tags on their way into a new one, which carries them over in the form
 // that they have for as long as nothing changes them.
 #pragma once

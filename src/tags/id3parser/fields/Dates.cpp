@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/id3parser/fields/Dates.h"
 
 #include "support/text/Ascii.h"

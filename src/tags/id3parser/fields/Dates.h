@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Dates of tags: "2004", "2004-03" and "2004-03-15".
 #pragma once
 

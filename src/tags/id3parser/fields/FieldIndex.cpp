@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/id3parser/fields/FieldIndex.h"
 
 #include "tags/id3parser/fields/FrameToMeta.h"

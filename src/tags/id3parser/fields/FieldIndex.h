@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The frames of tags by the fields that represent them. Values stay in their frames and are
 // read from there, one by one, when somebody asks: a tag may consist of nothing but fields.
 #pragma once

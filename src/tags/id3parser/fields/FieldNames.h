@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Fields that need a treatment of their own, told by their names. Names are compared
 // without regard to the case of ASCII letters.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading: frames to fields.
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The gapless information that iTunes keeps in a comment described "iTunSMPB".
 #pragma once
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Genres: the numbered list of ID3v1 and the forms of the TCON frame.
 #pragma once
 

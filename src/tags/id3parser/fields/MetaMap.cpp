@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/id3parser/fields/MetaMap.h"
 
 #include "tags/id3parser/fields/FieldNames.h"

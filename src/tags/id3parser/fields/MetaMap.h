@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The field map: values by field name, between frames and the tag list. Text is
 // UTF-8.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing: fields to frames.
 #pragma once
 

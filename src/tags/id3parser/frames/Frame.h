@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // One frame of a tag: its identifier and its body, with getters and setters that read
 // and build bodies.
 #pragma once

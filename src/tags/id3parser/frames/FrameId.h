@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Frame identifiers: four ASCII characters, the first in the top byte. 0 is no
 // identifier.
 #pragma once

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The body of an APIC frame: encoding, MIME type, picture type, description and the
 // picture's bytes. All functions throw parseError for a malformed one.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/id3parser/frames/FrameReader.h"
 
 #include "tags/id3parser/bytes/Errors.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The pieces of an ID3v2 tag below the frame list: integers, headers and bodies, and the
 // walk from frame to frame that reading and editing share. What reads throws parseError for
 // bytes that are not what they should be.

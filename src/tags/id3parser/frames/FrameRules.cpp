@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/id3parser/frames/FrameRules.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The table of frames: the name of each in ID3v2.2, the field that it holds, and how the
 // field is read and written. The writer takes the rows from top to bottom.
 #pragma once

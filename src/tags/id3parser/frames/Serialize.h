@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Writing tags: the pieces of t_tag::Write. They throw writeError for what the format
 // cannot express.
 #pragma once

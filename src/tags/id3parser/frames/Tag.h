@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The tag as the codec sees it: a revision and a list of frames with undecoded
 // bodies. Whatever revision was read, frames carry four-character identifiers
 // and bodies shaped as in ID3v2.3 and 2.4.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A tag as it is in its file: where its frames are, and whether reading shows them, passes
 // over them or stumbles at them. Bodies stay where they are until somebody wants one.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tags/id3parser/text/CodePages.h"
 
 #include "support/text/CodePage1252.h"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Conversions between the code pages of tags, UTF-16 and the 32-bit text of the system.
 // All of them stop at the first character that decodes to 0: at the end of the input, at
 // a zero or at an invalid sequence.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The text encodings of ID3v2 frame bodies. Text leaves and enters as UTF-8.
 #pragma once
 
