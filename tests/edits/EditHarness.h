@@ -6,7 +6,12 @@
 #include "edits/Layouts.h"
 #include "support/PluginDriver.h"
 
+#include <functional>
 #include <map>
+#include <sys/wait.h>
+#include <taglib/aifffile.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/tbytevectorstream.h>
 
 // The tags as the plug-in hands them out, without the tag's version.
 inline NTag ReadTags(const Plugin& plugin, const std::string& path)
@@ -33,18 +38,31 @@ inline long FilesIn(const TempDir& dir)
                          std::filesystem::directory_iterator());
 }
 
-// What a script that needs mutagen prints of files; nothing where it is not installed.
-inline std::vector<std::string> MutagenReads(const std::string& script, const std::string& files)
+// What a function returns in a process of its own; -1 when that is killed.
+inline int InChild(const std::function<int()>& body)
 {
-    std::vector<std::string> lines;
-    const std::string python = "/usr/bin/python3 ";
-    if (system((python + "-c 'import mutagen.aiff' 2>/dev/null").c_str()) != 0)
-        return {};
-    FILE* const output = popen((python + script + files).c_str(), "r");
-    for (char line[256]; output != nullptr && fgets(line, sizeof line, output) != nullptr;)
-        lines.emplace_back(line, strcspn(line, "\n"));
-    EXPECT_TRUE(output != nullptr && pclose(output) == 0);
-    return lines;
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(body());
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) || WTERMSIG(status) == SIGKILL);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// The frames that TagLib reads, which does not mind the form's size: their texts and their bytes.
+inline std::pair<std::string, std::string> SeenByTagLib(const Bytes& file)
+{
+    TagLib::ByteVectorStream stream(
+        {reinterpret_cast<const char*>(file.data()), static_cast<unsigned>(file.size())});
+    TagLib::RIFF::AIFF::File sound(&stream, false);
+    std::pair<std::string, std::string> seen;
+    for (const auto* frame : sound.tag()->frameList()) {
+        const TagLib::ByteVector id = frame->frameID(), bytes = frame->render();
+        seen.first += std::string(id.data(), id.size()) + frame->toString().to8Bit(true) + "|";
+        seen.second.append(bytes.data(), bytes.size());
+    }
+    return seen;
 }
 
 // One edit, prepared so far that only the plug-in's function is left to be called.

@@ -49,6 +49,7 @@ inline std::vector<Edit> AllEdits()
 }
 
 inline const std::string kForeignFrame = Frames(3, "GEOB:a/b\0f\0dj\0"s + std::string(42, 'g'));
+inline const std::string kForeignText = "GEOB[a/b] f \"dj\"|"; // as TagLib tells of it
 
 // A tag with a title, a frame that no field represents, and padding.
 inline Chunk TagChunk(const std::string& title, size_t padding = 0, size_t claimsMore = 0)

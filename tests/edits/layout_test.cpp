@@ -20,11 +20,8 @@ std::vector<int32_t> SoundOf(const Layout& layout)
     return samples;
 }
 
-TEST_F(LayoutTest, EditsKeepEverythingElseAndMutagenReadsThem)
+TEST_F(LayoutTest, EditsKeepEverythingElseAndTagLibReadsThem)
 {
-    std::string files;
-    std::vector<std::string> seen, names;
-    const TempDir edited;
     for (const Layout& layout : EditableLayouts())
         for (const Edit& edit : AllEdits()) {
             SCOPED_TRACE(layout.name + ": " + edit.name);
@@ -44,22 +41,12 @@ TEST_F(LayoutTest, EditsKeepEverythingElseAndMutagenReadsThem)
             // Once more: nothing is left to be done.
             EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
             EXPECT_EQ(ReadFile(path), bytes);
-            if (layout.name == "CSl")
-                continue; // mutagen knows "ID3 " alone
-            names.push_back(layout.name + ": " + edit.name);
-            files += " " + edited.Write(std::to_string(names.size()), bytes);
-            seen.push_back(
-                (isSet ? "New"s : "none"s) +
-                (ValueOf(edit.items, L"Artist").empty() ? " none" : " Me/You") +
-                (ValueOf(edit.items, kCover).empty() ? " none" : " image/png:5005") +
-                (layout.hasForeign && edit.kind != Edit::DeleteAll ? " foreign" : " own"));
+            std::string frames = isSet ? "TIT2New|" : "";
+            frames += ValueOf(edit.items, L"Artist").empty() ? "" : "TPE1Me/You|";
+            frames += layout.hasForeign && edit.kind != Edit::DeleteAll ? kForeignText : "";
+            frames += ValueOf(edit.items, kCover).empty() ? "" : "APIC[image/png]|";
+            EXPECT_EQ(SeenByTagLib(bytes).first, frames);
         }
-    const std::vector<std::string> lines = MutagenReads(AIFF_READ_TAGS, files);
-    if (lines.empty())
-        GTEST_SKIP() << "mutagen is not installed";
-    ASSERT_EQ(lines.size(), seen.size());
-    for (size_t i = 0; i < lines.size(); ++i)
-        EXPECT_EQ(lines[i], seen[i]) << names[i];
 }
 
 TEST_F(LayoutTest, RefusedEditsLeaveTheFileAndSayWhy)
