@@ -170,6 +170,9 @@ run("convert", "in.aiff", "out.wav")
 run("encode", "out.wav", "back.aiff")
 same({frame.text[0] for frame in AIFF("back.aiff").tags.values()},
      {"Caf\u00E9", "Zo\u00EB", "\u00A9 Andr\u00E9", "one; two"}, "INFO of chunks")
+write_aiff((b"ID3 ", tag([F["TPE1"](1, ["One", "Two"])], 3)))
+run("convert", "in.aiff", "out.flac")
+same(comments(), [("ARTIST", "One"), ("ARTIST", "Two")], "values of ID3v2.3, with / between them")
 
 # INFO fields beside a tag, which keeps its version, and without one.
 info = b"INFO" + b"".join(chunk("<", *row[:2]) for row in INFO)

@@ -125,6 +125,31 @@ for link, overwrite, code in ((0, [], 1), (0, ["--overwrite"], 0), (1, ["--overw
     assert read("precious") == b"precious"
 run(0, "tags", "art", "set", "a.aiff", "j.jpg", "--description", "new")
 assert pictures_of("a.aiff") == [(3, "image/jpeg", "new", images["j.jpg"]), back]
+kinds = ("other icon other-icon front back leaflet media lead-artist artist conductor band composer "
+         "writer location recording performance video - illustration artist-logo publisher-logo")
+numbers = {kind: number for number, kind in enumerate(kinds.split()) if kind != "-"}
+offered = run(0, "tags", "art", "set", "--help")[0].split("Types:\n")[1].strip().split(", ")
+for kind in offered:
+    run(0, "tags", "art", "set", "b=c.aiff", "p.png", "--type", kind, "--description", kind)
+assert {text: int(number) for number, _, text, _ in pictures_of("b=c.aiff")} == numbers
+
+# Every kind of value is written in both versions, and other frames stay.
+given = ["Title=T\u00efle \U0001f600", "Artist=A", "Artist=B", "Album=\u00ff\u0100", "Year=2004",
+         "Track=3/12", "Genre=Rock", "Genre=Own", "Lyrics=la", "Rating=10", "custom=v"]
+kept = [id3.PRIV("dj", b"\0\xff\xe0\xff\0\xff\xff"), id3.COMM(1, "eng", "", "old")]
+unsynchronised = images["j.jpg"] + b"\xff\0 data \xff\0 end\xff"
+with open("j.jpg", "wb") as file:
+    file.write(unsynchronised)
+for version, artists, genres in ((3, "A/B", "Rock;Own"), (4, ["A", "B"], ["Rock", "Own"])):
+    write("v.aiff", tag_of(version, id3.TIT2(1, "Old"), *kept))
+    run(0, "tags", "set", "v.aiff", *given)
+    run(0, "tags", "art", "set", "v.aiff", "j.jpg", "--description", "\u00e9")
+    wanted = [*kept, id3.TIT2(1, "T\u00efle \U0001f600"), id3.TPE1(1, artists), id3.TCON(1, genres),
+              id3.TALB(1, "\u00ff\u0100"), id3.TDRC(0, "2004"), id3.TRCK(1, "3/12"),
+              id3.USLT(1, "eng", "", "la"), id3.POPM("Windows Media Player 9 Series", 255),
+              id3.TXXX(1, "custom", "v"), id3.APIC(1, "image/jpeg", 3, "\u00e9", unsynchronised)]
+    assert aiff.AIFF("v.aiff").tags.version[1] == version
+    assert set(frames_of("v.aiff").values()) == set(map(repr, wanted)), frames_of("v.aiff")
 
 # Text beyond U+FFFF is set, shown and copied; a name that is not UTF-8 can be had back.
 NOTE = "\U0001F3B5"
