@@ -5,23 +5,16 @@ import gzip
 import http.server
 import json
 import os
-import struct
-import subprocess
-import sys
-import tempfile
 import threading
 
-
-def chunk(code, body):
-    return code + struct.pack(">I", len(body)) + body + bytes(len(body) % 2)
-
+from harness import common, folder, form, read, run, write
 
 SOUND = bytes(range(256)) * 40
-COMM = struct.pack(">hIh10s4s2s", 2, len(SOUND) // 4, 16, bytes.fromhex("400eac44000000000000"), b"NONE", b"")
-TITLE = chunk(b"ID3 ", b"ID3\3\0\0\0\0\0\x17TIT2\0\0\0\x0d\0\0\0Fetched tune")
-CHUNKS = [chunk(b"FVER", bytes(4)), chunk(b"COMM", COMM), chunk(b"SSND", bytes(8) + SOUND), TITLE]
-FETCHED = chunk(b"FORM", b"AIFC" + b"".join(CHUNKS))
-STREAM = chunk(b"FORM", b"AIFC" + b"".join(CHUNKS[1:]))
+COMM = common(2, len(SOUND) // 4, 16) + b"NONE\0\0"
+TITLE = b"ID3\3\0\0\0\0\0\x17TIT2\0\0\0\x0d\0\0\0Fetched tune"
+CHUNKS = [(b"FVER", bytes(4)), (b"COMM", COMM), (b"SSND", bytes(8) + SOUND), (b"ID3 ", TITLE)]
+FETCHED = form(b"FORM", b"AIFC", CHUNKS)
+STREAM = form(b"FORM", b"AIFC", CHUNKS[1:])
 
 
 class Server(http.server.BaseHTTPRequestHandler):
@@ -49,21 +42,19 @@ class Server(http.server.BaseHTTPRequestHandler):
         pass
 
 
-def run(arguments, given=b""):
-    return subprocess.run([sys.argv[1], *arguments.split()], input=given, capture_output=True, env=ENVIRONMENT)
+def convert(source, code, options="", given=b""):
+    return run(code, "convert", source, "-o", "out.wav", *options.split(), given=given)[1]
 
 
 server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Server)
 threading.Thread(target=server.serve_forever, daemon=True).start()
 place = f"127.0.0.1:{server.server_port}"
-folder = tempfile.TemporaryDirectory()
-os.chdir(folder.name)
 os.mkdir("temporary")
-ENVIRONMENT = os.environ | {"QVCODECPATH": sys.argv[2], "TMPDIR": folder.name + "/temporary", "no_proxy": "*"}
-with open("local.aifc", "wb") as file:
-    file.write(FETCHED)
-assert run("convert local.aifc -o local.wav").returncode == 0
-local = open("local.wav", "rb").read()
+os.environ |= {"TMPDIR": folder.name + "/temporary", "no_proxy": "*"}
+write("local.aifc", FETCHED)
+convert("local.aifc", 0)
+local = read("out.wav")
+os.remove("out.wav")
 swapped = bytearray(len(SOUND))
 swapped[::2], swapped[1::2] = SOUND[1::2], SOUND[::2]
 assert bytes(swapped) in local and b"Fetched tune" in local
@@ -85,24 +76,23 @@ for path, options, code, said, same in [
     ("/stream.aifc", "--no-tags", 0, "", False),
     ("/stream.aifc", "--no-tags --fetch", 0, "fetched", False),
 ]:
-    done = run(f"convert http://{place}{path} -o out.wav {options}")
-    words = done.stderr.decode()
-    assert said or not words.count("aiffconv:"), words
-    case = f"{path} {options}: {done.returncode} {words}"
-    assert done.returncode == code and said in words, case
+    words = convert(f"http://{place}{path}", code, options)
+    case = f"{path} {options}: {words}"
+    assert said in words and (said or "aiffconv:" not in words), case
     assert os.path.exists("out.wav") == (code != 1), case
     if os.path.exists("out.wav"):
-        assert (open("out.wav", "rb").read() == local) == same, case
+        assert (read("out.wav") == local) == same, case
         os.remove("out.wav")
-assert "SSL" in run(f"convert https://{place}/a.aifc -o out.wav").stderr.decode()
+assert "SSL" in convert(f"https://{place}/a.aifc", 1)
 
-assert run("convert - -o out.wav", FETCHED).returncode == 0 and open("out.wav", "rb").read() == local
-assert run("convert - -o out.wav --overwrite", FETCHED[:-4000]).returncode == 4
-assert "is empty" in run("convert - -o none.wav").stderr.decode()
+convert("-", 0, given=FETCHED)
+assert read("out.wav") == local
+convert("-", 4, "--overwrite", FETCHED[:-4000])
+assert "is empty" in convert("-", 1, "--overwrite")
 for name in ["-", f"http://{place}/a.aifc"]:
-    shown = json.loads(run(f"info {name} --json", FETCHED).stdout)[0]
+    shown = json.loads(run(0, "info", name, "--json", given=FETCHED)[0])[0]
     tags = {tag["name"]: tag["value"] for tag in shown["tags"]}
     found = shown["file"], shown["length"]["bytes"], tags["Title"]
     assert found == (name, len(SOUND), "Fetched tune"), shown
-assert run(f"info http://{place}/cut.aifc").returncode == 4
+run(4, "info", f"http://{place}/cut.aifc")
 assert os.listdir("temporary") == []

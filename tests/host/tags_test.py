@@ -7,54 +7,17 @@ off, many jobs, names that are not UTF-8, and a trace on a terminal."""
 import json
 import os
 import pty
-import struct
 import subprocess
-import sys
-import tempfile
 
-try:
-    from mutagen import aiff, id3
-except ImportError:
-    print("mutagen is not installed")
-    sys.exit(77)
+from harness import aiffconv, chunk, common, form, mutagen, read, run, tag_of, write
 
-aiffconv, codecs = sys.argv[1:]
-os.chdir(tempfile.mkdtemp())
-os.environ["QVCODECPATH"] = codecs
+aiff, id3 = mutagen("aiff", "id3")
 
 
-def chunk(code, data):
-    return code + struct.pack(">I", len(data)) + data + bytes(len(data) % 2)
-
-
-def write(name, tag=None, after=b""):
-    sound = struct.pack(">hIh10s", 1, 50, 16, b"\x40\x0e\xac\x44"), bytes(8) + bytes(range(100))
-    tags = chunk(b"ID3 ", tag) if tag else b""
-    form = b"AIFF" + chunk(b"COMM", sound[0]) + chunk(b"SSND", sound[1]) + tags
-    content = chunk(b"FORM", form) + after
-    with open(name, "wb") as file:
-        file.write(content)
-    return content
-
-
-def read(name):
-    with open(name, "rb") as file:
-        return file.read()
-
-
-def run(code, *arguments):
-    result = subprocess.run([aiffconv, *arguments], capture_output=True, check=False)
-    assert result.returncode == code, (arguments, result)
-    return result.stdout.decode(errors="surrogateescape"), result.stderr.decode()
-
-
-def tag_of(version, *frames):
-    tag = id3.ID3()
-    for frame in frames:
-        tag.add(frame)
-    tag.save("t.id3", v2_version=version)
-    data = read("t.id3")
-    return data + bytes(len(data) % 2)
+def write_aiff(name, tag=None, after=b""):
+    chunks = [(b"COMM", common(1, 50, 16)), (b"SSND", bytes(8) + bytes(range(100)))]
+    tags = [(b"ID3 ", tag)] if tag else []
+    return write(name, form(b"FORM", b"AIFF", chunks + tags) + after)
 
 
 def frames_of(name):
@@ -71,10 +34,9 @@ def fields_of(name):
 
 
 # Fields of several files are set, removed and cleared; the sound stays.
-bare = write("a.aiff")
-write("b=c.aiff")
-with open("bad.aiff", "w", encoding="ascii") as bad:
-    bad.write("no AIFF file at all")
+bare = write_aiff("a.aiff")
+write_aiff("b=c.aiff")
+write("bad.aiff", b"no AIFF file at all")
 out, err = run(1, "tags", "set", "a.aiff", "bad.aiff", "missing.aiff", "b=c.aiff", "Title=T = 1",
                "Artist=One", "artist=\u65e5", "Own=x", "TagVersion=2", "--set", "Year=2004-05-06")
 for part in ("bad.aiff: is not an AIFF file", "missing.aiff: No such file",
@@ -99,8 +61,7 @@ assert entries[0]["tags"] == [] and "is not an AIFF file" in entries[1]["error"]
 # Pictures go in by their type and come out, but not over existing files or through links.
 images = {"p.png": b"\x89PNG\r\n\x1a\n" + bytes(3001), "j.jpg": b"\xff\xd8\xff\xe0" + bytes(500)}
 for name, data in images.items():
-    with open(name, "wb") as file:
-        file.write(data)
+    write(name, data)
 
 
 def pictures_of(name):
@@ -116,8 +77,7 @@ assert pictures_of("a.aiff") == [front, back] and pictures_of("b=c.aiff") == [fr
 run(0, "tags", "art", "export", "a.aiff", "-o", "out")
 assert [read("out/1-front.png"), read("out/2-back.jpg")] == list(images.values())
 for link, overwrite, code in ((0, [], 1), (0, ["--overwrite"], 0), (1, ["--overwrite"], 1)):
-    with open("precious", "wb") as file:
-        file.write(b"precious")
+    write("precious", b"precious")
     os.remove("out/1-front.png")
     (os.symlink if link else os.link)("../precious" if link else "precious", "out/1-front.png")
     run(code, "tags", "art", "export", "a.aiff", "-o", "out", *overwrite)
@@ -125,8 +85,9 @@ for link, overwrite, code in ((0, [], 1), (0, ["--overwrite"], 0), (1, ["--overw
     assert read("precious") == b"precious"
 run(0, "tags", "art", "set", "a.aiff", "j.jpg", "--description", "new")
 assert pictures_of("a.aiff") == [(3, "image/jpeg", "new", images["j.jpg"]), back]
-kinds = ("other icon other-icon front back leaflet media lead-artist artist conductor band composer "
-         "writer location recording performance video - illustration artist-logo publisher-logo")
+kinds = ("other icon other-icon front back leaflet media lead-artist artist conductor band "
+         "composer writer location recording performance video - illustration artist-logo "
+         "publisher-logo")
 numbers = {kind: number for number, kind in enumerate(kinds.split()) if kind != "-"}
 offered = run(0, "tags", "art", "set", "--help")[0].split("Types:\n")[1].strip().split(", ")
 for kind in offered:
@@ -137,11 +98,9 @@ assert {text: int(number) for number, _, text, _ in pictures_of("b=c.aiff")} == 
 given = ["Title=T\u00efle \U0001f600", "Artist=A", "Artist=B", "Album=\u00ff\u0100", "Year=2004",
          "Track=3/12", "Genre=Rock", "Genre=Own", "Lyrics=la", "Rating=10", "custom=v"]
 kept = [id3.PRIV("dj", b"\0\xff\xe0\xff\0\xff\xff"), id3.COMM(1, "eng", "", "old")]
-unsynchronised = images["j.jpg"] + b"\xff\0 data \xff\0 end\xff"
-with open("j.jpg", "wb") as file:
-    file.write(unsynchronised)
+unsynchronised = write("j.jpg", images["j.jpg"] + b"\xff\0 data \xff\0 end\xff")
 for version, artists, genres in ((3, "A/B", "Rock;Own"), (4, ["A", "B"], ["Rock", "Own"])):
-    write("v.aiff", tag_of(version, id3.TIT2(1, "Old"), *kept))
+    write_aiff("v.aiff", tag_of(version, id3.TIT2(1, "Old"), *kept))
     run(0, "tags", "set", "v.aiff", *given)
     run(0, "tags", "art", "set", "v.aiff", "j.jpg", "--description", "\u00e9")
     wanted = [*kept, id3.TIT2(1, "T\u00efle \U0001f600"), id3.TPE1(1, artists), id3.TCON(1, genres),
@@ -154,7 +113,7 @@ for version, artists, genres in ((3, "A/B", "Rock;Own"), (4, ["A", "B"], ["Rock"
 # Text beyond U+FFFF is set, shown and copied; a name that is not UTF-8 can be had back.
 NOTE = "\U0001F3B5"
 odd = os.fsencode("n\u00e9\U0001F389").replace(b"\xc3", b"\xff\xc3") + b"\xfe.aiff"
-write(odd)
+write_aiff(odd)
 run(0, "tags", "set", odd, "Title=a" + NOTE, NOTE + "=own" + NOTE, "Artist=" + NOTE, "Artist=b")
 assert aiff.AIFF(odd).tags["TIT2"].text == ["a" + NOTE]
 shown = fields_of(odd)
@@ -174,11 +133,11 @@ own = [id3.TIT2(1, "Old"), id3.TALB(1, "Kept"), id3.PRIV("p", b"kept"), picture(
        picture(4, "kept"), id3.TYER(1, "1999")]
 for version, frames in ((4, full), (3, own), (4, [id3.PRIV("only", b"x")])):
     tag = tag_of(version, *frames)
-    source, bare = write("from.aiff", tag), write("bare.aiff")
+    source, bare = write_aiff("from.aiff", tag), write_aiff("bare.aiff")
     run(0, "tags", "copy", "from.aiff", "bare.aiff")
     assert read("bare.aiff") == source, version
-write("from.aiff", tag_of(4, *full))
-write("to.aiff", tag_of(3, *own))
+write_aiff("from.aiff", tag_of(4, *full))
+write_aiff("to.aiff", tag_of(3, *own))
 wanted = frames_of("from.aiff")
 kept = {key: text for key, text in frames_of("to.aiff").items() if "kept" in text.lower()}
 run(0, "tags", "copy", "from.aiff", "to.aiff", "-q")
@@ -196,11 +155,11 @@ cases = [ # tag, what follows the form, what is hidden, what an edit would cut o
     (None, b"x", "", "1 byte (unknown data)"), (tag, bytes(9) + b"x", "", "10 bytes"),
 ]
 for held, after, hidden, cut in cases:
-    before = write("f.aiff", held, after)
+    before = write_aiff("f.aiff", held, after)
     out, err = run(4 if hidden else 0, "tags", "show", "f.aiff")
     assert hidden in err and (": no tags" in out) == (not hidden and not held), (out, err)
     assert hidden in run(4 if hidden or after else 0, "check", "f.aiff")[0]
-    write("bare.aiff", tag)
+    write_aiff("bare.aiff", tag)
     for command in (["set", "f.aiff", "Title=x"], ["copy", "bare.aiff", "f.aiff"]) if cut else []:
         assert cut in run(1, "tags", *command)[1] and read("f.aiff") == before, (command, cut)
     err = run(int(held == damaged), "tags", "set", "-q", "--force", "f.aiff", "Title=x")[1]
@@ -216,14 +175,14 @@ names = [f"{i}.aiff" for i in range(60)]
 results = []
 for jobs in ("1", "16"):
     for i, name in enumerate(names):
-        write(name, after=b"x" * (i % 7 == 3))
-    write(names[5], damaged)
+        write_aiff(name, after=b"x" * (i % 7 == 3))
+    write_aiff(names[5], damaged)
     command = ["tags", "set", "-j", jobs, "--no-sync", *names, "none", names[0], "Year=2004-05-06"]
     results.append((run(1, *command), [read(name) for name in names]))
 assert results[0] == results[1] and results[0][0][0].count("set Year") == 51, results[0][0]
 
 # A trace on a terminal cannot steer it.
-write("t.aiff", tag_of(4, id3.TIT2(3, "a\x1b[2Jb")))
+write_aiff("t.aiff", tag_of(4, id3.TIT2(3, "a\x1b[2Jb")))
 main, terminal = pty.openpty()
 traced = [aiffconv, "--trace", "debug", "info", "-q", "t.aiff"]
 with subprocess.Popen(traced, stderr=terminal) as process:
