@@ -7,7 +7,6 @@
 #include "support/PluginDriver.h"
 
 #include <functional>
-#include <map>
 #include <sys/wait.h>
 #include <taglib/aifffile.h>
 #include <taglib/id3v2tag.h>
@@ -22,14 +21,6 @@ inline NTag ReadTags(const Plugin& plugin, const std::string& path)
         tags = Decoded({host.open.pTagData, host.open.nTagDataSize});
     tags.RemoveTag(XStr(L"TagVersion"));
     return tags;
-}
-
-inline XStr ValueOf(const NTag& tags, const XStr& name)
-{
-    for (long i = 0; i < tags.Count(); ++i)
-        if (tags[i].name == name)
-            return tags[i].value + XStr(tags[i].data.begin(), tags[i].data.end());
-    return {};
 }
 
 inline long FilesIn(const TempDir& dir)
@@ -139,7 +130,7 @@ inline State StateOf(const Bytes& file, const Bytes& before, const Bytes& after)
 
 // Empty when a file that was edited is a well-formed one that has lost nothing, else
 // what is wrong with it.
-inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Bytes& file)
+inline std::string WhatIsWrong(const Layout& layout, Edit edit, const Bytes& file)
 {
     if (edit.kind != Edit::Set && !layout.hasTag)
         return file == layout.file ? "" : "a file without tags was changed";
@@ -150,7 +141,6 @@ inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Byt
         return error.what();
     }
     const auto tags = std::erase_if(others, [](const Chunk& chunk) { return chunk.IsTag(); });
-    const XStr cover = ValueOf(edit.items, kCover);
     if (others != layout.others)
         return "other chunks were changed";
     const bool keepsTag = edit.kind != Edit::DeleteAll;
@@ -158,21 +148,7 @@ inline std::string WhatIsWrong(const Layout& layout, const Edit& edit, const Byt
         return std::to_string(tags) + " tag chunks";
     if (keepsTag && layout.hasForeign && S(file).find(kForeignFrame) == std::string::npos)
         return "a frame is lost";
-    const bool isShown = S(file).find(std::string(cover.begin(), cover.end())) != std::string::npos;
+    const STInternalTag* const cover = edit.items.FindElement(kCover);
+    const bool isShown = cover == nullptr || S(file).find(S(cover->data)) != std::string::npos;
     return isShown ? "" : "the picture is not there as it was given";
-}
-
-// Empty when reading gives what was set, and not what was deleted.
-inline std::string WhatReadsWrong(const Plugin& plugin, const std::string& path,
-                                  const Layout& layout, const Edit& edit)
-{
-    const NTag tags = ReadTags(plugin, path);
-    std::map<XStr, XStr> expected = {
-        {L"Title", edit.kind == Edit::DeleteAll ? L"" : Wide(layout.title)}};
-    for (long i = 0; i < edit.items.Count(); ++i)
-        expected[edit.items[i].name] = ValueOf(edit.items, edit.items[i].name);
-    for (const auto& [name, value] : expected)
-        if (ValueOf(tags, name) != value)
-            return ToUtf8(name + L" is '" + ValueOf(tags, name) + L"'");
-    return "";
 }

@@ -16,7 +16,6 @@ struct Layout {
     std::string name; // its notation
     Bytes file;
     std::vector<Chunk> others; // all chunks but the tags, which every edit keeps
-    std::string title;         // that reading shows
     bool hasTag = false;       // the index shows a tag chunk that is not empty
     bool hasForeign = false;   // a tag that can be read holds kForeignFrame
     friend void PrintTo(const Layout& layout, std::ostream* out) { *out << layout.name; }
@@ -42,7 +41,7 @@ inline NTag WithCover(const Bytes& picture, const XStr& others = L"")
 inline std::vector<Edit> AllEdits()
 {
     const Bytes picture = Join({{0x89}, Text("PNG"), Noise(5001)});
-    return {{"set", Edit::Set, ListOf(L"Title=New;Artist=Me\rYou")},
+    return {{"set", Edit::Set, ListOf(L"Artist=Me\rYou;Title=New")},
             {"picture", Edit::Set, WithCover(picture, L"Title=New")},
             {"delete", Edit::Delete, ListOf(L"Title=")},
             {"delete all", Edit::DeleteAll, {}}};
@@ -102,7 +101,7 @@ inline Layout Make(const std::string& notation, size_t annotation = 0)
     std::istringstream in(notation);
     std::string word, value;
     in >> word;
-    Layout layout{notation, {}, {}, "", false, false};
+    Layout layout{notation, {}, {}, false, false};
     AiffBuilder builder;
     for (const char letter : word) {
         const Chunk chunk =
@@ -113,7 +112,6 @@ inline Layout Make(const std::string& notation, size_t annotation = 0)
         layout.hasTag = layout.hasTag || (chunk.IsTag() && !chunk.data.empty());
     }
     layout.hasForeign = layout.hasTag;
-    layout.title = layout.hasTag ? "Old" : "";
     const Chunk last = word.back() == '_' ? Chunk() : kLetters.at(word.back());
     const size_t pad = last.data.size() % 2;
     Bytes& file = layout.file = builder.Build();
@@ -129,8 +127,6 @@ inline Layout Make(const std::string& notation, size_t annotation = 0)
                                          : Text("junk that is no chunk"s.substr(0, number)));
         else if (word == "drop")
             file.erase(file.begin() + static_cast<ptrdiff_t>(number));
-        else
-            layout.title.clear();
         if (word == "cut" && number > pad && !last.IsTag())
             layout.others.back().data.resize(last.data.size() + pad - number);
         layout.hasForeign = layout.hasForeign && value != "unread";

@@ -23,7 +23,7 @@ std::vector<int32_t> SoundOf(const Layout& layout)
 TEST_F(LayoutTest, EditsKeepEverythingElseAndTagLibReadsThem)
 {
     for (const Layout& layout : EditableLayouts())
-        for (const Edit& edit : AllEdits()) {
+        for (Edit edit : AllEdits()) {
             SCOPED_TRACE(layout.name + ": " + edit.name);
             const std::string path = File(layout.file);
             EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
@@ -33,7 +33,7 @@ TEST_F(LayoutTest, EditsKeepEverythingElseAndTagLibReadsThem)
             if (!isSet && !layout.hasTag)
                 continue;
             if (const std::vector<int32_t> sound = SoundOf(layout); !sound.empty()) {
-                EXPECT_EQ(WhatReadsWrong(plugin, path, layout, edit), "");
+                EXPECT_EQ(Content(ReadTags(plugin, path)), isSet ? Content(edit.items) : L"");
                 EXPECT_EQ(ReadSamples(path).values, sound);
             }
             EXPECT_EQ(FilesIn(dir), 1);
@@ -42,9 +42,9 @@ TEST_F(LayoutTest, EditsKeepEverythingElseAndTagLibReadsThem)
             EXPECT_EQ(ApplyEdit(plugin, path, edit, &report), 1);
             EXPECT_EQ(ReadFile(path), bytes);
             std::string frames = isSet ? "TIT2New|" : "";
-            frames += ValueOf(edit.items, L"Artist").empty() ? "" : "TPE1Me/You|";
+            frames += edit.items.FindElement(L"Artist") != nullptr ? "TPE1Me/You|" : "";
             frames += layout.hasForeign && edit.kind != Edit::DeleteAll ? kForeignText : "";
-            frames += ValueOf(edit.items, kCover).empty() ? "" : "APIC[image/png]|";
+            frames += edit.items.FindElement(kCover) != nullptr ? "APIC[image/png]|" : "";
             EXPECT_EQ(SeenByTagLib(bytes).first, frames);
         }
 }

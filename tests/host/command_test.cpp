@@ -11,44 +11,38 @@ using namespace std::string_literals;
 
 TEST(Convert, EverySampleArrivesInItsOwnWidth)
 {
-    // Bits, subtypes of WAV and FLAC (0: it does not hold that), and compression.
-    const std::tuple<int, int, int, std::string> cases[] = {
-        {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, ""},
-        {16, SF_FORMAT_PCM_16, SF_FORMAT_PCM_16, ""},
-        {24, SF_FORMAT_PCM_24, SF_FORMAT_PCM_24, ""},
-        {32, SF_FORMAT_PCM_32, 0, ""},
-        {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, "NONE"},
-        {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, "sowt"},
-        {8, SF_FORMAT_PCM_U8, SF_FORMAT_PCM_S8, "SOWT"},
-    };
+    const int wavTypes[] = {SF_FORMAT_PCM_U8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_PCM_32};
+    const int flacTypes[] = {SF_FORMAT_PCM_S8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}; // no 32 bits
     const Workplace place;
-    for (const auto& [bits, wavType, flacType, code] : cases) {
-        for (const int channels : {1, 2, 6}) {
-            SCOPED_TRACE(std::to_string(bits) + code + std::to_string(channels));
-            // An odd number of frames, over several blocks.
-            const Bytes pcm = Noise(static_cast<size_t>(30001 * channels * bits / 8));
-            const bool big = code == "SOWT"; // libsndfile knows it not
-            place.Write("in.aiff", Aiff(channels, bits, pcm, big ? "sowt" : code));
-            Samples expected = ReadSamples(place.Path("in.aiff"));
-            place.Write("in.aiff", Aiff(channels, bits, pcm, code));
-            place.Run("@ convert in.aiff -o out.wav --overwrite");
-            ASSERT_EQ(expected.values.size(), 30001u * static_cast<size_t>(channels));
-            expected.format = (channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV) | wavType;
-            EXPECT_TRUE(ReadSamples(place.Path("out.wav")) == expected);
-            const size_t header = channels > 2 ? 68 : 44;
-            EXPECT_EQ(place.ReadBytes("out.wav").size(), header + pcm.size() + pcm.size() % 2);
-            // A pipe, which cannot be sought, gets the very same bytes.
-            place.Run("@ convert in.aiff -o - -q | cmp - out.wav");
-            if (flacType == 0)
-                continue;
-            place.Run("@ convert in.aiff -o out.flac --overwrite");
-            expected.format = SF_FORMAT_FLAC | flacType;
-            EXPECT_TRUE(ReadSamples(place.Path("out.flac")) == expected);
-            // But for what is known only at the end.
-            place.Run("@ convert in.aiff -o - --format flac -q >pipe.flac");
-            EXPECT_TRUE(place.Read("pipe.flac").substr(42) == place.Read("out.flac").substr(42));
-        }
-    }
+    for (const int bits : {8, 16, 24, 32})
+        for (const std::string code : {"", "NONE", "sowt", "SOWT"})
+            for (const int channels : {1, 2, 6}) {
+                SCOPED_TRACE(std::to_string(bits) + code + std::to_string(channels));
+                // An odd number of frames, over several blocks.
+                const Bytes pcm = Noise(static_cast<size_t>(30001 * channels * bits / 8));
+                const bool big = code == "SOWT"; // libsndfile knows it not
+                place.Write("in.aiff", Aiff(channels, bits, pcm, big ? "sowt" : code));
+                Samples expected = ReadSamples(place.Path("in.aiff"));
+                place.Write("in.aiff", Aiff(channels, bits, pcm, code));
+                place.Run("@ convert in.aiff -o out.wav --overwrite");
+                ASSERT_EQ(expected.values.size(), 30001u * static_cast<size_t>(channels));
+                expected.format =
+                    (channels > 2 ? SF_FORMAT_WAVEX : SF_FORMAT_WAV) | wavTypes[bits / 8 - 1];
+                EXPECT_TRUE(ReadSamples(place.Path("out.wav")) == expected);
+                const size_t header = channels > 2 ? 68 : 44;
+                EXPECT_EQ(place.ReadBytes("out.wav").size(), header + pcm.size() + pcm.size() % 2);
+                // A pipe, which cannot be sought, gets the very same bytes.
+                place.Run("@ convert in.aiff -o - -q | cmp - out.wav");
+                if (bits == 32)
+                    continue;
+                place.Run("@ convert in.aiff -o out.flac --overwrite");
+                expected.format = SF_FORMAT_FLAC | flacTypes[bits / 8 - 1];
+                EXPECT_TRUE(ReadSamples(place.Path("out.flac")) == expected);
+                // But for what is known only at the end.
+                place.Run("@ convert in.aiff -o - --format flac -q >pipe.flac");
+                EXPECT_TRUE(place.Read("pipe.flac").substr(42) ==
+                            place.Read("out.flac").substr(42));
+            }
 }
 
 TEST(Convert, TakesPartsInSecondsAndFrames)
@@ -212,7 +206,18 @@ TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)
         {"@ convert in.aiff -o none/x.wav", 1, "in.aiff: "},
         {"@ convert in.aiff -o - | true", 0, ""},
         {"@ convert deep.aiff -o out.flac", 1, "samples of 32 bits (FLAC takes 8, 16 and 24"},
+        {"@ convert in.aiff -o x.mp3", 2, "no command of aiffconv writes"},
+        {"@ convert in.aiff -o x.MP3 --format wav", 2, "no command of aiffconv writes"},
+        {"@ convert in.aiff -o x.part", 2, "'x.part' ends in '.part'"},
+        {"@ convert in.aiff -o x.aif", 2, "AIFF, which \"aiffconv encode\" writes"},
+        {"@ convert in.aiff -o x.flac --format wav", 2, "\"aiffconv convert --format flac\""},
+        {"@ encode in.aiff -o x.Flac", 2, "\"aiffconv convert --format flac\" writes"},
+        {"@ encode in.aiff -o x.aifc", 2, "no command of aiffconv writes"},
+        {"@ --trace debug=in.aiff convert in.aiff -o x.wav", 2, "the trace would replace"},
+        {"@ convert in.aiff -o x.part --format wav && rm x.part", 0, ""},
+        {"@ convert in.aiff -o 'No. 5' && rm 'No. 5'", 0, ""},
         {"@ info in.aiff >/dev/full", 1, "standard output: "},
+        {"@ --help >/dev/full", 1, "standard output: "},
         {"@ info 'a\xC3\xA9\x1B[2J\x7F\xC2\x9B\xFFz\rb'", 1, "a\xC3\xA9?[2J???z; b: No such file"},
         {"QVCODECPATH=/none @ codecs", 3, ""},
         {"QVCODECPATH=/none @ convert x -o y", 3, "QVCODECPATH"},

@@ -49,7 +49,7 @@ TEST(Tags, EveryPropertyOfTagLibIsTheSameInWavAndFlacAndComesBack)
         "MUSICBRAINZ_ALBUMID MUSICBRAINZ_TRACKID ACOUSTID_ID ARRANGER ENGINEER PRODUCER DJMIXER "
         "MIXER PERFORMER:GUITAR COMMENT:MOOD MINE");
     for (std::string name; names >> name;) {
-        expected[name] = "v\u00E4lue " + std::to_string(expected.size());
+        expected[name] = (name == "ALBUM" ? "\u00E4 " : "value ") + std::to_string(expected.size());
         properties.insert(name, TagLib::String(expected[name], TagLib::String::UTF8));
     }
     {

@@ -134,33 +134,27 @@ TEST(AlbumArt, NamesStandForPictureTypes)
     EXPECT_EQ(NTag::AlbumArtDescriptionToAPICPicType(L"Media "), 3);
 }
 
-TEST(AlbumArt, ItemNamesAreSplit)
+TEST(AlbumArt, IsFoundByTheBeginningOfItsIndexAndItsNameSplit)
 {
     const WidePair rows[] = {
         WidePair(L"_albumart_1_Media", L"Media|"), WidePair(L"_albumart_1", L"|"),
-        WidePair(L"_albumart_1_Media_x<SUBDESC>", L"Media_x<SUBDESC>|"), WidePair(L"", L"|"),
+        WidePair(L"_AlbumArt_1_Media_x<SUBDESC>", L"Media_x<SUBDESC>|"),
         // What follows the first mark is the sub-description.
         WidePair(L"_albumart_12_Media<subdesc>a<subdesc>b", L"Media|a<subdesc>b"),
         WidePair(L"_albumart_1_<subdesc>", L"|")};
     XStr description, sub;
-    for (const auto& [line, parts] : rows) {
-        NTag::SpiltAlbumArtDesctiptionLine(line, description, sub);
+    for (const auto& [name, parts] : rows) {
+        NTag tags = ListOf(L"Title=T;"s + name + L"=1;_albumart_2_Band=2");
+        EXPECT_EQ(tags.GetAlbumArt(1, description, sub), tags.pTag(1));
         EXPECT_EQ(description + L"|" + sub, parts);
+        EXPECT_EQ(tags.GetAlbumArt(3, description, sub), nullptr);
+        EXPECT_EQ(description + sub, L"");
+        tags.RemoveAllBinaryTags();
+        EXPECT_EQ(Content(tags), L"Title=T;");
+        EXPECT_TRUE(tags.pTag(1) == nullptr && tags.pTag(-1) == nullptr);
     }
-}
-
-TEST(AlbumArt, IsFoundByTheBeginningOfItsIndexAndGoesWithBinaryItems)
-{
-    NTag tags = ListOf(L"Title=T;_AlbumArt_12_Media<subdesc>s=1;_albumart_2_Band=2");
-    XStr description, sub;
-    EXPECT_EQ(tags.GetAlbumArt(1, description, sub), tags.pTag(1));
-    EXPECT_EQ(description + L"|" + sub, L"Media|s");
-    EXPECT_EQ(tags.GetAlbumArt(3, description, sub), nullptr);
+    NTag::SpiltAlbumArtDesctiptionLine(L"", description, sub);
     EXPECT_EQ(description + sub, L"");
-    EXPECT_EQ(tags.pTag(3), nullptr);
-    EXPECT_EQ(tags.pTag(-1), nullptr);
-    tags.RemoveAllBinaryTags();
-    EXPECT_EQ(Content(tags), L"Title=T;");
 }
 
 TEST(TrackNumbers, AreSplitAndPadded)
