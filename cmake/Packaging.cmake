@@ -2,7 +2,7 @@
 # What is installed along with the programs, and the packages: `cpack` lays out what
 # `cmake --install` does, as .deb and .tar.gz.
 set(AIFF_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/aiffconv)
-install(FILES docs/HOST_GUIDE.md docs/PARALLEL.md docs/example_host.c DESTINATION ${AIFF_DOC_DIR})
+install(FILES docs/PARALLEL.md DESTINATION ${AIFF_DOC_DIR})
 
 if(AIFF_HOST)
   # Compressed without name and time: the same input gives the same package.

@@ -4,7 +4,7 @@
  *
  * A host loads a decoder (AIFF.so) with dlopen, looks up the nine functions of
  * QV_DECODER_FUNCTIONS by their plain names and exchanges the packed records
- * below with it. Valid C11 and C++17.
+ * below with it. Valid C99 and C++11, and all later ones.
  *
  * Conventions of the whole interface
  *   - Every function returns 1 for success and 0 for failure. A null handle
@@ -36,8 +36,13 @@
 #ifdef __cplusplus
 extern "C" {
 #define QV_STATIC_ASSERT(condition, text) static_assert(condition, text)
-#else
+#elif __STDC_VERSION__ >= 201112L
 #define QV_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
+#else /* C99: a type of a negative size unless the condition holds */
+#define QV_STATIC_ASSERT_NAME(line) QvStaticAssert##line
+#define QV_STATIC_ASSERT_AT(line, condition)                                                       \
+    typedef char QV_STATIC_ASSERT_NAME(line)[(condition) ? 1 : -1]
+#define QV_STATIC_ASSERT(condition, text) QV_STATIC_ASSERT_AT(__LINE__, condition)
 #endif
 
 /* ---- Flags of STQvOpenDecoder.nFlags, combined with | --------------------- */

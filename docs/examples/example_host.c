@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 /* The smallest useful host: decodes an AIFF file to raw little-endian PCM.
  *
- *   cc -I include docs/example_host.c -ldl -o example_host
+ *   cc example_host.c $(pkg-config --cflags --libs qvcodec) -o example_host
  *   ./example_host path/to/AIFF.so song.aiff > song.pcm
  */
 #include "qvcodec.h"
@@ -29,7 +29,9 @@ static int load(const char* path)
 int main(int argc, char** argv)
 {
     wchar_t name[4096];
-    setlocale(LC_ALL, "C.UTF-8"); /* for mbstowcs only */
+    /* For mbstowcs only; the first name is known to Linux, the second to macOS. */
+    if (setlocale(LC_CTYPE, "C.UTF-8") == NULL)
+        setlocale(LC_CTYPE, "UTF-8");
     if (argc != 3 || mbstowcs(name, argv[2], 4096) >= 4096) {
         fprintf(stderr, "usage: %s AIFF.so FILE\n", argv[0]);
         return 2;
