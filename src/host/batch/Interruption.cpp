@@ -10,6 +10,7 @@
 #include <string_view>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace aiff::host
 {
@@ -23,6 +24,7 @@ struct Registry {
     std::mutex access; // to the names
     std::set<std::string> files;
     std::set<std::string> folders;
+    std::function<void()> atEnd;
 };
 
 Registry& Registered()
@@ -41,6 +43,8 @@ Registry& Registered()
         unlink(path.c_str());
     for (const std::string& path : registry.folders)
         rmdir(path.c_str());
+    if (registry.atEnd)
+        registry.atEnd();
     constexpr std::string_view kMessage = "\naiffconv: interrupted\n";
     (void)!write(STDERR_FILENO, kMessage.data(), kMessage.size());
     _exit(kExitInterrupted);
@@ -95,6 +99,12 @@ void Interruption::RegisterFolder(const std::string& path)
 {
     const std::lock_guard lock(Registered().access);
     Registered().folders.insert(path);
+}
+
+void Interruption::AtEnd(std::function<void()> step)
+{
+    const std::lock_guard lock(Registered().access);
+    Registered().atEnd = std::move(step);
 }
 
 } // namespace aiff::host

@@ -28,6 +28,9 @@ public:
     static void RegisterFile(const std::string& path);
     static void ForgetFile(const std::string& path);
     static void RegisterFolder(const std::string& path);
+    // What else is to be done before the program ends, in place of what was set before; null:
+    // nothing.
+    static void AtEnd(std::function<void()> step);
 };
 
 } // namespace aiff::host
