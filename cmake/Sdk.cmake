@@ -25,5 +25,5 @@ install(FILES ${CMAKE_BINARY_DIR}/sdk/qvcodec.pc DESTINATION ${CMAKE_INSTALL_LIB
 
 install(FILES include/qvcodec.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 set(sdk_doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/qvcodec)
-install(FILES docs/HOST_GUIDE.md DESTINATION ${sdk_doc_dir})
+install(FILES docs/HOST_GUIDE.md docs/VALIDATION.md DESTINATION ${sdk_doc_dir})
 install(DIRECTORY docs/examples DESTINATION ${sdk_doc_dir})

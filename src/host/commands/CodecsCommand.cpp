@@ -2,6 +2,7 @@
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
+#include "host/commands/PluginValidation.h"
 #include "support/text/XStr.h"
 
 #include <CLI/CLI.hpp>
@@ -15,11 +16,18 @@ namespace
 using codecs::CodecKind;
 using codecs::PluginFile;
 
-constexpr char kFolders[] =
-    R"(Plug-ins are looked for in Codecs/Bin/decoder, encoder and dsp below the folder that
+constexpr char kExamples[] = R"(Examples:
+  aiffconv codecs
+  aiffconv codecs --validate AIFF.so           check that it does what hosts rely on
+  aiffconv codecs --validate OTHER.so --samples songs/
+  aiffconv codecs --validate AIFF.so --json | jq '.checks[] | select(.status == "failed")'
+
+Plug-ins are looked for in Codecs/Bin/decoder, encoder and dsp below the folder that
 QVCODECPATH names. If that is not set, they are looked for below the program's own
 folder, its parent folder, lib/aiffconv in the parent folder, and aiffconv in the
-library folder chosen at build time.)";
+library folder chosen at build time.
+
+Exit codes: 3 if there is no usable decoder; with --validate, 1 if a check fails.)";
 
 std::string Status(const PluginFile& file)
 {
@@ -67,15 +75,21 @@ class CodecsCommand : public Command
 public:
     CLI::App* AddTo(CLI::App& program) override
     {
-        CLI::App* command = program.add_subcommand("codecs", "List the plug-ins found, and where");
+        CLI::App* command =
+            program.add_subcommand("codecs", "List the plug-ins found, and where; or check one");
         command->add_flag("--json", m_json, "Write a JSON object");
         AddQuietOption(*command, m_quiet);
-        command->footer(kFolders);
+        m_validation.AddTo(*command);
+        command->footer(kExamples);
         return command;
     }
 
     ExitCode Run(const GlobalOptions&) override
     {
+        if (const Problem problem = m_validation.UsageProblem())
+            return FailWith(kExitUsage, problem);
+        if (m_validation.IsWanted())
+            return m_validation.Run(m_json, m_quiet);
         codecs::CodecLoader loader;
         loader.Load();
         if (m_json)
@@ -107,6 +121,7 @@ private:
         PrintJson(result, JsonLayout::Indented);
     }
 
+    PluginValidation m_validation;
     bool m_json = false;
     bool m_quiet = false;
 };

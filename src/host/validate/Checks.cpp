@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "host/validate/Checks.h"
+
+namespace aiff::host::validate
+{
+namespace
+{
+
+constexpr Check kChecks[] = {
+    {"loading", "The library loads, and has the nine functions under their plain names.",
+     Needs::File, CheckLoading},
+    {"unloading", "The library can be unloaded after use and loaded again.", Needs::Functions,
+     CheckUnloading},
+    {"null-handles", "A null handle gives 0, except that Destroy of one gives 1.", Needs::Functions,
+     CheckNullHandles},
+    {"creating", "Create makes an instance with any report or none, and Destroy returns 1.",
+     Needs::Functions, CheckCreating},
+    {"lists", "Get lists extensions with their dots and MIME types, and returns 0 past the last.",
+     Needs::Functions, CheckLists},
+    {"description", "Get gives a name of the decoder for display.", Needs::Functions,
+     CheckDescription},
+    {"unknown-keys", "Keys are compared exactly; an unknown one gives 0 and changes nothing.",
+     Needs::Functions, CheckUnknownKeys},
+    {"answers", "Texts of Get stay as they are until the next Get of the same instance.",
+     Needs::Functions, CheckAnswers},
+    {"values", "Set takes a decode range, refuses values that do not exist, and leaves its record.",
+     Needs::Functions, CheckValues},
+    {"missing-files", "Open of what does not exist or is no file gives 0 and makes no file.",
+     Needs::Functions, CheckMissingFiles},
+    {"external-packets", "Open with QV_OPEN_EXTERNAL_PACKETS gives 0.", Needs::Functions,
+     CheckExternalPackets},
+    {"closing", "Close returns 1 at any time, also after a failed Open and twice.",
+     Needs::Functions, CheckClosing},
+    {"garbage", "Files without sense end in a failure or in some audio, and every call returns.",
+     Needs::Functions, CheckGarbage},
+    {"opening", "Of every extension that Get lists, files can be opened.", Needs::Functions,
+     CheckOpening},
+    {"flags", "Open fills in what its flags ask for, and leaves the rest of its record alone.",
+     Needs::Samples, CheckFlags},
+    {"format", "The audio information fits together, whatever flags ask for it.", Needs::Samples,
+     CheckFormat},
+    {"file-names", "File names may hold any characters, and bytes that are not UTF-8.",
+     Needs::Samples, CheckFileNames},
+    {"damaged-files", "Damaged files end in a failure or in less audio, and every call returns.",
+     Needs::Samples, CheckDamagedFiles},
+    {"inputs-unchanged", "Reading a file does not change it.", Needs::Samples,
+     CheckInputsUnchanged},
+    {"samples", "The samples are those of the file, every time.", Needs::Samples, CheckSamples},
+    {"blocks", "Blocks hold at most 65536 bytes of whole frames and add up to the length told.",
+     Needs::Samples, CheckBlocks},
+    {"block-record", "DecodeBlock writes the fields of its record and nothing else.",
+     Needs::Samples, CheckBlockRecord},
+    {"last-block", "The end is told, again when asked again, and by blocks that leave pData alone.",
+     Needs::Samples, CheckLastBlock},
+    {"block-lifetime", "A block stays as it is until the instance decodes, seeks or closes.",
+     Needs::Samples, CheckBlockLifetime},
+    {"seeking", "After SetPosition come the samples that sequential reading gives there.",
+     Needs::Samples, CheckSeeking},
+    {"seeking-past-end", "SetPosition past the end lands at the end, and back from there.",
+     Needs::Samples, CheckSeekingPastEnd},
+    {"ranges",
+     "A decode range gives its frames and its length, and positions count from its start.",
+     Needs::Samples, CheckRanges},
+    {"range-at-open", "A decode range takes effect at the next Open.", Needs::Samples,
+     CheckRangeAtOpen},
+    {"host-memory", "No pointer or record of the host is used after the call that passed it.",
+     Needs::Samples, CheckHostMemory},
+    {"reopening", "An instance opens its file again, after Close and without it.", Needs::Samples,
+     CheckReopening},
+    {"interleaving", "Instances that are used in turn do not disturb each other.", Needs::Samples,
+     CheckInterleaving},
+    {"threads", "Instances work on threads of their own, and may pass from one to another.",
+     Needs::Samples, CheckThreads},
+    {"descriptors", "Close and Destroy give all descriptors back.", Needs::Samples,
+     CheckDescriptors},
+    {"memory", "Destroy gives all memory back.", Needs::Samples, CheckMemory},
+    {"silence", "Nothing is written to standard output or standard error.", Needs::Functions,
+     CheckSilence},
+    {"report", "Failures are told in the instance's own report, in lines that end with CR LF.",
+     Needs::Functions, CheckReport},
+    {"process-state", "Locale, signals, working folder and the like stay as they are.",
+     Needs::Functions, CheckProcessState},
+    {"tags-repeat", "Tags and properties are well-formed, and the same every time.", Needs::Samples,
+     CheckTagsRepeat},
+    {"tag-writing", "Writing a tag changes its field in that file, and not the sound.",
+     Needs::Samples, CheckTagWriting},
+    {"tag-deleting", "DeleteATag removes the fields named, or all, and leaves the sound.",
+     Needs::Samples, CheckTagDeleting},
+    {"tag-refusals", "An edit that fails gives 0 and leaves the file as it was.", Needs::Samples,
+     CheckTagRefusals},
+};
+
+} // namespace
+
+std::span<const Check> AllChecks()
+{
+    return kChecks;
+}
+
+} // namespace aiff::host::validate
