@@ -2,11 +2,13 @@
 """What convert and encode make of tags, by what mutagen writes and reads.
 
 usage: carried_tags.py AIFFCONV CODECS; exits with 77 when mutagen is not installed."""
+import base64
 import struct
 
 from harness import chunk, common, form, mutagen, read, run, tag_of, write
 
-AIFF, FLAC, F = (mutagen("aiff")[0].AIFF, mutagen("flac")[0].FLAC, mutagen("id3")[0].Frames)
+AIFF, F = mutagen("aiff")[0].AIFF, mutagen("id3")[0].Frames
+FLAC, Picture = mutagen("flac")[0].FLAC, mutagen("flac")[0].Picture
 PARTY = "\U0001F389"
 
 # A frame, what becomes of it in FLAC (None where FLAC cannot hold it), and what comes back
@@ -22,6 +24,7 @@ FRAMES = [
     (F["TXXX"](3, "MINE", ["1", "2"]), [("MINE", "1"), ("MINE", "2")]),
     (F["TXXX"](3, "A=\u00C9", ["x"]), [("A__", "x")], F["TXXX"](3, "A__", ["x"])),
     (F["UFID"]("http://musicbrainz.org", b"track"), [("MUSICBRAINZ_TRACKID", "track")]),
+    (F["APIC"](3, "image/png", 255, "", b"\x89PNG"), []),
     (F["COMM"](3, "XXX", "", ["a"]), [("COMMENT", "a")]),
     (F["COMM"](3, "XXX", "MOOD", ["m"]), [("COMMENT:MOOD", "m")]),
     (F["USLT"](3, "XXX", "", "a\r\nb\r\n"), [("LYRICS", "a\r\nb\r\n")]),
@@ -52,7 +55,12 @@ INFO = [(b"ITRK", b"3\0", "TRCK", "3"), (b"IENG", b"Eve", "TXXX:ENGINEER", "Eve"
         (b"ISBJ", b"odd", "TXXX:ISBJ", "odd"), (b"INAM", b"other", "TIT2", "mine")]
 
 # Comments of other programs, and their frame.
+COVER = Picture()
+COVER.type, COVER.mime, COVER.data = 3, "image/png", b"\x89PNG"
 COMMENTS = [([("TRACKNUMBER", "3"), ("TOTALTRACKS", "12")], F["TRCK"](3, ["3/12"])),
+            ([("METADATA_BLOCK_PICTURE", base64.b64encode(COVER.write()).decode())],
+             F["APIC"](3, "image/png", 3, "", b"\x89PNG")),
+            ([("DATE", "May 2003")], F["TXXX"](3, "DATE", ["May 2003"])),
             ([("DISCNUMBER", "1/2"), ("DISCTOTAL", "2")], F["TPOS"](3, ["1/2"])),
             ([("TRACKTOTAL", "12")], F["TXXX"](3, "TRACKTOTAL", ["12"])),
             ([("ENCODER", "x")], F["TSSE"](3, ["x"])),
@@ -60,6 +68,29 @@ COMMENTS = [([("TRACKNUMBER", "3"), ("TOTALTRACKS", "12")], F["TRCK"](3, ["3/12"
             ([("DESCRIPTION", "x")], F["COMM"](3, "XXX", "", ["x"])),
             ([("RATING", "80")], F["TXXX"](3, "RATING", ["80"])),
             ([("URL", "http://\u4E2D")], F["TXXX"](3, "URL", ["http://\u4E2D"]))]
+
+# Frames of other versions and forms, as they are in the file; what becomes of them in FLAC; and what
+# is told.
+OLD = [
+    (2, b"TXT\0\0\2\0w" b"TOA\0\0\2\0a", [("LYRICIST", "w"), ("ORIGINALARTIST", "a")], ""),
+    (2, b"TYE\0\0\5\x002003" b"TDA\0\0\5\x000605" b"TIM\0\0\5\x000708",
+     [("DATE", "2003-05-06 07:08")], ""),
+    (2, b"PIC\0\0\x0e\0-->\3\0http://x", [], ""),
+    (3, b"TYER\0\0\0\5\0\0\x002003" b"TIME\0\0\0\5\0\0\x000708", [("DATE", "2003")], "time of day"),
+    (3, b"TPE1\0\0\0\6\0\0\0AC/DC" b"TIT2\0\0\0\6\0\0\0AC/DC",
+     [("ARTIST", "AC"), ("ARTIST", "DC"), ("TITLE", "AC/DC")], 'ARTIST "AC/DC" becomes several'),
+    (3, b"TIT2\0\0\0\3\0\x20\x07\0a", [("TITLE", "a")], ""), # grouped
+    (3, b"TIT2\0\0\0\6\0\x80\0\0\0\2xx", [], "hold it: TIT2"), # compressed
+    (3, b"TIT2\0\0\0\5\0\0\1a\0b\0", [("TITLE", "ab")], ""), # without a mark
+    (3, b"TCON\0\0\0\x0c\0\0\0(17)((x)\0RX",
+     [("GENRE", "(x)"), ("GENRE", "Remix"), ("GENRE", "Rock")], ""),
+    (4, b"TALB\0\0\0\0\0\0" b"TIT2\0\0\0\2\0\0\0a", [("TITLE", "a")], ""), # an empty one
+    (4, b"TIPL\0\0\0\x0c\0\0\0mix\0\0cook\0C", [("INVOLVEDPEOPLE:COOK", "C")], 'role "mix"'),
+    (4, b"COMM\0\0\0\x0a\0\0\0engD\0a\0bc", [("COMMENT:D", "a"), ("COMMENT:D", "bc")],
+     'language "eng" of COMMENT'),
+    (4, b"POPM\0\0\0\5\0\0a@b\0d", [("RATING", "6")], "the exact rating (POPM), whose rating"),
+    (4, b"WZZZ\0\0\0\2\0\0\0x", [], "WZZZ"), (4, b"TXXX\0\0\0\3\0\0\0\0x", [], "TXXX"),
+]
 
 
 def write_aiff(*chunks):
@@ -101,14 +132,15 @@ whole = tag_of(4, *(row[0] for row in FRAMES))
 write_aiff((b"ID3 ", whole))
 renamed, left_out = notes_of("convert", "in.aiff", "out.flac")
 assert '"A=\u00C9"' in renamed and '"A__"' in renamed, renamed
-same(left_out.split("left out: ")[-1], "CHAP, GEOB, PCNT, PRIV, UFID", "left out")
+same(left_out.split("cannot hold it: ")[-1], "attached files (GEOB), chapters (CHAP), identifier "
+     "(UFID), other programs' data (PRIV), play counter (PCNT)", "left out")
 same(comments(), sorted(sum((row[1] or [] for row in FRAMES), [])), "FLAC")
 same({(p.type, p.mime, p.desc, p.data) for p in FLAC("out.flac").pictures},
      {(f.type, f.mime, f.desc, f.data) for f, *_ in FRAMES if f.FrameID == "APIC"}, "pictures")
 same(notes_of("encode", "out.flac", "back.aiff"), [], "encode")
 content = read("out.flac")
 write("block.flac", content[:42] + b"\2\0\0\4test" + content[42:])
-assert notes_of("encode", "block.flac", "none.aiff")[0].endswith("left out: an application block")
+assert notes_of("encode", "block.flac", "none.aiff")[0].endswith("hold it: an application block")
 held = [(row[2:] or row)[0] for row in FRAMES if row[1] is not None]
 same(texts_of(AIFF("back.aiff").tags.values()), texts_of(held), "back")
 for data in (whole, tag_of(3, *(row[0] for row in FRAMES)), b"ID3 damaged"):
@@ -119,12 +151,20 @@ for data in (whole, tag_of(3, *(row[0] for row in FRAMES)), b"ID3 damaged"):
     same(data_of("back.aiff", b"ID3 ", ">"), data, "AIFF")
 assert "left out" in notes_of("convert", "in.aiff", "out.flac")[0]
 
+for version, frames, expected, told in OLD:
+    write_aiff((b"ID3 ", b"ID3" + bytes((version, 0, 0, 0, 0, 0, len(frames))) + frames))
+    notes = notes_of("convert", "in.aiff", "out.flac")
+    same(comments(), expected, frames)
+    assert len(notes) == bool(told) and told in "".join(notes), (frames, notes)
+    same(len(FLAC("out.flac").pictures), frames.count(b"PIC"), frames)
+
 # Texts of chunks where the tag has none, and what only AIFF has.
 chunks = [row[:2] for row in TEXTS]
 mine = tag_of(4, F["TIT2"](3, ["mine"]))
 write_aiff(*chunks, (b"MARK", b"\0\0"), (b"ID3 ", mine), (b"ID3 ", whole))
 notes = notes_of("convert", "in.aiff", "out.flac")
-assert len(notes) == 2 and "2 ID3v2 tags" in notes[0] and "'MARK'" in notes[1], notes
+told = ("2 ID3v2 tags", "chunks that only AIFF files hold ('MARK')", "left out: TITLE outside its")
+assert len(notes) == 3 and all(map(str.__contains__, notes, told)), notes
 same(comments(), sorted([row[2:] for row in TEXTS[1:]] + [("TITLE", "mine")]), "chunks")
 for output in ("none.flac", "none.wav"):
     same(notes_of("convert", "in.aiff", output, "--no-tags"), [], output)
@@ -144,7 +184,7 @@ own = [F["TIT2"](3, ["mine"]), F["TIPL"](3, [["mix", "Bob"]]), F["GEOB"](3, "m",
 for version in (3, 4):
     write_wav((b"LIST", info), (b"bext", bytes(602)), (b"id3 ", tag_of(version, *own)))
     notes = notes_of("encode", "in.wav", "out.aiff")
-    assert len(notes) == 1 and "'bext'" in notes[0], notes
+    assert len(notes) == 2 and "'bext'" in notes[0] and "TITLE in its INFO list" in notes[1], notes
     tags = AIFF("out.aiff").tags
     same([tags.getall(row[2])[0].text[0] for row in INFO], [row[3] for row in INFO], "INFO")
     same([tags.version[1], len(tags), tags["TIPL"].people],

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/writers/CarriedTags.h"
 
-#include "host/writers/ReadId3.h"
 #include "host/writers/TagNames.h"
 
 #include <algorithm>
@@ -32,18 +31,6 @@ ByteVector Bytes(std::span<const uint8_t> bytes)
                       static_cast<unsigned>(bytes.size()));
 }
 
-Result<TagContent> ReadContent(const CarriedTags& tags)
-{
-    if (tags.id3v2.size() > kMostTagBytes)
-        return Problem("has tags too large to be carried over (--no-tags leaves them out)");
-    TagContent content = tags.isReadable ? ReadId3(tags.id3v2, tags.joined) : TagContent();
-    PropertyMap others;
-    for (const auto& [property, text] : tags.texts)
-        others.insert(TagText(property), TagText(text));
-    content.AddMissing(others);
-    return content;
-}
-
 // Pads the data to an even size.
 void AppendChunk(std::vector<uint8_t>& chunks, const char* id, const ByteVector& data)
 {
@@ -54,13 +41,14 @@ void AppendChunk(std::vector<uint8_t>& chunks, const char* id, const ByteVector&
         chunks.push_back(0);
 }
 
-ByteVector InfoList(const PropertyMap& texts)
+ByteVector InfoList(const TagContent& content)
 {
     TagLib::RIFF::Info::Tag info;
-    for (const auto& [property, values] : texts) {
+    for (const auto& [property, values] : content.texts) {
         const std::string_view id = InfoOfProperty(Utf8Of(property));
+        const char* const separator = content.joined.contains(property) ? "/" : "; ";
         if (!id.empty())
-            info.setFieldText(ByteVector(id.data(), 4), values.toString("; "));
+            info.setFieldText(ByteVector(id.data(), 4), values.toString(separator));
     }
     return info.isEmpty() ? ByteVector() : info.render();
 }
@@ -129,13 +117,10 @@ bool AppendBlock(std::vector<uint8_t>& blocks, uint8_t type, const ByteVector& d
 
 } // namespace
 
-Result<TagBytes> WavTagChunks(const CarriedTags& tags)
+TagBytes WavTagChunks(const CarriedTags& tags)
 {
-    const Result<TagContent> content = ReadContent(tags);
-    if (!content)
-        return content.Why();
     TagBytes chunks{{}, tags.notes};
-    const ByteVector info = InfoList(content->texts);
+    const ByteVector info = InfoList(tags.content);
     if (!info.isEmpty())
         AppendChunk(chunks.bytes, "LIST", info);
     if (!tags.id3v2.empty())
@@ -145,25 +130,26 @@ Result<TagBytes> WavTagChunks(const CarriedTags& tags)
 
 Result<TagBytes> FlacTagBlocks(const CarriedTags& tags, std::span<const uint8_t> comment)
 {
-    const Result<TagContent> content = ReadContent(tags);
-    if (!content)
-        return content.Why();
+    const TagContent& content = tags.content;
     TagBytes blocks{{}, tags.notes};
     size_t last = 0;
     bool fits = AppendBlock(blocks.bytes, kCommentBlock,
-                            CommentBlock(content->texts, comment, blocks.notes));
-    for (const TagPicture& picture : content->pictures) {
+                            CommentBlock(content.texts, comment, blocks.notes));
+    for (const TagPicture& picture : content.pictures) {
         last = blocks.bytes.size();
         fits = fits && AppendBlock(blocks.bytes, kPictureBlock, PictureBlock(picture));
     }
     if (!fits)
         return Problem("has tags too large for FLAC (--no-tags leaves them out)");
     blocks.bytes[last] |= kLastBlock;
-    if (!content->leftOut.empty())
-        blocks.notes.push_back("has tag content that FLAC cannot hold, which is left out: " +
-                               Enumerated(content->leftOut));
-    if (!tags.isReadable)
-        blocks.notes.push_back("has an ID3v2 tag that cannot be read, which is left out");
+    for (const String& property : content.joined)
+        blocks.notes.push_back(Utf8Of(property) + " \"" +
+                               Utf8Of(content.texts[property].toString("/")) +
+                               "\" becomes several comments, as \"/\" separates values in its tag");
+    if (!content.leftOut.empty())
+        blocks.notes.push_back("left out, as FLAC cannot hold it: " + Enumerated(content.leftOut));
+    if (content.isDamaged)
+        blocks.notes.emplace_back("has a damaged ID3v2 tag: what cannot be read of it is left out");
     return blocks;
 }
 

@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace aiff::host
@@ -19,13 +18,8 @@ namespace aiff::host
 struct CarriedTags {
     // An ID3v2 tag, byte for byte; empty when there is none.
     std::vector<uint8_t> id3v2;
-    // Whether decoders can read it. What they cannot read goes to WAV only.
-    bool isReadable = true;
-    // Its texts that decoders show as several values.
-    JoinedValues joined;
-    // Texts outside the tag, in UTF-8, after the names that TagLib gives to properties, such
-    // as "TITLE". They serve where the tag has no text.
-    std::vector<std::pair<std::string, std::string>> texts;
+    // What it says, and texts outside of it.
+    TagContent content;
     // Sentences for people about what no output can hold.
     std::vector<std::string> notes;
 };
@@ -36,14 +30,12 @@ struct TagBytes {
     std::vector<std::string> notes;
 };
 
-// Tags that are larger than the file can hold are a problem.
-
 // The chunks that follow the samples of a WAV file: RIFF INFO and the tag. Empty when there
 // are no tags.
-Result<TagBytes> WavTagChunks(const CarriedTags& tags);
+TagBytes WavTagChunks(const CarriedTags& tags);
 
 // The metadata blocks of a FLAC file, the last one marked as such: a Vorbis comment and the
-// pictures.
+// pictures. Tags that are larger than such blocks can hold are a problem.
 //
 // comment  data of the encoder's own Vorbis comment, whose vendor is kept
 Result<TagBytes> FlacTagBlocks(const CarriedTags& tags, std::span<const uint8_t> comment);

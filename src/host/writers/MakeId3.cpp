@@ -3,6 +3,7 @@
 
 #include "host/writers/TagNames.h"
 #include "support/Rating.h"
+#include "support/text/Ascii.h"
 
 #include <algorithm>
 #include <attachedpictureframe.h>
@@ -75,6 +76,19 @@ void MarkTimes(PropertyMap& texts)
     for (String& date : dates->second)
         if (date.size() > kTimeOfDate && date[kTimeOfDate] == L' ')
             date[kTimeOfDate] = L'T';
+}
+
+// Readers take other text in a frame for dates as none.
+bool IsTimestamp(const String& text)
+{
+    constexpr unsigned kYearDigits = 4;
+    const String marks = "-:T ";
+    unsigned digits = 0;
+    while (digits < text.size() && IsAsciiDigit(text[static_cast<int>(digits)]))
+        ++digits;
+    return digits >= kYearDigits && std::ranges::all_of(text, [&marks](wchar_t c) {
+               return IsAsciiDigit(c) || marks.find(String(c)) >= 0;
+           });
 }
 
 wchar_t LowerCase(wchar_t c)
@@ -237,6 +251,8 @@ void FrameBytes::AddProperties(const PropertyMap& texts, RolesAs roles)
         } else if (const auto rating = Rating(values);
                    rating && property == TagText(kRatingProperty)) {
             AddRating(*rating);
+        } else if (property == "DATE" && !std::ranges::all_of(values, IsTimestamp)) {
+            AddUserText(property, values);
         } else {
             AddOther(property, values);
         }

@@ -1,8 +1,26 @@
 // SPDX-License-Identifier: MIT
 #include "host/writers/TagContent.h"
 
+#include <algorithm>
+
 namespace aiff::host
 {
+namespace
+{
+
+// Whether each value is one of the others, the beginning of one, or all of them in one text.
+bool AreAmong(const TagLib::StringList& values, TagLib::StringList others)
+{
+    for (const char* const separator : {"; ", "/", " / ", ", "})
+        others.append(others.toString(separator));
+    return std::ranges::all_of(values, [&others](const TagLib::String& value) {
+        return std::ranges::any_of(others, [&value](const TagLib::String& other) {
+            return other.stripWhiteSpace().startsWith(value.stripWhiteSpace());
+        });
+    });
+}
+
+} // namespace
 
 bool TagContent::Add(const TagLib::String& property, const TagLib::StringList& values)
 {
@@ -13,11 +31,17 @@ bool TagContent::Add(const TagLib::String& property, const TagLib::StringList& v
     return isAdded;
 }
 
-void TagContent::AddMissing(const TagLib::PropertyMap& others)
+TagLib::StringList TagContent::AddMissing(const TagLib::PropertyMap& others)
 {
-    for (const auto& [property, values] : others)
-        if (!texts.contains(property))
+    TagLib::StringList different;
+    for (const auto& [property, values] : others) {
+        const auto known = texts.find(property);
+        if (known == texts.end())
             Add(property, values);
+        else if (!AreAmong(values, known->second))
+            different.append(property);
+    }
+    return different;
 }
 
 TagLib::String TagText(std::string_view utf8)

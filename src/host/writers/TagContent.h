@@ -3,7 +3,6 @@
 // What a tag says, in terms that tags of several formats have in common.
 #pragma once
 
-#include <map>
 #include <set>
 #include <string>
 #include <tbytevector.h>
@@ -17,9 +16,6 @@ namespace aiff::host
 // Where a date of ID3v2 has a "T" before the time, and others a blank.
 inline constexpr unsigned kTimeOfDate = 10;
 
-// Texts of an ID3v2.3 tag that stand for several values, such as "One/Two", and these.
-using JoinedValues = std::map<std::string, std::vector<std::string>>;
-
 struct TagPicture {
     unsigned type = 0;       // number in ID3v2 and FLAC
     TagLib::String mimeType; // "-->" when the data is the URL of the picture
@@ -30,13 +26,17 @@ struct TagPicture {
 struct TagContent {
     TagLib::PropertyMap texts; // by property, each with its values
     std::vector<TagPicture> pictures;
-    // What is in the tag and not here, for people: identifiers of frames.
+    // Properties of several values that the tag joins with slashes, as all before ID3v2.4 do.
+    std::set<TagLib::String> joined;
+    // What is in the tag and not here, for people, such as "chapters (CHAP)".
     std::set<std::string> leftOut;
+    bool isDamaged = false; // more may be in the tag
 
     // Adds the values that are not empty and have only valid characters. False when there are none.
     bool Add(const TagLib::String& property, const TagLib::StringList& values);
-    // Adds the texts of properties that are not here yet.
-    void AddMissing(const TagLib::PropertyMap& others);
+    // Adds the texts of properties that are not here yet. Returns those of the others that say
+    // something else than what is here.
+    TagLib::StringList AddMissing(const TagLib::PropertyMap& others);
 };
 
 // The text of UTF-8, and back.

@@ -26,8 +26,9 @@ constexpr InfoName kOtherInfoNames[] = {
 };
 
 constexpr PropertyAlias kAliases[] = {
-    {"CONTENTGROUP", "WORK"},        {"DESCRIPTION", "COMMENT"}, {"ENCODER", "ENCODING"},
-    {"ENCODERSETTINGS", "ENCODING"}, {"ORGANIZATION", "LABEL"},
+    {"ALBUM ARTIST", "ALBUMARTIST"}, {"CONTENTGROUP", "WORK"},        {"DESCRIPTION", "COMMENT"},
+    {"ENCODER", "ENCODING"},         {"ENCODERSETTINGS", "ENCODING"}, {"ORGANIZATION", "LABEL"},
+    {"PUBLISHER", "LABEL"},          {"UNSYNCEDLYRICS", "LYRICS"},    {"YEAR", "DATE"},
 };
 
 constexpr NumberedProperty kNumbered[] = {

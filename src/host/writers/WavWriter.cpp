@@ -16,13 +16,11 @@ Problem WavWriter::Begin(const STQvWaveFormat& format, int64_t pcmBytes)
     m_promised = pcmBytes;
     // No reader could find chunks after samples without a known end.
     const bool endless = pcmBytes == kUnknownLength && m_output.IsDirect();
-    Result<TagBytes> tags = WavTagChunks(m_tags);
-    if (!tags)
-        return tags.Why();
-    m_notes = std::move(tags->notes);
+    TagBytes tags = WavTagChunks(m_tags);
+    m_notes = std::move(tags.notes);
     if (!endless)
-        m_tagChunks = std::move(tags->bytes);
-    else if (!tags->bytes.empty())
+        m_tagChunks = std::move(tags.bytes);
+    else if (!tags.bytes.empty())
         m_notes.emplace_back("has tags that a WAV file of unknown length cannot hold on standard "
                              "output, which are left out");
     const Result<std::vector<uint8_t>> header =

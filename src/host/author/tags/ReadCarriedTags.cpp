@@ -4,6 +4,7 @@
 #include "aiff/AIFFHandler.h"
 #include "host/author/tags/AiffForm.h"
 #include "host/author/tags/ChunkText.h"
+#include "host/author/tags/ReadId3.h"
 #include "host/author/tags/TagCheck.h"
 #include "host/author/tags/UpdateTag.h"
 #include "support/file/DiskFile.h"
@@ -46,24 +47,10 @@ private:
     const clAIFFHandler& m_aiff;
     CarriedTags& m_tags;
     int m_tagChunks = 0;
+    bool m_isReadable = false; // the tag
+    TagLib::PropertyMap m_texts;
     std::set<std::string> m_leftOut;
 };
-
-// The values of fields that have several, by the text that joins them in ID3v2.3.
-JoinedValues ReadJoined(const NTag& list)
-{
-    JoinedValues joined;
-    for (long i = 0; i < list.Count(); ++i) {
-        const TagItem item{{}, ToUtf8(list[i].value), {}};
-        const std::vector<std::string> values = item.Values();
-        std::string text;
-        for (const std::string& value : values)
-            text += (text.empty() ? "" : "/") + value;
-        if (values.size() > 1)
-            joined[text] = values;
-    }
-    return joined;
-}
 
 bool ChunkReader::ReadData(const STRIFFChunk& chunk, std::vector<uint8_t>& data) const
 {
@@ -83,15 +70,14 @@ void ChunkReader::ReadTag(const STRIFFChunk& chunk)
     std::vector<uint8_t> tag;
     const bool isReadable =
         !ReadChunkTag(m_aiff, chunk.FileDataPosition, chunk.nSize, {}, tag, list);
-    if (!m_tags.id3v2.empty() && (m_tags.isReadable || !isReadable))
+    if (!m_tags.id3v2.empty() && (m_isReadable || !isReadable))
         return;
     if (!isReadable && !ReadData(chunk, tag)) {
         m_leftOut.insert(CodeText(chunk.ID));
         return;
     }
     m_tags.id3v2 = std::move(tag);
-    m_tags.isReadable = isReadable;
-    m_tags.joined = ReadJoined(list);
+    m_isReadable = isReadable;
 }
 
 void ChunkReader::ReadOther(const STRIFFChunk& chunk)
@@ -102,8 +88,8 @@ void ChunkReader::ReadOther(const STRIFFChunk& chunk)
     const auto* const found = std::ranges::find_if(kTextChunks, is, &TextChunk::code);
     std::vector<uint8_t> data;
     if (found != std::end(kTextChunks) && ReadData(chunk, data)) {
-        for (std::string& text : ChunkTexts(data, OldText::Aiff))
-            m_tags.texts.emplace_back(found->property, std::move(text));
+        for (const std::string& text : ChunkTexts(data, OldText::Aiff))
+            m_texts.insert(found->property, TagText(text));
     } else if (IsTextCode(chunk.ID) && std::ranges::none_of(kNeededByAiffOnly, is)) {
         m_leftOut.insert(CodeText(chunk.ID));
     }
@@ -122,10 +108,13 @@ void ChunkReader::ReadAll()
         m_tags.notes.push_back("has " + std::to_string(m_tagChunks) +
                                " ID3v2 tags; only the first that can be read is carried over");
     if (!m_leftOut.empty())
-        m_tags.notes.push_back("has chunks that only AIFF files hold, which are left out: " +
-                               Enumerated(m_leftOut));
-    for (const std::string& kind : ReadTrailingBytes(m_aiff, m_aiff.GetFormEnd()).tags)
-        m_tags.notes.push_back("has " + kind + " after the end of its form, which is left out");
+        m_tags.notes.push_back("left out: chunks that only AIFF files hold (" +
+                               Enumerated(m_leftOut) + ")");
+    m_tags.content = ReadId3(m_tags.id3v2);
+    const TagLib::StringList different = m_tags.content.AddMissing(m_texts);
+    if (!different.isEmpty())
+        m_tags.notes.push_back("left out: " + Utf8Of(different.toString(", ")) +
+                               " outside its ID3v2 tag, which says something else");
 }
 
 void MakeTag(const std::vector<TagItem>& items, CarriedTags& tags)
@@ -140,6 +129,7 @@ void MakeTag(const std::vector<TagItem>& items, CarriedTags& tags)
     }
     if (list.Count() != 0 && !UpdateTag({}, list, tags.id3v2))
         tags.notes.emplace_back("has tags that are too large to be carried over");
+    tags.content = ReadId3(tags.id3v2);
 }
 
 } // namespace

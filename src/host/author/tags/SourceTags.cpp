@@ -2,10 +2,11 @@
 #include "host/author/tags/SourceTags.h"
 
 #include "host/author/tags/ChunkText.h"
+#include "host/author/tags/ReadId3.h"
 #include "host/author/tags/UpdateTag.h"
 #include "host/author/tags/WavTags.h"
 #include "host/writers/MakeId3.h"
-#include "host/writers/ReadId3.h"
+#include "support/text/Ascii.h"
 #include "tags/TagItems.h"
 
 #include <algorithm>
@@ -26,20 +27,23 @@ bool HoldsAll(const TagContent& content, const TagContent& part)
         const auto found = content.texts.find(text.first);
         return found != content.texts.end() && found->second == text.second;
     };
-    return std::ranges::all_of(part.texts, isThere) && content.leftOut == part.leftOut &&
+    return std::ranges::all_of(part.texts, isThere) &&
+           std::ranges::includes(content.leftOut, part.leftOut) &&
            content.pictures.size() == part.pictures.size();
 }
 
 // Takes what an INFO list says beyond the tag into the tag, which keeps its version.
 Problem AddInfo(const TagLib::PropertyMap& info, SourceTags& source)
 {
-    if (source.id3v2.size() > kMostTagBytes)
-        return kTooLarge;
     TagContent content = ReadId3(source.id3v2);
     TagContent more;
     for (const auto& [property, values] : info)
         if (!content.texts.contains(property))
             more.Add(property, values);
+    const TagLib::StringList different = content.AddMissing(info);
+    if (!different.isEmpty())
+        source.notes.push_back("left out: " + Utf8Of(different.toString(", ")) +
+                               " in its INFO list, where its ID3v2 tag says something else");
     const Result<std::vector<uint8_t>> added =
         MakeId3(more, source.id3v2.empty() ? RolesAs::PeopleFrames : RolesAs::UserText);
     if (!added || added->empty())
@@ -49,7 +53,6 @@ Problem AddInfo(const TagLib::PropertyMap& info, SourceTags& source)
     NTag list;
     if (!isNew && (!ReadTagList(*added, list) || !UpdateTag(source.id3v2, list, tag)))
         return kTooLarge;
-    content.AddMissing(more.texts);
     if (isNew || HoldsAll(ReadId3(tag), content))
         source.id3v2 = std::move(tag);
     else
@@ -63,8 +66,8 @@ Result<SourceTags> TagsOfWav(WavTags wav)
     SourceTags source;
     source.id3v2 = std::move(wav.id3v2);
     if (!wav.others.empty())
-        source.notes.push_back("has chunks that only WAV files hold, which are left out: " +
-                               Enumerated(wav.others));
+        source.notes.push_back("left out: chunks that only " + std::string(wav.format) +
+                               " files hold (" + Enumerated(wav.others) + ")");
     NTag list;
     if (source.id3v2.empty() || ReadTagList(source.id3v2, list)) {
         if (Problem problem = AddInfo(wav.info, source))
@@ -84,11 +87,24 @@ void AddPictures(const TagLib::List<TagLib::FLAC::Picture*>& pictures, TagConten
                                     picture->description(), picture->data()});
 }
 
+// In a Vorbis comment, where some programs put them.
+size_t CountPictures(TagLib::ByteVector comment)
+{
+    std::transform(comment.begin(), comment.end(), comment.begin(), UpperAscii<char>);
+    size_t count = 0;
+    for (const char* const name : {"METADATA_BLOCK_PICTURE=", "COVERART="})
+        for (int at = comment.find(name); at >= 0;
+             at = comment.find(name, static_cast<unsigned>(at) + 1))
+            ++count;
+    return count;
+}
+
 // Names the metadata blocks of a FLAC file that an AIFF file has no place for.
 void AddBlocks(TagLib::FLAC::File& file, TagContent& content)
 {
     constexpr unsigned kHeader = 4;
     constexpr unsigned kApplication = 2;
+    constexpr unsigned kComment = 4;
     constexpr unsigned kCueSheet = 5;
     constexpr unsigned kLast = 0x80;
     unsigned type = 0;
@@ -101,7 +117,11 @@ void AddBlocks(TagLib::FLAC::File& file, TagContent& content)
             content.leftOut.insert("an application block");
         if ((type & ~kLast) == kCueSheet)
             content.leftOut.insert("a cue sheet");
-        file.seek(static_cast<long>(header.toUInt(1U, 3U)), TagLib::File::Current);
+        const unsigned size = header.toUInt(1U, 3U);
+        if ((type & ~kLast) != kComment)
+            file.seek(static_cast<long>(size), TagLib::File::Current);
+        else if (CountPictures(file.readBlock(size)) > content.pictures.size())
+            content.leftOut.insert("a picture that cannot be read");
     }
 }
 
@@ -116,10 +136,14 @@ bool ReadContent(const std::string& path, TagContent& content)
     for (const TagLib::String& name : properties.unsupportedData())
         content.leftOut.insert(Utf8Of(name));
     if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file.file())) {
-        AddPictures(flac->pictureList(), content);
+        if (flac->hasXiphComment())
+            AddPictures(flac->xiphComment()->pictureList(), content);
         AddBlocks(*flac, content);
-        if (flac->hasID3v2Tag())
-            content.leftOut.insert("an ID3v2 tag");
+        AddPictures(flac->pictureList(), content);
+        if (flac->hasID3v2Tag() && flac->hasXiphComment())
+            content.leftOut.insert("a second tag (ID3v2)");
+        if (flac->hasID3v1Tag())
+            content.leftOut.insert("a second tag (ID3v1)");
     } else if (auto* comment = dynamic_cast<TagLib::Ogg::XiphComment*>(file.tag())) {
         AddPictures(comment->pictureList(), content);
     }
@@ -151,16 +175,15 @@ void ReadStrings(SNDFILE* file, TagContent& content)
 Result<SourceTags> ReadSourceTags(const std::string& path, SNDFILE* file)
 {
     WavTags wav = ReadWavTags(path);
-    if (wav.isWav)
+    if (!wav.format.empty())
         return TagsOfWav(std::move(wav));
     TagContent content;
     if (!ReadContent(path, content))
         ReadStrings(file, content);
     SourceTags source;
     if (!content.leftOut.empty())
-        source.notes.push_back(
-            "has tag content that an ID3v2 tag cannot hold, which is left out: " +
-            Enumerated(content.leftOut));
+        source.notes.push_back("left out, as an ID3v2 tag cannot hold it: " +
+                               Enumerated(content.leftOut));
     Result<std::vector<uint8_t>> tag = MakeId3(std::move(content));
     if (!tag)
         return tag.Why();

@@ -2,7 +2,7 @@
 #include "host/author/tags/WavTags.h"
 
 #include "host/author/tags/ChunkText.h"
-#include "host/writers/ReadId3.h"
+#include "host/writers/TagContent.h"
 #include "host/writers/TagNames.h"
 #include "support/file/DiskFile.h"
 #include "support/text/Ascii.h"
@@ -20,10 +20,31 @@ namespace
 
 constexpr uint32_t kInLargeSizes = std::numeric_limits<uint32_t>::max(); // of an RF64 file
 constexpr size_t kHeaderSize = 8;
+// No tag is larger.
+constexpr uint64_t kMostChunkBytes = uint64_t{1} << 28;
+
+// How a kind of file has its chunks: each an identifier, which begins with four letters, a size
+// and so many bytes.
+struct ChunkLayout {
+    std::string_view form; // at the start of the file
+    std::string_view name; // of the format
+    size_t idSize;
+    size_t sizeSize;
+    uint64_t counted; // bytes before the data of a chunk that its size counts, too
+    int64_t alignment;
+
+    size_t HeaderSize() const { return idSize + sizeSize; }
+    // The form begins like a chunk, with an identifier of its own before the first one.
+    int64_t First() const { return static_cast<int64_t>(HeaderSize() + idSize); }
+};
+constexpr ChunkLayout kLayouts[] = {{"RIFF", "WAV", 4, 4, 0, 2},
+                                    {"RF64", "WAV", 4, 4, 0, 2},
+                                    {"BW64", "WAV", 4, 4, 0, 2},
+                                    {"riff", "Wave64", 16, 8, 24, 8}};
 
 // Chunks that describe the sound, and what only fills the file.
-constexpr std::string_view kNeededByWavOnly[] = {"fmt ", "data", "fact", "PEAK", "ds64",
-                                                 "JUNK", "junk", "PAD ", "FLLR"};
+constexpr std::string_view kNeededByWavOnly[] = {"fmt ", "data", "fact", "PEAK",
+                                                 "ds64", "JUNK", "PAD ", "FLLR"};
 
 std::string_view CodeAt(std::span<const uint8_t> bytes, size_t at)
 {
@@ -49,7 +70,8 @@ void ReadInfo(std::span<const uint8_t> left, TagLib::PropertyMap& info)
         const std::string_view known = PropertyOfInfo(code);
         for (const std::string& text : ChunkTexts(left.first(size), OldText::Riff))
             info.insert(TagText(known.empty() ? code : known), TagText(text));
-        left = left.subspan(std::min(size + size % 2, left.size()));
+        const bool isPadded = size % 2 != 0 && size < left.size() && left[size] == 0;
+        left = left.subspan(size + isPadded);
     }
 }
 
@@ -65,48 +87,68 @@ private:
     {
         return m_file.ReadAt(position, bytes) == bytes.size();
     }
-    void ReadChunk(std::string_view code, std::span<const uint8_t> data);
+    bool ReadChunk(const ChunkLayout& layout, int64_t& position);
+    void TakeChunk(std::string_view code, std::span<const uint8_t> data);
 
     const DiskFile& m_file;
     WavTags m_tags;
+    uint64_t m_soundSize = kInLargeSizes; // of an RF64 file
 };
 
-void WavReader::ReadChunk(std::string_view code, std::span<const uint8_t> data)
+void WavReader::TakeChunk(std::string_view code, std::span<const uint8_t> data)
 {
     constexpr std::string_view kInfo = "INFO";
-    if (EqualNoCase(code, "id3 ") && m_tags.id3v2.empty())
+    const bool isList = EqualNoCase(code, "LIST") && data.size() >= kInfo.size();
+    if (EqualNoCase(code, "id3 ") && m_tags.id3v2.empty() && !data.empty())
         m_tags.id3v2.assign(data.begin(), data.end());
-    else if (code == "LIST" && data.size() >= kInfo.size() && CodeAt(data, 0) == kInfo)
+    else if (EqualNoCase(code, "id3 "))
+        m_tags.others.insert("a second 'ID3 '");
+    else if (isList && CodeAt(data, 0) == kInfo)
         ReadInfo(data.subspan(kInfo.size()), m_tags.info);
-    else if (std::ranges::find(kNeededByWavOnly, code) == std::end(kNeededByWavOnly))
+    else if (isList)
+        m_tags.others.insert("'LIST' of '" + std::string(CodeAt(data, 0)) + "'");
+    else if (std::ranges::none_of(kNeededByWavOnly,
+                                  [code](std::string_view id) { return EqualNoCase(code, id); }))
         m_tags.others.insert("'" + std::string(code) + "'");
+}
+
+// Moves the position on. False at the end; what is cut off is told as damage.
+bool WavReader::ReadChunk(const ChunkLayout& layout, int64_t& position)
+{
+    std::array<uint8_t, 24> bytes{};
+    const auto header = std::span(bytes).first(layout.HeaderSize());
+    if (!ReadAt(position, header))
+        return false;
+    position += std::ssize(header);
+    const std::string_view code = CodeAt(header, 0);
+    const bool isSound = EqualNoCase(code, "data");
+    uint64_t size = NumberAt(header, layout.idSize, layout.sizeSize);
+    if (isSound && size == kInLargeSizes)
+        size = m_soundSize;
+    if (size < layout.counted ||
+        size - layout.counted > static_cast<uint64_t>(m_file.Size() - position))
+        return false;
+    size -= layout.counted;
+    std::vector<uint8_t> data(isSound || size > kMostChunkBytes ? 0 : size);
+    if (!ReadAt(position, data))
+        return false;
+    if (code == "ds64" && size >= 16)
+        m_soundSize = NumberAt(data, 8, 8);
+    TakeChunk(code, data);
+    const int64_t end = position + static_cast<int64_t>(size);
+    position = (end + layout.alignment - 1) / layout.alignment * layout.alignment;
+    return true;
 }
 
 WavTags WavReader::Read()
 {
-    static constexpr std::string_view kForms[] = {"RIFF", "RF64", "BW64"};
-    std::array<uint8_t, 12> form;
-    if (!ReadAt(0, form) || CodeAt(form, 8) != "WAVE" ||
-        std::ranges::find(kForms, CodeAt(form, 0)) == std::end(kForms))
+    std::array<uint8_t, 40> form{};
+    (void)!m_file.ReadAt(0, form);
+    const auto* const layout = std::ranges::find(kLayouts, CodeAt(form, 0), &ChunkLayout::form);
+    if (layout == std::end(kLayouts) || !EqualNoCase(CodeAt(form, layout->HeaderSize()), "WAVE"))
         return m_tags;
-    m_tags.isWav = true;
-    uint64_t soundSize = kInLargeSizes;
-    std::array<uint8_t, kHeaderSize> header;
-    for (int64_t at = std::ssize(form); ReadAt(at, header);) {
-        at += std::ssize(header);
-        const std::string_view code = CodeAt(header, 0);
-        uint64_t size = NumberAt(header, 4, 4);
-        if (code == "data" && size == kInLargeSizes)
-            size = soundSize;
-        if (size > static_cast<uint64_t>(m_file.Size() - at))
-            break; // what is cut off is told as damage
-        std::vector<uint8_t> data(code == "data" || size > kMostTagBytes ? 0 : size);
-        if (!ReadAt(at, data))
-            break;
-        if (code == "ds64" && size >= 16)
-            soundSize = NumberAt(data, 8, 8);
-        ReadChunk(code, data);
-        at += static_cast<int64_t>(size + size % 2);
+    m_tags.format = layout->name;
+    for (int64_t position = layout->First(); ReadChunk(*layout, position);) {
     }
     return m_tags;
 }

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 
-// What a WAV file holds besides its sound.
+// What a WAV or Wave64 file holds besides its sound.
 #pragma once
 
 #include <cstdint>
 #include <set>
 #include <string>
+#include <string_view>
 #include <tpropertymap.h>
 #include <vector>
 
@@ -13,7 +14,7 @@ namespace aiff::host
 {
 
 struct WavTags {
-    bool isWav = false;
+    std::string_view format;      // "WAV" or "Wave64"; empty for another one
     std::vector<uint8_t> id3v2;   // the first such chunk, byte for byte
     TagLib::PropertyMap info;     // the INFO list; identifiers without a property are their own
     std::set<std::string> others; // identifiers of chunks of other kinds, and of further tags
