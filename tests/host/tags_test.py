@@ -152,6 +152,7 @@ cases = [ # tag, what follows the form, what is hidden, what an edit would cut o
     (None, ID3V1, "an ID3v1 tag", "128 bytes (an ID3v1 tag)"),
     (None, tag + ape + ID3V1, "an APE tag", "(an ID3v2 tag and an APE tag and an ID3v1 tag)"),
     (None, chunk(b"ID3 ", tag), "an ID3v2 tag", ""), # becomes a chunk of the form
+    (None, bytes(7) + tag, "an ID3v2 tag", f"{len(tag) + 7} bytes (an ID3v2 tag)"),
     (None, b"x", "", "1 byte (unknown data)"), (tag, bytes(9) + b"x", "", "10 bytes"),
 ]
 for held, after, hidden, cut in cases:
@@ -162,6 +163,11 @@ for held, after, hidden, cut in cases:
     write_aiff("bare.aiff", tag)
     for command in (["set", "f.aiff", "Title=x"], ["copy", "bare.aiff", "f.aiff"]) if cut else []:
         assert cut in run(1, "tags", *command)[1] and read("f.aiff") == before, (command, cut)
+    if hidden:
+        assert cut in run(int(bool(cut)), "tags", "clear", "f.aiff")[1]
+        assert bool(cut) == (cut in run(0, "tags", "clear", "--force", "f.aiff")[1] != "")
+        assert run(0, "check", "-q", "f.aiff") == ("", "") and read("f.aiff")[12:] == bare[12:]
+        write("f.aiff", held, after)
     err = run(int(held == damaged), "tags", "set", "-q", "--force", "f.aiff", "Title=x")[1]
     assert ("size of its form" in err) == (hidden == "an ID3v2 tag"), err
     if held == damaged:

@@ -204,24 +204,38 @@ ContainerSizes ReadAuSizes(const FileContent& file, Order order)
     return sizes;
 }
 
-// A VOC file is a sequence of blocks with a type and a size of three bytes; type 0 ends it.
-// There is one block of type 9, which some programs make too small by a part of its header.
+constexpr int64_t kVocBlockHeader = 4; // a type, and a size of three bytes
+
+// Goes from block to block of a VOC file. Returns how many bytes follow the one of type 0, which
+// ends the file; -1 when there is none.
+int64_t BytesAfterVocEnd(const FileContent& file, int64_t position)
+{
+    constexpr int64_t kLastType = 9;
+    for (int i = 0; i < kMostChunks && position < file.Size(); ++i) {
+        const int64_t type = NumberAt(file, position, 1, Order::Little);
+        if (type == 0)
+            return file.Size() - position - 1;
+        if (type > kLastType)
+            break;
+        position += kVocBlockHeader + NumberAt(file, position + 1, 3, Order::Little);
+    }
+    return -1;
+}
+
+// Some programs make a block of type 9 too small by a part of its header, so that it seems to end
+// within the sound, where a zero may be that of a sample.
 ContainerSizes ReadVocSizes(const FileContent& file)
 {
     constexpr int64_t kHeaderSizeAt = 20;
-    constexpr int64_t kBlockHeader = 4;
     constexpr int64_t kNewSound = 9;
+    constexpr int64_t kMissed = 8;
     ContainerSizes sizes;
-    int64_t position = NumberAt(file, kHeaderSizeAt, 2, Order::Little);
-    for (int i = 0; i < kMostChunks && position + kBlockHeader <= file.Size(); ++i) {
-        const int64_t type = NumberAt(file, position, 1, Order::Little);
-        if (type == 0 || type > kNewSound)
-            return sizes;
-        position += kBlockHeader + NumberAt(file, position + 1, 3, Order::Little);
-        if (type == kNewSound)
-            break;
-    }
-    if (position > file.Size())
+    const int64_t start = NumberAt(file, kHeaderSizeAt, 2, Order::Little);
+    const int64_t next = start + kVocBlockHeader + NumberAt(file, start + 1, 3, Order::Little);
+    const int64_t left = BytesAfterVocEnd(file, start);
+    const bool isSmall = NumberAt(file, start, 1, Order::Little) == kNewSound &&
+                         BytesAfterVocEnd(file, next + kMissed) >= 0;
+    if (left != 0 && left <= kMissed && !isSmall)
         sizes.damage = kSoundIsCut;
     return sizes;
 }

@@ -123,12 +123,14 @@ Problem EditedFile::Checked(Change change)
 {
     const std::string cutOff = m_tags ? m_tags->cutOff : "";
     if (!cutOff.empty() && !m_options.force)
-        return "has " + cutOff +
-               " after its last chunk, which an edit cuts off; it is left as it "
-               "is (--force edits it)";
+        return "ends with " + cutOff +
+               " after the AIFF data, which an edit would cut off; nothing is changed (--force "
+               "cuts it off)";
     Problem problem = change();
-    if (!problem && !cutOff.empty())
-        SayProblem("cut off " + cutOff + " after its last chunk");
+    if (!problem && !cutOff.empty()) {
+        SayProblem("cut off " + cutOff + " after the AIFF data");
+        m_tags->cutOff.clear();
+    }
     for (const std::string& note : problem ? std::vector<std::string>() : m_file.Notes())
         SayProblem(note);
     return problem;

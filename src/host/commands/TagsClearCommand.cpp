@@ -25,14 +25,16 @@ private:
         return ForEachTagFile(m_files, loader, trace, m_options, Clear);
     }
 
-    // A tag after the end of the form stays: a decoder looks for none there.
+    // Tags after the end of the form go with any edit of it, so where there is no other tag, an
+    // empty one is made first.
     static Problem Clear(EditedFile& file)
     {
         const FileTags* const tags = file.Tags();
         const bool hasNone = tags != nullptr && tags->chunks == 0;
-        if (hasNone && !tags->hidden.empty())
-            return tags->hidden.front();
-        if (Problem problem = hasNone ? Problem() : file.RemoveAll())
+        const bool hasOthers = tags != nullptr && !tags->hidden.empty();
+        if (Problem problem = hasNone && hasOthers ? file.Write({{"Title", "", {}}}) : Problem())
+            return problem;
+        if (Problem problem = hasNone && !hasOthers ? Problem() : file.RemoveAll())
             return problem;
         file.Say("removed all tags");
         return {};

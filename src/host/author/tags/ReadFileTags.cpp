@@ -67,7 +67,7 @@ std::optional<FileTags> ReadFileTags(const Input& input)
         return tags;
     const TrailingBytes trailing = ReadTrailingBytes(aiff, aiff.GetFormEnd());
     for (const std::string& kind : trailing.tags)
-        tags.hidden.push_back("has " + kind + " after the end of its form, which is not read");
+        tags.hidden.push_back("has " + kind + " after the AIFF data, which is not shown");
     // An edit keeps what are whole chunks, and refuses some files; what is left of another edit
     // is nobody's.
     if (!trailing.areZero && aiff.PrepareForEdit() && !aiff.HoldsUnfinishedEdit()) {

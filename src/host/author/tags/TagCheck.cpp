@@ -33,15 +33,18 @@ int64_t TagSizeAt(const XFile& file, int64_t position)
     return TagSizeFromHeader(std::span(header).first(count));
 }
 
-bool IsZero(const XFile& file, int64_t position)
+// The end of the file when all bytes are zero; what cannot be read may be anything.
+int64_t FirstNonZero(const XFile& file, int64_t position)
 {
     std::vector<uint8_t> block(64 * 1024);
     while (const size_t count = file.ReadAt(position, block)) {
-        if (std::any_of(block.data(), block.data() + count, [](uint8_t byte) { return byte != 0; }))
-            return false;
-        position += static_cast<int64_t>(count);
+        const auto bytes = std::span(block).first(count);
+        const auto found = std::ranges::find_if(bytes, [](uint8_t byte) { return byte != 0; });
+        position += found - bytes.begin();
+        if (found != bytes.end())
+            break;
     }
-    return position >= file.Size(); // what cannot be read may be anything
+    return position;
 }
 
 } // namespace
@@ -65,7 +68,9 @@ TrailingBytes ReadTrailingBytes(const XFile& file, int64_t position)
 {
     TrailingBytes trailing;
     trailing.count = std::max<int64_t>(file.Size() - position, 0);
-    trailing.areZero = trailing.count == 0 || IsZero(file, position);
+    const int64_t end = position + trailing.count;
+    position = FirstNonZero(file, position);
+    trailing.areZero = position >= end;
     if (trailing.areZero)
         return trailing;
     std::array<uint8_t, kChunkHeaderSize> header{};
@@ -73,7 +78,6 @@ TrailingBytes ReadTrailingBytes(const XFile& file, int64_t position)
                          clAIFFHandler::CompareID(ReadCode(header.data()), kChunkID3, true);
     if (TagSizeAt(file, isChunk ? position + kChunkHeaderSize : position) != 0)
         trailing.tags.push_back("an ID3v2 tag");
-    const int64_t end = position + trailing.count;
     const bool hasId3v1 = trailing.count >= kId3v1Size && HoldsText(file, end - kId3v1Size, "TAG");
     const int64_t apeEnd = hasId3v1 ? end - kId3v1Size : end;
     if (HoldsText(file, position, "APETAGEX") ||
