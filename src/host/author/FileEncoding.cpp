@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <sys/stat.h>
 
 namespace aiff::host
@@ -37,8 +38,8 @@ int64_t RoomForSound(const clPassAIFFChunks& chunks)
 class FileEncoding
 {
 public:
-    FileEncoding(const Trace& trace, ProgressFunction progress)
-        : m_report(trace), m_progress(std::move(progress))
+    FileEncoding(const Trace& trace, Fetch fetch, ProgressFunction progress)
+        : m_report(trace), m_fetch(fetch), m_progress(std::move(progress))
     {
     }
 
@@ -46,7 +47,7 @@ public:
 
 private:
     Problem Encode(const OutputPlan::Item& item, const OutputRules& rules);
-    Problem OpenSourceOf(const Input& input);
+    Problem OpenSourceOf(const Input& named);
     Problem OpenOutput(const std::string& path, const OutputRules& rules, OutputFile& output);
     Problem WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks);
     Problem WriteSound(clAIFFHandler& aiff, const OutputContent& content);
@@ -55,8 +56,10 @@ private:
     FileResult SumUp() const;
 
     ReportCapture m_report;
+    Fetch m_fetch;
     ProgressFunction m_progress;
     XMem m_block;
+    std::optional<InputAtHand> m_input; // keeps the copy that the source reads
     std::unique_ptr<SoundSource> m_source;
     std::string m_outputName;
     int64_t m_room = 0;    // bytes of sound that the new file can hold
@@ -72,6 +75,7 @@ FileResult FileEncoding::Run(const OutputPlan::Item& item, const OutputRules& ru
     m_report.Rest();
     FileResult result = problem ? FileResult{ConvertOutcome::Failed, problem} : SumUp();
     m_source.reset();
+    m_input.reset();
     return result;
 }
 
@@ -86,7 +90,9 @@ FileResult FileEncoding::SumUp() const
     result.seconds = static_cast<double>(result.frames) / rate;
     if (const std::string leftOut = m_source->LeftOut(); !leftOut.empty())
         result.notes.push_back(leftOut);
-    Problem damage = m_source->Damage();
+    if (!m_input->note.empty())
+        result.notes.push_back(m_input->note);
+    Problem damage = m_input->incomplete ? m_input->incomplete : m_source->Damage();
     if (!damage && m_written < m_source->ExpectedBytes())
         damage = "ends before its sound data is complete";
     if (damage) {
@@ -115,17 +121,21 @@ Problem FileEncoding::Encode(const OutputPlan::Item& item, const OutputRules& ru
     return output.Commit();
 }
 
-Problem FileEncoding::OpenSourceOf(const Input& input)
+Problem FileEncoding::OpenSourceOf(const Input& named)
 {
-    if (input.IsUrl())
-        return "is a URL, only files can be encoded";
+    Result<InputAtHand> atHand = BringFileToHand(
+        named, m_fetch, [this](int64_t bytes) { m_progress(Advance::Received(bytes)); });
+    if (!atHand)
+        return atHand.Why();
+    m_input = std::move(*atHand);
+    const Input& input = m_input->input;
     if (Problem problem = input.FileProblem())
         return problem;
     if (Problem problem = input.AccessProblem())
         return problem;
-    Result<std::unique_ptr<SoundSource>> source = OpenSource(input.Name());
+    Result<std::unique_ptr<SoundSource>> source = OpenSource(input.Path());
     if (!source)
-        return source.Why();
+        return m_input->incomplete ? m_input->incomplete : source.Why();
     m_source = std::move(*source);
     return {};
 }
@@ -200,9 +210,9 @@ bool FileEncoding::RestoreExactFields(clAIFFHandler& aiff)
 
 } // namespace
 
-FileWork MakeEncodingWork(const Trace& trace, ProgressFunction progress)
+FileWork MakeEncodingWork(const Trace& trace, Fetch fetch, ProgressFunction progress)
 {
-    const auto encoding = std::make_shared<FileEncoding>(trace, std::move(progress));
+    const auto encoding = std::make_shared<FileEncoding>(trace, fetch, std::move(progress));
     return [encoding](const OutputPlan::Item& item, const OutputRules& rules) {
         return encoding->Run(item, rules);
     };

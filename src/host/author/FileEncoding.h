@@ -4,11 +4,12 @@
 #pragma once
 
 #include "host/batch/Batch.h"
+#include "host/session/AtHand.h"
 
 namespace aiff::host
 {
 
 // Makes the work of one worker, which turns each input into an AIFF file, bit for bit.
-FileWork MakeEncodingWork(const Trace& trace, ProgressFunction progress);
+FileWork MakeEncodingWork(const Trace& trace, Fetch fetch, ProgressFunction progress);
 
 } // namespace aiff::host

@@ -28,6 +28,8 @@ public:
     const std::string& Path() const { return m_path; }
     const std::wstring& WidePath() const { return m_widePath; }
 
+    // Whether it names a file.
+    bool IsFile() const { return m_kind == Kind::File; }
     // Whether it is a URL, copied or not.
     bool IsUrl() const { return m_kind == Kind::Http || m_kind == Kind::Https; }
     // Whether decoders read it from the network.

@@ -4,72 +4,61 @@
 #include "support/text/Utf8.h"
 
 #include <cstdio>
+#include <string_view>
 
 namespace aiff::host
 {
 namespace
 {
 
-void AppendUnit(std::string& out, uint32_t unit)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "\\u%04x", static_cast<unsigned>(unit));
-    out += text;
-}
+constexpr char kBytes[] = "Bytes";
 
-void AppendString(std::string& out, std::string_view bytes)
+bool IsUtf8(std::string_view text)
 {
-    out += '"';
     uint32_t c = 0;
-    while (TakeUtf8(bytes, Utf8Policy::RawBytes, c)) {
-        if (c > 0xFFFF) {
-            AppendUnit(out, 0xD800 | (c - 0x10000) >> 10);
-            AppendUnit(out, 0xDC00 | (c & 0x3FF));
-        } else if (c < 0x20 || c >= 0x7F) {
-            AppendUnit(out, c);
-        } else {
-            if (c == '"' || c == '\\')
-                out += '\\';
-            out += static_cast<char>(c);
-        }
+    while (TakeUtf8(text, Utf8Policy::Strict, c)) {
     }
-    out += '"';
+    return text.empty();
 }
 
-// `lineStart` begins the lines of the value, or is empty for a value on one line.
-void AppendValue(std::string& out, const Json& value, const std::string& lineStart)
+std::string Hexadecimal(std::string_view bytes)
 {
-    if (value.is_string()) {
-        AppendString(out, value.get_ref<const std::string&>());
-    } else if (value.is_structured()) {
-        const bool isObject = value.is_object();
-        const std::string inner = lineStart.empty() || value.empty() ? "" : lineStart + "  ";
-        const char* comma = "";
-        out += isObject ? '{' : '[';
-        for (const auto& [key, member] : value.items()) {
-            out += comma + inner;
-            comma = ",";
-            if (isObject) {
-                AppendString(out, key);
-                out += inner.empty() ? ":" : ": ";
-            }
-            AppendValue(out, member, inner);
-        }
-        out += value.empty() ? "" : lineStart;
-        out += isObject ? '}' : ']';
-    } else {
-        out += value.dump();
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += {kDigits[byte / 16], kDigits[byte % 16]};
     }
+    return text;
+}
+
+// The value with the bytes of what is not UTF-8.
+Json WithBytes(const Json& value)
+{
+    if (!value.is_structured())
+        return value;
+    Json whole = value.is_object() ? Json::object() : Json::array();
+    for (const auto& [key, member] : value.items()) {
+        if (value.is_array()) {
+            whole.push_back(WithBytes(member));
+            continue;
+        }
+        whole[key] = WithBytes(member);
+        const auto* const text = member.get_ptr<const std::string*>();
+        if (text != nullptr && !IsUtf8(*text))
+            whole[key + kBytes] = Hexadecimal(*text);
+    }
+    return whole;
 }
 
 } // namespace
 
-// The library's own writer refuses or replaces what is not UTF-8.
 std::string JsonText(const Json& value, JsonLayout layout)
 {
-    std::string text;
-    AppendValue(text, value, layout == JsonLayout::Indented ? "\n" : "");
-    return text + "\n";
+    constexpr int kOneLine = -1;
+    constexpr int kIndent = 2;
+    const int indent = layout == JsonLayout::Indented ? kIndent : kOneLine;
+    return WithBytes(value).dump(indent, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
 void PrintJson(const Json& value, JsonLayout layout)

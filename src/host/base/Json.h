@@ -13,8 +13,9 @@ using Json = nlohmann::ordered_json;
 
 enum class JsonLayout { OneLine, Indented };
 
-// ASCII, with a line end. A byte 0x80 to 0xFF that is not UTF-8, as names of files may hold,
-// becomes U+DC80 to U+DCFF, so that the name can be had back.
+// ASCII, with a line end. In strings that are not UTF-8, as names of files may be, U+FFFD stands
+// for what is not. After such a member "name" of an object, "nameBytes" has all of its bytes, two
+// hexadecimal digits each.
 std::string JsonText(const Json& value, JsonLayout layout);
 
 // Prints it on standard output.

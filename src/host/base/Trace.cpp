@@ -20,18 +20,23 @@ constexpr struct {
     {"debug", Trace::Level::Debug},
 };
 
-// Whether one of the arguments is a name of the file.
-bool IsNamed(const std::string& file, const std::vector<std::string>& arguments)
+// Whether the command works on the file: it is standard input or output, or one of the arguments
+// is a name of it.
+bool IsInUse(const std::string& file, const std::vector<std::string>& arguments)
 {
     struct stat traced;
     const bool exists = stat(file.c_str(), &traced) == 0;
     if (exists && !S_ISREG(traced.st_mode))
         return false; // it cannot be emptied
-    return std::ranges::any_of(arguments, [&](const std::string& argument) {
-        struct stat named;
-        return argument == file || (exists && stat(argument.c_str(), &named) == 0 &&
-                                    named.st_dev == traced.st_dev && named.st_ino == traced.st_ino);
-    });
+    const auto isIt = [&](int found, const struct stat& other) {
+        return exists && found == 0 && other.st_dev == traced.st_dev &&
+               other.st_ino == traced.st_ino;
+    };
+    struct stat other;
+    return isIt(fstat(STDIN_FILENO, &other), other) || isIt(fstat(STDOUT_FILENO, &other), other) ||
+           std::ranges::any_of(arguments, [&](const std::string& argument) {
+               return argument == file || isIt(stat(argument.c_str(), &other), other);
+           });
 }
 
 } // namespace
@@ -51,7 +56,7 @@ Result<Trace> ParseTrace(const std::string& text, const std::vector<std::string>
     if (equals == std::string::npos)
         return trace;
     const std::string file = text.substr(equals + 1);
-    if (IsNamed(file, arguments))
+    if (IsInUse(file, arguments))
         return Problem("the trace would replace '" + file + "', which the command works on");
     constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC;
     trace.descriptor = open(file.c_str(), kFlags, 0666);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "host/author/FileCheck.h"
-#include "host/base/Input.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
+#include "host/commands/FetchArguments.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -35,9 +35,11 @@ public:
     ExitCode Run(const GlobalOptions& global) override;
 
 private:
+    FileFindings Check(const Input& input) const;
     void Show(const std::string& name, const FileFindings& findings) const;
 
     std::vector<std::string> m_inputs;
+    Fetch m_fetch = Fetch::WhenNeeded;
     bool m_json = false;
     bool m_quiet = false;
 };
@@ -45,8 +47,9 @@ private:
 CLI::App* CheckCommand::AddTo(CLI::App& program)
 {
     CLI::App* command = program.add_subcommand("check", "Find irregularities in AIFF files");
-    command->add_option("FILE", m_inputs, "Files to check")->required();
-    command->add_flag("--json", m_json, "Write one JSON object per file, one per line");
+    command->add_option("IN", m_inputs, kInputs)->required();
+    AddFetchOptions(*command, m_fetch);
+    command->add_flag("--json", m_json, "Write one JSON object per input, one per line");
     command->add_flag("-q,--quiet", m_quiet, "Do not list clean files");
     command->footer(kExamples);
     return command;
@@ -56,18 +59,27 @@ ExitCode CheckCommand::Run(const GlobalOptions&)
 {
     ExitCode code = kExitDone;
     for (const std::string& name : m_inputs) {
-        const Input input(name);
-        FileFindings findings;
-        findings.problem =
-            input.IsUrl() ? "is a URL, only files can be checked" : input.FileProblem().Text();
-        if (findings.IsReadable())
-            findings = CheckFile(name);
+        const FileFindings findings = Check(Input(name));
         if (!findings.IsClean())
             code = Worse(code, findings.IsReadable() ? kExitDamaged : kExitSomeFailed);
         if (!m_quiet || !findings.IsClean())
             Show(name, findings);
     }
     return code;
+}
+
+FileFindings CheckCommand::Check(const Input& input) const
+{
+    const Result<InputAtHand> source = BringFileToHand(input, m_fetch, [](int64_t) {});
+    const Problem problem = source ? source->input.FileProblem() : source.Why();
+    if (problem)
+        return {problem, {}};
+    if (!source->note.empty())
+        SayProblem(Problem(source->note).About(input.Name()));
+    FileFindings findings = CheckFile(source->input.Path());
+    if (source->incomplete)
+        findings.irregular.insert(findings.irregular.begin(), source->incomplete.Text());
+    return findings;
 }
 
 void CheckCommand::Show(const std::string& name, const FileFindings& findings) const

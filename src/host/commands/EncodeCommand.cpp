@@ -3,6 +3,7 @@
 #include "host/author/SoundFile.h"
 #include "host/commands/BatchArguments.h"
 #include "host/commands/Command.h"
+#include "host/commands/FetchArguments.h"
 #include "host/commands/OutputName.h"
 #include "support/text/Ascii.h"
 
@@ -47,6 +48,7 @@ public:
 
 private:
     std::vector<std::string> m_inputs;
+    Fetch m_fetch = Fetch::WhenNeeded;
     BatchOptions m_batch;
 };
 
@@ -54,8 +56,9 @@ CLI::App* EncodeCommand::AddTo(CLI::App& program)
 {
     CLI::App* command =
         program.add_subcommand("encode", "Convert other formats to AIFF, bit for bit");
-    command->add_option("IN", m_inputs, "Files to encode")->required();
+    command->add_option("IN", m_inputs, kInputs)->required();
     command->add_option("-o,--output", m_batch.output, "File or folder to write to")->required();
+    AddFetchOptions(*command, m_fetch);
     AddBatchOptions(*command, m_batch);
     command->footer(kExamples);
     return command;
@@ -75,7 +78,7 @@ ExitCode EncodeCommand::Run(const GlobalOptions& global)
             isNamed ? OutputNameProblem(m_batch.output, "AIFF", FormatChoice::ByName) : Problem())
         return FailWith(kExitUsage, problem);
     const auto makeWork = [&](const ProgressFunction& progress) {
-        return MakeEncodingWork(global.trace, progress);
+        return MakeEncodingWork(global.trace, m_fetch, progress);
     };
     return RunBatch(*plan, m_batch, global.trace, {"encoded", makeWork, SoundFileDamage});
 }

@@ -13,8 +13,8 @@ void AddFetchOptions(CLI::App& command, Fetch& fetch)
             option, [&fetch, choice] { fetch = choice; }, help);
     };
     CLI::Option* always = choose("--fetch", Fetch::Always,
-                                 "Fetch URLs as a whole before reading them, tags included");
-    choose("--no-fetch", Fetch::Never, "Refuse URLs that cannot be read as streams")
+                                 "Fetch URLs as a whole before reading them");
+    choose("--no-fetch", Fetch::Never, "Refuse URLs that would have to be fetched as a whole")
         ->excludes(always);
 }
 

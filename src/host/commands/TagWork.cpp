@@ -73,8 +73,12 @@ std::vector<std::vector<size_t>> GroupByFile(const std::vector<std::string>& nam
     return groups;
 }
 
-Problem WorkOn(EditedFile& file, const std::function<Problem(EditedFile&)>& work)
+Problem WorkOn(EditedFile& file, const Input& input,
+               const std::function<Problem(EditedFile&)>& work)
 {
+    if (!input.IsFile())
+        return std::string(input.IsUrl() ? "is a URL" : "is standard input") +
+               ", and only the tags of files can be changed";
     try {
         const Problem problem = file.Read();
         return problem ? problem : work(file);
@@ -206,7 +210,7 @@ ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::Cod
         for (const size_t index : groups[group]) {
             const Input input(names[index]);
             EditedFile file(loader, report, input, options);
-            if (const Problem problem = WorkOn(file, work)) {
+            if (const Problem problem = WorkOn(file, input, work)) {
                 failed = true;
                 file.SayProblem(problem);
             }

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "host/batch/OutputFile.h"
+#include "host/base/Printable.h"
 #include "host/commands/CommandGroup.h"
+#include "host/commands/FetchArguments.h"
 #include "host/commands/TagWork.h"
 #include "host/writers/PictureKinds.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
-#include <cstring>
+#include <cstdio>
 #include <fstream>
 #include <sys/stat.h>
 
@@ -34,22 +36,36 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("export", "Save the pictures as files");
-        command->add_option("FILE", m_file, "The file to read")->required();
+        command->add_option("FILE", m_file, "A file, a URL, or - for standard input")
+            ->required();
         command->add_option("-o,--output", m_folder, "Folder for 1-front.jpg, 2-back.png, ...")
             ->required();
         command->add_flag("--overwrite", m_overwrite, "Replace existing files");
-        AddQuietOption(*command, m_options.quiet);
+        AddFetchOptions(*command, m_fetch);
+        AddQuietOption(*command, m_quiet);
         return command;
     }
 
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
-        return ForEachTagFile({m_file}, loader, trace, m_options,
-                              [this](EditedFile& file) { return Export(file); });
+        ReportCapture report(trace);
+        const Result<InputAtHand> source = BringToHand(
+            loader, report, Input(m_file), Wanted::SoundAndTags, m_fetch, [](int64_t) {});
+        if (!source)
+            return FailWith(kExitSomeFailed, source.Why().About(m_file));
+        EditedFile file(loader, report, source->input, {});
+        Problem problem = source->incomplete ? source->incomplete : file.Read();
+        if (!problem)
+            problem = Export(file);
+        if (problem)
+            return FailWith(kExitSomeFailed, problem.About(m_file));
+        if (!source->note.empty())
+            SayProblem(Problem(source->note).About(m_file));
+        return kExitDone;
     }
 
-    Problem Export(EditedFile& file) const
+    Problem Export(const EditedFile& file) const
     {
         size_t index = 0;
         for (const TagItem& item : file.Items()) {
@@ -62,7 +78,9 @@ private:
                                      Extension(item.data);
             if (Problem problem = WritePicture(path, item.data))
                 return problem;
-            file.Say("picture " + std::to_string(index) + " -> " + path);
+            if (!m_quiet)
+                std::printf("%s: picture %zu -> %s\n", Printable(m_file).c_str(), index,
+                            Printable(path).c_str());
         }
         return index == 0 ? "has no pictures" : Problem();
     }
@@ -84,8 +102,9 @@ private:
 
     std::string m_file;
     std::string m_folder;
+    Fetch m_fetch = Fetch::WhenNeeded;
     bool m_overwrite = false;
-    EditOptions m_options;
+    bool m_quiet = false;
 };
 
 std::string TypeList()

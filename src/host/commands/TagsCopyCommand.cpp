@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/base/Printable.h"
+#include "host/commands/FetchArguments.h"
 #include "host/commands/TagWork.h"
 
 #include <CLI/CLI.hpp>
@@ -20,8 +21,9 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("copy", "Copy the tag of one file to others");
-        command->add_option("FROM", m_from, "The file to read")->required();
+        command->add_option("FROM", m_from, "A file, a URL, or - for standard input")->required();
         command->add_option("TO", m_to, "Files to change")->required();
+        AddFetchOptions(*command, m_fetch);
         AddEditOptions(*command, m_options);
         command->footer(kCopyRule);
         return command;
@@ -31,10 +33,15 @@ private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
         ReportCapture report(trace);
-        const Input input(m_from);
-        EditedFile source(loader, report, input, m_options);
-        if (Problem problem = source.Read())
+        const Result<InputAtHand> input = BringToHand(
+            loader, report, Input(m_from), Wanted::SoundAndTags, m_fetch, [](int64_t) {});
+        if (!input)
+            return FailWith(kExitSomeFailed, input.Why().About(m_from));
+        EditedFile source(loader, report, input->input, m_options);
+        if (Problem problem = input->incomplete ? input->incomplete : source.Read())
             return FailWith(kExitSomeFailed, problem.About(m_from));
+        if (!input->note.empty())
+            SayProblem(Problem(input->note).About(m_from));
         const FileTags* const tags = source.Tags();
         std::vector<TagItem> items = source.Items();
         std::erase_if(items, [](const TagItem& item) { return item.IsInformation(); });
@@ -70,6 +77,7 @@ private:
 
     std::string m_from;
     std::vector<std::string> m_to;
+    Fetch m_fetch = Fetch::WhenNeeded;
     EditOptions m_options;
 };
 

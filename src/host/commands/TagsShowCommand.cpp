@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
+#include "host/commands/FetchArguments.h"
 #include "host/commands/TagWork.h"
 #include "host/session/TagText.h"
 
@@ -18,8 +19,9 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("show", "Show fields and pictures");
-        command->add_option("FILE", m_files, "Files to read")->required();
-        command->add_flag("--json", m_json, "Write a JSON array with one object per file");
+        command->add_option("IN", m_inputs, kInputs)->required();
+        AddFetchOptions(*command, m_fetch);
+        command->add_flag("--json", m_json, "Write a JSON array with one object per input");
         AddQuietOption(*command, m_quiet);
         return command;
     }
@@ -30,43 +32,56 @@ private:
         ReportCapture report(trace);
         Json list = Json::array();
         ExitCode code = kExitDone;
-        for (const std::string& name : m_files) {
-            const Input input(name);
-            EditedFile file(loader, report, input, {});
-            if (Problem problem = file.Read()) {
-                code = FailWith(kExitSomeFailed, problem.About(name));
-                list.push_back({{"file", name}, {"error", problem.Text()}});
-                continue;
-            }
-            list.push_back({{"file", name}, {"tags", TagsJson(file.Items())}});
-            const bool hides = file.Tags() != nullptr && !file.Tags()->hidden.empty();
-            if (!m_json && !m_quiet)
-                Show(name, file.Items(), hides);
-            if (hides)
-                code = Worse(code, ShowHidden(name, file.Tags()->hidden, list.back()));
-        }
+        for (const std::string& name : m_inputs)
+            code = Worse(code, Show(loader, report, Input(name), list));
         if (m_json)
             PrintJson(list, JsonLayout::Indented);
         return code;
     }
 
-    static void Show(const std::string& name, const std::vector<TagItem>& items, bool hides)
+    ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+                  Json& list) const
     {
-        std::printf("%s%s\n", Printable(name).c_str(), items.empty() && !hides ? ": no tags" : "");
+        const std::string& name = input.Name();
+        const Result<InputAtHand> source =
+            BringToHand(loader, report, input, Wanted::SoundAndTags, m_fetch, [](int64_t) {});
+        EditedFile file(loader, report, source ? source->input : input, {});
+        if (Problem problem = source ? file.Read() : source.Why()) {
+            problem = source && source->incomplete ? source->incomplete : problem;
+            list.push_back({{"file", name}, {"error", problem.Text()}});
+            return FailWith(kExitSomeFailed, problem.About(name));
+        }
+        list.push_back({{"file", name}, {"tags", TagsJson(file.Items())}});
+        std::vector<std::string> problems =
+            file.Tags() != nullptr ? file.Tags()->hidden : std::vector<std::string>();
+        if (source->incomplete)
+            problems.push_back(source->incomplete.Text());
+        if (!source->note.empty())
+            SayProblem(Problem(source->note).About(name));
+        if (!m_json && !m_quiet)
+            Print(name, file.Items(), problems.empty());
+        return problems.empty() ? kExitDone : ShowProblems(name, problems, list.back());
+    }
+
+    // `isAll`: whether the items are all tags that there are.
+    static void Print(const std::string& name, const std::vector<TagItem>& items, bool isAll)
+    {
+        std::printf("%s%s\n", Printable(name).c_str(), items.empty() && isAll ? ": no tags" : "");
         PrintTags(items, 2);
     }
 
-    static ExitCode ShowHidden(const std::string& name, const std::vector<std::string>& hidden,
-                               Json& entry)
+    static ExitCode ShowProblems(const std::string& name, const std::vector<std::string>& problems,
+                                 Json& entry)
     {
         std::fflush(stdout); // keeps the lines of a file together
-        for (const std::string& text : hidden)
+        for (const std::string& text : problems)
             SayProblem(Problem(text).About(name));
-        entry["problem"] = Joined(hidden);
+        entry["problem"] = Joined(problems);
         return kExitDamaged;
     }
 
-    std::vector<std::string> m_files;
+    std::vector<std::string> m_inputs;
+    Fetch m_fetch = Fetch::WhenNeeded;
     bool m_json = false;
     bool m_quiet = false;
 };

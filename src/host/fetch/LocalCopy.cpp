@@ -53,22 +53,21 @@ void SetOptions(CURL* curl, const std::string& url, Transfer& transfer, char* er
     curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error);
 }
 
-// What goes wrong other than that no more bytes are wanted.
+// Why not all bytes came that were wanted.
 Problem Fetch(const std::string& url, const Taker& taker)
 {
     static const CURLcode global = curl_global_init(CURL_GLOBAL_DEFAULT);
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
                                                                    curl_easy_cleanup);
     if (global != CURLE_OK || !curl)
-        return "cannot be fetched: libcurl does not start";
+        return "libcurl does not start";
     std::array<char, CURL_ERROR_SIZE> error{};
     Transfer transfer{taker};
     SetOptions(curl.get(), url, transfer, error.data());
     const CURLcode code = curl_easy_perform(curl.get());
     if (code == CURLE_OK || transfer.stopped)
         return {};
-    return std::string("cannot be fetched: ") +
-           (error[0] != '\0' ? error.data() : curl_easy_strerror(code));
+    return error[0] != '\0' ? error.data() : curl_easy_strerror(code);
 }
 
 Problem ReadStandardInput(const Taker& taker)
@@ -82,7 +81,7 @@ Problem ReadStandardInput(const Taker& taker)
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            return "cannot be read: " + Problem::FromErrno().Text();
+            return Problem::FromErrno();
         if (!taker(std::span(bytes).first(static_cast<size_t>(got))))
             return {};
     }
@@ -95,6 +94,7 @@ Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& rece
     const Result<std::shared_ptr<ScratchFile>> file = ScratchFile::Make();
     if (!file)
         return file.Why();
+    const std::string done = input.IsUrl() ? "fetched" : "read";
     Problem unwritten;
     const Taker taker = [&](std::span<const char> bytes) {
         unwritten = (*file)->Append(bytes);
@@ -106,7 +106,9 @@ Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& rece
     if (unwritten)
         return unwritten;
     if (problem && (*file)->Size() == 0)
-        return problem;
+        return Problem("cannot be " + done + ": " + problem.Text());
+    if (problem)
+        problem = Problem("could not be " + done + " to its end: " + problem.Text());
     return LocalCopy{input.WithCopy((*file)->Path(), *file), std::move(problem)};
 }
 
@@ -119,7 +121,7 @@ Result<std::vector<uint8_t>> FetchStart(const Input& input, size_t size)
         return start.size() < size;
     });
     if (problem && start.empty())
-        return problem;
+        return problem.About("cannot be fetched");
     return start;
 }
 

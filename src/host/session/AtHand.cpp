@@ -12,7 +12,8 @@ namespace aiff::host
 namespace
 {
 
-constexpr char kMoreAfterSound[] = "has chunks after its sound, where tags are";
+constexpr char kMoreAfterSound[] = "has chunks after its sound, where tags may be";
+constexpr char kNeedsFile[] = "can only be read as a file here";
 // Enough for all chunks that may come before the sound of a stream.
 constexpr size_t kStart = 256 * 1024;
 constexpr size_t kFormHeader = 12;
@@ -68,8 +69,25 @@ Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, 
         return start.Why();
     const StreamStart headers = ReadStart(*start);
     if (!headers.isRegular)
-        return "has irregular headers, which are better judged in a file";
+        return "has sizes that contradict each other, which are better judged in a file";
     return headers.goesOn && wanted == Wanted::SoundAndTags ? kMoreAfterSound : Problem();
+}
+
+// Copies the input.
+//
+// reason  of a URL, with the URL as its subject
+Result<InputAtHand> CopyToHand(const Input& input, const Problem& reason, Fetch fetch,
+                               const ReceivedFunction& received)
+{
+    if (reason && fetch == Fetch::Never)
+        return Problem(reason.Text() + ", and --no-fetch does not let it be fetched as a whole");
+    Result<LocalCopy> copy = MakeLocalCopy(input, received);
+    if (!copy)
+        return copy.Why();
+    std::string note = input.IsUrl() ? "was fetched as a whole" : "";
+    if (reason && fetch != Fetch::Always)
+        note += ", because it " + reason.Text();
+    return InputAtHand{std::move(copy->input), std::move(copy->incomplete), note};
 }
 
 } // namespace
@@ -78,25 +96,26 @@ Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture
                                 const Input& input, Wanted wanted, Fetch fetch,
                                 const ReceivedFunction& received)
 {
-    Problem reason;
-    if (input.NeedsCopy() && input.IsUrl())
-        reason = "decoders read http:// only";
-    else if (input.IsUrl() && fetch == Fetch::Always)
-        reason = "--fetch asks for it";
-    else if (input.IsUrl())
-        reason = StreamProblem(loader, report, input, wanted);
-    if (reason && fetch == Fetch::Never && reason.Text() == kMoreAfterSound)
+    if (!input.IsUrl() || fetch == Fetch::Always)
+        return BringFileToHand(input, fetch, received);
+    const Problem reason = input.NeedsCopy()
+                               ? Problem("is at an https:// address")
+                               : StreamProblem(loader, report, input, wanted);
+    if (!reason)
+        return InputAtHand{input};
+    if (fetch == Fetch::Never && reason.Text() == kMoreAfterSound)
         return InputAtHand{
             input, {}, std::string(kMoreAfterSound) + ", which --no-fetch leaves out"};
-    if (reason && fetch == Fetch::Never)
-        return Problem(reason.Text() + " (and --no-fetch was given)");
-    if (!reason && !input.NeedsCopy())
+    return CopyToHand(input, reason, fetch, received);
+}
+
+Result<InputAtHand> BringFileToHand(const Input& input, Fetch fetch,
+                                    const ReceivedFunction& received)
+{
+    if (input.IsFile())
         return InputAtHand{input};
-    Result<LocalCopy> copy = MakeLocalCopy(input, received);
-    if (!copy)
-        return copy.Why();
-    const std::string note = reason ? "fetched as a whole: " + reason.Text() : std::string();
-    return InputAtHand{std::move(copy->input), std::move(copy->incomplete), note};
+    return CopyToHand(input, input.IsUrl() ? kNeedsFile : Problem(), fetch,
+                      received);
 }
 
 } // namespace aiff::host

@@ -36,4 +36,8 @@ Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture
                                 const Input& input, Wanted wanted, Fetch fetch,
                                 const ReceivedFunction& received);
 
+// The same for what must be in a file: every URL is fetched, unless `fetch` is Never.
+Result<InputAtHand> BringFileToHand(const Input& input, Fetch fetch,
+                                    const ReceivedFunction& received);
+
 } // namespace aiff::host

@@ -82,8 +82,6 @@ Problem TagFile::ChangeByDecoder(Call call)
 
 Problem TagFile::Change(const Edit& edit)
 {
-    if (m_input.IsUrl())
-        return "is a URL; only the tags of files can be changed";
     m_report.Clear();
     const bool done = Interruption::Undisturbed([&] { return edit(m_report.Handles()); });
     m_report.Collect();
