@@ -55,6 +55,8 @@ std::shared_ptr<const Codec> Codec::Load(const std::string& path, std::string& w
     if (library == nullptr) {
         const char* message = dlerror();
         why = message != nullptr ? message : "the system cannot load it";
+        if (const std::string name = PathWithFolder(path) + ": "; why.starts_with(name))
+            why.erase(0, name.size());
         return nullptr;
     }
     std::shared_ptr<Codec> codec(new Codec(library));

@@ -4,7 +4,6 @@
 // a whole. Each subcommand has a source of its own in commands/.
 
 #include "host/base/ExitCode.h"
-#include "host/base/Printable.h"
 #include "host/base/Problem.h"
 #include "host/base/TerminalFilter.h"
 #include "host/base/Trace.h"
@@ -17,7 +16,6 @@
 #include <exception>
 #include <fcntl.h>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -80,38 +78,34 @@ int WithOutputWritten(host::ExitCode code)
                           host::Problem::FromErrno().About("standard output"));
 }
 
-// The word in the place of a command, with the commands before it; empty when there is none.
-std::string UnknownCommand(const CLI::App& program)
+// What is wrong with the command line, in the words of the user.
+std::string WhatIsWrong(const CLI::App& program, const CLI::ParseError& error)
 {
     const CLI::App* app = &program;
-    std::string words;
-    for (; !app->get_subcommands().empty(); words += app->get_name() + " ")
+    std::string command;
+    for (; !app->get_subcommands().empty(); command += app->get_name() + " ")
         app = app->get_subcommands().front();
-    if (app->get_require_subcommand_min() != 0) {
-        for (const std::string& word : program.remaining(true))
-            if (!word.starts_with('-'))
-                return words + word;
+    const bool lacksCommand = app->get_require_subcommand_min() != 0;
+    for (const std::string& word : program.remaining(true)) {
+        if (word.starts_with('-'))
+            return "there is no option '" + word + "' (--help lists them)";
+        if (lacksCommand)
+            return "there is no command '" + command + word + "' (--help lists them)";
     }
-    return {};
+    if (lacksCommand)
+        return "a command is missing (--help lists them)";
+    return std::string(error.what()) + " (--help explains it)";
 }
 
 // Shows the help that was asked for, or what is wrong with the command line.
 int EndParsing(const CLI::App& program, const CLI::ParseError& error)
 {
-    const std::string unknown = UnknownCommand(program);
-    if (error.get_exit_code() != 0 && !unknown.empty())
-        return host::FailWith(host::kExitUsage,
-                              "there is no command '" + unknown + "' (--help lists them)");
-    std::stringstream problem;
-    if (program.exit(error, std::cout, problem) == 0) {
-        std::cout.flush();
-        return std::cout ? WithOutputWritten(host::kExitDone)
-                         : host::FailWith(host::kExitSomeFailed,
-                                          "standard output: the help cannot be written");
-    }
-    for (std::string line; std::getline(problem, line);)
-        std::cerr << host::Printable(line) + "\n";
-    return host::kExitUsage;
+    if (error.get_exit_code() != 0)
+        return host::FailWith(host::kExitUsage, WhatIsWrong(program, error));
+    program.exit(error, std::cout);
+    std::cout.flush();
+    return std::cout ? WithOutputWritten(host::kExitDone)
+                     : host::FailWith(host::kExitSomeFailed, "standard output cannot be written");
 }
 
 int Run(int argc, char** argv)

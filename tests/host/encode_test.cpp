@@ -238,7 +238,8 @@ TEST(Batch, SkipsWhatIsThereAndTellsResultsAsLines)
         place.Run(make + " --skip-existing --sync");
         const std::string whole = place.Read(name);
         EXPECT_PRED2(Contains, place.Run(make + " --skip-existing").err, "skipped, there is");
-        for (const std::string& part : {whole.substr(0, whole.size() - 500), std::string()}) {
+        for (const std::string& part : {whole.substr(0, whole.size() - 500),
+                                        whole.substr(0, whole.size() - 1), std::string()}) {
             place.Write(name, part);
             place.Run(make + " --skip-existing", 0, "made again, as the old '" + name + "' ");
             EXPECT_TRUE(place.Read(name) == whole) << name;

@@ -15,6 +15,7 @@ TITLE = b"ID3\3\0\0\0\0\0\x17TIT2\0\0\0\x0d\0\0\0Fetched tune"
 CHUNKS = [(b"FVER", bytes(4)), (b"COMM", COMM), (b"SSND", bytes(8) + SOUND), (b"ID3 ", TITLE)]
 FETCHED = form(b"FORM", b"AIFC", CHUNKS)
 STREAM = form(b"FORM", b"AIFC", CHUNKS[1:])
+PLAIN = form(b"FORM", b"AIFC", CHUNKS[1:3])
 
 
 class Server(http.server.BaseHTTPRequestHandler):
@@ -28,6 +29,8 @@ class Server(http.server.BaseHTTPRequestHandler):
         "/away": (302, {"Location": "file:///etc/hostname"}, b""),
         "/text.aiff": (200, {}, b"no sound"),
         "/stream.aifc": (200, {}, STREAM),
+        "/tail.aifc": (200, {}, PLAIN + b"TAG" + bytes(125)),
+        "/lower.aifc": (200, {}, PLAIN.replace(b"COMM", b"comm")),
     }
 
     def do_GET(self):
@@ -66,14 +69,16 @@ for path, options, code, said, same in [
     ("/moved", "", 0, "fetched", True),
     ("/packed.aifc", "", 0, "fetched", True),
     ("/cut.aifc", "", 4, "converted what is there", False),
-    ("/stub.aifc", "", 1, "bytes remaining", False),
+    ("/stub.aifc", "", 1, "connection ended before", False),
     ("/round", "", 1, "redirects", False),
     ("/away", "", 1, "cannot be fetched", False),
     ("/text.aiff", "", 1, "too short to be an AIFF", False),
     ("/missing.aifc", "", 1, "404", False),
-    ("/stream.aifc", "", 0, "chunks after its sound", True),
+    ("/stream.aifc", "", 0, "data after its sound", True),
     ("/stream.aifc", "--no-fetch", 0, "--no-fetch leaves out", False),
     ("/stream.aifc", "--no-tags", 0, "", False),
+    ("/tail.aifc", "", 0, "ID3v1 tag after the end", False),
+    ("/lower.aifc", "", 1, "no COMM chunk", False),
     ("/stream.aifc", "--no-tags --fetch", 0, "fetched", False),
 ]:
     words = convert(f"http://{place}{path}", code, options)
@@ -94,5 +99,32 @@ for name in ["-", f"http://{place}/a.aifc"]:
     tags = {tag["name"]: tag["value"] for tag in shown["tags"]}
     found = shown["file"], shown["length"]["bytes"], tags["Title"]
     assert found == (name, len(SOUND), "Fetched tune"), shown
-run(4, "info", f"http://{place}/cut.aifc")
+
+# Every command reads what is no file, and says when its end is missing; none changes it.
+for command, said in [
+    ("info {}", "Fetched tune"),
+    ("tags show {}", "Fetched tune"),
+    ("check {}", ": clean"),
+    ("encode {} -o out.aiff --overwrite", ""),
+    ("tags copy {} bare.aiff", "copied 1 field"),
+]:
+    for name, given, code in [
+        ("-", FETCHED, 0),
+        (f"http://{place}/a.aifc", b"", 0),
+        (f"http://{place}/cut.aifc", b"", 4 if "copy" not in command else 1),
+        (f"http://{place}/missing.aifc", b"", 1),
+    ]:
+        run(0, "encode", "local.aifc", "-o", "bare.aiff", "--overwrite")
+        whole = read("bare.aiff")
+        run(0, "tags", "clear", "bare.aiff")
+        words = "".join(run(code, *command.format(name).split(), given=given))
+        assert said in words or code, words
+        assert "connection ended before" in words or code != 4, words
+        assert code or "out.aiff" not in command or read("out.aiff") == whole
+        assert (b"Fetched tune" in read("bare.aiff")) == (code == 0 and "copy" in command)
+for name in ["-", f"http://{place}/a.aifc"]:
+    for command in ["set {} Title=x", "clear {}", "copy local.aifc {}"]:
+        words = run(1, "tags", *command.format(name).split(), given=FETCHED)[1]
+        assert "only the tags of files" in words, words
+assert "--no-fetch says" in run(1, "check", f"http://{place}/a.aifc", "--no-fetch")[1]
 assert os.listdir("temporary") == []

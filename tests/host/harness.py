@@ -48,9 +48,9 @@ def read(name):
         return file.read()
 
 
-def run(code, *arguments, given=b""):
-    """What a command that ends with the code says on its two outputs."""
-    done = subprocess.run([aiffconv, *arguments], input=given, capture_output=True, check=False)
+def run(code, *arguments, given=b"", before=()):
+    """What a command that ends with the code says on its two outputs; `before` starts it."""
+    done = subprocess.run([*before, aiffconv, *arguments], input=given, capture_output=True, check=False)
     assert done.returncode == code, (arguments, done)
     return done.stdout.decode(errors="surrogateescape"), done.stderr.decode()
 

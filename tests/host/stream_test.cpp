@@ -109,7 +109,7 @@ TEST(Streams, OfUnknownLengthAreTakenUntilTheyEnd)
     place.Run("@ info " + url, 0, "unknown");
     EXPECT_TRUE(Json::parse(place.Run("@ info --json " + url).out)[0]["length"].is_null());
     place.Run("@ convert " + server.Serve(Answer("", {}, "404 Gone")) + " -o none.wav", 1,
-              "error: 404");
+              "status 404");
 }
 
 } // namespace

@@ -68,7 +68,9 @@ Problem Input::FileProblem() const
         return {};
     struct stat status;
     if (stat(m_path.c_str(), &status) != 0)
-        return Problem::FromErrno();
+        return m_name.find("://") == std::string::npos
+                   ? Problem::FromErrno()
+                   : "is no file, and no address that begins with http:// or https://";
     if (S_ISDIR(status.st_mode))
         return "is a folder";
     if (!S_ISREG(status.st_mode))

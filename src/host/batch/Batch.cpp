@@ -7,12 +7,11 @@
 #include "host/batch/InputState.h"
 #include "host/batch/Interruption.h"
 #include "host/batch/Jobs.h"
+#include "host/batch/NewFolder.h"
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -53,42 +52,6 @@ void PrintResult(const OutputPlan::Item& item, const FileResult& result, double 
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }
-
-// The new folder of a plan, removed again unless something was written to it.
-class NewFolder
-{
-public:
-    NewFolder() = default;
-    NewFolder(const NewFolder&) = delete;
-    NewFolder& operator=(const NewFolder&) = delete;
-    ~NewFolder()
-    {
-        if (!m_made.empty())
-            rmdir(m_made.c_str()); // fails when there is something in it
-    }
-
-    // Another program may make the folder at the same time; then it stays.
-    Problem Make(const std::string& path)
-    {
-        const bool made = Interruption::Undisturbed([&] {
-            if (mkdir(path.c_str(), 0777) != 0)
-                return false;
-            Interruption::RegisterFolder(path);
-            return true;
-        });
-        if (made)
-            m_made = path;
-        const int reason = errno;
-        struct stat status;
-        if (made ||
-            (reason == EEXIST && stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)))
-            return {};
-        return "cannot make the folder '" + path + "': " + std::strerror(reason);
-    }
-
-private:
-    std::string m_made;
-};
 
 bool IsFile(const std::string& path)
 {

@@ -6,7 +6,7 @@ namespace aiff::host
 
 InputState::InputState(const Input& input)
 {
-    if (input.IsUrl() || stat(input.Path().c_str(), &m_status) != 0)
+    if (!input.IsFile() || stat(input.Path().c_str(), &m_status) != 0)
         return;
     std::error_code error;
     m_written = std::filesystem::last_write_time(input.Path(), error);

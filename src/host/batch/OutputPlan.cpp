@@ -44,7 +44,7 @@ Problem OverwrittenInput(const OutputPlan& plan)
     std::set<FileIdentity> inputs;
     struct stat status;
     for (const OutputPlan::Item& item : plan.items) {
-        if (!item.input.IsUrl() && stat(item.input.Path().c_str(), &status) == 0)
+        if (item.input.IsFile() && stat(item.input.Path().c_str(), &status) == 0)
             inputs.emplace(status.st_dev, status.st_ino);
     }
     for (const OutputPlan::Item& item : plan.items) {

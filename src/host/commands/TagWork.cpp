@@ -202,7 +202,8 @@ ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::Cod
 {
     const std::vector<std::vector<size_t>> groups = GroupByFile(names);
     // A trace shows one file at a time, so that its lines do not mix.
-    const size_t workers = WorkerCount(groups.size(), trace.IsOn() ? 1 : options.jobs);
+    const size_t workers =
+        WithinDescriptorLimit(WorkerCount(groups.size(), trace.IsOn() ? 1 : options.jobs));
     LinesInOrder lines(names.size(), options.quiet);
     std::atomic<bool> failed = false;
     RunJobs(groups.size(), workers, [&](size_t group, size_t) {

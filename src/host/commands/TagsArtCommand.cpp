@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "host/batch/OutputFile.h"
 #include "host/base/Printable.h"
+#include "host/batch/NewFolder.h"
+#include "host/batch/OutputFile.h"
 #include "host/commands/CommandGroup.h"
 #include "host/commands/FetchArguments.h"
 #include "host/commands/TagWork.h"
 #include "host/writers/PictureKinds.h"
 
 #include <CLI/CLI.hpp>
-#include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <sys/stat.h>
@@ -36,8 +36,7 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("export", "Save the pictures as files");
-        command->add_option("FILE", m_file, "A file, a URL, or - for standard input")
-            ->required();
+        command->add_option("FILE", m_file, "A file, a URL, or - for standard input")->required();
         command->add_option("-o,--output", m_folder, "Folder for 1-front.jpg, 2-back.png, ...")
             ->required();
         command->add_flag("--overwrite", m_overwrite, "Replace existing files");
@@ -67,12 +66,13 @@ private:
 
     Problem Export(const EditedFile& file) const
     {
+        NewFolder folder;
         size_t index = 0;
         for (const TagItem& item : file.Items()) {
             if (!item.IsPicture())
                 continue;
-            if (++index == 1 && mkdir(m_folder.c_str(), 0777) != 0 && errno != EEXIST)
-                return Problem::FromErrno().About("cannot make the folder '" + m_folder + "'");
+            if (Problem problem = ++index == 1 ? folder.Make(m_folder) : Problem())
+                return problem;
             const std::string path = m_folder + "/" + std::to_string(index) + "-" +
                                      PictureKindOfRole(item.PictureRole()).option +
                                      Extension(item.data);

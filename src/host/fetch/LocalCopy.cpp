@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <curl/curl.h>
 #include <unistd.h>
+#include <vector>
 
 namespace aiff::host
 {
@@ -15,14 +16,18 @@ namespace
 {
 
 constexpr long kConnectSeconds = 30;
-constexpr long kSilenceSeconds = 60; // without a byte, then the transfer is given up
+// A transfer that is slower for so long is given up.
+constexpr long kLeastSpeed = 100; // bytes per second
+constexpr long kSlowSeconds = 30;
 constexpr long kMaxRedirects = 20;
 constexpr char kProtocols[] = "http,https";
 
-// Takes the next bytes of the content; false when no more are wanted.
-using Taker = std::function<bool(std::span<const char>)>;
+// Takes the next bytes of the content, whose whole size is -1 if unknown; false when no more are
+// wanted.
+using Taker = std::function<bool(std::span<const char>, int64_t whole)>;
 
 struct Transfer {
+    CURL* curl;
     const Taker& taker;
     bool stopped = false; // by the taker
 };
@@ -30,7 +35,9 @@ struct Transfer {
 size_t TakeBody(const char* bytes, size_t size, size_t count, void* user)
 {
     auto* const transfer = static_cast<Transfer*>(user);
-    transfer->stopped = !transfer->taker({bytes, size * count});
+    curl_off_t whole = -1;
+    curl_easy_getinfo(transfer->curl, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &whole);
+    transfer->stopped = !transfer->taker({bytes, size * count}, whole);
     return transfer->stopped ? 0 : size * count;
 }
 
@@ -44,13 +51,38 @@ void SetOptions(CURL* curl, const std::string& url, Transfer& transfer, char* er
     curl_easy_setopt(curl, CURLOPT_FAILONERROR, 1L);
     curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, ""); // all that can be undone
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, kConnectSeconds);
-    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, kSilenceSeconds);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, kLeastSpeed);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, kSlowSeconds);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L); // there are threads
     curl_easy_setopt(curl, CURLOPT_USERAGENT, "aiffconv");
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, TakeBody);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &transfer);
     curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error);
+}
+
+// In the words that decoders have for streams; libcurl's own for everything else.
+std::string Reason(CURL* curl, CURLcode code, const char* details)
+{
+    long status = 0;
+    switch (code) {
+    case CURLE_URL_MALFORMAT:
+        return "not a valid address";
+    case CURLE_HTTP_RETURNED_ERROR:
+        curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+        return "the server answers with status " + std::to_string(status);
+    case CURLE_PARTIAL_FILE:
+    case CURLE_GOT_NOTHING:
+        return "the connection ended before the data";
+    case CURLE_RECV_ERROR:
+        return "connection lost";
+    case CURLE_OPERATION_TIMEDOUT:
+        return "the server does not answer in time";
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_OUT_OF_MEMORY: // for a header without end
+        return "the server does not answer in proper HTTP";
+    default:
+        return details[0] != '\0' ? details : curl_easy_strerror(code);
+    }
 }
 
 // Why not all bytes came that were wanted.
@@ -62,12 +94,12 @@ Problem Fetch(const std::string& url, const Taker& taker)
     if (global != CURLE_OK || !curl)
         return "libcurl does not start";
     std::array<char, CURL_ERROR_SIZE> error{};
-    Transfer transfer{taker};
+    Transfer transfer{curl.get(), taker};
     SetOptions(curl.get(), url, transfer, error.data());
     const CURLcode code = curl_easy_perform(curl.get());
     if (code == CURLE_OK || transfer.stopped)
         return {};
-    return error[0] != '\0' ? error.data() : curl_easy_strerror(code);
+    return Reason(curl.get(), code, error.data());
 }
 
 Problem ReadStandardInput(const Taker& taker)
@@ -82,7 +114,7 @@ Problem ReadStandardInput(const Taker& taker)
             continue;
         if (got < 0)
             return Problem::FromErrno();
-        if (!taker(std::span(bytes).first(static_cast<size_t>(got))))
+        if (!taker(std::span(bytes).first(static_cast<size_t>(got)), -1))
             return {};
     }
 }
@@ -96,7 +128,7 @@ Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& rece
         return file.Why();
     const std::string done = input.IsUrl() ? "fetched" : "read";
     Problem unwritten;
-    const Taker taker = [&](std::span<const char> bytes) {
+    const Taker taker = [&](std::span<const char> bytes, int64_t) {
         unwritten = (*file)->Append(bytes);
         if (!unwritten)
             received((*file)->Size());
@@ -112,17 +144,15 @@ Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& rece
     return LocalCopy{input.WithCopy((*file)->Path(), *file), std::move(problem)};
 }
 
-Result<std::vector<uint8_t>> FetchStart(const Input& input, size_t size)
+Problem FetchStart(const Input& input, size_t most, const EnoughFunction& isEnough)
 {
     std::vector<uint8_t> start;
-    const Problem problem = Fetch(input.Name(), [&](std::span<const char> bytes) {
-        bytes = bytes.first(std::min(bytes.size(), size - start.size()));
+    const Problem problem = Fetch(input.Name(), [&](std::span<const char> bytes, int64_t whole) {
+        bytes = bytes.first(std::min(bytes.size(), most - start.size()));
         start.insert(start.end(), bytes.begin(), bytes.end());
-        return start.size() < size;
+        return !isEnough(start, whole) && start.size() < most;
     });
-    if (problem && start.empty())
-        return problem.About("cannot be fetched");
-    return start;
+    return problem.About("cannot be fetched");
 }
 
 } // namespace aiff::host

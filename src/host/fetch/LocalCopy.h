@@ -7,7 +7,7 @@
 
 #include <cstdint>
 #include <functional>
-#include <vector>
+#include <span>
 
 namespace aiff::host
 {
@@ -27,7 +27,14 @@ using ReceivedFunction = std::function<void(int64_t bytes)>;
 // brings nothing is a problem.
 Result<LocalCopy> MakeLocalCopy(const Input& input, const ReceivedFunction& received);
 
-// Up to `size` bytes from the start of a URL's content; fewer when it ends or breaks off before.
-Result<std::vector<uint8_t>> FetchStart(const Input& input, size_t size);
+// Is given the start of some content, as far as it has come, and the size of the whole content in
+// bytes, -1 if that is unknown. True when no more is needed.
+using EnoughFunction = std::function<bool(std::span<const uint8_t> start, int64_t whole)>;
+
+// Looks at the start of a URL's content.
+//
+// most      bytes that are fetched if nothing else ends it
+// returns why the bytes break off, if they do
+Problem FetchStart(const Input& input, size_t most, const EnoughFunction& isEnough);
 
 } // namespace aiff::host

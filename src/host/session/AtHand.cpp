@@ -3,16 +3,17 @@
 
 #include "host/session/DecoderSession.h"
 #include "host/session/Reason.h"
-#include "support/text/Ascii.h"
 
+#include <optional>
 #include <span>
+#include <string_view>
 
 namespace aiff::host
 {
 namespace
 {
 
-constexpr char kMoreAfterSound[] = "has chunks after its sound, where tags may be";
+constexpr char kMoreAfterSound[] = "has data after its sound, where tags may be";
 constexpr char kNeedsFile[] = "can only be read as a file here";
 // Enough for all chunks that may come before the sound of a stream.
 constexpr size_t kStart = 256 * 1024;
@@ -29,11 +30,12 @@ uint64_t Number(std::span<const uint8_t> bytes)
 
 // What the headers up to the sound say that a stream does not show.
 struct StreamStart {
-    bool isRegular = false; // the sound is as long as promised, and begins where expected
-    bool goesOn = false;    // the form has more after its sound
+    bool isRegular; // the sound is as long as promised, and begins where expected
+    bool goesOn;    // there is more after the sound
 };
 
-StreamStart ReadStart(std::span<const uint8_t> start)
+// None before the header of the sound is there.
+std::optional<StreamStart> ReadStart(std::span<const uint8_t> start, int64_t whole)
 {
     uint64_t soundBytes = 0; // as COMM promises
     uint64_t at = kFormHeader;
@@ -43,16 +45,17 @@ StreamStart ReadStart(std::span<const uint8_t> start)
         const auto body = chunk.subspan(kChunkHeader);
         at += kChunkHeader + size + size % 2;
         const std::string_view code{reinterpret_cast<const char*>(chunk.data()), 4};
-        if (EqualNoCase(code, "COMM") && body.size() >= kLeastCommon) {
+        if (code == "COMM" && body.size() >= kLeastCommon) {
             const uint64_t channels = Number(body) >> 16;
             const uint64_t bits = Number(body.subspan(4)) & 0xFFFF;
             soundBytes = Number(body.subspan(2)) * channels * ((bits + 7) / 8);
         }
-        if (EqualNoCase(code, "SSND"))
-            return {body.size() >= 4 && Number(body) == 0 && size == soundBytes + kSoundPrefix,
-                    at < Number(start.subspan(4)) + kChunkHeader};
+        if (code == "SSND" && body.size() >= kSoundPrefix)
+            return StreamStart{Number(body) == 0 && size == soundBytes + kSoundPrefix,
+                               at < Number(start.subspan(4)) + kChunkHeader ||
+                                   static_cast<int64_t>(at) < whole};
     }
-    return {};
+    return std::nullopt;
 }
 
 // Why decoders do not read from the stream what is wanted; nothing when they do.
@@ -64,13 +67,17 @@ Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, 
         return FailureReason(session);
     if (session.HasUnknownLength())
         return {};
-    const Result<std::vector<uint8_t>> start = FetchStart(input, kStart);
-    if (!start)
-        return start.Why();
-    const StreamStart headers = ReadStart(*start);
-    if (!headers.isRegular)
+    std::optional<StreamStart> headers;
+    const Problem problem =
+        FetchStart(input, kStart, [&headers](std::span<const uint8_t> start, int64_t whole) {
+            headers = ReadStart(start, whole);
+            return headers.has_value();
+        });
+    if (problem && !headers)
+        return problem;
+    if (!headers || !headers->isRegular)
         return "has sizes that contradict each other, which are better judged in a file";
-    return headers.goesOn && wanted == Wanted::SoundAndTags ? kMoreAfterSound : Problem();
+    return headers->goesOn && wanted == Wanted::SoundAndTags ? kMoreAfterSound : Problem();
 }
 
 // Copies the input.
@@ -80,7 +87,7 @@ Result<InputAtHand> CopyToHand(const Input& input, const Problem& reason, Fetch 
                                const ReceivedFunction& received)
 {
     if (reason && fetch == Fetch::Never)
-        return Problem(reason.Text() + ", and --no-fetch does not let it be fetched as a whole");
+        return Problem(reason.Text() + "; it is not fetched as a whole, as --no-fetch says");
     Result<LocalCopy> copy = MakeLocalCopy(input, received);
     if (!copy)
         return copy.Why();
@@ -98,9 +105,8 @@ Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture
 {
     if (!input.IsUrl() || fetch == Fetch::Always)
         return BringFileToHand(input, fetch, received);
-    const Problem reason = input.NeedsCopy()
-                               ? Problem("is at an https:// address")
-                               : StreamProblem(loader, report, input, wanted);
+    const Problem reason = input.NeedsCopy() ? Problem("is at an https:// address")
+                                             : StreamProblem(loader, report, input, wanted);
     if (!reason)
         return InputAtHand{input};
     if (fetch == Fetch::Never && reason.Text() == kMoreAfterSound)
@@ -114,8 +120,7 @@ Result<InputAtHand> BringFileToHand(const Input& input, Fetch fetch,
 {
     if (input.IsFile())
         return InputAtHand{input};
-    return CopyToHand(input, input.IsUrl() ? kNeedsFile : Problem(), fetch,
-                      received);
+    return CopyToHand(input, input.IsUrl() ? kNeedsFile : Problem(), fetch, received);
 }
 
 } // namespace aiff::host

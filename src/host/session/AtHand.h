@@ -31,7 +31,7 @@ struct InputAtHand {
 
 // The input as it is, when decoders can read there all that is wanted; otherwise with a local
 // copy, as far as `fetch` allows. An http:// stream is opened once to find out; a stream ends
-// with its sound, so one with chunks after that is fetched for its tags.
+// with its sound, so one with more after that is fetched for its tags.
 Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture& report,
                                 const Input& input, Wanted wanted, Fetch fetch,
                                 const ReceivedFunction& received);

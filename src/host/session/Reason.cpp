@@ -62,6 +62,7 @@ constexpr Phrase kEditNotes[] = {
 
 // What a decoder says about the connection of a stream.
 constexpr Phrase kStreamPhrases[] = {
+    {"Cannot open stream: status ", "cannot be opened: the server answers with status %"},
     {"Cannot open stream: ", "cannot be opened: %"},
     {"Stream breaks off: ", "breaks off: %"},
 };
