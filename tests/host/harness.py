@@ -50,7 +50,8 @@ def read(name):
 
 def run(code, *arguments, given=b"", before=()):
     """What a command that ends with the code says on its two outputs; `before` starts it."""
-    done = subprocess.run([*before, aiffconv, *arguments], input=given, capture_output=True, check=False)
+    command = [*before, aiffconv, *arguments]
+    done = subprocess.run(command, input=given, capture_output=True, check=False)
     assert done.returncode == code, (arguments, done)
     return done.stdout.decode(errors="surrogateescape"), done.stderr.decode()
 

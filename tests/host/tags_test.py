@@ -188,7 +188,8 @@ for jobs, descriptors in (("1", "256"), ("16", "256"), ("256", "24")):
     command = ["tags", "set", "-j", jobs, "--no-sync", *names, "none", names[0], "Year=2004-05-06"]
     limited = ["sh", "-c", f'ulimit -n {descriptors}; exec "$@"', "sh"]
     results.append((run(1, *command, before=limited), [read(name) for name in names]))
-assert results[0] == results[1] == results[2] and results[0][0][0].count("set Year") == 51, results[0][0]
+assert results[0] == results[1] == results[2], results
+assert results[0][0][0].count("set Year") == 51, results[0][0]
 
 # A trace on a terminal cannot steer it.
 write_aiff("t.aiff", tag_of(4, id3.TIT2(3, "a\x1b[2Jb")))
