@@ -12,8 +12,8 @@ void AddFetchOptions(CLI::App& command, Fetch& fetch)
         return command.add_flag_callback(
             option, [&fetch, choice] { fetch = choice; }, help);
     };
-    CLI::Option* always = choose("--fetch", Fetch::Always,
-                                 "Fetch URLs as a whole before reading them");
+    CLI::Option* always =
+        choose("--fetch", Fetch::Always, "Fetch URLs as a whole before reading them");
     choose("--no-fetch", Fetch::Never, "Refuse URLs that would have to be fetched as a whole")
         ->excludes(always);
 }

@@ -36,7 +36,7 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("export", "Save the pictures as files");
-        command->add_option("FILE", m_file, "A file, a URL, or - for standard input")->required();
+        command->add_option("IN", m_file, "A file, a URL, or - for standard input")->required();
         command->add_option("-o,--output", m_folder, "Folder for 1-front.jpg, 2-back.png, ...")
             ->required();
         command->add_flag("--overwrite", m_overwrite, "Replace existing files");

@@ -26,8 +26,9 @@ public:
     TagFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
             Durability durability = Durability::Durable);
 
-    // Problems do not name the file. Changes are for files only. A change needs a Read() before it, and works on the
-    // file, not on what was read; a program that is told to stop meanwhile stops after it.
+    // Problems do not name the file. Changes are for files only. A change needs a Read() before it,
+    // and works on the file, not on what was read; a program that is told to stop meanwhile stops
+    // after it.
     Problem Read();
     // Items with an empty value, or pictures without data, are removed; everything that is
     // not named stays. Items that only inform about the tag are ignored.
