@@ -2,6 +2,7 @@
 #include "host/validate/Bench.h"
 
 #include "host/base/Printable.h"
+#include "support/SaturatingMath.h"
 #include "support/text/XStr.h"
 
 #include <algorithm>
@@ -140,6 +141,18 @@ Sound Decode(const codecs::DecoderFunctions& functions, const std::string& path)
     sound.samples = std::move(rest.samples);
     sound.problem = std::move(rest.problem);
     return sound;
+}
+
+int64_t TimeOf(int64_t count, uint32_t countPerSecond)
+{
+    constexpr int64_t kMillisecondsPerSecond = 1000;
+    return MultiplySaturated(count, kMillisecondsPerSecond) / std::max<int64_t>(countPerSecond, 1);
+}
+
+bool IsNear(int64_t milliseconds, int64_t other)
+{
+    const int64_t difference = SubtractSaturated(milliseconds, other);
+    return difference >= -1 && difference <= 1;
 }
 
 Bytes FileContent(const std::string& path)

@@ -89,6 +89,11 @@ private:
 // Opens a file in a fresh instance and decodes it.
 Sound Decode(const codecs::DecoderFunctions& functions, const std::string& path);
 
+// The milliseconds of so many bytes or frames, truncated.
+int64_t TimeOf(int64_t count, uint32_t countPerSecond);
+// Whether two times differ by rounding at most.
+bool IsNear(int64_t milliseconds, int64_t other);
+
 Bytes FileContent(const std::string& path);
 bool WriteFile(const std::string& path, const Bytes& content);
 

@@ -8,7 +8,6 @@
 #include "host/validate/RecordFields.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace aiff::host::validate
 {
@@ -21,11 +20,10 @@ bool IsFormatOf(const GeneratedFile& file, const STQvWaveFormat& format)
            format.nSamplesPerSec == file.rate;
 }
 
-// Whether a time is that of a number of bytes; rounding is the decoder's business.
 bool IsTimeOf(int64_t milliseconds, size_t bytes, const STQvAudioInfo& info)
 {
-    const int64_t bytesPerSecond = std::max<int64_t>(info.WaveFormat.nAvgBytesPerSec, 1);
-    return std::abs(milliseconds - static_cast<int64_t>(bytes) * 1000 / bytesPerSecond) <= 1;
+    return IsNear(milliseconds,
+                  TimeOf(static_cast<int64_t>(bytes), info.WaveFormat.nAvgBytesPerSec));
 }
 
 // One block against what is known of the whole.

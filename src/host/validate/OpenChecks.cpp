@@ -101,8 +101,8 @@ void RequireConsistent(Bench& bench, const std::string& name, const STQvAudioInf
             "nAvgBytesPerSec", bytesPerSecond, "nSamplesPerSec times nBlockAlign");
     require(info.nBitRate == uint32_t{bytesPerSecond * 8}, "nBitRate", info.nBitRate,
             "8 times nAvgBytesPerSec");
-    require(info.nLengthMS == info.nLengthBytes * 1000 / std::max<int64_t>(bytesPerSecond, 1),
-            "nLengthMS", info.nLengthMS, "the milliseconds of nLengthBytes, truncated");
+    require(info.nLengthMS == TimeOf(info.nLengthBytes, bytesPerSecond), "nLengthMS",
+            info.nLengthMS, "the milliseconds of nLengthBytes, truncated");
 }
 
 // The contents with one thing changed, as damaged files have it.

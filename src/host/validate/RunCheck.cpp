@@ -5,7 +5,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <fcntl.h>
+#include <filesystem>
 #include <unistd.h>
 
 namespace aiff::host::validate
@@ -56,6 +58,22 @@ void Run(const Check& check, Bench& bench)
     check.run(bench);
 }
 
+void RunToItsEnd(const Check& check, Bench& bench)
+{
+    const auto fault = [&bench](const std::string& seen) {
+        bench.findings.Require(false, seen, "no exception leaves the plug-in");
+    };
+    try {
+        Run(check, bench);
+    } catch (const std::filesystem::filesystem_error& error) { // ours, as for a full disk
+        bench.findings.Require(false, error.what(), "room for the files of the check");
+    } catch (const std::exception& error) {
+        fault(std::string("an exception: ") + error.what());
+    } catch (...) {
+        fault("an exception of a type of its own");
+    }
+}
+
 } // namespace
 
 Result<Findings> RunCheck(const Check& check, const std::string& plugin,
@@ -71,7 +89,7 @@ Result<Findings> RunCheck(const Check& check, const std::string& plugin,
     AnnounceCallsOn(announcements);
     Bench bench(
         {plugin, sampleFolder, scratchFolder, CurrentState(), {output.File(), errors.File()}});
-    Run(check, bench);
+    RunToItsEnd(check, bench);
     bench.Unload();
     AnnounceCallsOn(-1);
     return std::move(bench.findings);

@@ -7,7 +7,6 @@
 #include "host/validate/Checks.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 
 namespace aiff::host::validate
@@ -50,12 +49,12 @@ void RequireEnd(Bench& bench, Instance& instance, const std::string& name)
 
 void RequireTime(Bench& bench, Instance& instance, const Sample& sample, int64_t frame)
 {
-    const int64_t rate = std::max<int64_t>(bench.SoundOf(sample).info.WaveFormat.nSamplesPerSec, 1);
+    const int64_t time = TimeOf(frame, bench.SoundOf(sample).info.WaveFormat.nSamplesPerSec);
     const int64_t seen = instance.block->nPositionMS;
-    bench.findings.Require(std::abs(seen - frame * 1000 / rate) <= 1,
+    bench.findings.Require(IsNear(seen, time),
                            sample.name + ": nPositionMS at frame " + std::to_string(frame) +
                                " is " + std::to_string(seen),
-                           std::to_string(frame * 1000 / rate));
+                           std::to_string(time));
 }
 
 // Reads the frames from `first` to before `end`, as a host asks for them.
