@@ -12,6 +12,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
@@ -176,6 +177,8 @@ int32_t Get(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet)
     if (Is("crashes at null"))
         Of(hDecoder)->opens = 0;
     const uint32_t index = pGetSet->nItemIndex;
+    if (Is("throws"))
+        throw std::out_of_range("no such key");
     if (Is("lists without end"))
         pGetSet->nItemIndex = 0;
     const bool isCase = Is("ignores case") && std::wcscmp(pKey, L"decodes") == 0;

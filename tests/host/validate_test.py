@@ -43,6 +43,7 @@ FAULTS = [
     ("needs a report", "creating", "no report"),
     ("lists without end", "lists", "goes on after 256"),
     ("lists without dots", "lists", '"aif"'),
+    ("throws", "description", "an exception: no such key"),
     ("has no description", "description", "there is none"),
     ("ignores case", "unknown-keys", '"decodes"'),
     ("writes at failure", "unknown-keys", "changes pText1"),
@@ -104,17 +105,15 @@ FAULTS = [
     ("spoils files when it fails", "tag-refusals", "changes the file"),
 ]
 everything = checks(0, good)
-not_told = [] if everything["memory"]["status"] == "passed" else ["memory"]  # sanitizers
-assert [c for c in everything if everything[c]["status"] != "passed"] == not_told, everything
+assert {c["status"] for c in everything.values()} == {"passed"}, everything
 assert {check for _, check, _ in FAULTS} | {"loading"} == everything.keys()
 assert all(c["status"] != "failed" for c in checks(0, faulty).values())
 missed = []
 for fault, name, part in FAULTS:
-    if name not in not_told:
-        check = checks(1, faulty, "--only", name, "--time-limit", "2" if "hangs" in fault else "60",
-                       fault=fault)[name]
-        if not any(part in f["seen"] and f["required"] for f in check["faults"]):
-            missed.append((fault, name, part, check["faults"]))
+    check = checks(1, faulty, "--only", name, "--time-limit", "2" if "hangs" in fault else "60",
+                   fault=fault)[name]
+    if not any(part in f["seen"] and f["required"] for f in check["faults"]):
+        missed.append((fault, name, part, check["faults"]))
 assert not missed, missed
 
 # A crash is one failed check among others; what cannot be loaded ends the rest.
@@ -146,7 +145,7 @@ def state():
 
 before = state()
 other = checks(0, faulty, "--samples", "own", fault="decodes .oth files")
-assert [n for n, c in other.items() if c["status"] != "passed"] == not_told, other
+assert {c["status"] for c in other.values()} == {"passed"}, other
 assert other["opening"]["remarks"] == ["notes.oth: Open fails"] and before == state()
 text, problems = run(1, faulty, "--samples", "own", "--only", "seeking", "--in-process",
                      fault="seeks past the frame")
