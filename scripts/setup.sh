@@ -16,8 +16,8 @@ packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nl
     libtag1-dev libcurl4-openssl-dev)
 packages_coverage=(gcovr jq)
 packages_test=(libgtest-dev nginx-light python3 python3-mutagen)
-packages_ci=(clang clang-format clang-tidy libclang-rt-14-dev lintian strace sox sndfile-programs
-    ffmpeg)
+packages_ci=(clang clang-format clang-tidy libclang-rt-14-dev debhelper fakeroot lintian strace
+    sox sndfile-programs ffmpeg)
 
 is_installed() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
