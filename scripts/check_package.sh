@@ -29,7 +29,7 @@ in_root --install {aiffconv,qvcodec-aiff,qvcodec-dev}_"$version"_*.deb
 "$project/tests/host/sdk_test.sh" "$root/usr" cc
 for file in man/man1/aiffconv.1.gz bash-completion/completions/aiffconv \
     zsh/vendor-completions/_aiffconv fish/vendor_completions.d/aiffconv.fish \
-    doc/aiffconv/PARALLEL.md.gz doc/qvcodec-aiff/copyright; do
+    doc/aiffconv/PARALLEL.md doc/qvcodec-aiff/copyright; do
     [ -e "$root/usr/share/$file" ] || { echo "$file is missing from the packages" >&2; exit 1; }
 done
 in_root --purge aiffconv qvcodec-aiff qvcodec-dev

@@ -30,9 +30,9 @@ check() {
 
 gzip -cdf "$prefix"/share/doc/qvcodec*/HOST_GUIDE.md* | grep -E '^    (cc|\./|python3)' > commands
 [ "$(wc -l < commands)" = 3 ]
-cc() { "$CC" -std=c99 -Wall -Wextra -Wpedantic -Werror "$@"; }
+cc() { command "$CC" -std=c99 -Wall -Wextra -Wpedantic -Werror "$@"; }
 while read -r command; do
-    eval "$command" 2> told
+    eval "$command" 2> told || { cat told >&2; exit 1; }
     [ "${command#cc}" != "$command" ] || check
 done < commands
 
