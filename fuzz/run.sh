@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Builds the fuzz targets and runs each for some seconds: fuzz/run.sh [SECONDS] [TARGET...]
-# New inputs that reach new code are kept in build/fuzz/corpus; a finding stays behind as
+# New inputs that reach new code are kept in build/fuzz/corpus; a finding is saved as
 # build/fuzz/corpus/TARGET-crash-... and fails the run.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

@@ -23,8 +23,8 @@ namespace
 bool isOn = false;
 bool isFull = false;
 Fault fault = Fault::None;
-long struckCall = 0;
-long allocations = 0;
+long struckCall = 0; // or allocation, or the bytes that there are
+long allocations = 0, allocated = 0;
 Counts counts;
 
 // Takes note of a fault, and brings about what goes on outside of the call.
@@ -42,11 +42,11 @@ bool Strike(const char* name)
 
 } // namespace
 
-void Start(Fault newFault, long call)
+void Start(Fault newFault, long callOrBytes)
 {
     fault = newFault;
-    struckCall = call;
-    allocations = 0;
+    struckCall = callOrBytes;
+    allocations = allocated = 0;
     counts = {};
     isFull = false;
     isOn = true;
@@ -67,17 +67,15 @@ bool Strikes(const char* name)
     ++counts.calls;
     const bool isStruck =
         counts.calls == struckCall || (counts.calls > struckCall && fault == Fault::KeepsFailing);
-    if (fault == Fault::None || fault == Fault::ShortReads || fault == Fault::NoMemory ||
-        !isStruck || !Strike(name))
+    if (fault < Fault::Fails || !isStruck || !Strike(name))
         return false;
     errno = fault == Fault::Interrupts ? EINTR : fault == Fault::DiskFull ? ENOSPC : EIO;
     return fault != Fault::KillsInside && fault != Fault::Meddles;
 }
 
 // The result of a call, of which note is taken when it succeeded.
-template <class Result>
-Result Noted(Result result, Event::Kind kind, int file, int64_t position = 0,
-             const void* bytes = nullptr)
+long Noted(long result, Event::Kind kind, int file, int64_t position = 0,
+           const void* bytes = nullptr)
 {
     const auto* const from = static_cast<const uint8_t*>(bytes);
     if (isOn && fault == Fault::None && result >= 0)
@@ -86,9 +84,16 @@ Result Noted(Result result, Event::Kind kind, int file, int64_t position = 0,
     return result;
 }
 
-bool StrikesAllocation()
+bool StrikesAllocation(size_t size)
 {
-    return isOn && fault == Fault::NoMemory && ++allocations == struckCall && Strike("malloc");
+    if (!isOn || (fault != Fault::NoMemory && fault != Fault::LittleMemory))
+        return false;
+    const long total = allocated + static_cast<long>(size);
+    const bool isOne = fault == Fault::NoMemory && ++allocations == struckCall;
+    if (isOne || (fault == Fault::LittleMemory && total > struckCall))
+        return Strike("malloc");
+    allocated = total;
+    return false;
 }
 
 } // namespace SystemCalls
@@ -136,51 +141,33 @@ AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
     return done;
 }
 
-// The arguments pass on as they are.
-#define AIFF_CALL(type, name, number, parameters, ...)                                             \
+#define AIFF_CALL(type, name, parameters, ...)                                                     \
     AIFF_IN_FRONT type name parameters                                                             \
     {                                                                                              \
-        return Strikes(#name) ? -1 : static_cast<type>(syscall(number, __VA_ARGS__));              \
+        return Strikes(#name) ? -1 : static_cast<type>(__VA_ARGS__);                               \
     }
 
-AIFF_CALL(int, unlink, SYS_unlink, (const char* path), path)
-AIFF_CALL(int, fchmod, SYS_fchmod, (int fd, mode_t mode), fd, mode)
-AIFF_CALL(int, fchown, SYS_fchown, (int fd, uid_t user, gid_t group), fd, user, group)
-AIFF_CALL(int, fstat, SYS_fstat, (int fd, struct stat* status), fd, status)
-AIFF_CALL(int, fsetxattr, SYS_fsetxattr, (int fd, const char* a, const void* v, size_t n, int how),
-          fd, a, v, n, how)
-AIFF_CALL(int, fremovexattr, SYS_fremovexattr, (int fd, const char* a), fd, a)
-AIFF_CALL(ssize_t, flistxattr, SYS_flistxattr, (int fd, char* list, size_t size), fd, list, size)
-AIFF_CALL(ssize_t, fgetxattr, SYS_fgetxattr, (int fd, const char* a, void* v, size_t n), fd, a, v,
-          n)
+AIFF_CALL(int, unlink, (const char* path), syscall(SYS_unlink, path))
+AIFF_CALL(int, fchmod, (int fd, mode_t mode), syscall(SYS_fchmod, fd, mode))
+AIFF_CALL(int, fchown, (int fd, uid_t user, gid_t group), syscall(SYS_fchown, fd, user, group))
+AIFF_CALL(int, fstat, (int fd, struct stat* status), syscall(SYS_fstat, fd, status))
+AIFF_CALL(int, fsetxattr, (int fd, const char* a, const void* v, size_t n, int how),
+          syscall(SYS_fsetxattr, fd, a, v, n, how))
+AIFF_CALL(int, fremovexattr, (int fd, const char* a), syscall(SYS_fremovexattr, fd, a))
+AIFF_CALL(ssize_t, flistxattr, (int fd, char* list, size_t size),
+          syscall(SYS_flistxattr, fd, list, size))
+AIFF_CALL(ssize_t, fgetxattr, (int fd, const char* a, void* v, size_t n),
+          syscall(SYS_fgetxattr, fd, a, v, n))
 // Under its own name it would hide the record of fcntl.
 AIFF_IN_FRONT int LockFile(int fd, int operation) __asm__("flock");
-AIFF_CALL(int, LockFile, SYS_flock, (int fd, int operation), fd, operation)
-
-AIFF_IN_FRONT int ftruncate(int fd, off_t size)
-{
-    return Strikes("ftruncate")
-               ? -1
-               : Noted(static_cast<int>(syscall(SYS_ftruncate, fd, size)), Event::Size, fd, size);
-}
-
-AIFF_IN_FRONT int rename(const char* from, const char* to)
-{
-    return Strikes("rename")
-               ? -1
-               : Noted(static_cast<int>(syscall(SYS_rename, from, to)), Event::Rename, -1);
-}
-
+AIFF_CALL(int, LockFile, (int fd, int operation), syscall(SYS_flock, fd, operation))
+AIFF_CALL(int, ftruncate, (int fd, off_t size),
+          Noted(syscall(SYS_ftruncate, fd, size), Event::Size, fd, size))
+AIFF_CALL(int, rename, (const char* from, const char* to),
+          Noted(syscall(SYS_rename, from, to), Event::Rename, -1))
 // What would reach the disk and when is worked out from the events.
-AIFF_IN_FRONT int fsync(int fd)
-{
-    return Strikes("fsync") ? -1 : Noted(0, Event::Barrier, fd);
-}
-
-AIFF_IN_FRONT int fdatasync(int fd)
-{
-    return Strikes("fdatasync") ? -1 : Noted(0, Event::Barrier, fd);
-}
+AIFF_CALL(int, fsync, (int fd), Noted(0, Event::Barrier, fd))
+AIFF_CALL(int, fdatasync, (int fd), Noted(0, Event::Barrier, fd))
 
 // Closes the file also when it says that it failed.
 AIFF_IN_FRONT int close(int fd)
@@ -214,12 +201,12 @@ extern "C" void* __libc_calloc(size_t count, size_t size);
 
 AIFF_IN_FRONT void* malloc(size_t size)
 {
-    return StrikesAllocation() ? nullptr : __libc_malloc(size);
+    return StrikesAllocation(size) ? nullptr : __libc_malloc(size);
 }
 
 AIFF_IN_FRONT void* calloc(size_t count, size_t size)
 {
-    return StrikesAllocation() ? nullptr : __libc_calloc(count, size);
+    return StrikesAllocation(count * size) ? nullptr : __libc_calloc(count, size);
 }
 #else
 const bool SystemCalls::canFailAllocations = false; // a sanitizer brings its own allocator

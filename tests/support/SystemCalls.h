@@ -13,12 +13,14 @@ namespace SystemCalls
 
 enum class Fault {
     None,
-    Fails,        // the call does nothing and reports an error
+    ShortReads,   // every other read is interrupted, the rest deliver a few bytes
+    NoMemory,     // an allocation fails; these are counted apart from the calls
+    LittleMemory, // so does each that goes beyond a total of so many bytes
+    // From here on it is a call that fails.
+    Fails,        // it does nothing and reports an error
     KeepsFailing, // so do all later calls
     DiskFull,     // a write takes half of its sectors, the next one none; other calls fail
     Interrupts,   // the call does nothing and reports a signal
-    ShortReads,   // every other read is interrupted, the rest deliver a few bytes
-    NoMemory,     // an allocation fails; these are counted apart from the calls
     Meddles,      // what `meddler` does happens before the call
     Kills,        // the process ends before the call
     KillsInside   // the process ends when half of the sectors are written
@@ -30,8 +32,9 @@ extern std::function<void()> meddler;
 // Whether this build can make allocations fail.
 extern const bool canFailAllocations;
 
-// Calls are counted from 1 and only between Start and Stop, which is for one thread at a time.
-void Start(Fault fault = Fault::None, long call = 0);
+// Calls and allocations are counted from 1, bytes are those given out, and all that only between
+// Start and Stop, which is for one thread at a time.
+void Start(Fault fault = Fault::None, long callOrBytes = 0);
 
 // What a call did to an open file: a write of bytes at a position, a new size, a barrier; or
 // that a file was renamed.
