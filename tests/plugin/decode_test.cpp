@@ -166,19 +166,6 @@ TEST_F(DecodeTest, PartialFrameAtTheEnd)
     }
 }
 
-TEST_F(DecodeTest, SoundChunkShorterThanItsPrefixIsEmpty)
-{
-    for (const size_t size : {0u, 1u, 7u, 8u, 11u}) {
-        Instance host(plugin);
-        const AiffBuilder file = AiffBuilder().Comm(2, 16, 8000).Chunk("SSND", Bytes(size));
-        ASSERT_EQ(host.Open(File(file), 1 + 16), 1) << size;
-        EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, 0);
-        EXPECT_EQ(host.Rest(), Bytes()) << size;
-        EXPECT_EQ(host.Seek(5), 1);
-        EXPECT_EQ(host.Rest(), Bytes()) << size;
-    }
-}
-
 // One instance serves one file: the format and the place of the sound stay.
 TEST_F(DecodeTest, ReopenedInstanceKeepsTheFirstFormat)
 {
@@ -229,26 +216,22 @@ TEST_F(DecodeTest, FileCutWhileItIsDecodedResumesWhenItIsWhole)
 
 TEST_F(DecodeTest, RealFilesEqualLibsndfile)
 {
-    const std::string corpus = Corpus();
-    if (!std::filesystem::is_directory(corpus))
+    if (!std::filesystem::is_directory(Corpus()))
         GTEST_SKIP() << "no folder of real files; AIFF_CORPUS names one";
-    for (const char* name :
-         {"pluck-pcm8.aiff", "pluck-pcm16.aiff", "pluck-pcm24.aiff", "pluck-pcm32.aiff", "sowt.aif",
-          "M1F1-int8-AFsp.aif", "padded24b.aif", "kick32b.aiff", "with-id3.aif", "noise_odd.aif"})
-        EXPECT_EQ(ReadWithPlugin(plugin, corpus + name), ReadWithSndfile(corpus + name)) << name;
-    for (const std::string name : {"pluck-pcm24", "pluck-pcm32"}) {
-        const Bytes pcm = ReadWithPlugin(plugin, corpus + name + ".aiff");
-        Bytes size = Big(pcm.size(), 4);
-        std::reverse(size.begin(), size.end());
-        const Bytes wav = ReadFile(corpus + name + ".wav"), data = Join({Text("data"), size, pcm});
-        EXPECT_NE(std::search(wav.begin(), wav.end(), data.begin(), data.end()), wav.end()) << name;
+    int decoded = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(Corpus())) {
+        const std::string path = entry.path().string();
+        if (!entry.path().extension().string().starts_with(".ai"))
+            continue;
+        const int format = ReadSamples(path).format, coding = format & SF_FORMAT_SUBMASK;
+        if ((format & SF_FORMAT_TYPEMASK) == SF_FORMAT_AIFF && coding <= SF_FORMAT_PCM_32) {
+            EXPECT_EQ(ReadWithPlugin(plugin, path), ReadWithSndfile(path)) << path;
+            ++decoded;
+        } else {
+            EXPECT_EQ(Instance(plugin).Open(path, 1), 0) << path;
+        }
     }
-    for (const char* name : {"pluck-alaw.aifc", "Porder.aif", "Ptjunk.aif", "aifc_tagged.aif"}) {
-        Instance host(plugin);
-        EXPECT_EQ(host.Open(corpus + name, 4), 1) << name;
-        EXPECT_EQ(host.Open(corpus + name, 1), 0) << name;
-    }
-    EXPECT_EQ(Instance(plugin).Open(corpus + "segfault.aif", 1), 0);
+    EXPECT_GT(decoded, 0);
 }
 
 } // namespace
