@@ -28,47 +28,50 @@ enum Choice { kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack, kCho
 
 using Chunks = std::vector<WalkedChunk>;
 
-// The chunks of a file that is nothing but whole chunks; the last may lack its pad byte.
-std::optional<Chunks> WalkWhole(const Bytes& file, bool printable)
-{
-    const auto isOdd = [](char c) { return c < ' ' || c > '~'; };
+// The chunks up to an offset in a file. One that goes beyond that offset is cut off: it has all
+// that the file holds of it.
+struct Walk {
     Chunks chunks;
-    for (size_t at = 12; at < file.size();) {
-        const size_t size = file.size() - at < 8 ? SIZE_MAX : Number(file, at + 4);
-        if (size == SIZE_MAX || size > file.size() - at - 8)
-            return std::nullopt;
-        chunks.push_back(ChunkAt(file, at, size));
-        if (printable && std::ranges::any_of(chunks.back().code, isOdd))
-            return std::nullopt;
-        at += 8 + size + size % 2;
+    size_t end = 12; // of the last chunk
+    bool isCut = false;
+};
+
+Walk WalkTo(size_t end, const Bytes& file)
+{
+    Walk walk;
+    while (walk.end < end && walk.end + 8 <= file.size() && !walk.isCut) {
+        const size_t size = Number(file, walk.end + 4), left = file.size() - walk.end - 8;
+        walk.isCut = size > left || (size > 0 && walk.end + 8 + size > end);
+        walk.chunks.push_back(ChunkAt(file, walk.end, walk.isCut ? left : size));
+        walk.end += 8 + size + size % 2;
     }
-    return chunks;
+    return walk;
 }
 
-// The chunks that an edit has to keep: those of the form, the last one with all that
-// the file holds of it, or those of the whole file where it consists of chunks.
-// `isCut` becomes whether the last one claims more than there is.
-Chunks PartsOf(const Bytes& file, bool& isCut)
+// Whether a file is nothing but whole chunks; the last may lack its pad byte.
+bool IsWhole(const Walk& walk, const Bytes& file)
 {
-    const size_t formEnd = Number(file, 4) + 8;
-    Chunks parts;
-    isCut = false;
-    size_t at = 12;
-    while (at < formEnd && at + 8 <= file.size() && !isCut) {
-        const size_t size = Number(file, at + 4);
-        isCut = size > file.size() - at - 8 || (size > 0 && at + 8 + size > formEnd);
-        parts.push_back(ChunkAt(file, at, isCut ? file.size() - at - 8 : size));
-        at += 8 + size + size % 2;
-    }
-    if (isCut || at < file.size())
-        return WalkWhole(file, true).value_or(parts);
-    return parts;
+    return !walk.isCut && walk.end >= file.size();
+}
+
+// The chunks that an edit has to keep: those of the form, or those of the whole file where it
+// consists of chunks with printable names.
+Walk PartsOf(const Bytes& file)
+{
+    Walk form = WalkTo(Number(file, 4) + 8, file), all = WalkTo(file.size(), file);
+    const auto isPrintable = [](const WalkedChunk& chunk) {
+        return std::ranges::all_of(chunk.code, [](char c) { return c >= ' ' && c <= '~'; });
+    };
+    if (!IsWhole(form, file) && IsWhole(all, file) && std::ranges::all_of(all.chunks, isPrintable))
+        form.chunks = all.chunks;
+    return form;
 }
 
 const STNStdReport kSilent = {};
+const Bytes kPicture = Text("\x89PNG and so on");
 
 // `isTag` becomes whether a tag can be read, whatever it holds.
-NTag ReadTags(const std::wstring& path, bool* isTag = nullptr)
+NTag ReadTags(const std::wstring& path, bool& isTag)
 {
     XFile file;
     clAIFFHandler aiff;
@@ -77,9 +80,7 @@ NTag ReadTags(const std::wstring& path, bool* isTag = nullptr)
     if (file.Open(path.c_str()) && aiff.Initialize(file.Handle(), kSilent))
         InternalReadTags(aiff, &items, index, kSilent);
     NTag tags = items.List();
-    const bool isRead = tags.RemoveTag(L"TagVersion"); // is not kept
-    if (isTag != nullptr)
-        *isTag = isRead;
+    isTag = tags.RemoveTag(L"TagVersion"); // is not kept
     return tags;
 }
 
@@ -102,20 +103,15 @@ NTag Untouched(int choice, NTag tags)
     return tags;
 }
 
-NTag ListFor(int choice, const std::wstring& path)
+bool EditFile(int choice, const std::wstring& path, const NTag& tags)
 {
     NTag list;
     if (choice == kSetTitle || choice == kDeleteTitle)
         list.AddTag(L"Title", choice == kSetTitle ? L"New" : L"");
     else if (choice == kSetPicture)
-        list.AddTag(kCover, Text("\x89PNG and so on").data(), 14);
+        list.AddTag(kCover, kPicture.data(), kPicture.size());
     else if (choice == kWriteBack)
-        list = ReadTags(path);
-    return list;
-}
-
-bool EditFile(int choice, const std::wstring& path, NTag list)
-{
+        list = tags;
     const TagWriter::Task task = choice == kDeleteTitle ? TagWriter::Task::DeleteFields
                                  : choice == kDeleteAll ? TagWriter::Task::DeleteAll
                                                         : TagWriter::Task::Write;
@@ -124,22 +120,23 @@ bool EditFile(int choice, const std::wstring& path, NTag list)
 
 // Whether the tag keeps its revision: in another one some values cannot be told apart.
 // One that is cut off in the file, but not in the form, is shown and not kept.
-bool KeepsRevision(Chunks parts, bool isCut)
+bool KeepsRevision(const Walk& parts)
 {
-    std::erase_if(parts, std::not_fn(std::mem_fn(&WalkedChunk::IsTag)));
-    return !isCut && parts.size() == 1 && parts[0].data.size() > 3 && parts[0].data[3] >= 3;
+    const auto isTag = std::mem_fn(&WalkedChunk::IsTag);
+    const auto tag = std::ranges::find_if(parts.chunks, isTag);
+    return !parts.isCut && std::ranges::count_if(parts.chunks, isTag) == 1 &&
+           tag->data.size() > 3 && tag->data[3] >= 3;
 }
 
 void CheckTags(int choice, bool keepsAll, const NTag& before, NTag after)
 {
+    const auto *const title = after.FindElement(L"Title"), *const cover = after.FindElement(kCover);
     if (choice == kSetTitle)
-        Require(after.GetTagValue(L"Title") == L"New", "what was set reads back");
+        Require(title != nullptr && title->value == L"New", "what was set reads back");
     if (choice == kSetPicture)
-        Require(after.FindElement(kCover) != nullptr &&
-                    after.FindElement(kCover)->data.size() == 14,
-                "the picture reads back");
+        Require(cover != nullptr && cover->data == kPicture, "the picture reads back");
     if (choice == kDeleteTitle)
-        Require(after.FindElement(L"Title") == nullptr, "what was deleted is gone");
+        Require(title == nullptr, "what was deleted is gone");
     if (choice == kDeleteAll)
         Require(after.Count() == 0, "all tags are gone");
     else if (keepsAll)
@@ -151,12 +148,12 @@ void CheckTags(int choice, bool keepsAll, const NTag& before, NTag after)
 void CheckFile(int choice, Chunks before, const Bytes& after)
 {
     Require(Number(after, 4) == after.size() - 8, "the form fills the file");
-    auto parts = WalkWhole(after, false);
-    Require(parts.has_value(), "the file consists of chunks");
-    Require(std::erase_if(*parts, std::mem_fn(&WalkedChunk::IsTag)) == (choice != kDeleteAll),
+    Walk walk = WalkTo(after.size(), after);
+    Require(IsWhole(walk, after), "the file consists of chunks");
+    Require(std::erase_if(walk.chunks, std::mem_fn(&WalkedChunk::IsTag)) == (choice != kDeleteAll),
             "there is one tag chunk, or none");
     std::erase_if(before, std::mem_fn(&WalkedChunk::IsTag));
-    Require(*parts == before, "all other chunks are kept");
+    Require(walk.chunks == before, "all other chunks are kept");
 }
 
 } // namespace
@@ -189,24 +186,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     const Bytes before(bytes + 1, bytes + size);
     const std::string name = dir.Write("a.aiff", before);
     const std::wstring path(name.begin(), name.end());
-    bool isTag = false;
-    const NTag tags = ReadTags(path, &isTag);
+    bool isTag = false, isStillTag = false;
+    const NTag tags = ReadTags(path, isTag);
     if (choice == kWriteBack && tags.Count() == 0)
         return 0;
-    const bool isDone = EditFile(choice, path, ListFor(choice, path));
+    const bool isDone = EditFile(choice, path, tags);
     const Bytes after = ReadFile(name);
     Require(isDone || after == before, "a refused edit leaves the file alone");
     Require(std::distance(std::filesystem::directory_iterator(dir.Path("")), {}) == 1,
-            "no other file stays behind");
+            "no other file is left");
     if (!isDone || after == before)
         return 0;
-    bool isCut = false;
-    const Chunks parts = PartsOf(before, isCut);
-    CheckFile(choice, parts, after);
-    CheckTags(choice, KeepsRevision(parts, isCut), tags, ReadTags(path));
-    Require(EditFile(choice, path, ListFor(choice, path)), "the edit can be made once more");
+    const Walk parts = PartsOf(before);
+    CheckFile(choice, parts.chunks, after);
+    const NTag changed = ReadTags(path, isStillTag);
+    CheckTags(choice, KeepsRevision(parts), tags, changed);
+    Require(EditFile(choice, path, changed), "the edit can be made once more");
     // What an unreadable tag hid may show in another revision, and be replaced then.
-    if (!isTag && std::ranges::any_of(parts, &WalkedChunk::IsTag))
+    if (!isTag && std::ranges::any_of(parts.chunks, &WalkedChunk::IsTag))
         return 0;
     Require(ReadFile(name) == after, "the same edit once more changes nothing");
     return 0;

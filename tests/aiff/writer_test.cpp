@@ -50,23 +50,6 @@ clPassAIFFChunks PassList(const Passed& chunks)
     return list;
 }
 
-// The letters of a chunk's code; the first is the lowest byte.
-std::string Code(uint32_t code)
-{
-    const Bytes letters = Big(code, 4);
-    return std::string(letters.rbegin(), letters.rend()) + " ";
-}
-
-STQvWaveFormat Format(int channels, int bits)
-{
-    STQvWaveFormat format{};
-    format.nChannels = static_cast<uint16_t>(channels);
-    format.nBitsPerSample = static_cast<uint16_t>(bits);
-    format.nSamplesPerSec = 44100;
-    format.nBlockAlign = static_cast<uint16_t>(channels * bits / 8);
-    return format;
-}
-
 // The whole calling order; false also when the place for the samples is not the one left.
 bool WriteWhole(const std::shared_ptr<MemoryFile>& file, const STQvWaveFormat& format,
                 const clPassAIFFChunks& pass, const Bytes& samples)
@@ -80,67 +63,71 @@ bool WriteWhole(const std::shared_ptr<MemoryFile>& file, const STQvWaveFormat& f
            aiff.WriteCOMMChunkData(format, std::ssize(samples));
 }
 
-TEST(Writer, LaysOutWhatPassesThroughAroundFormatAndSound)
+TEST(Writer, PutsWhatPassesThroughAroundFormatAndSoundOrSaysThatTheDiskIsFull)
 {
-    using Row = std::pair<Passed, const char*>;
-    const Row cases[] = {
-        Row({}, "COMM 18 SSND 0 "), Row({{"NAME", Bytes(3)}}, "NAME 3 COMM 18 SSND 0 "),
-        Row({{"SSND", {}}, {"ID3 ", {9}}}, "COMM 18 SSND 0 ID3  1 "),
+    const Bytes name = Noise(5), tag = Noise(9);
+    using Row = std::pair<Passed, std::string>;
+    const Row rows[] = {
+        Row({}, "COMM 18 SSND # "), Row({{"NAME", name}}, "NAME 5 COMM 18 SSND # "),
+        Row({{"SSND", {}}, {"ID3 ", tag}}, "COMM 18 SSND # ID3  9 "),
+        Row({{"NAME", name}, {"SSND", {}}, {"ID3 ", tag}}, "NAME 5 COMM 18 SSND # ID3  9 "),
         // Their data is not taken over, whatever it is.
-        Row({{"SSND", Bytes(9)}, {"ANNO", {}}, {"COMM", Bytes(24)}}, "SSND 0 ANNO 0 COMM 18 "),
-        // In lower case they count, but are not those that readers look for.
-        Row({{"comm", {1}}, {"ssnd", {1}}}, "comm 18 COMM 18 ssnd 0 SSND 0 "),
-        Row({{"Comm", {1}}, {"SSND", {}}}, "Comm 1 COMM 18 SSND 0 ")};
-    for (const auto& [pass, listed] : cases) {
-        clAIFFHandler aiff;
-        ASSERT_TRUE(aiff.InitializeNewAIFF(std::make_shared<MemoryFile>(), Format(2, 16), {},
-                                           PassList(pass)));
-        std::string text;
-        for (int i = 0; i < aiff.Count(); ++i)
-            text += Code(aiff.GetChunk(i)->ID) + std::to_string(aiff.GetChunk(i)->nSize) + " ";
-        EXPECT_EQ(text, listed);
+        Row({{"SSND", Bytes(9)}, {"ANNO", {}}, {"COMM", Bytes(24)}}, "SSND # ANNO 0 COMM 18 "),
+        // In lower case it counts, but is not the one that readers look for.
+        Row({{"comm", {1}}, {"SSND", {}}}, "comm 18 COMM 18 SSND # "),
+        Row({{"Comm", {1}}, {"SSND", {}}}, "Comm 1 COMM 18 SSND # ")};
+    STQvWaveFormat format = {};
+    format.nChannels = format.nBlockAlign = 3;
+    format.nBitsPerSample = 8;
+    format.nSamplesPerSec = 44100;
+    for (const auto& [chunks, listed] : rows) {
+        SCOPED_TRACE(listed);
+        const clPassAIFFChunks pass = PassList(chunks);
+        for (const size_t size : {0u, 15u, 42u}) {
+            const Bytes samples = Noise(size);
+            const auto file = std::make_shared<MemoryFile>();
+            ASSERT_TRUE(WriteWhole(file, format, pass, samples));
+            const WalkedForm form = WalkStrictly(file->bytes); // pads, positions, sizes
+            std::string text;
+            for (const auto& [code, data, position] : form.chunks) {
+                text += code + " " + (code == "SSND" ? "#" : std::to_string(data.size())) + " ";
+                if (code == "NAME" || code == "ID3 ")
+                    EXPECT_EQ(data, code == "NAME" ? name : tag);
+            }
+            EXPECT_EQ(text, listed);
+            EXPECT_EQ(form.Only("SSND").data, Join({Bytes(8), samples}));
+            EXPECT_EQ(form.Only("COMM").data,
+                      Join({Big(3, 2), Big(size / 3, 4), Big(8, 2), Extended(44100)}));
+            for (int64_t room = 0; room < file->Size(); ++room)
+                EXPECT_FALSE(WriteWhole(std::make_shared<MemoryFile>(room), format, pass, samples));
+        }
     }
 }
 
-TEST(Writer, EveryStepSaysThatTheDiskIsFull)
+TEST(Writer, ASoundChunkInLowerCaseIsNotTheOneToWrite)
 {
-    const clPassAIFFChunks pass = PassList({{"NAME", Noise(5)}, {"SSND", {}}, {"ID3 ", Noise(9)}});
-    for (const size_t size : {0u, 15u, 40u}) {
-        const Bytes samples = Noise(size);
-        const auto file = std::make_shared<MemoryFile>();
-        ASSERT_TRUE(WriteWhole(file, Format(1, 8), pass, samples));
-        const WalkedForm form = WalkStrictly(file->bytes); // pads, positions, sizes
-        EXPECT_EQ(form.Only("SSND").data, Join({Bytes(8), samples}));
-        EXPECT_EQ(form.Only("COMM").data,
-                  Join({Big(1, 2), Big(size, 4), Big(8, 2), Extended(44100)}));
-        EXPECT_EQ(form.Only("NAME").data, Noise(5));
-        EXPECT_EQ(form.Only("ID3 ").data, Noise(9));
-        for (int64_t room = 0; room <= file->Size(); ++room)
-            EXPECT_EQ(WriteWhole(std::make_shared<MemoryFile>(room), Format(1, 8), pass, samples),
-                      room == file->Size());
-    }
+    clAIFFHandler aiff;
+    ASSERT_TRUE(
+        aiff.InitializeNewAIFF(std::make_shared<MemoryFile>(), {}, {}, PassList({{"ssnd", {1}}})));
+    ASSERT_EQ(aiff.Count(), 3);
+    EXPECT_EQ(aiff.GetChunk(1)->nSize, 0);
+    EXPECT_EQ(aiff.FindChunkForWrite("SSND", false), aiff.GetChunk(2));
 }
 
 TEST(PassList, InsertsBeforeTheLastSoundAndFindsByCode)
 {
-    const auto codes = [](const clPassAIFFChunks& list) {
-        std::string text;
-        for (int i = 0; i < list.Count(); ++i)
-            text += Code(list[i].code);
-        return text;
-    };
     clPassAIFFChunks list = PassList({{"COMM", {}}});
     list.AddInternal(FourCC("NAME"), nullptr, 0, true); // there is no sound yet
-    EXPECT_EQ(codes(list), "COMM NAME ");
-    list = PassList({{"SSND", {}}, {"ssnd", {}}, {"ANNO", {1, 2}}});
+    EXPECT_EQ(list.FindChunk("NAME", false), 1);
+    list = PassList({{"SSND", {}}, {"ssnd", {}}, {"ANNO", {1, 2}}, {"anno", {}}});
     list.AddInternal(FourCC("NAME"), "abc", 3, true);
-    EXPECT_EQ(codes(list), "SSND NAME ssnd ANNO ");
-    EXPECT_EQ(list[1].data.Used(), 3u);
+    EXPECT_TRUE(list.Count() == 5 && list[1].data.Used() == 3);
     using Row = std::tuple<const char*, bool, int>;
     for (const auto& [code, anyCase, position] :
-         {Row("ANNO", false, 3), Row("anno", false, -1),
+         {Row("SSND", false, 0), Row("NAME", false, 1), Row("ssnd", false, 2),
+          Row("ANNO", false, 3), Row("anno", false, 4), Row("name", false, -1),
           // The first that fits.
-          Row("anno", true, 3), Row("ssnd", false, 2), Row("ssnd", true, 0)})
+          Row("anno", true, 3), Row("ssnd", true, 0)})
         EXPECT_EQ(list.FindChunk(code, anyCase), position) << code;
 }
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Streams from nginx give what the file gives. Usage: nginx_test.py AIFFCONV CODECS NGINX"""
 
 import os

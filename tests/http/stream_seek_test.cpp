@@ -43,8 +43,7 @@ Bytes Part(size_t from, size_t to = kFrames)
 
 TEST_F(StreamTest, SeeksByAskingAServerOfRangesForTheRest)
 {
-    Instance instance(plugin);
-    ASSERT_EQ(instance.Open(server.Serve(Ranged(kFile)), kDecode), 1);
+    Instance host(plugin, server.Serve(Ranged(kFile)), kDecode);
     // Where to, where that is, and the request for it; none where none is needed.
     const std::tuple<int64_t, size_t, std::string> cases[] = {
         {18000, 18000, "72046-"}, {0, 0, "46-"},      {37501, 37501, "150050-"}, {1, 1, "50-"},
@@ -53,26 +52,26 @@ TEST_F(StreamTest, SeeksByAskingAServerOfRangesForTheRest)
     for (const auto& [frame, lands, range] : cases) {
         SCOPED_TRACE(frame);
         const size_t before = server.Requests().size();
-        ASSERT_EQ(instance.Seek(frame), 1);
+        ASSERT_EQ(host.Seek(frame), 1);
         const std::vector<std::string> requests = server.Requests();
         ASSERT_EQ(requests.size() - before, range.empty() ? 0u : 1u);
         const std::string line = "\r\nRange: bytes=" + range + "\r\n\r\n";
         if (!range.empty())
             EXPECT_TRUE(requests.back().ends_with(line)) << requests.back();
-        EXPECT_EQ(instance.Next(), 1);
-        EXPECT_EQ(instance.block.nPositionMS, static_cast<int64_t>(lands * 4000 / 176400));
-        EXPECT_EQ(instance.Data(), Part(lands, std::min(lands + 16384, kFrames)));
+        EXPECT_EQ(host.Next(), 1);
+        EXPECT_EQ(host.block.nPositionMS, static_cast<int64_t>(lands * 4000 / 176400));
+        EXPECT_EQ(host.Data(), Part(lands, std::min(lands + 16384, kFrames)));
     }
     // A sound chunk without a size has no audio where the stream's size is known.
     const Bytes empty = AiffBuilder().Comm(2, 16, 44100).Ssnd(kSamples, 0).Build();
-    ASSERT_EQ(instance.Open(server.Serve(Ranged(empty)), kDecode), 1);
-    EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, 0);
+    ASSERT_EQ(host.Open(server.Serve(Ranged(empty)), kDecode), 1);
+    EXPECT_EQ(host.open.AudioInfo.nLengthBytes, 0);
     // The pad byte of an odd chunk before the sound counts.
     const Bytes odd = Join({Big(2, 2), Big(0, 4), Big(16, 2), Extended(44100), Bytes(1)});
     const Bytes file = AiffBuilder().Chunk("COMM", odd).Ssnd(kSamples).Build();
-    ASSERT_EQ(instance.Open(server.Serve(Ranged(file)), kDecode), 1);
-    ASSERT_EQ(instance.Seek(30000), 1);
-    EXPECT_EQ(instance.Rest(), Part(30000));
+    ASSERT_EQ(host.Open(server.Serve(Ranged(file)), kDecode), 1);
+    ASSERT_EQ(host.Seek(30000), 1);
+    EXPECT_EQ(host.Rest(), Part(30000));
 }
 
 TEST_F(StreamTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
@@ -97,13 +96,13 @@ TEST_F(StreamTest, LeavesDecodingWhereItWasWhenTheServerCannotOrDoesNotDoIt)
         handlers.push_back(Ranged(kFile, [answer](size_t) { return answer; }));
     for (size_t i = 0; i < handlers.size(); ++i) {
         SCOPED_TRACE(i);
-        Instance instance(plugin, report);
-        ASSERT_EQ(instance.Open(server.Serve(handlers[i]), kDecode), 1);
-        ASSERT_EQ(instance.Next(), 1);
-        EXPECT_EQ(instance.Seek(18000), 0);
+        Instance host(plugin, report);
+        ASSERT_EQ(host.Open(server.Serve(handlers[i]), kDecode), 1);
+        ASSERT_EQ(host.Next(), 1);
+        EXPECT_EQ(host.Seek(18000), 0);
         EXPECT_EQ(report.Take(kError), // the first four promise nothing
                   i < 4 ? "" : "Error SetPosition returned false.  [SetPosition]\r\n");
-        EXPECT_EQ(instance.Rest(), Part(16384));
+        EXPECT_EQ(host.Rest(), Part(16384));
     }
 }
 
@@ -120,20 +119,20 @@ TEST_F(StreamTest, ARangeBeginsAtItsFirstFrameWhateverTheServerCan)
     for (const std::string& url : urls)
         for (const auto& [start, end, from, to] : cases) {
             SCOPED_TRACE(url + " from " + std::to_string(start));
-            Instance instance(plugin);
-            ASSERT_EQ(instance.Range(start, end), 1);
-            ASSERT_EQ(instance.Open(url, kDecode), 1);
-            EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, static_cast<int64_t>(to - from) * 4);
-            EXPECT_EQ(instance.Rest(), Part(from, to));
+            Instance host(plugin);
+            ASSERT_EQ(host.Range(start, end), 1);
+            ASSERT_EQ(host.Open(url, kDecode), 1);
+            EXPECT_EQ(host.open.AudioInfo.nLengthBytes, static_cast<int64_t>(to - from) * 4);
+            EXPECT_EQ(host.Rest(), Part(from, to));
         }
     std::string sought; // a long way to the range is, where the server can
     for (const std::string& request : server.Requests())
         if (const long first = FirstByteOf(request); first >= 0)
             sought += std::to_string(first) + " ";
     EXPECT_EQ(sought, "80046 150006 80046 150006 ");
-    Instance instance(plugin, report); // the stream ends before the range begins
-    ASSERT_EQ(instance.Range(30000, -1), 1);
-    EXPECT_EQ(instance.Open(server.Serve(Answer("", Front(kFile, 100000))), kDecode), 0);
+    Instance host(plugin, report); // the stream ends before the range begins
+    ASSERT_EQ(host.Range(30000, -1), 1);
+    EXPECT_EQ(host.Open(server.Serve(Answer("", Front(kFile, 100000))), kDecode), 0);
     EXPECT_EQ(report.Take(kError),
               Lines("Error reading data from file.  [PrepareToDecodeAudio]\n"));
 }

@@ -21,9 +21,9 @@ std::string Broken(const std::string& why)
     return why.empty() ? "" : "Stream breaks off: " + why + "  [Read]\r\n";
 }
 
-Bytes TagBlob(const Instance& instance)
+Bytes TagBlob(const Instance& host)
 {
-    return Bytes(instance.open.pTagData, instance.open.pTagData + instance.open.nTagDataSize);
+    return Bytes(host.open.pTagData, host.open.pTagData + host.open.nTagDataSize);
 }
 
 TEST_F(StreamTest, GivesAllAudioOfProperAnswersAndWholeBlocksOfTornOnes)
@@ -63,22 +63,20 @@ TEST_F(StreamTest, GivesAllAudioOfProperAnswersAndWholeBlocksOfTornOnes)
     for (const auto& [name, handler, bytes, length, why] : cases) {
         SCOPED_TRACE(name);
         const bool isTorn = name.starts_with("torn"), isReset = name == "reset";
-        Instance instance(plugin, report);
-        const bool isOpen = instance.Open(server.Serve(handler), kDecode) == 1;
+        Instance host(plugin, report);
+        const bool isOpen = host.Open(server.Serve(handler), kDecode) == 1;
         ASSERT_TRUE(isOpen || isReset);
         if (isOpen)
-            EXPECT_TRUE(instance.open.AudioInfo.nLengthBytes == length &&
-                        instance.open.AudioInfo.nLengthMS == (length == 150008 ? 850 : 0));
+            EXPECT_TRUE(host.open.AudioInfo.nLengthBytes == length &&
+                        host.open.AudioInfo.nLengthMS == (length == 150008 ? 850 : 0));
         Bytes heard;
-        for (bool isLast = !isOpen; !isLast && instance.Next() == 1;
-             Append(heard, instance.Data())) {
-            EXPECT_EQ(instance.block.nPositionMS,
-                      length == 150008 ? std::ssize(heard) * 10 / 1764 : 0);
-            isLast = instance.block.nLastBlock != 0;
+        for (bool isLast = !isOpen; !isLast && host.Next() == 1; Append(heard, host.Data())) {
+            EXPECT_EQ(host.block.nPositionMS, length == 150008 ? std::ssize(heard) * 10 / 1764 : 0);
+            isLast = host.block.nLastBlock != 0;
         }
         EXPECT_EQ(heard, Front(kHeard, heard.size()));
         EXPECT_TRUE(heard.size() == bytes || (isReset && heard.size() < bytes));
-        EXPECT_TRUE(instance.Next() == !isTorn || isReset) << "and again";
+        EXPECT_TRUE(host.Next() == !isTorn || isReset) << "and again";
         EXPECT_TRUE(report.Take(kError) == (isTorn ? kTorn + kTorn : "") || isReset);
         EXPECT_TRUE(report.Take(kInformation).ends_with(Broken(why)) || isReset);
     }
@@ -86,20 +84,17 @@ TEST_F(StreamTest, GivesAllAudioOfProperAnswersAndWholeBlocksOfTornOnes)
 
 TEST_F(StreamTest, ExactOnesHaveWholeFramesOfAnyNumber)
 {
-    Instance instance(plugin);
-    STQvCodecGetSet exact = {};
-    exact.nValue1 = 1;
-    EXPECT_EQ(plugin.Set(instance.handle, QV_KEY_EXACT_STREAMS, &exact), 1);
-    exact.nValue1 = 2;
-    EXPECT_EQ(plugin.Set(instance.handle, QV_KEY_EXACT_STREAMS, &exact), 0);
-    instance.Range(0, INT64_MAX);
+    Instance host(plugin);
+    EXPECT_EQ(host.Set(QV_KEY_EXACT_STREAMS, 1), 1);
+    EXPECT_EQ(host.Set(QV_KEY_EXACT_STREAMS, 2), 0);
+    host.Range(0, INT64_MAX);
     const Bytes pcm = Noise(65539);
     const auto file = [&] { return AiffBuilder().Comm(2, 24, 44100); };
-    ASSERT_EQ(instance.Open(server.Serve(Counted(file().Ssnd(pcm))), kDecode), 1);
-    EXPECT_EQ(instance.Rest(), HostOrder(Front(pcm, 65538), 24));
+    ASSERT_EQ(host.Open(server.Serve(Counted(file().Ssnd(pcm))), kDecode), 1);
+    EXPECT_EQ(host.Rest(), HostOrder(Front(pcm, 65538), 24));
     const Bytes vast = file().Ssnd(pcm, 3500000008).FormSize(0xFFFFFFFE);
-    ASSERT_EQ(instance.Open(server.Serve(Answer("", vast)), kDecode), 1);
-    EXPECT_EQ(instance.open.AudioInfo.nLengthBytes, 3499999998);
+    ASSERT_EQ(host.Open(server.Serve(Answer("", vast)), kDecode), 1);
+    EXPECT_EQ(host.open.AudioInfo.nLengthBytes, 3499999998);
 }
 
 TEST_F(StreamTest, CancellingAThreadWithinACallLetsTheCallEnd)
@@ -110,10 +105,10 @@ TEST_F(StreamTest, CancellingAThreadWithinACallLetsTheCallEnd)
             std::this_thread::yield();
         peer.Send(Counted(kFile));
     });
-    Instance instance(plugin, report);
+    Instance host(plugin, report);
     std::atomic<int> opened = -1;
     std::thread thread([&] {
-        opened = instance.Open(url, kDecode);
+        opened = host.Open(url, kDecode);
         pthread_testcancel();
         opened = -2;
     });
@@ -123,7 +118,7 @@ TEST_F(StreamTest, CancellingAThreadWithinACallLetsTheCallEnd)
     isCancelled = true;
     thread.join();
     EXPECT_EQ(opened, 1);
-    EXPECT_EQ(instance.Rest(), kHeard);
+    EXPECT_EQ(host.Rest(), kHeard);
 }
 
 TEST_F(StreamTest, WhatCannotBeOpenedSaysWhy)
@@ -165,21 +160,21 @@ TEST_F(StreamTest, WhatCannotBeOpenedSaysWhy)
         {dir.Path("none.aif"), ""}}; // a local file has nothing to say
     for (const auto& [url, reason] : cases) {
         SCOPED_TRACE(url);
-        Instance instance(plugin, report);
-        EXPECT_EQ(instance.Open(url, kDecode), 0);
+        Instance host(plugin, report);
+        EXPECT_EQ(host.Open(url, kDecode), 0);
         EXPECT_EQ(report.Take(kInformation),
                   reason.empty() ? "" : "Cannot open stream: " + reason + "  [Open]\r\n");
         EXPECT_EQ(report.Take(kError), "Error opening file '" + url +
                                            "' check no other program has it open.  [Open]\r\n");
-        EXPECT_EQ(instance.Close(), 1);
+        EXPECT_EQ(host.Close(), 1);
     }
 }
 
 TEST_F(StreamTest, ARequestCarriesTheEncodedNameAndTheTraceShowsEveryStep)
 {
-    Instance instance(plugin, report);
+    Instance host(plugin, report);
     const std::string url = server.Serve(Counted(kFile), "localhost");
-    ASSERT_EQ(instance.Open(url, 29), 1);
+    ASSERT_EQ(host.Open(url, 29), 1);
     EXPECT_EQ(
         report.Take(kDebug),
         "->->  [Open]\r\n" +
@@ -201,11 +196,11 @@ TEST_F(StreamTest, ARequestCarriesTheEncodedNameAndTheTraceShowsEveryStep)
                     "Prepared Decoding|",
                 2) +
             " <-<-  [Open]\r\n");
-    EXPECT_EQ(TagBlob(instance), Bytes(4)) << "an empty list";
-    EXPECT_EQ(Properties(instance), "Audio Quality: CD  (Lossless)\nChannel Mapping: Left, Right\n"
-                                    "Sample Count: 37502\nGapless: Yes\n");
-    EXPECT_EQ(instance.open.AudioInfo.WaveFormat.nValidBits, 0xA5A5) << "18 bytes are written";
-    ASSERT_EQ(instance.Open((Wide(url) + L"a b\u00E4\U0001F3B5?x=%41#f").c_str(), 0), 1);
+    EXPECT_EQ(TagBlob(host), Bytes(4)) << "an empty list";
+    EXPECT_EQ(Properties(host), "Audio Quality: CD  (Lossless)\nChannel Mapping: Left, Right\n"
+                                "Sample Count: 37502\nGapless: Yes\n");
+    EXPECT_EQ(host.open.AudioInfo.WaveFormat.nValidBits, 0xA5A5) << "18 bytes are written";
+    ASSERT_EQ(host.Open((Wide(url) + L"a b\u00E4\U0001F3B5?x=%41#f").c_str(), 0), 1);
     EXPECT_EQ(server.Requests().back(),
               "GET /0/a%20b%C3%A4%F0%9F%8E%B5?x=%41 HTTP/1.1\r\nHost: localhost:" +
                   std::to_string(server.Port()) +
@@ -260,43 +255,43 @@ TEST_F(StreamTest, HeadersAreJudgedOnTheFly)
     for (const auto& [bytes, sound, errors, answer] : cases) {
         SCOPED_TRACE(errors + std::to_string(bytes.size()));
         report = {};
-        Instance instance(plugin, report);
+        Instance host(plugin, report);
         const std::string length = Length(bytes.size() + (answer == kCuts ? 500 : 0));
         const std::string url = server.Serve(Answer(answer == kSilent ? "" : length, bytes));
         const bool fits = (answer == kTells && errors.empty()) || bytes.size() < 12;
         // Every step wants the header; its fault is told once.
-        EXPECT_EQ(instance.Open(url, 29), sound.empty() ? 0 : 1);
+        EXPECT_EQ(host.Open(url, 29), sound.empty() ? 0 : 1);
         EXPECT_EQ(report.Take(kError), Lines(errors));
         const std::string sizes =
             "Warning 'RiffSizeLeft != FileSizeLeft' must be extra data on end of file." + in;
         EXPECT_EQ(report.Take(kInformation),
                   Lines(fits ? "" : sizes) + Broken(answer == kCuts ? kEnded : ""));
         if (!sound.empty())
-            EXPECT_EQ(instance.Rest(), sound);
-        EXPECT_EQ(instance.Open(url, QV_OPEN_READ_TAGS), 1);
-        EXPECT_EQ(TagBlob(instance), Bytes(4)) << "an empty list";
+            EXPECT_EQ(host.Rest(), sound);
+        EXPECT_EQ(host.Open(url, QV_OPEN_READ_TAGS), 1);
+        EXPECT_EQ(TagBlob(host), Bytes(4)) << "an empty list";
     }
 }
 
 TEST_F(StreamTest, EveryOpenStartsAfresh)
 {
-    Instance instance(plugin, report);
+    Instance host(plugin, report);
     const Bytes little = AiffBuilder().Comm(1, 8, 8000, "sowt").Ssnd(Noise(100));
     const std::string big = server.Serve(Counted(kFile));
-    ASSERT_EQ(instance.Open(server.Serve(Counted(little)), kDecode), 1);
-    ASSERT_EQ(instance.Open(server.Serve(Counted(Noise(100))), kDecode), 0);
-    EXPECT_EQ(instance.Next(), 1) << "nothing is left of the first stream";
-    EXPECT_TRUE(instance.Data().empty());
-    ASSERT_EQ(instance.Open(big, kDecode), 1);
-    EXPECT_EQ(instance.Rest(), kHeard);
-    ASSERT_EQ(instance.Open(dir.Write("a.aif", kFile), kDecode), 1);
-    EXPECT_EQ(instance.Rest(), HostOrder(kSamples, 16));
-    ASSERT_EQ(instance.Open(big, kDecode), 1);
+    ASSERT_EQ(host.Open(server.Serve(Counted(little)), kDecode), 1);
+    ASSERT_EQ(host.Open(server.Serve(Counted(Noise(100))), kDecode), 0);
+    EXPECT_EQ(host.Next(), 1) << "nothing is left of the first stream";
+    EXPECT_TRUE(host.Data().empty());
+    ASSERT_EQ(host.Open(big, kDecode), 1);
+    EXPECT_EQ(host.Rest(), kHeard);
+    ASSERT_EQ(host.Open(dir.Write("a.aif", kFile), kDecode), 1);
+    EXPECT_EQ(host.Rest(), HostOrder(kSamples, 16));
+    ASSERT_EQ(host.Open(big, kDecode), 1);
     report.Take(kDebug);
-    EXPECT_EQ(instance.Close(), 1);
+    EXPECT_EQ(host.Close(), 1);
     const std::string trace = report.Take(kDebug);
     EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 6) << "both decoders are closed";
-    EXPECT_EQ(instance.Next(), 0) << "decoding a closed stream";
+    EXPECT_EQ(host.Next(), 0) << "decoding a closed stream";
 }
 
 // Whatever the system does meanwhile: signals without SA_RESTART, and descriptors beyond
@@ -331,9 +326,9 @@ TEST_F(StreamTest, ManyAndFilesSideBySideLeaveNoDescriptorOpen)
     const auto work = [&] {
         for (size_t i = 0; i < 64; ++i) { // failures indent the trace: not many
             const auto& [name, heard] = inputs[i < 5 ? i : i % 3];
-            Instance instance(plugin, report); // destroyed while open
-            const bool isOpen = instance.Open(name, 29) == 1;
-            good += isOpen != heard.empty() && (!isOpen || i > 9 || instance.Rest() == heard);
+            Instance host(plugin, report); // destroyed while open
+            const bool isOpen = host.Open(name, 29) == 1;
+            good += isOpen != heard.empty() && (!isOpen || i > 9 || host.Rest() == heard);
         }
     };
     {

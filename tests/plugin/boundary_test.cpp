@@ -55,8 +55,7 @@ TEST_F(BoundaryTest, CallsWriteTheFieldsThatTheyAreAskedFor)
     }
     const Bytes format = Text("\1\0\2\0\x44\xAC\0\0\x10\xB1\2\0\4\0\x10\0\0\0"s);
     const auto blockAfter = [&](int blocks, uint8_t pattern) {
-        Instance host(plugin);
-        EXPECT_EQ(host.Open(path, 1), 1);
+        Instance host(plugin, path, 1);
         const STQvAudioInfo& audio = host.open.AudioInfo;
         EXPECT_EQ(std::memcmp(&audio, format.data(), 18), 0);
         EXPECT_EQ(+audio.nBitRate, 176400u * 8);
@@ -157,8 +156,7 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
         SCOPED_TRACE(type + " x " + std::to_string(channels));
         AiffBuilder file;
         file.Comm(channels, bits, rate, type, "x").Ssnd(Noise(1344)).Chunk("odd\x01", Bytes(1));
-        Instance host(plugin);
-        ASSERT_EQ(host.Open(File(file), 16 + 4), 1);
+        const Instance host(plugin, File(file), 16 + 4);
         EXPECT_EQ(+host.open.AudioInfo.WaveFormat.nFormatTag, tag);
         const bool isUnnamed = type.empty() || type == "sowt" || type == "SOWT";
         const std::string settings =
@@ -193,9 +191,9 @@ TEST_F(BoundaryTest, CompressionTypeAndNameOfShortCommons)
     for (const auto& [text, settings] : rows) {
         AiffBuilder file(text.substr(0, 4));
         file.Chunk("COMM", Join({common, Text(text.substr(4))})).Ssnd({});
-        Instance host(plugin);
-        EXPECT_EQ(host.Open(File(file), 16), 1);
-        EXPECT_THAT(Properties(host), HasSubstr("\nEncoder Settings: " + settings + "\n")) << text;
+        EXPECT_THAT(Properties(Instance(plugin, File(file), 16)),
+                    HasSubstr("\nEncoder Settings: " + settings + "\n"))
+            << text;
     }
 }
 

@@ -39,9 +39,7 @@ Bytes ReadWithSndfile(const std::string& path)
 // Decodes a whole file, which must open without a complaint.
 Bytes ReadWithPlugin(const Plugin& plugin, const std::string& path)
 {
-    Instance host(plugin);
-    EXPECT_EQ(host.Open(path, 1 + 8 + 16), 1) << path;
-    return host.Rest();
+    return Instance(plugin, path, 1 + 8 + 16).Rest();
 }
 
 TEST_F(DecodeTest, EveryFormatEqualsLibsndfileHoweverReadsEnd)
@@ -76,8 +74,7 @@ TEST_F(DecodeTest, BlocksAreWholeFramesUpTo64KiB)
         // Frames without a byte take one byte of the file, and no time's worth of it.
         const int64_t size = 200001 / align * align, perSecond = channels == 0 ? 1 : align * 8000;
         const Bytes sound = Noise(static_cast<size_t>(size));
-        Instance host(plugin);
-        ASSERT_EQ(host.Open(File(AiffBuilder().Comm(channels, bits, 8000).Ssnd(sound)), 1), 1);
+        Instance host(plugin, File(AiffBuilder().Comm(channels, bits, 8000).Ssnd(sound)), 1);
         EXPECT_EQ(+host.open.AudioInfo.WaveFormat.nBlockAlign, align);
         Bytes all;
         for (int64_t done = 0; done < size; done = std::ssize(all)) {
@@ -150,8 +147,7 @@ TEST_F(DecodeTest, PartialFrameAtTheEnd)
     for (const size_t torso : {1u, 2u, 3u}) {
         const Bytes sound = Noise(65536 + torso), pcm = HostOrder(sound, 16);
         const std::string path = File(AiffBuilder().Comm(2, 16, 8000).Ssnd(sound));
-        Instance host(plugin);
-        ASSERT_EQ(host.Open(path, 1), 1);
+        Instance host(plugin, path, 1);
         EXPECT_EQ(host.Rest(), Part(pcm, 0, 65536)); // to the end of the audio: whole frames
         // An end after the data: the torso is dropped, and the last block comes once more
         // with its bytes swapped back.

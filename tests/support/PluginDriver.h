@@ -96,14 +96,20 @@ public:
     {
     }
     Instance(const Plugin& plugin, const Report& report) : Instance(plugin, report.Record()) {}
+    // With a file or stream that can be opened.
+    Instance(const Plugin& plugin, const std::string& path, uint32_t flags) : Instance(plugin)
+    {
+        EXPECT_EQ(Open(path, flags), 1) << path;
+    }
     Instance(Instance&&) = delete;
     ~Instance() { EXPECT_EQ(m_plugin.Destroy(handle), 1); }
 
-    int32_t Range(int64_t start, int64_t end)
+    int32_t Set(const wchar_t* key, int64_t first, int64_t second = 0)
     {
-        STQvCodecGetSet record = {0, 0, start, end, nullptr, nullptr, 0, nullptr};
-        return m_plugin.Set(handle, QV_KEY_SET_DECODE_RANGE, &record);
+        STQvCodecGetSet record = {0, 0, first, second, nullptr, nullptr, 0, nullptr};
+        return m_plugin.Set(handle, key, &record);
     }
+    int32_t Range(int64_t start, int64_t end) { return Set(QV_KEY_SET_DECODE_RANGE, start, end); }
     int32_t Open(const wchar_t* name, uint32_t flags, uint8_t pattern = kPattern)
     {
         std::memset(&open, pattern, sizeof open);
@@ -142,7 +148,7 @@ public:
             const Bytes data = isDecoded ? Data() : Bytes();
             isLast = !isDecoded || block.nLastBlock != 0;
             if (!isDecoded || (data.empty() && !isLast))
-                return ADD_FAILURE() << "no block behind " << all.size() << " bytes", all;
+                return ADD_FAILURE() << "no block after " << all.size() << " bytes", all;
             Append(all, data);
         }
         return all;
