@@ -56,7 +56,6 @@ public:
         shutdown(m_socket.Get(), SHUT_WR); // closing with unread input would reset the connection
         Stall();
     }
-    std::string Target() const { return request.substr(4, request.find(' ', 4) - 4); }
     long FirstByte() const { return FirstByteOf(request); }
 
     // Sends until the client has gone; with `piece` given, in pieces of that size.
@@ -154,7 +153,7 @@ private:
     {
         const std::scoped_lock lock(m_mutex);
         m_requests.push_back(peer.request);
-        return m_handlers.at(std::stoul(peer.Target().substr(1)));
+        return m_handlers.at(std::stoul(peer.request.substr(5))); // after "GET /"
     }
 
     // The threads end before what they use, the acceptor first.

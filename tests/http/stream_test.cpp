@@ -21,50 +21,41 @@ std::string Broken(const std::string& why)
     return why.empty() ? "" : "Stream breaks off: " + why + "  [Read]\r\n";
 }
 
-Bytes TagBlob(const Instance& host)
-{
-    return Bytes(host.open.pTagData, host.open.pTagData + host.open.nTagDataSize);
-}
-
 TEST_F(StreamTest, GivesAllAudioOfProperAnswersAndWholeBlocksOfTornOnes)
 {
-    // Redirects ten times, in all ways, before it answers.
-    const Handler redirects = [this](Peer& peer) {
-        const std::string folder = peer.Target().substr(0, peer.Target().rfind('/') + 1);
-        const size_t step = peer.Target().size() - folder.size();
-        const std::string next(step + 1, 'x');
-        const std::string host = "//127.0.0.1:" + std::to_string(server.Port());
-        const std::string to[] = {next, folder + next, host + folder + next,
-                                  "HTTP:" + host + folder + next + "#f"};
-        const char* const status[] = {"301 M", "302 M", "303 M", "307 M", "308 M"};
-        peer.Send(step == 10 ? Counted(kFile)
-                             : Answer("Content-Encoding: x\r\nContent-Length: x\r\nLocation: " +
-                                          to[step % 4] + "\r\n",
-                                      Noise(5000), status[step % 5]));
-    };
+    std::string redirects = server.Serve(Counted(kFile)); // ten times, in all ways
+    const char* const status[] = {"301 M", "302 M", "303 M", "307 M", "308 M"};
+    for (size_t step = 0; step < 10; ++step) {
+        const std::string place = redirects.substr(5), path = place.substr(place.find('/', 2));
+        const std::string to[] = {place, path, ".." + path, "HTTP:" + place + "#f"};
+        const std::string fields = "Content-Encoding: x\r\nContent-Length: x\r\nLocation: ";
+        redirects =
+            server.Serve(Answer(fields + to[step % 4] + "\r\n", Noise(5000), status[step % 5]));
+    }
     // A live stream: the sound chunk has no size, the server tells none.
     const Bytes live = AiffBuilder().Comm(2, 16, 44100).Ssnd(kSamples, 0).FormSize(0x80000000u);
+    const Handler pieces = Sends(Join({Counted(kFile), Noise(100000)}), 7777);
     const Handler reset = [](Peer& peer) { peer.Send(Front(Counted(kFile), 140000)).Reset(); };
     const int64_t endless = (4294967295000 - 46) / 4 * 4;
     // What there is to be heard in whole blocks, what is told of the length and of the end.
-    const std::tuple<std::string, Handler, size_t, int64_t, std::string> cases[] = {
-        {"counted", Sends(Join({Counted(kFile), Noise(100000)}), 7777), 150008, 150008, ""},
-        {"chunked", Sends(Chunked(kFile, Length(7))), 150008, 150008, ""},
+    const std::tuple<std::string, std::string, size_t, int64_t, std::string> cases[] = {
+        {"counted", server.Serve(pieces), 150008, 150008, ""},
+        {"chunked", server.Serve(Chunked(kFile, Length(7))), 150008, 150008, ""},
         {"part of any size",
-         Sends(Answer("Content-Range: bytes 0-9223372036854775807/*\r\n", kFile, "206 P")), 150008,
-         150008, ""},
+         server.Serve(Answer("Content-Range: bytes 0-9223372036854775807/*\r\n", kFile, "206 P")),
+         150008, 150008, ""},
         {"ten redirects", redirects, 150008, 150008, ""},
-        {"torn: one byte short", Sends(Front(Counted(kFile), Counted(kFile).size() - 1)), 131072,
-         150008, kEnded},
-        {"torn: until close", Sends(Front(Answer("", kFile), 65600)), 0, 150008, ""},
-        {"torn: chunked", Sends(Front(Chunked(kFile), 140000)), 131072, 150008, kEnded},
-        {"torn: live", Sends(Answer("", live)), 131072, endless, ""},
-        {"reset", reset, 131072, 150008, ""}}; // it may overtake data
-    for (const auto& [name, handler, bytes, length, why] : cases) {
+        {"torn: one byte short", server.Serve(Front(Counted(kFile), Counted(kFile).size() - 1)),
+         131072, 150008, kEnded},
+        {"torn: until close", server.Serve(Front(Answer("", kFile), 65600)), 0, 150008, ""},
+        {"torn: chunked", server.Serve(Front(Chunked(kFile), 140000)), 131072, 150008, kEnded},
+        {"torn: live", server.Serve(Answer("", live)), 131072, endless, ""},
+        {"reset", server.Serve(reset), 131072, 150008, ""}}; // it may overtake data
+    for (const auto& [name, url, bytes, length, why] : cases) {
         SCOPED_TRACE(name);
         const bool isTorn = name.starts_with("torn"), isReset = name == "reset";
         Instance host(plugin, report);
-        const bool isOpen = host.Open(server.Serve(handler), kDecode) == 1;
+        const bool isOpen = host.Open(url, kDecode) == 1;
         ASSERT_TRUE(isOpen || isReset);
         if (isOpen)
             EXPECT_TRUE(host.open.AudioInfo.nLengthBytes == length &&
@@ -99,24 +90,19 @@ TEST_F(StreamTest, ExactOnesHaveWholeFramesOfAnyNumber)
 
 TEST_F(StreamTest, CancellingAThreadWithinACallLetsTheCallEnd)
 {
-    std::atomic<bool> isCancelled = false;
+    std::atomic<pthread_t> caller;
     const std::string url = server.Serve([&](Peer& peer) {
-        while (!isCancelled)
-            std::this_thread::yield();
+        pthread_cancel(caller);
         peer.Send(Counted(kFile));
     });
     Instance host(plugin, report);
-    std::atomic<int> opened = -1;
-    std::thread thread([&] {
+    int opened = -1;
+    std::thread([&] {
+        caller = pthread_self();
         opened = host.Open(url, kDecode);
         pthread_testcancel();
         opened = -2;
-    });
-    while (server.Requests().empty())
-        std::this_thread::yield();
-    pthread_cancel(thread.native_handle());
-    isCancelled = true;
-    thread.join();
+    }).join();
     EXPECT_EQ(opened, 1);
     EXPECT_EQ(host.Rest(), kHeard);
 }
@@ -196,7 +182,7 @@ TEST_F(StreamTest, ARequestCarriesTheEncodedNameAndTheTraceShowsEveryStep)
                     "Prepared Decoding|",
                 2) +
             " <-<-  [Open]\r\n");
-    EXPECT_EQ(TagBlob(host), Bytes(4)) << "an empty list";
+    EXPECT_EQ(host.TagBlob(), Bytes(4)) << "an empty list";
     EXPECT_EQ(Properties(host), "Audio Quality: CD  (Lossless)\nChannel Mapping: Left, Right\n"
                                 "Sample Count: 37502\nGapless: Yes\n");
     EXPECT_EQ(host.open.AudioInfo.WaveFormat.nValidBits, 0xA5A5) << "18 bytes are written";
@@ -269,7 +255,7 @@ TEST_F(StreamTest, HeadersAreJudgedOnTheFly)
         if (!sound.empty())
             EXPECT_EQ(host.Rest(), sound);
         EXPECT_EQ(host.Open(url, QV_OPEN_READ_TAGS), 1);
-        EXPECT_EQ(TagBlob(host), Bytes(4)) << "an empty list";
+        EXPECT_EQ(host.TagBlob(), Bytes(4)) << "an empty list";
     }
 }
 

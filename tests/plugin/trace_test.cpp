@@ -128,9 +128,7 @@ TEST_F(TraceTest, DecodingSeekingQuestionsAndClosing)
     EXPECT_EQ(host.Next(), 1);
     EXPECT_EQ(report.Take(kDebug), "");
     EXPECT_EQ(host.Seek(5), 1);
-    STQvCodecGetSet record = {};
-    plugin.Get(host.handle, L"Decoder Description", &record);
-    plugin.Set(host.handle, L"Unknown", &record);
+    EXPECT_TRUE(host.Get(L"Decoder Description") == 1 && host.Set(L"Unknown", 0) == 0);
     EXPECT_EQ(host.Close(), 1);
     EXPECT_EQ(
         report.Take(kDebug),
@@ -170,11 +168,10 @@ TEST_F(TraceTest, FailuresDeepenTheIndentation)
 TEST_F(TraceTest, FirstOperationLeavesOneSpace)
 {
     Instance host(plugin, report);
-    STQvCodecGetSet record = {};
-    plugin.Get(host.handle, L"a", &record);
+    host.Get(L"a");
     host.Close();
     for (const wchar_t* key : {L"->-> b", L"c ->->", L"<-<- d", L"<-<- e", L"\u00e9\U0001F3B5"})
-        plugin.Get(host.handle, key, &record);
+        host.Get(key);
     EXPECT_EQ(report.Take(kDebug),
               Lines("a  [Get]\n->->  [Close]\n <-<-  [Close]\n ->-> b  [Get]\n   c ->->  [Get]\n"
                     " <-<- d  [Get]\n <-<- e  [Get]\n \u00e9\U0001F3B5  [Get]\n"));

@@ -98,22 +98,17 @@ public:
     }
 
     // A compression type makes the file an AIFF-C one.
-    AiffBuilder& Comm(int channels, int bits, const Bytes& rate, const std::string& type = "",
+    AiffBuilder& Comm(int channels, int bits, double rate, const std::string& type = "",
                       const std::string& name = "no compression")
     {
         Bytes data = Join({Big(static_cast<uint64_t>(channels), 2), Big(0, 4),
-                           Big(static_cast<uint64_t>(bits), 2), rate});
+                           Big(static_cast<uint64_t>(bits), 2), Extended(rate)});
         if (!type.empty()) {
             m_type = "AIFC";
             Append(data, Join({Text(type), Big(name.size(), 1), Text(name)}));
         }
         m_frameBytes = static_cast<uint32_t>(channels) * static_cast<uint32_t>(bits) / 8;
         return Chunk("COMM", data);
-    }
-    AiffBuilder& Comm(int channels, int bits, double rate, const std::string& type = "",
-                      const std::string& name = "no compression")
-    {
-        return Comm(channels, bits, Extended(rate), type, name);
     }
 
     // Also writes the number of frames, for readers that trust it, into COMM.

@@ -20,7 +20,6 @@ struct WalkedChunk {
 };
 
 struct WalkedForm {
-    std::string type;
     std::vector<WalkedChunk> chunks;
 
     // The only chunk of that code; throws when there is none or another one.
@@ -57,7 +56,7 @@ inline WalkedForm WalkStrictly(const Bytes& file)
     };
     require(file.size() >= 12 && ChunkAt(file, 0, 0).code == "FORM", "no form", 0);
     require(Number(file, 4) == file.size() - 8, "form size does not fit the file", 4);
-    WalkedForm form{{file.begin() + 8, file.begin() + 12}, {}};
+    WalkedForm form;
     for (size_t at = 12; at < file.size();) {
         require(file.size() - at >= 8, "torn chunk header", at);
         const size_t size = Number(file, at + 4);

@@ -124,6 +124,11 @@ public:
     }
     int32_t Seek(int64_t frame) { return m_plugin.SetPosition(handle, frame); }
     int32_t Close() { return m_plugin.Close(handle, nullptr); }
+    int32_t Get(const wchar_t* key)
+    {
+        STQvCodecGetSet record = {};
+        return m_plugin.Get(handle, key, &record);
+    }
 
     // Decodes a block into a record that held the pattern.
     int32_t Next(uint8_t pattern = kPattern)
@@ -137,6 +142,8 @@ public:
         const uint32_t size = block.nDataSize != kPattern * 0x01010101u ? block.nDataSize : 0;
         return size > 0 ? Bytes(block.pData, block.pData + size) : Bytes();
     }
+
+    Bytes TagBlob() const { return {open.pTagData, open.pTagData + open.nTagDataSize}; }
 
     // Everything up to the last block. A failing call fails the test, and so does an
     // empty block that is not the last.
