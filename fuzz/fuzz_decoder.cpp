@@ -92,16 +92,6 @@ void Perform(void* handle, uint8_t command, int64_t number, size_t fileSize, uin
             Require(blocks <= fileSize, "the last block comes");
 }
 
-// Every failure has indented the trace of the whole process, which would fill up.
-void TakeIndentationBack()
-{
-    void* silent = Create(nullptr);
-    STQvCodecGetSet record = {};
-    for (int i = 0; i < 100; ++i)
-        Get(silent, L"<-<-", &record);
-    Destroy(silent);
-}
-
 Bytes Input(uint8_t flags, const std::vector<std::pair<Command, int64_t>>& commands,
             const AiffBuilder& file)
 {
@@ -152,6 +142,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
         Perform(handle, command[0], number, fileSize, bytes[0] & 0x1F);
     }
     Require(Destroy(handle) == 1, "Destroy succeeds");
-    TakeIndentationBack();
+
+    // Every failure has indented the trace of the whole process, which would fill up.
+    void* const silent = Create(nullptr);
+    STQvCodecGetSet record = {};
+    for (int i = 0; i < 100; ++i)
+        Get(silent, L"<-<-", &record);
+    Destroy(silent);
     return 0;
 }
