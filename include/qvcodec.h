@@ -280,8 +280,12 @@ QV_RECORD(STNStdReport, 24);
  *     uint16[] value, zero-terminated; several values are joined with U+000D
  *     uint8[]  data: the rest of the item (a picture, else empty)
  *
- * Pictures are items named "_albumart_<index>_<role>[<subdesc><text>]".
+ * Pictures are items named "_albumart_<index>_<role>[<subdesc><text>]". An item with the
+ * version of the tag is for reading only. L"" in front makes these texts wide.
  */
+#define QV_TAG_PICTURE_PREFIX "_albumart_"
+#define QV_TAG_SUBDESCRIPTION "<subdesc>"
+#define QV_TAG_VERSION "TagVersion"
 
 /* ---- The nine functions ------------------------------------------------------ */
 

@@ -232,7 +232,7 @@ private:
 };
 
 // Wave format tags of AIFF-C compression types.
-inline constexpr uint16_t kTagPCM = 1;
+inline constexpr uint16_t kTagPCM = QV_FORMAT_PCM;
 inline constexpr uint16_t kTagFloat = 3;
 inline constexpr uint16_t kTagALaw = 6;
 inline constexpr uint16_t kTagMuLaw = 7;

@@ -29,16 +29,14 @@ void WriteU32(uint32_t value, uint8_t* bytes)
 }
 
 struct CompressionRow {
-    const char* upper;
-    const char* lower;
+    const char* name; // upper or lower case
     uint16_t tag;
 };
 
 constexpr CompressionRow kCompressions[] = {
-    {"NONE", "none", kTagPCM},   {"SOWT", "sowt", kTagLittleEndianPCM},
-    {"FL32", "fl32", kTagFloat}, {"FL64", "fl64", kTagFloat},
-    {"ALAW", "alaw", kTagALaw},  {"ULAW", "ulaw", kTagMuLaw},
-};
+    {kCompressionNone, kTagPCM}, {"SOWT", kTagLittleEndianPCM},
+    {"FL32", kTagFloat},         {"FL64", kTagFloat},
+    {"ALAW", kTagALaw},          {"ULAW", kTagMuLaw}};
 
 } // namespace
 
@@ -110,7 +108,7 @@ void clAIFFHandler::ConvertToIeeeExtended(double value, uint8_t* bytes)
 uint16_t clAIFFHandler::CompID2WFXFormatTag(uint32_t code)
 {
     for (const CompressionRow& row : kCompressions)
-        if (code == FourCC(row.upper) || code == FourCC(row.lower))
+        if (CompareID(code, row.name, true))
             return row.tag;
     return kTagUnknown;
 }

@@ -2,6 +2,7 @@
 #include "decode/TagWriter.h"
 
 #include "aiff/CommitEdit.h"
+#include "tags/TagFields.h"
 #include "tags/TagID3v2.h"
 
 #include <limits>
@@ -15,7 +16,6 @@ namespace
 {
 
 constexpr const char* kTagWriter = "IDTagWriter";
-constexpr uint32_t kNewChunkSize = 10; // an ID3v2 header
 
 bool IsTagChunk(const STRIFFChunk& chunk)
 {
@@ -122,7 +122,7 @@ int TagWriter::LastTagChunk() const
 bool TagWriter::AddTagChunk(NTag&& tags)
 {
     if (!m_aiff.SetPosition(m_aiff.GetFormEnd()) ||
-        !m_aiff.AddNewChunkToFile(kChunkID3, kNewChunkSize))
+        !m_aiff.AddNewChunkToFile(kChunkID3, kTagHeaderSize))
         return false;
     int index = -1;
     InternalReadTags(m_aiff, nullptr, index, m_report);

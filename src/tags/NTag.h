@@ -5,6 +5,7 @@
 // in NTagBlob.cpp.
 #pragma once
 
+#include "qvcodec.h"
 #include "support/XMem.h"
 #include "support/text/XStr.h"
 
@@ -133,7 +134,7 @@ private:
 };
 
 // Prefix of the names of picture items, and what comes before the sub-description.
-inline constexpr std::wstring_view kAlbumArtPrefix = L"_albumart_";
-inline constexpr std::wstring_view kSubDescriptionMark = L"<subdesc>";
+inline constexpr std::wstring_view kAlbumArtPrefix = L"" QV_TAG_PICTURE_PREFIX;
+inline constexpr std::wstring_view kSubDescriptionMark = L"" QV_TAG_SUBDESCRIPTION;
 
 } // namespace aiff

@@ -3,7 +3,9 @@
 // What the items of a tag list have to do with the fields of a tag.
 #pragma once
 
+#include "qvcodec.h"
 #include "tags/NTag.h"
+#include "tags/id3parser/frames/FrameReader.h"
 
 #include <cstdint>
 #include <span>
@@ -13,9 +15,11 @@ namespace aiff
 {
 
 // The item for the version of the tag that a list was read from.
-inline constexpr std::string_view kTagVersionField = "TagVersion";
+inline constexpr std::string_view kTagVersionField = QV_TAG_VERSION;
 
-// The size in bytes of the tag whose first 10 bytes these are, with header and
+using id3parser::kTagHeaderSize;
+
+// The size in bytes of the tag whose header these bytes begin with, with header and
 // footer; 0 when they begin no tag.
 int64_t TagSizeFromHeader(std::span<const uint8_t> bytes);
 

@@ -3,7 +3,6 @@
 
 #include "tags/TagFields.h"
 #include "tags/TagUpdate.h"
-#include "tags/id3parser/frames/FrameReader.h"
 
 #include <algorithm>
 #include <limits>
@@ -46,7 +45,7 @@ int64_t TagID3v2::Aligned(int64_t size) const
 
 int64_t TagID3v2::GetID3v2TagSize() const
 {
-    std::array<uint8_t, id3parser::kTagHeaderSize> header;
+    std::array<uint8_t, kTagHeaderSize> header;
     if (m_file.ReadAt(m_region.position, header) != header.size())
         return 0;
     return TagSizeFromHeader(header);

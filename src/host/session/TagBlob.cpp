@@ -12,8 +12,6 @@ namespace aiff::host
 namespace
 {
 
-constexpr std::string_view kTagVersion = "TagVersion";
-
 // Reads little-endian fields one after the other.
 class BlobReader
 {
@@ -119,7 +117,7 @@ bool TagItem::IsPicture() const
 
 bool TagItem::IsInformation() const
 {
-    return EqualNoCase(name, kTagVersion);
+    return EqualNoCase(name, QV_TAG_VERSION);
 }
 
 std::vector<std::string> TagItem::Values() const

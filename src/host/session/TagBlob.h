@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/base/Problem.h"
+#include "qvcodec.h"
 
 #include <cstdint>
 #include <span>
@@ -15,8 +16,8 @@ namespace aiff::host
 {
 
 // How the name of a picture begins, and what separates its description.
-inline constexpr std::string_view kPicturePrefix = "_albumart_";
-inline constexpr std::string_view kSubDescription = "<subdesc>";
+inline constexpr std::string_view kPicturePrefix = QV_TAG_PICTURE_PREFIX;
+inline constexpr std::string_view kSubDescription = QV_TAG_SUBDESCRIPTION;
 
 // One named value of a tag blob.
 struct TagItem {

@@ -14,7 +14,6 @@ namespace aiff::host
 namespace
 {
 
-constexpr size_t kTagHeaderSize = 10;
 constexpr int64_t kId3v1Size = 128;
 constexpr int64_t kApeFooterSize = 32;
 
