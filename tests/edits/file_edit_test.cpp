@@ -22,61 +22,51 @@ Bytes Content(const FileContent& file)
     return bytes;
 }
 
-// One operation on both an edit and a plain vector of bytes.
-void ChangeBoth(std::mt19937& random, FileEdit& edit, Bytes& model)
+// A change that depends on nothing but the numbers and the size. What a move opens is filled.
+void Change(std::mt19937 random, FileContent& file)
 {
-    const auto below = [&](size_t limit) { return random() % (limit + 1); };
-    const auto size = static_cast<int64_t>(model.size());
-    const size_t at = below(model.size() + 9);
-    const auto from = static_cast<int64_t>(std::min(at, model.size()));
+    const auto below = [&](int64_t limit) { return static_cast<int64_t>(random()) % (limit + 1); };
+    const int64_t size = file.Size(), at = below(size + 9), from = std::min(at, size);
+    const int64_t second = from + below(size - from),
+                  delta = below(60) - std::min<int64_t>(from, 30);
+    const FileContent::Range ranges[] = {{from / 3, from / 2}, {from, second}};
+    const auto noise = [&](int64_t count) {
+        return Noise(static_cast<size_t>(count), static_cast<uint32_t>(random()));
+    };
     switch (random() % 4) {
-    case 0: {
-        const Bytes bytes = Noise(below(90), static_cast<uint32_t>(random()));
-        ASSERT_FALSE(edit.WriteAt(static_cast<int64_t>(at), bytes));
-        if (bytes.empty())
-            break;
-        model.resize(std::max(model.size(), at + bytes.size()));
-        std::copy(bytes.begin(), bytes.end(), model.begin() + static_cast<int64_t>(at));
+    case 0:
+        ASSERT_FALSE(file.WriteAt(at, noise(below(90))));
         break;
-    }
     case 1:
-        ASSERT_FALSE(edit.SetSize(static_cast<int64_t>(at)));
-        model.resize(at);
+        ASSERT_FALSE(file.SetSize(at));
         break;
-    case 2: {
-        const int64_t delta = static_cast<int64_t>(below(60)) - std::min<int64_t>(from, 30);
-        ASSERT_FALSE(edit.Move(from, delta));
-        const Bytes tail(model.begin() + from, model.end());
-        model.resize(static_cast<size_t>(from + std::min<int64_t>(delta, 0)));
-        model.resize(static_cast<size_t>(from + delta));
-        Append(model, tail);
+    case 2:
+        ASSERT_FALSE(file.Move(from, delta));
+        ASSERT_FALSE(file.WriteAt(from, noise(std::max<int64_t>(delta, 0))));
         break;
-    }
-    default: {
-        const auto second = from + static_cast<int64_t>(below(static_cast<size_t>(size - from)));
-        const FileContent::Range ranges[] = {{from / 3, from / 2}, {from, second}};
-        ASSERT_FALSE(edit.Remove(ranges));
-        model.erase(model.begin() + from, model.begin() + second);
-        model.erase(model.begin() + from / 3, model.begin() + from / 2);
-    }
+    default:
+        ASSERT_FALSE(file.Remove(ranges));
     }
 }
 
-TEST(FileEditModel, RandomChangesEqualThoseOfAVector)
+// The file is changed byte by byte, the edit piece by piece.
+TEST(FileEditModel, RandomChangesEqualThoseOfAFile)
 {
     const TempDir dir;
     const Bytes base = Noise(500);
-    const std::string path = dir.Write("a", base);
+    const auto open = [&](const std::string& name) {
+        std::error_code error;
+        return DiskFile::Open(dir.Write(name, base), DiskFile::Access::ReadWrite, error);
+    };
     for (uint32_t seed = 0; seed < 300; ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
-        std::error_code error;
-        FileEdit edit(DiskFile::Open(path, DiskFile::Access::Read, error));
-        ASSERT_FALSE(error) << error.message();
-        Bytes model = base;
-        for (uint32_t step = 0; step <= seed % 25; ++step) {
-            ChangeBoth(random, edit, model);
-            ASSERT_EQ(Content(edit), model) << "step " << step;
+        FileEdit edit(open("a"));
+        const XFileHandle changed = open("b");
+        for (uint32_t step = 0; step <= seed % 25; ++step, random.discard(9)) {
+            Change(random, edit);
+            Change(random, *changed);
+            ASSERT_EQ(Content(edit), Content(*changed)) << "step " << step;
         }
         // Only what lies between the differences is to be written, from memory alone.
         const auto [start, end] = edit.Differences(0);
@@ -87,7 +77,7 @@ TEST(FileEditModel, RandomChangesEqualThoseOfAVector)
             written.insert(written.end(), bytes.begin(), bytes.end());
         if (end < edit.Size())
             written.insert(written.end(), base.begin() + end, base.end());
-        EXPECT_EQ(written, model);
+        EXPECT_EQ(written, Content(*changed));
     }
 }
 

@@ -44,16 +44,16 @@ TEST_F(MeasureTest, OpeningATaggedFileTakesFewSystemCalls)
     EXPECT_LE(SystemCalls::Stop().calls, 9); // that can fail: open, fstat, pread, close
 }
 
-// The memory that a function needs at its peak, in tenths of `size` bytes.
+// The memory that a function needs at its peak, in tenths of `size` bytes; 255 when it fails.
 int PeakOf(size_t size, const std::function<bool()>& body)
 {
-    return InChild([&] { // where what was used before counts for nothing
+    return InChild([&] { // whose own peak starts with what is in use
         rusage before = {}, after = {};
         getrusage(RUSAGE_SELF, &before);
         const bool isDone = body();
         getrusage(RUSAGE_SELF, &after);
         const auto more = static_cast<size_t>(after.ru_maxrss - before.ru_maxrss) * 1024;
-        return isDone ? static_cast<int>(10 * more / size) : 255;
+        return isDone ? static_cast<int>(std::min<size_t>(10 * more / size, 255)) : 255;
     });
 }
 

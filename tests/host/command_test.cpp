@@ -288,6 +288,11 @@ TEST(Program, DescribesInputsDecodersAndItself)
     EXPECT_EQ(codecs["plugins"][0]["formats"][2]["extension"], ".aifc");
     place.Run("QVCODECPATH=" FIXTURE_ROOT " @ codecs", 0, "file too short", "does not end",
               "SetPosition is missing", "decodes nothing", "Create failed");
+    place.Run("d=c/Codecs/Bin/decoder; mkdir -p $d/folder.so && mkfifo $d/fifo.so && "
+              "s=" FIXTURE_ROOT "/Codecs/Bin/decoder/scripted.so && cp $s $d && "
+              "for size in 1000 9000 -1; do head -c $size $s >$d/$size.so; done; "
+              "QVCODECPATH=$PWD/c @ codecs | grep -o ': usable\\|it is .*' | sort | uniq -c",
+              0, "1 : usable", "3 it is cut off", "2 it is not a regular file");
     place.Run("@ --help", 0, "Exit codes:");
     place.Run("@ convert --help", 0, "--start 1:30");
     place.Run("@ --version", 0, "aiffconv ");

@@ -41,7 +41,6 @@ int32_t Destroy(void* hDecoder)
 
 int32_t Get(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet)
 {
-    (void)hDecoder;
     const int isStream = wcscmp(pKey, QV_KEY_STREAMING_DECODES) == 0;
     pGetSet->pText1 = isStream ? L"audio/x-Fixture" : L".Fix";
     pGetSet->pText2 = L"Fixture";
@@ -56,7 +55,6 @@ int32_t Get(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet)
 
 int32_t Set(void* hDecoder, const wchar_t* pKey, STQvCodecGetSet* pGetSet)
 {
-    (void)hDecoder, (void)pKey, (void)pGetSet;
     return 1;
 }
 
@@ -90,7 +88,6 @@ int32_t Open(void* hDecoder, STQvOpenDecoder* pOpen)
 
 int32_t Close(void* hDecoder, STQvEncoderFluid* pFluid)
 {
-    (void)hDecoder, (void)pFluid;
     return 1;
 }
 
@@ -110,13 +107,11 @@ int32_t DecodeBlock(void* hDecoder, STQvAudioBlock* pBlock)
 #ifndef FIXTURE_LACKING
 int32_t SetPosition(void* hDecoder, int64_t nFrame)
 {
-    (void)hDecoder, (void)nFrame;
     return 0;
 }
 #endif
 
 int32_t DeleteATag(void* hDecoder, const wchar_t* pFileName, const wchar_t* pNames)
 {
-    (void)hDecoder, (void)pFileName, (void)pNames;
     return 0;
 }

@@ -64,7 +64,10 @@ TEST(Tags, EveryPropertyOfTagLibIsTheSameInWavAndFlacAndComesBack)
     EXPECT_EQ(Properties(Tagged<TagLib::FLAC::File>(place, "out.flac").properties()), expected);
     Tagged<TagLib::RIFF::WAV::File> wav(place, "out.wav");
     EXPECT_EQ(Properties(wav.ID3v2Tag()->properties()), expected);
-    EXPECT_EQ(wav.InfoTag()->album().to8Bit(true), expected["ALBUM"]);
+    const Map info = Properties(wav.InfoTag()->properties());
+    EXPECT_EQ(info.size(), 10u);
+    for (const auto& [name, value] : info)
+        EXPECT_EQ(value, expected[name]) << name;
     for (const char* role : {"ARRANGER", "ENGINEER", "PRODUCER", "DJMIXER", "MIXER"})
         expected.erase(role); // TagLib knows roles in capitals only; mutagen judges them
     EXPECT_EQ(Properties(AiffTags(place, "back.aiff").properties()), expected);

@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "TagBuilder.h"
-#include "support/TempDir.h"
-
-#include <cstdlib>
 
 #include <gtest/gtest.h>
 
@@ -96,17 +93,6 @@ TEST(Parser, ALyingSizeTakesNoMemory)
     EXPECT_EQ(Parsed(lying), "throws");
     parsed.Parse(sound, everything);
     EXPECT_EQ(parsed.Frames().front().data.get_size(), 3000000u);
-}
-
-TEST(Parser, ReadsATagUnsynchronisedByAnotherProgram)
-{
-    const char* folder = std::getenv("AIFF_CORPUS");
-    const std::string path =
-        std::string(folder ? folder : AIFF_CORPUS_PATH) + "/id3v23_unsynch.id3";
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << "the corpus of real files is not here";
-    EXPECT_EQ(Read(ReadFile(path)), L"Album=100% Jazz;Artist=Nina Simone;Length=216000;"
-                                    L"Title=My babe just cares for me;Track=03;");
 }
 
 } // namespace

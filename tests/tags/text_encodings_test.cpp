@@ -44,29 +44,25 @@ std::string Strings(const std::string& note, bool strict)
 TEST(TextEncodings, StringsOfABody)
 {
     struct R {
-        R(std::string text, const std::string& all, std::string strictly = "")
-            : note(std::move(text)), lenient(all), strict(strictly.empty() ? all : strictly)
-        {
-        }
-        std::string note, lenient, strict;
+        std::string note, lenient, strict = lenient;
     };
     const std::string zeros(1025, '~');
     const R rows[] = {
         // Damage, emptiness, zeros.
-        R("TIT2=", "- - - -"), R("TIT2=\4a", "- - - -"), R("COMM:en", "- - - -"),
-        R("TIT2=\3", "0   "), R("TIT2:a", "1 a  "), R("TIT2:a~", "1 a  "), R("TXXX:a~b", "2 a b "),
-        R("TXXX:a~~b", "3 a b "), R("TIT2=\2~A~~", "1 A  "), R("COMM:eng~t", "2  t "),
-        R("COMM:engd~t", "2 d t "), R("TXXX:" + zeros.substr(1), "1024   "),
-        R("TXXX:" + zeros, "-   "),
+        R{"TIT2=", "- - - -"}, R{"TIT2=\4a", "- - - -"}, R{"COMM:en", "- - - -"},
+        R{"TIT2=\3", "0   "}, R{"TIT2:a", "1 a  "}, R{"TIT2:a~", "1 a  "}, R{"TXXX:a~b", "2 a b "},
+        R{"TXXX:a~~b", "3 a b "}, R{"TIT2=\2~A~~", "1 A  "}, R{"COMM:eng~t", "2  t "},
+        R{"COMM:engd~t", "2 d t "}, R{"TXXX:" + zeros.substr(1), "1024   "},
+        R{"TXXX:" + zeros, "-   "},
         // Code pages, byte order, an odd byte, a lone surrogate, plane 16.
-        R("TIT2:\x80", "1 \xE2\x82\xAC  ", "1 -  "), R("TIT2:\x81", "1 ?  ", "1 -  "),
-        R("TIT2=\3\xC3(", "1 \xC3\x83(  ", "1 -  "), R("TXXX^a^b", "2 a b ", "2 a b -"),
-        R("TIT2=\1\xFE\xFF~A", "1 A  ", "1 A - -"), R("TIT2=\1A~", "1 A  ", "1 - - -"),
-        R("TIT2=\1\xFF\xFEG~B", "1 G  ", "1 G - -"),
-        R("TIT2=\1\xFF\xFE~\xD8", "1 \xED\xA0\x80  ", "1 \xED\xA0\x80 - -"),
-        R("TIT2=\1" + Utf16(u"\U0001F600"), "1 " + kGrin + "  ", "1 " + kGrin + " - -"),
-        R("TIT2=\3" + kEuro + kGrin, "1 " + kEuro + kGrin + "  "),
-        R("TIT2=\3\xF4\x8F\xBF\xBF", "1 \xC3\xB4?\xC2\xBF\xC2\xBF  ", "1 -  ")};
+        R{"TIT2:\x80", "1 \xE2\x82\xAC  ", "1 -  "}, R{"TIT2:\x81", "1 ?  ", "1 -  "},
+        R{"TIT2=\3\xC3(", "1 \xC3\x83(  ", "1 -  "}, R{"TXXX^a^b", "2 a b ", "2 a b -"},
+        R{"TIT2=\1\xFE\xFF~A", "1 A  ", "1 A - -"}, R{"TIT2=\1A~", "1 A  ", "1 - - -"},
+        R{"TIT2=\1\xFF\xFEG~B", "1 G  ", "1 G - -"},
+        R{"TIT2=\1\xFF\xFE~\xD8", "1 \xED\xA0\x80  ", "1 \xED\xA0\x80 - -"},
+        R{"TIT2=\1" + Utf16(u"\U0001F600"), "1 " + kGrin + "  ", "1 " + kGrin + " - -"},
+        R{"TIT2=\3" + kEuro + kGrin, "1 " + kEuro + kGrin + "  "},
+        R{"TIT2=\3\xF4\x8F\xBF\xBF", "1 \xC3\xB4?\xC2\xBF\xC2\xBF  ", "1 -  "}};
     for (const auto& [note, lenient, strict] : rows) {
         EXPECT_EQ(Strings(note, false), lenient) << note;
         EXPECT_EQ(Strings(note, true), strict) << note;
