@@ -195,8 +195,10 @@ TEST(StreamLimits, ASilentServerIsGivenUpAndSoIsASlowOne)
 TEST(StreamLimits, EveryBlockAndSeekHasTimeOfItsOwn)
 {
     ScriptServer server;
-    const Handler drips = [](Peer& peer) { Drip(peer, Counted(kFile), 4000); };
-    const std::pair<Handler, int64_t> cases[] = {{drips, 0}, {drips, 30000}, {Ranged(kFile), 0}};
+    // A block takes a quarter of a second, the file and the way to its last blocks more than one.
+    const Bytes file = AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(450000));
+    const Handler drips = [file](Peer& peer) { Drip(peer, Counted(file), 12000); };
+    const std::pair<Handler, int64_t> cases[] = {{drips, 0}, {drips, 90000}, {Ranged(file), 0}};
     for (const auto& [handler, start] : cases) {
         XFileHTTPStream stream(kShort);
         ASSERT_TRUE(stream.Open(Wide(server.Serve(handler)).c_str()));
