@@ -105,7 +105,7 @@ int EndParsing(const CLI::App& program, const CLI::ParseError& error)
     program.exit(error, std::cout);
     std::cout.flush();
     return std::cout ? WithOutputWritten(host::kExitDone)
-                     : host::FailWith(host::kExitSomeFailed, "standard output cannot be written");
+                     : host::FailWith(host::kExitSomeFailed, "standard output: cannot be written");
 }
 
 int Run(int argc, char** argv)
