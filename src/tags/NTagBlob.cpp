@@ -46,15 +46,18 @@ struct Utf16Form {
     // unit ends its name.
     static XStr Read(std::span<const uint8_t>& rest, int64_t& remaining)
     {
-        XStr text;
-        while ((remaining < 0 || remaining > 1) && rest.size() >= 2) {
-            const auto unit = static_cast<wchar_t>(rest[0] | rest[1] << 8);
-            rest = rest.subspan(2);
-            remaining -= 2;
-            if (unit == 0)
-                break;
-            text += unit;
-        }
+        const auto left = static_cast<uint64_t>(remaining); // a negative rest is no limit
+        const size_t most = std::min<uint64_t>(left, rest.size()) / 2;
+        const auto unitAt = [&](size_t i) { return rest[2 * i] | rest[2 * i + 1] << 8; };
+        size_t size = 0;
+        while (size < most && unitAt(size) != 0)
+            ++size;
+        XStr text(size, L'\0');
+        for (size_t i = 0; i < size; ++i)
+            text[i] = static_cast<wchar_t>(unitAt(i));
+        const size_t taken = 2 * (size + (size < most ? 1 : 0));
+        rest = rest.subspan(taken);
+        remaining -= static_cast<int64_t>(taken);
         return text;
     }
 };

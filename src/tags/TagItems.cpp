@@ -147,6 +147,8 @@ bool TagItems::Add(std::vector<uint8_t> bytes)
     tag.wire = id3parser::ReadWireTag(tag.bytes);
     if (!tag.wire.parses)
         return false;
+    if (!tag.wire.resynchronised.empty())
+        tag.bytes = std::vector<uint8_t>(); // the frames are in the copy
     tag.fields = FieldIndex(tag.wire.frames, FieldIndex::Of::Reading);
     m_tags.push_back(std::move(tag));
     return true;

@@ -33,7 +33,7 @@ public:
 private:
     struct Tag {
         std::vector<uint8_t> bytes;
-        id3parser::WireTag wire; // points into them
+        id3parser::WireTag wire; // points into them, or into its own copy
         id3parser::FieldIndex fields;
     };
 

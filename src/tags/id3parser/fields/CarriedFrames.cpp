@@ -22,18 +22,49 @@ std::string_view TextOf(Bytes bytes)
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-// Whether the body is the same in the other revision, whatever it holds.
-bool IsSameIn(t_tagRevision revision, uint32_t id)
+bool HoldsList(const t_frame& frame, size_t index)
 {
-    if (id == kFrameAPIC || (id == kFrameTDAT && revision == kRevision3))
-        return true;
-    const FrameRule* rule = RuleForFrame(id);
-    return rule != nullptr && (rule->read == ReadRule::Url || rule->read == ReadRule::Rating);
+    size_t pieces = 0;
+    t_frameWalk walk;
+    frame.EnumPieces(false, index, walk, kOldValueSeparator, [&](std::string&&) { ++pieces; });
+    return pieces > 1;
 }
 
-bool HasLanguage(uint32_t id)
+// Whether the strings of a text frame mean the same in the later revision.
+bool MeansSameIn(t_tagRevision revision, const FrameRule& rule, const t_frame& frame)
 {
-    return get_byteskip(id) != 0;
+    if (!rule.FitsRevision(revision))
+        return false;
+    if (revision == kRevision3)
+        return true;
+    switch (rule.read) {
+    case ReadRule::Single:
+    case ReadRule::SecondString:
+    case ReadRule::Comment:
+        return true;
+    case ReadRule::MultiValue:
+        return !HoldsList(frame, 0);
+    case ReadRule::UserText:
+        return !HoldsList(frame, 1);
+    default:
+        return false;
+    }
+}
+
+// Makes the body what the later revision allows. False when it means something else there.
+bool ConvertTo(t_tagRevision revision, t_frame& frame)
+{
+    const FrameRule* rule = RuleForFrame(frame.id);
+    if (rule == nullptr) // a picture
+        return true;
+    if (rule->read == ReadRule::Url || rule->read == ReadRule::Rating)
+        return true;
+    if (rule->read == ReadRule::UserUrl) // the URL has no encoding of its own
+        return frame.data.view()[0] <= kEncodingUTF16 || revision == kRevision4;
+    if (!MeansSameIn(revision, *rule, frame))
+        return false;
+    frame.SanitizeForRevision(revision);
+    return true;
 }
 
 // Reading would stumble at the frame and give the whole tag up. In ID3v2.4 it passes over one
@@ -134,9 +165,7 @@ bool CarriedFrames::Emit(const WireFrame& wire, const FrameSink& sink) const
     if (!isRead || frame.data.get_size() == 0)
         return EmitWireForm(wire, sink);
     try {
-        if (HasLanguage(wire.id))
-            frame.SanitizeForRevision(m_revision);
-        else if (!IsSameIn(m_revision, wire.id))
+        if (!ConvertTo(m_revision, frame))
             return false; // its field has it
     } catch (const parseError&) {
         return false;

@@ -39,16 +39,22 @@ struct Reading {
     }
 };
 
-void _add_info_slashed(FieldSink& sink, std::string_view field, std::string_view text)
+// A list may be most of a tag: its entries are read one by one.
+void _add_info_slashed(const Reading& in, std::string_view field, size_t index)
 {
-    ForEachPiece(text, kOldValueSeparator, [&](std::string_view piece) { sink.add(field, piece); });
+    t_frameWalk walk;
+    in.frame.EnumPieces(in.strict, index, walk, kOldValueSeparator, [&](std::string&& piece) {
+        if (piece.ends_with(kOldValueSeparator))
+            piece.pop_back();
+        in.sink.add(field, piece);
+    });
 }
 
 void frame_to_meta_multivalue(const Reading& in, std::string_view field)
 {
     const size_t count = in.frame.GetStringCount();
     if (count == 1 && in.revision < kRevision4) {
-        _add_info_slashed(in.sink, field, in.String(0));
+        _add_info_slashed(in, field, 0);
         return;
     }
     in.RefuseIf(in.revision < kRevision4);
@@ -66,12 +72,15 @@ void frame_to_meta_genre(const Reading& in, std::string_view field)
     t_frameWalk walk;
     std::string text;
     for (size_t i = 0; i < count; ++i) {
-        in.frame.EnumString(in.strict, text, i, walk);
         if (in.revision < kRevision4) {
-            unmangle_genres(text, field, in.sink);
-        } else if (const std::string genre = unmangle_genre(text); !genre.empty()) {
-            in.sink.add(field, genre);
+            in.frame.EnumPieces(in.strict, i, walk, kOldGenreSeparator, [&](std::string&& piece) {
+                unmangle_genres(piece, field, in.sink);
+            });
+            continue;
         }
+        in.frame.EnumString(in.strict, text, i, walk);
+        if (const std::string genre = unmangle_genre(text); !genre.empty())
+            in.sink.add(field, genre);
     }
 }
 
@@ -141,7 +150,7 @@ void frame_to_meta_custom_text(const Reading& in, size_t count, std::string key)
     }
     multiTXXX_undecorate(key);
     if (in.revision < kRevision4 && count == 2 && isFieldNameSlashTXXX(key)) {
-        _add_info_slashed(in.sink, key, in.String(1));
+        _add_info_slashed(in, key, 1);
         return;
     }
     t_frameWalk walk;

@@ -78,18 +78,32 @@ size_t get_byteskip(uint32_t id)
 size_t t_frame::GetStringCount() const
 {
     const auto text = TextOf(*this);
-    if (UnitSize(data.get_ptr()[0]) == 1)
+    if (UnitSize(data.view()[0]) == 1)
         return GetStringCount_Helper(text);
     return GetStringCount_Helper(UnitView(text));
 }
 
-void t_frame::EnumString(bool strict, std::string& out, size_t index, t_frameWalk& walk) const
+// The bytes from the string with that index on.
+std::span<const uint8_t> t_frame::TextFrom(size_t index, t_frameWalk& walk) const
 {
     const auto text = TextOf(*this);
-    const uint8_t encoding = data.get_ptr()[0];
-    const size_t position = UnitSize(encoding) == 1 ? skipToIndex(text, index, walk)
-                                                    : 2 * skipToIndex(UnitView(text), index, walk);
-    importString(out, encoding, text.subspan(position), strict);
+    const size_t position = UnitSize(data.view()[0]) == 1
+                                ? skipToIndex(text, index, walk)
+                                : 2 * skipToIndex(UnitView(text), index, walk);
+    return text.subspan(position);
+}
+
+void t_frame::EnumString(bool strict, std::string& out, size_t index, t_frameWalk& walk) const
+{
+    const auto text = TextFrom(index, walk);
+    importString(out, data.view()[0], text, strict);
+}
+
+void t_frame::EnumPieces(bool strict, size_t index, t_frameWalk& walk, char separator,
+                         const TakePiece& take) const
+{
+    const auto text = TextFrom(index, walk);
+    importPieces(data.view()[0], text, strict, separator, take);
 }
 
 void t_frame::GetAsString(bool strict, std::string& out, size_t index) const
@@ -160,7 +174,7 @@ void t_frame::AddString(std::string_view utf8)
 {
     if (data.get_size() == 0)
         throw parseError();
-    AppendString<parseError>(data, data.get_ptr()[0], utf8);
+    AppendString<parseError>(data, data.view()[0], utf8);
 }
 
 void t_frame::SetAsNumeric(std::string_view utf8)
@@ -204,7 +218,7 @@ void t_frame::SanitizeForRevision(t_tagRevision revision)
         throw parseError();
     if (revision >= kRevision4)
         return;
-    const uint8_t encoding = data.get_ptr()[0];
+    const uint8_t encoding = data.view()[0];
     if (encoding > kEncodingUTF8)
         throw parseError();
     if (encoding < kEncodingUTF16BE || revision < kRevision2)

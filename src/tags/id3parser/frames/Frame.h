@@ -66,6 +66,10 @@ public:
     void GetAsString(bool strict, std::string& out, size_t index) const;
     void EnumString(bool strict, std::string& out, size_t index, t_frameWalk& walk) const;
 
+    // Reads the string piece by piece, see importPieces.
+    void EnumPieces(bool strict, size_t index, t_frameWalk& walk, char separator,
+                    const TakePiece& take) const;
+
     // Appends the URL of a URL frame.
     void GetAsURL(std::string& out) const;
     // Assigns the URL of a WXXX frame, which follows its description.
@@ -103,6 +107,9 @@ public:
 
     uint32_t id;
     t_byteVector data;
+
+private:
+    std::span<const uint8_t> TextFrom(size_t index, t_frameWalk& walk) const;
 };
 
 } // namespace aiff::id3parser

@@ -102,8 +102,12 @@ bool IsPlain(const WireFrame& wire)
 // Throws parseError where reading stumbles.
 bool ReadBodyOf(const WireFrame& wire, t_frame& frame)
 {
-    streamInMem in(wire.Body());
     frame.id = wire.id;
+    if (IsPlain(wire)) {
+        frame.data.show(wire.Body());
+        return true;
+    }
+    streamInMem in(wire.Body());
     return ReadFrameBody(in, RevisionOf(wire), HeaderOf(wire), frame);
 }
 
@@ -269,8 +273,6 @@ bool ReadFrame(const WireFrame& wire, t_frame& frame)
 
 std::span<const uint8_t> ShownBody(const WireFrame& wire, t_frame& scratch)
 {
-    if (IsPlain(wire))
-        return wire.Body();
     ReadBodyOf(wire, scratch);
     return scratch.data.view();
 }

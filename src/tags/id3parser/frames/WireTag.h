@@ -60,7 +60,8 @@ struct WireTag {
 // as plain ones when only that leads from frame to frame to the end of the tag.
 WireTag ReadWireTag(std::span<const uint8_t> bytes);
 
-// Gives `frame` the identifier and the body that reading shows; false when it shows none.
+// Gives `frame` the identifier and the body that reading shows, in its place where it needs no
+// change; false when it shows none.
 bool ReadFrame(const WireFrame& wire, t_frame& frame);
 
 // The body of a frame that is shown: in its place, or else in `scratch`.

@@ -66,31 +66,42 @@ std::string ImportCodePage(CodePage codePage, std::span<const uint8_t> bytes)
     return text;
 }
 
-// The units up to the first zero.
-std::u16string FirstString(std::span<const uint8_t> bytes)
+// Calls take(start, size) for each piece of the units, with the separator that ends it.
+template <class Units, class Take>
+void ForEachPiece(const Units& units, char16_t separator, Take take)
 {
-    std::u16string units(myStrLen(UnitView(bytes)), u'\0');
-    if (!units.empty())
-        std::memcpy(units.data(), bytes.data(), units.size() * 2);
-    return units;
+    size_t start = 0;
+    for (size_t i = 0; i < units.size(); ++i) {
+        if (units[i] != separator)
+            continue;
+        take(start, i + 1 - start);
+        start = i + 1;
+    }
+    take(start, units.size() - start);
 }
 
-std::string ImportMarkedWide(std::span<const uint8_t> bytes, bool strict)
+void ImportWidePieces(std::span<const uint8_t> bytes, bool isSwapped, char separator,
+                      const TakePiece& take)
 {
-    const std::u16string units = FirstString(bytes);
-    const char16_t mark = units.empty() ? u'\0' : units[0];
+    const auto ownOrder = static_cast<char16_t>(separator);
+    ForEachPiece(UnitView(bytes), isSwapped ? byteSwap(ownOrder) : ownOrder,
+                 [&](size_t start, size_t size) {
+                     std::u16string piece(size, u'\0');
+                     if (size != 0)
+                         std::memcpy(piece.data(), &bytes[2 * start], 2 * size);
+                     take(isSwapped ? importWideSwapped(piece) : importWide(piece));
+                 });
+}
+
+void ImportMarkedWide(std::span<const uint8_t> bytes, bool strict, char separator,
+                      const TakePiece& take)
+{
+    const char16_t mark = bytes.empty() ? u'\0' : UnitView(bytes)[0];
     const bool marked = mark == kByteOrderMark || mark == byteSwap(kByteOrderMark);
     if (!marked && strict)
         throw parseError();
     const bool swapped = marked ? mark != kByteOrderMark : !areWeLittleEndian();
-    const auto text = std::u16string_view(units).substr(marked ? 1 : 0);
-    return swapped ? importWideSwapped(text) : importWide(text);
-}
-
-std::string ImportBigEndianWide(std::span<const uint8_t> bytes)
-{
-    const std::u16string text = FirstString(bytes);
-    return areWeLittleEndian() ? importWideSwapped(text) : importWide(text);
+    ImportWidePieces(bytes.subspan(marked ? 2 : 0), swapped, separator, take);
 }
 
 } // namespace
@@ -142,27 +153,29 @@ size_t skipToIndex(UnitView units, size_t index, t_frameWalk& walk)
     return SkipStrings(units, index, walk);
 }
 
+void importPieces(uint8_t encoding, std::span<const uint8_t> bytes, bool strict, char separator,
+                  const TakePiece& take)
+{
+    const bool isWide = UnitSize(encoding) == 2;
+    bytes = bytes.first(isWide ? 2 * myStrLen(UnitView(bytes)) : myStrLen(bytes));
+    if (encoding == kEncodingUTF16)
+        return ImportMarkedWide(bytes, strict, separator, take);
+    if (isWide)
+        return ImportWidePieces(bytes, areWeLittleEndian(), separator, take);
+    if (strict && encoding == kEncodingISO)
+        strict_mode_validate_ascii(bytes);
+    const bool isUtf8 = encoding == kEncodingUTF8 && (strict || conv::isValidUTF8(bytes));
+    ForEachPiece(bytes, static_cast<uint8_t>(separator), [&](size_t start, size_t size) {
+        const auto piece = bytes.subspan(start, size);
+        take(isUtf8 ? importUTF8(strict, piece) : importISO(piece));
+    });
+}
+
 void importString(std::string& out, uint8_t encoding, std::span<const uint8_t> bytes, bool strict)
 {
-    switch (encoding) {
-    case kEncodingISO:
-        bytes = bytes.first(myStrLen(bytes));
-        if (strict)
-            strict_mode_validate_ascii(bytes);
-        out = importISO(bytes);
-        return;
-    case kEncodingUTF16:
-        out = ImportMarkedWide(bytes, strict);
-        return;
-    case kEncodingUTF16BE:
-        out = ImportBigEndianWide(bytes);
-        return;
-    case kEncodingUTF8:
-        out = importUTF8(strict, bytes.first(myStrLen(bytes)));
-        return;
-    default:
-        throw parseError();
-    }
+    constexpr char kNone = '\0'; // is in no string
+    importPieces(encoding, bytes, strict, kNone,
+                 [&out](std::string&& text) { out = std::move(text); });
 }
 
 std::string importISO(std::span<const uint8_t> bytes)

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -74,6 +75,12 @@ size_t skipToIndex(UnitView units, size_t index, t_frameWalk& walk);
 // Replaces `out` with the first string of the range. strict: ISO-8859-1 must be
 // ASCII, UTF-8 valid and UTF-16 marked, else parseError.
 void importString(std::string& out, uint8_t encoding, std::span<const uint8_t> bytes, bool strict);
+
+// The same, piece by piece: `take` gets each piece that a separator, an ASCII character, ends,
+// with that, and then what comes after the last one.
+using TakePiece = std::function<void(std::string&&)>;
+void importPieces(uint8_t encoding, std::span<const uint8_t> bytes, bool strict, char separator,
+                  const TakePiece& take);
 
 // All of a range as UTF-8, up to the first character that is 0. ISO-8859-1 is read as
 // Windows-1252 in text, and as it is in URLs, where '?' replaces what has no character.
