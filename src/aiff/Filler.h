@@ -16,6 +16,10 @@ namespace aiff
 // is told from the filler of another program, which may hold anything.
 inline constexpr std::string_view kFillerMark = "aiff edit filler";
 
+// In the place of a chunk header past the form's end while an edit writes the chunk's data.
+inline constexpr std::string_view kAppendMark = "aiffedit";
+static_assert(std::ssize(kAppendMark) == kChunkHeaderSize);
+
 // Bytes of a filler's header and the mark.
 inline constexpr int64_t kFillerHeadSize = kChunkHeaderSize + std::ssize(kFillerMark);
 

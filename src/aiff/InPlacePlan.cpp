@@ -23,11 +23,6 @@ constexpr int64_t kMostKept = int64_t{1} << 20;
 
 constexpr int64_t kMostFormEnd = std::numeric_limits<uint32_t>::max() + kChunkHeaderSize;
 
-bool IsInOneSector(Range range)
-{
-    return range.start / kSector == (range.end - 1) / kSector;
-}
-
 class InPlacePlan
 {
 public:
@@ -45,6 +40,8 @@ private:
     bool SwitchTail();
     bool ReplaceTail();
 
+    // Whether a write changes all of the range at once.
+    bool IsAtomic(Range range) const { return range.start / m_unit == (range.end - 1) / m_unit; }
     bool Hold(Range range) { return !m_edit.Hold(range); }
     std::span<const uint8_t> OldBytes(Range range);
     void Add(int64_t position, Parts bytes, std::span<const uint8_t> before = {});
@@ -58,6 +55,7 @@ private:
     FileEdit& m_edit;
     const clAIFFHandler& m_aiff;
     Durability m_durability;
+    int64_t m_unit;      // bytes that change whole or not at all
     int64_t m_tail;      // T
     int64_t m_chunkEnd;  // of the chunk at T
     int64_t m_oldEnd;    // F
@@ -71,7 +69,8 @@ void Append(Parts& parts, const Parts& more)
 }
 
 InPlacePlan::InPlacePlan(FileEdit& edit, const clAIFFHandler& aiff, Durability durability)
-    : m_edit(edit), m_aiff(aiff), m_durability(durability), m_tail(aiff.GetFormEnd()),
+    : m_edit(edit), m_aiff(aiff), m_durability(durability),
+      m_unit(durability == Durability::Flushed ? kSector : kPage), m_tail(aiff.GetFormEnd()),
       m_chunkEnd(m_tail), m_oldEnd(edit.BaseSize()), m_newEnd(edit.Size()),
       m_differences(edit.Differences(kFormHeaderSize))
 {
@@ -114,7 +113,7 @@ bool InPlacePlan::ChangeSector()
         if (before[index] == after[index])
             continue;
         changed = {changed.end == 0 ? at : changed.start, at + 1};
-        if (!IsInOneSector(changed))
+        if (!IsAtomic(changed))
             return false;
     }
     if (changed.end == 0)
@@ -127,14 +126,16 @@ bool InPlacePlan::ChangeSector()
 }
 
 // New chunks after the last one. Where barriers make it certain, readers that do not mind the
-// form's size find none there before it is complete.
+// form's size find none there before it is complete, but a mark that is the header of none.
 bool InPlacePlan::Append()
 {
     const int64_t data = m_oldEnd + kChunkHeaderSize;
     if (!Hold({m_oldEnd, m_newEnd}))
         return false;
     if (m_durability == Durability::Flushed) {
-        Add(data, m_edit.Bytes({data, m_newEnd}));
+        Parts marked = {Own({kAppendMark.begin(), kAppendMark.end()})};
+        aiff::Append(marked, m_edit.Bytes({data, m_newEnd}));
+        Add(m_oldEnd, marked);
         Add(m_oldEnd, m_edit.Bytes({m_oldEnd, data}));
     } else {
         Add(m_oldEnd, m_edit.Bytes({m_oldEnd, m_newEnd}));
@@ -154,24 +155,25 @@ bool InPlacePlan::Cut()
 // form's size change at once.
 bool InPlacePlan::FillRoom()
 {
-    const int64_t body = m_tail + kChunkHeaderSize;
+    const int64_t head = m_tail + kFillerHeadSize;
     const int64_t copy = m_oldEnd + kFillerHeadSize;
     const int64_t copyEnd = copy + m_chunkEnd - m_tail;
-    if (m_differences.end > m_chunkEnd || m_newEnd != m_oldEnd || body > kSector ||
-        copyEnd > kMostFormEnd || !Hold({kFormSizeOffset, m_chunkEnd}))
+    if (m_differences.end > m_chunkEnd || m_newEnd != m_oldEnd || head > m_unit ||
+        head > m_chunkEnd || copyEnd > kMostFormEnd || !Hold({kFormSizeOffset, m_chunkEnd}))
         return false;
-    const auto old = OldBytes({kFormSizeOffset, body});
+    const auto old = OldBytes({kFormSizeOffset, head});
     if (old.empty())
         return false;
     const Parts between = m_edit.Bytes({kFormHeaderSize - 4, m_tail});
     Stage({Filler(m_oldEnd, copy)}, m_edit.Bytes({m_tail, m_chunkEnd}));
     Parts hide = {FormSize(copyEnd)};
     aiff::Append(hide, between);
-    hide.push_back(Filler(m_tail, m_chunkEnd).first(kChunkHeaderSize));
+    hide.push_back(Filler(m_tail, m_chunkEnd));
     Add(kFormSizeOffset, hide, old);
     change.decisive = change.steps.size() - 1;
-    Add(body, m_edit.Bytes({body, m_chunkEnd}));
-    Add(kFormSizeOffset, m_edit.Bytes({kFormSizeOffset, body}), Joined(hide));
+    if (head < m_chunkEnd)
+        Add(head, m_edit.Bytes({head, m_chunkEnd}));
+    Add(kFormSizeOffset, m_edit.Bytes({kFormSizeOffset, head}), Joined(hide));
     return true;
 }
 
@@ -182,9 +184,8 @@ bool InPlacePlan::SwitchTail()
     const bool hasRoom = m_newEnd == m_oldEnd || m_newEnd + kFillerHeadSize <= m_oldEnd;
     const int64_t end = hasRoom ? m_oldEnd : std::max(m_oldEnd, m_newEnd) + kFillerHeadSize;
     const int64_t written = m_newEnd + (end > m_newEnd ? kFillerHeadSize : 0);
-    const int64_t unit = m_durability == Durability::Flushed ? kSector : kPage;
-    if (m_tail / unit != (written - 1) / unit || end > kMostFormEnd ||
-        m_aiff.HasSoundFrom(m_tail) || !Hold({m_tail, m_newEnd}))
+    if (!IsAtomic({m_tail, written}) || end > kMostFormEnd || m_aiff.HasSoundFrom(m_tail) ||
+        !Hold({m_tail, m_newEnd}))
         return false;
     Parts before = {OldBytes({m_tail, std::min(m_oldEnd, written)})};
     if (before.front().empty())
@@ -220,7 +221,7 @@ bool InPlacePlan::ReplaceTail()
         copy += kMarkSize;
     const int64_t copyEnd = copy + m_newEnd - m_tail;
     const Range tail = {m_tail, m_newEnd};
-    if (m_aiff.HasSoundFrom(m_tail) || !IsInOneSector({m_tail, m_tail + kChunkHeaderSize}) ||
+    if (m_aiff.HasSoundFrom(m_tail) || !IsAtomic({m_tail, m_tail + kChunkHeaderSize}) ||
         copyEnd > kMostFormEnd || m_edit.BytesOfBase(tail) > kMostKept || !Hold(tail))
         return false;
     const int64_t body = m_tail + kChunkHeaderSize;
@@ -283,7 +284,7 @@ std::span<const uint8_t> InPlacePlan::Joined(const Parts& parts)
 // lies there for chunks of the form must find the mark, whatever else has reached the disk.
 void InPlacePlan::Stage(Parts head, const Parts& rest)
 {
-    if (IsInOneSector({m_oldEnd, m_oldEnd + kFillerHeadSize})) {
+    if (IsAtomic({m_oldEnd, m_oldEnd + kFillerHeadSize})) {
         aiff::Append(head, rest);
         Add(m_oldEnd, head);
     } else {
