@@ -106,7 +106,7 @@ bool InPlacePlan::ChangeSector()
         if (index == 0) {
             const auto size =
                 static_cast<size_t>(std::min<int64_t>(m_differences.end - at, std::ssize(before)));
-            if (m_edit.Base()->ReadAt(at, std::span(before).first(size)) != size ||
+            if (m_edit.ReadBase(at, std::span(before).first(size)) != size ||
                 m_edit.ReadAt(at, std::span(after).first(size)) != size)
                 return false;
         }
@@ -267,7 +267,7 @@ void InPlacePlan::SetFormEnd(int64_t before, int64_t after)
 std::span<const uint8_t> InPlacePlan::OldBytes(Range range)
 {
     std::vector<uint8_t> bytes(static_cast<size_t>(range.end - range.start));
-    if (m_edit.Base()->ReadAt(range.start, bytes) != bytes.size())
+    if (m_edit.ReadBase(range.start, bytes) != bytes.size())
         return {};
     return Own(std::move(bytes));
 }

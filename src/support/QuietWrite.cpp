@@ -2,7 +2,7 @@
 #include "support/QuietWrite.h"
 
 #include <cerrno>
-#include <csignal>
+#include <optional>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -12,63 +12,69 @@ namespace aiff
 namespace
 {
 
-// Blocks the signals in this thread for as long as the object lives. A signal raised
-// meanwhile can be discarded, unless one was pending before.
-class BlockedSignals
-{
-public:
-    BlockedSignals() noexcept
-    {
-        sigset_t blocked;
-        sigemptyset(&blocked);
-        sigaddset(&blocked, SIGPIPE);
-        sigaddset(&blocked, SIGXFSZ);
-        pthread_sigmask(SIG_BLOCK, &blocked, &m_before);
-        // A signal that the host does not block cannot have been pending.
-        if (sigismember(&m_before, SIGPIPE) == 1 || sigismember(&m_before, SIGXFSZ) == 1)
-            sigpending(&m_pendingBefore);
-        else
-            sigemptyset(&m_pendingBefore);
-    }
-
-    BlockedSignals(const BlockedSignals&) = delete;
-    BlockedSignals& operator=(const BlockedSignals&) = delete;
-
-    void Discard(int signal) const noexcept
-    {
-        sigset_t pending;
-        if (sigismember(&m_pendingBefore, signal) == 1 || sigpending(&pending) != 0 ||
-            sigismember(&pending, signal) != 1)
-            return;
-        sigset_t one;
-        sigemptyset(&one);
-        sigaddset(&one, signal);
-        int taken = 0;
-        sigwait(&one, &taken);
-    }
-
-    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-
-private:
-    sigset_t m_before;
-    sigset_t m_pendingBefore;
-};
+thread_local const QuietSignals* t_outermost = nullptr;
 
 template <class Call>
 auto Quietly(Call&& call) noexcept
 {
-    const BlockedSignals blocked;
+    std::optional<QuietSignals> own;
+    if (QuietSignals::Current() == nullptr)
+        own.emplace();
     const auto result = call();
     const int reason = errno;
     if (result < 0 && reason == EPIPE)
-        blocked.Discard(SIGPIPE);
+        QuietSignals::Current()->Discard(SIGPIPE);
     if (result < 0 && reason == EFBIG)
-        blocked.Discard(SIGXFSZ);
+        QuietSignals::Current()->Discard(SIGXFSZ);
+    own.reset();
     errno = reason;
     return result;
 }
 
 } // namespace
+
+QuietSignals::QuietSignals() noexcept : m_isOutermost(t_outermost == nullptr)
+{
+    if (!m_isOutermost)
+        return;
+    t_outermost = this;
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGPIPE);
+    sigaddset(&blocked, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &blocked, &m_before);
+    // A signal that the host does not block cannot have been pending.
+    if (sigismember(&m_before, SIGPIPE) == 1 || sigismember(&m_before, SIGXFSZ) == 1)
+        sigpending(&m_pendingBefore);
+    else
+        sigemptyset(&m_pendingBefore);
+}
+
+QuietSignals::~QuietSignals()
+{
+    if (!m_isOutermost)
+        return;
+    t_outermost = nullptr;
+    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
+
+void QuietSignals::Discard(int signal) const noexcept
+{
+    sigset_t pending;
+    if (sigismember(&m_pendingBefore, signal) == 1 || sigpending(&pending) != 0 ||
+        sigismember(&pending, signal) != 1)
+        return;
+    sigset_t one;
+    sigemptyset(&one);
+    sigaddset(&one, signal);
+    int taken = 0;
+    sigwait(&one, &taken);
+}
+
+const QuietSignals* QuietSignals::Current() noexcept
+{
+    return t_outermost;
+}
 
 ssize_t WriteQuietly(int fd, const void* bytes, size_t size) noexcept
 {

@@ -37,8 +37,9 @@ std::shared_ptr<DiskFile> DiskFile::Open(const std::string& path, Access access,
                                          std::error_code& error)
 {
     // Without O_NONBLOCK, opening a pipe would wait for its writer.
-    const int flags =
-        (access == Access::Read ? O_RDONLY : O_RDWR) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const int flags = (access == Access::Read ? O_RDONLY : O_RDWR) |
+                      (access == Access::ReadWriteNoLink ? O_NOFOLLOW : 0) | O_CLOEXEC |
+                      O_NONBLOCK | O_NOCTTY;
     int fd = -1;
     do
         fd = open(path.c_str(), flags);

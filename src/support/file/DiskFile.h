@@ -14,7 +14,11 @@ namespace aiff
 class DiskFile : public FileContent
 {
 public:
-    enum class Access { Read, ReadWrite };
+    enum class Access {
+        Read,
+        ReadWrite,
+        ReadWriteNoLink // fails with too_many_symbolic_link_levels at a symbolic link
+    };
 
     explicit DiskFile(FileDescriptor file) noexcept : m_file(std::move(file)) {}
 

@@ -18,12 +18,9 @@ namespace
 // How often to reopen a file that another editor has replaced in the meantime.
 constexpr int kAttempts = 3;
 
-std::error_code ResolvePath(const wchar_t* name, std::string& path)
+std::error_code ResolvePath(std::string& path)
 {
-    std::string bytes;
-    if (!ToPathBytes(name, bytes))
-        return make_error_code(std::errc::no_such_file_or_directory);
-    const std::unique_ptr<char, void (*)(void*)> real(realpath(bytes.c_str(), nullptr), std::free);
+    const std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
     if (real == nullptr)
         return LastSystemError();
     path = real.get();
@@ -36,10 +33,17 @@ std::error_code EditTarget::Open(const wchar_t* name)
 {
     m_file.reset();
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        std::error_code error = ResolvePath(name, m_path);
-        if (error)
-            return error;
-        m_file = DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error);
+        std::error_code error;
+        if (!ToPathBytes(name, m_path))
+            return make_error_code(std::errc::no_such_file_or_directory);
+        if (m_path.find('/') == std::string::npos)
+            m_path.insert(0, "./"); // its folder is told by the path
+        m_file = DiskFile::Open(m_path, DiskFile::Access::ReadWriteNoLink, error);
+        if (error == std::errc::too_many_symbolic_link_levels) {
+            if (const auto unresolved = ResolvePath(m_path))
+                return unresolved;
+            m_file = DiskFile::Open(m_path, DiskFile::Access::ReadWrite, error);
+        }
         if (!error && flock(m_file->Descriptor(), LOCK_EX | LOCK_NB) != 0)
             error = LastSystemError();
         if (!error)

@@ -43,7 +43,7 @@ public:
     // that still show the old content after a replacement. 0 without one.
     int64_t NamesOfReplacedFile() const;
 
-    // The file's own name, with symbolic links resolved.
+    // The file's own name: that of a symbolic link is resolved.
     const std::string& Path() const { return m_path; }
 
 private:

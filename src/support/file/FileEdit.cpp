@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace aiff
 {
@@ -15,6 +16,9 @@ namespace
 // Writes of up to this size (headers, size fields) are compared with what is there, so
 // that rewriting many unchanged headers changes nothing.
 constexpr size_t kComparedWrite = 64;
+
+// Bytes of the base that are read at once when fewer are asked for.
+constexpr size_t kWindow = 4096;
 } // namespace
 
 FileEdit::FileEdit(XFileHandle base)
@@ -59,6 +63,34 @@ size_t FileEdit::SplitAt(int64_t position)
     return index + 1;
 }
 
+// A short count may come from an error, which another read may not meet: it is not kept.
+size_t FileEdit::ReadBase(int64_t position, std::span<uint8_t> out) const
+{
+    if (out.empty() || out.size() > kWindow)
+        return m_base->ReadAt(position, out);
+    const auto holds = [&](const Window& window) {
+        return position >= window.start &&
+               position + std::ssize(out) <= window.start + std::ssize(window.bytes);
+    };
+    auto found = std::ranges::find_if(m_windows, holds);
+    if (found == m_windows.end()) {
+        found = m_windows.begin() + static_cast<ptrdiff_t>(m_oldest);
+        found->start = position;
+        found->bytes.resize(static_cast<size_t>(
+            std::clamp<int64_t>(m_baseSize - position, std::ssize(out), kWindow)));
+        found->bytes.resize(m_base->ReadAt(position, found->bytes));
+        if (found->bytes.size() < out.size()) {
+            const std::vector<uint8_t> few = std::exchange(found->bytes, {});
+            std::ranges::copy(few, out.begin());
+            return few.size();
+        }
+        m_oldest = 1 - m_oldest;
+    }
+    const auto* from = &found->bytes[static_cast<size_t>(position - found->start)];
+    std::copy(from, from + out.size(), out.begin());
+    return out.size();
+}
+
 size_t FileEdit::ReadAt(int64_t position, std::span<uint8_t> out) const
 {
     if (position < 0 || position >= m_size)
@@ -73,7 +105,7 @@ size_t FileEdit::ReadAt(int64_t position, std::span<uint8_t> out) const
         if (piece.source == Source::New)
             std::memcpy(part.data(),
                         piece.bytes->data() + piece.bytesOffset + static_cast<size_t>(skip), count);
-        else if (m_base->ReadAt(piece.basePosition + skip, part) != count)
+        else if (ReadBase(piece.basePosition + skip, part) != count)
             return done;
         done += count;
     }
@@ -257,7 +289,7 @@ std::error_code FileEdit::Hold(Range range)
         if (piece.source == Source::New)
             continue;
         std::vector<uint8_t> bytes(static_cast<size_t>(piece.length));
-        if (m_base->ReadAt(piece.basePosition, bytes) != bytes.size())
+        if (ReadBase(piece.basePosition, bytes) != bytes.size())
             return make_error_code(std::errc::io_error);
         piece.source = Source::New;
         piece.bytes = std::make_shared<const std::vector<uint8_t>>(std::move(bytes));

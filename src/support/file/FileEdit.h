@@ -9,6 +9,8 @@
 
 #include "support/file/FileContent.h"
 
+#include <array>
+
 namespace aiff
 {
 
@@ -33,7 +35,8 @@ public:
     // One pass over the pieces, however many ranges there are.
     [[nodiscard]] std::error_code Remove(std::span<const Range> ranges) override;
 
-    const XFileHandle& Base() const { return m_base; }
+    // Reads what is there before the edit.
+    [[nodiscard]] size_t ReadBase(int64_t position, std::span<uint8_t> out) const;
     int64_t BaseSize() const { return m_baseSize; }
 
     // Where the content stops and where it starts again to be that of the base, at the same
@@ -68,6 +71,12 @@ private:
         Piece Part(int64_t from, int64_t to) const;
     };
 
+    // A part of the base that was read ahead.
+    struct Window {
+        int64_t start = 0;
+        std::vector<uint8_t> bytes;
+    };
+
     template <class Body>
     void ForEachIn(Range range, Body&& body) const;
     size_t IndexAt(int64_t position) const;
@@ -80,6 +89,9 @@ private:
     int64_t m_baseSize;
     int64_t m_size;
     std::vector<Piece> m_pieces; // back to back from 0 to m_size, none empty
+    // Headers at the front and at the end of the base are looked at again and again.
+    mutable std::array<Window, 2> m_windows;
+    mutable size_t m_oldest = 0; // index of the window that is replaced next
 };
 
 } // namespace aiff

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/file/InPlaceWriter.h"
 
+#include "support/QuietWrite.h"
+
 #include <algorithm>
 
 namespace aiff
@@ -30,6 +32,7 @@ EditResult InPlaceWriter::Run(const InPlaceChange& change)
         largest = std::max(largest, SizeOf(step));
     m_buffer.reserve(std::min(largest, kGathered));
     m_size = change.sizeBefore;
+    const QuietSignals quiet;
     std::error_code error = Waits() ? std::error_code() : m_target.CheckUnchanged();
     for (size_t i = 0; i < change.steps.size(); ++i) {
         const bool isDecided = i > change.decisive;
