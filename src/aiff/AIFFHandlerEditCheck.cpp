@@ -105,11 +105,12 @@ bool clAIFFHandler::IsLeftFiller(int index) const
 bool clAIFFHandler::HoldsUnfinishedEdit() const
 {
     std::array<uint8_t, kFillerHeadSize> head;
-    if (ReadAt(GetFormEnd(), head) != head.size())
-        return false;
-    return std::ranges::equal(std::span(head).first<kChunkHeaderSize>(), kAppendMark) ||
-           (ReadCode(head.data()) == FourCC(kChunkFiller) &&
-            IsFillerMark(std::span(head).subspan(kChunkHeaderSize)));
+    const size_t count = ReadAt(GetFormEnd(), head);
+    if (count >= kAppendMark.size() &&
+        std::ranges::equal(std::span(head).first<kChunkHeaderSize>(), kAppendMark))
+        return true;
+    return count == head.size() && ReadCode(head.data()) == FourCC(kChunkFiller) &&
+           IsFillerMark(std::span(head).subspan(kChunkHeaderSize));
 }
 
 // When the index has no sound data, the sound may lie after the last chunk (an unfinished

@@ -154,11 +154,13 @@ bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
     using enum TagID3v2::RegionUse;
     tag.SetRegion(chunk.nSize, isLast ? Shrink : Fill);
     if (!tag.Write(tags, task == Task::DeleteFields)) {
-        StdReport::WriteERROR(
-            {L"Error the old tag cannot be read whole, or the new one would be too large."},
-            m_report, kTagWriter);
+        StdReport::WriteERROR({L"Error the file is left as it is: ", tag.Obstacle()}, m_report,
+                              kTagWriter);
         return false;
     }
+    if (!tag.LeftOut().empty())
+        StdReport::WriteINFO({L"Frames that the new tag cannot hold are left out: ", tag.LeftOut()},
+                             m_report, kTagWriter);
     return FitChunk(index, tag.WrittenSize());
 }
 

@@ -109,6 +109,7 @@ bool TagID3v2::Write(const NTag& tags, bool deleteMode)
     std::vector<uint8_t> tag;
     {
         std::vector<std::vector<uint8_t>> old;
+        m_obstacle = L"its old tag cannot be read.";
         if (!ReadOldTags(old))
             return false;
         tag = LoneForeignTag(old);
@@ -118,8 +119,13 @@ bool TagID3v2::Write(const NTag& tags, bool deleteMode)
         constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
         const bool fill = m_regionUse == RegionUse::Fill;
         const auto room = static_cast<uint64_t>(Aligned(OwnRegion().size));
-        if (tag.empty() && !update.Write(fill ? room : 0, fill ? kAnyPadding : 0, m_alignment, tag))
-            return false;
+        m_obstacle = update.IsLost() ? L"no frame can be told apart in its old tag."
+                                     : L"the new tag would be too large.";
+        if (tag.empty()) {
+            if (!update.Write(fill ? room : 0, fill ? kAnyPadding : 0, m_alignment, tag))
+                return false;
+            m_leftOut = FromUtf8(update.LeftOut());
+        }
         m_writtenSize = static_cast<int64_t>(tag.size());
         // Writing back what is there would only put it at risk.
         if (std::ranges::equal(tag, old.back()))

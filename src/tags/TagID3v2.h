@@ -80,6 +80,11 @@ public:
     // the new one exceeds what its format can say.
     [[nodiscard]] bool Write(const NTag& tags, bool deleteMode) override;
 
+    // Why the last Write failed, in words; and after a successful one the names of the frames
+    // that the new tag cannot hold, with commas between them.
+    const wchar_t* Obstacle() const { return m_obstacle; }
+    const XStr& LeftOut() const { return m_leftOut; }
+
     // Bytes that the last successful Write wrote, padding included.
     int64_t WrittenSize() const { return m_writtenSize; }
 
@@ -111,6 +116,8 @@ private:
     TagOptions m_options;
     unsigned m_alignment = 1;
     int64_t m_writtenSize = 0;
+    const wchar_t* m_obstacle = L"";
+    XStr m_leftOut;
 };
 
 } // namespace aiff

@@ -10,6 +10,7 @@
 #include "tags/id3parser/text/CodePages.h"
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -203,8 +204,8 @@ void TagUpdate::RemoveField(const std::string& field)
     m_changes.insert_or_assign(field, std::nullopt);
 }
 
-// The frames that no field represents, and those that show no value of a field that stays.
-void TagUpdate::EmitRest(const id3parser::NewFields& fields, const FrameSink& sink) const
+// Which old frames are written with their field, or go with it.
+std::vector<bool> TagUpdate::Gone(const id3parser::NewFields& fields) const
 {
     const std::span<const WireFrame> frames = m_old.Frames();
     std::vector<bool> isGone(frames.size());
@@ -213,6 +214,29 @@ void TagUpdate::EmitRest(const id3parser::NewFields& fields, const FrameSink& si
         for (const FieldEntry& entry : group)
             isGone[entry.frame] = isChanged || frames[entry.frame].showsValue;
     });
+    return isGone;
+}
+
+std::string TagUpdate::LeftOut() const
+{
+    const std::span<const WireFrame> frames = m_old.Frames();
+    const id3parser::NewFields fields(m_old, m_changes, m_options.CreateArgs());
+    const std::vector<bool> isGone = Gone(fields);
+    std::set<std::string> names;
+    for (size_t i = 0; i < frames.size(); ++i)
+        if (!isGone[i] && m_old.IsLost(frames[i]))
+            names.insert(frames[i].Name());
+    std::string text;
+    for (const std::string& name : names)
+        text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+// The frames that no field represents, and those that show no value of a field that stays.
+void TagUpdate::EmitRest(const id3parser::NewFields& fields, const FrameSink& sink) const
+{
+    const std::span<const WireFrame> frames = m_old.Frames();
+    const std::vector<bool> isGone = Gone(fields);
     for (size_t i = 0; i < frames.size(); ++i)
         if (!isGone[i] && frames[i].id != id3parser::kFrameAPIC)
             m_old.Emit(frames[i], sink);

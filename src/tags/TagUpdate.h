@@ -41,6 +41,13 @@ public:
     [[nodiscard]] bool Write(uint64_t availableSize, uint64_t maxPadding, size_t alignment,
                              std::vector<uint8_t>& bytes) const;
 
+    // Whether an old tag holds something in which no frame is found.
+    bool IsLost() const { return m_isLost; }
+
+    // Names of the old frames that no change concerns and that the new tag cannot hold, each
+    // once and with commas between them.
+    std::string LeftOut() const;
+
 private:
     TagUpdate(std::vector<id3parser::WireTag> oldTags, const TagOptions& options, const NTag& list,
               Task task);
@@ -50,6 +57,7 @@ private:
     const std::string& ShownField(const std::string& name);
     void SetField(const std::string& field, std::string_view name, const XStr& value);
     void RemoveField(const std::string& field);
+    std::vector<bool> Gone(const id3parser::NewFields& fields) const;
     void EmitRest(const id3parser::NewFields& fields, const id3parser::FrameSink& sink) const;
 
     TagOptions m_options;

@@ -254,7 +254,7 @@ TEST(Program, RefusesWhatItCannotDoAndTouchesNothing)
         {"@ tags art set in.aiff words.png", 1, "is neither a PNG nor a JPEG"},
         {"(cp pic.png vast.png; truncate -s 64M vast.png; @ tags art set in.aiff vast.png;"
          " code=$?; rm vast.png; exit $code)",
-         1, "in.aiff: is left as it is: its tag cannot be read whole, or would be too large"},
+         1, "in.aiff: is left as it is: the new tag would be too large"},
         {"@ tags art set in.aiff none.png", 1, "No such file"},
         {"@ tags art set in.aiff pic.png --type nose", 2, "front, back"},
         {"@ tags art export in.aiff -o x", 1, "has no pictures"},

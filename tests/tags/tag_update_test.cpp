@@ -210,6 +210,19 @@ TEST(TagUpdate, SeveralTagsBecomeOne)
               Frames(4, "TIT2=\3\xC3\xA9|TALB:2|WPAY=u|COMM=\3deu~\xC3\xA9|" + rest));
     EXPECT_EQ(Update({Tag(3, "PRIV[8000]=p"), Tag(4, "TALB:2")}, {}),
               Tag(4, "TALB:2|PRIV[4000]=p", 0x80));
+    // What tells of a flag comes before the body in another order.
+    EXPECT_EQ(Update({Tag(3, "TPE1[0080]=~~~\3zip|PRIV[80E0]=~~~\4mgx"), Tag(4, "TALB:2")}, {}),
+              Tag(4, "TALB:2|TPE1[1009]=~~~\3zip|PRIV[404D]=gm~~~\4x", 0x80));
+}
+
+TEST(TagUpdate, FramesThatNoLaterTagHoldsAreNamed)
+{
+    const Bytes old = Tag(2, "LNK=TT2u|LNK=ABCu|CRM=c|XY!=x|PIC=PNG");
+    const std::span<const uint8_t> tags[] = {old};
+    const NTag none;
+    const TagUpdate update({}, tags, none, TagUpdate::Task::Set);
+    EXPECT_EQ(update.LeftOut(), "APIC, CRM, LINK, XY?");
+    EXPECT_EQ(ContentOf(Update({old}, none)), Frames(3, "LINK=TIT2u"));
 }
 
 const std::string kFront = "APIC:image/x~\3one~front|", kFront2 = "APIC:image/x~\3two~front2|",

@@ -57,6 +57,8 @@ constexpr Phrase kEditNotes[] = {
      "its last chunk was cut off: the size of the chunk is corrected to what is there"},
     {"The file was replaced by a changed copy. Its other names",
      "its other names (hard links) keep the old tags"},
+    {"Frames that the new tag cannot hold are left out: ",
+     "frames of its old tag that cannot be kept in a newer one are left out: %"},
     {"The new tags are in '", "has the new tags, but also bytes that the next edit removes"},
 };
 
@@ -70,8 +72,6 @@ constexpr Phrase kStreamPhrases[] = {
 // The lines of an edit of tags.
 constexpr Phrase kEditPhrases[] = {
     {"Error the file is left as it is: ", "is left as it is: %"},
-    {"Error the old tag cannot be read whole, or the new one would be too large.",
-     "is left as it is: its tag cannot be read whole, or would be too large"},
     {"Error writing to file, disk full?", "cannot be written (is the disk full?)"},
     {"Error Setting File", "cannot be written (is the disk full?)"},
 };
@@ -219,9 +219,12 @@ Problem EditFailureReason(const Input& input, const std::vector<std::string>& er
 std::vector<std::string> EditNotes(const std::vector<std::string>& information)
 {
     std::vector<std::string> notes;
-    for (const Phrase& note : kEditNotes)
-        if (AnyStartsWith(information, note.start))
-            notes.emplace_back(note.text);
+    for (const Phrase& note : kEditNotes) {
+        const auto line = std::ranges::find_if(
+            information, [&](const std::string& l) { return l.starts_with(note.start); });
+        if (line != information.end())
+            notes.push_back(Filled(note, *line));
+    }
     return notes;
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <vector>
 
@@ -33,18 +34,25 @@ public:
 
     void reserve(size_t size) { Own().reserve(size); }
     // Bytes added at the end are zero.
-    void set_size(size_t size) { Own().resize(size); }
+    void set_size(size_t size)
+    {
+        if (size == 0)
+            show({});
+        Own().resize(size);
+    }
 
     // `source` must not lie in this buffer; it may be null when `size` is 0.
     void set_data_fromptr(const void* source, size_t size)
     {
-        show({});
+        set_size(0);
         append_fromptr(source, size);
     }
     void append_fromptr(const void* source, size_t size)
     {
-        const auto* bytes = static_cast<const uint8_t*>(source);
-        Own().insert(m_bytes.end(), bytes, bytes + size);
+        const size_t before = get_size();
+        set_size(before + size);
+        if (size != 0)
+            std::memcpy(m_bytes.data() + before, source, size);
     }
 
     bool operator==(const t_byteVector& other) const

@@ -89,6 +89,56 @@ try {
     return false;
 }
 
+// A compressed, encrypted or grouped frame of ID3v2.3: in ID3v2.4 what tells so before the body
+// is in another order, and flags of their own announce it.
+bool ConvertFlags(const WireFrame& wire, OutFrame& out, std::vector<uint8_t>& body)
+{
+    const bool isCompressed = wire.formatFlags & format3::kCompressed;
+    const bool isEncrypted = wire.formatFlags & format3::kEncrypted;
+    const bool isGrouped = wire.formatFlags & format3::kGrouped;
+    streamInMem in(wire.Body());
+    const size_t method = isCompressed ? kDataLengthSize : 0;
+    const size_t group = method + isEncrypted, data = group + isGrouped;
+    if (data >= wire.size)
+        return false;
+    const Bytes old = wire.Body();
+    streamOutBuffer converted;
+    if (isGrouped)
+        converted.writeByte(old[group]);
+    if (isEncrypted)
+        converted.writeByte(old[method]);
+    try {
+        if (isCompressed)
+            write_sync_safe_integer(converted, read_big_endian(in));
+    } catch (const writeError&) {
+        return false; // no such size can be written
+    }
+    converted.write(&old[data], old.size() - data);
+    body = std::move(converted.bytes);
+    out.formatFlags = (isCompressed ? format4::kCompressed | format4::kDataLength : 0) |
+                      (isEncrypted ? format4::kEncrypted : 0) | (isGrouped ? format4::kGrouped : 0);
+    // Reading passes over it in ID3v2.3, but would stumble at it in ID3v2.4.
+    if (isCompressed && !isEncrypted && !isGrouped)
+        out.statusFlags |= kReadOnly_v4;
+    return true;
+}
+
+// A link to a frame of another file begins with the frame's name.
+bool ConvertLink(const WireFrame& wire, std::vector<uint8_t>& body)
+{
+    constexpr size_t kNameSize = 3;
+    if (wire.size < kNameSize)
+        return false;
+    const std::string name(TextOf(wire.Body().first(kNameSize)));
+    const uint32_t read = translate_v2_id(name.c_str());
+    const uint32_t id = read != 0 ? read : CarriedId_v2(name);
+    body.resize(wire.size + 1);
+    for (size_t i = 0; i <= kNameSize; ++i)
+        body[i] = static_cast<uint8_t>(id >> 8 * (kNameSize - i));
+    std::ranges::copy(wire.Body().subspan(kNameSize), body.begin() + kNameSize + 1);
+    return id != 0;
+}
+
 } // namespace
 
 CarriedFrames::CarriedFrames(t_tagRevision revision, std::vector<WireTag>&& tags)
@@ -143,7 +193,7 @@ void CarriedFrames::DropFieldsOfLaterTags(const std::vector<size_t>& ends)
             if (i != 0 && tagOf(group[i]) != tagOf(group[i - 1]))
                 isShown = isShown || isShownHere;
             if (isShown)
-                wire.id = 0; // is not written
+                wire.id = wire.size = 0; // is not written
             else
                 isShownHere = isShownHere || wire.showsValue;
         }
@@ -174,16 +224,32 @@ bool CarriedFrames::Emit(const WireFrame& wire, const FrameSink& sink) const
     return true;
 }
 
+bool CarriedFrames::IsLost(const WireFrame& wire) const
+{
+    static const FrameSink kNowhere = [](const OutFrame&) {};
+    const bool isKept = wire.id != 0 && wire.revision == m_revision;
+    return !isKept && wire.size != 0 && !Emit(wire, kNowhere);
+}
+
 // For a frame of an older revision whose body no field wants.
 bool CarriedFrames::EmitWireForm(const WireFrame& wire, const FrameSink& sink) const
 {
-    // It would be shown where it was not, or has another layout.
-    if (wire.formatFlags != 0 || wire.id == kFrameAPIC || RuleForFrame(wire.id) != nullptr)
-        return false;
     OutFrame out = wire.AsItIs();
     out.mayNeedUnsync = true;
     // The same three flags, one bit further right in ID3v2.4.
     out.statusFlags = static_cast<uint8_t>(wire.statusFlags >> 1);
+    std::vector<uint8_t> body;
+    if (wire.formatFlags != 0) {
+        if (!ConvertFlags(wire, out, body))
+            return false;
+    } else if (wire.revision == kRevision2 && wire.id == kFrameLINK) {
+        if (!ConvertLink(wire, body))
+            return false;
+    } else if (wire.id == kFrameAPIC || RuleForFrame(wire.id) != nullptr) {
+        return false; // it would be shown where it was not, or has another layout
+    }
+    if (!body.empty())
+        out.body = body;
     sink(out);
     return true;
 }

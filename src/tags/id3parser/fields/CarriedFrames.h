@@ -26,6 +26,9 @@ public:
     std::span<const WireFrame> Frames() const { return m_frames; }
     const FieldIndex& Fields() const { return m_fields; }
 
+    // Whether a frame that no change concerns is lost: an earlier tag has no other in its place.
+    bool IsLost(const WireFrame& wire) const;
+
     // Gives a frame to the sink in the form that the new tag takes. False, with nothing
     // given, when the new revision cannot express it.
     bool Emit(const WireFrame& wire, const FrameSink& sink) const;

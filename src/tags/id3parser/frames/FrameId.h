@@ -19,6 +19,7 @@ constexpr uint32_t FrameId(const char (&text)[5])
 
 inline constexpr uint32_t kFrameAPIC = FrameId("APIC");
 inline constexpr uint32_t kFrameCOMM = FrameId("COMM");
+inline constexpr uint32_t kFrameLINK = FrameId("LINK");
 inline constexpr uint32_t kFramePOPM = FrameId("POPM");
 inline constexpr uint32_t kFrameTDAT = FrameId("TDAT");
 inline constexpr uint32_t kFrameTXXX = FrameId("TXXX");

@@ -95,6 +95,7 @@ constexpr FrameRule kFrameRules[] = {
     {FrameId("GEOB"), CarriedOnly("GEO")},
     {FrameId("GRP1"), CarriedOnly("GP1")},
     {FrameId("IPLS"), CarriedOnly("IPL")},
+    {kFrameLINK, CarriedOnly("LNK")},
     {FrameId("MCDI"), CarriedOnly("MCI")},
     {FrameId("MLLT"), CarriedOnly("MLL")},
     {FrameId("MVIN"), CarriedOnly("MVI")},

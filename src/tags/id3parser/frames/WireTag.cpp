@@ -108,6 +108,7 @@ bool ReadBodyOf(const WireFrame& wire, t_frame& frame)
         return true;
     }
     streamInMem in(wire.Body());
+    frame.data.set_size(0);
     return ReadFrameBody(in, RevisionOf(wire), HeaderOf(wire), frame);
 }
 
@@ -239,6 +240,19 @@ void FindContent(WireTag& tag, const TagHeader& header, Bytes content, size_t un
 }
 
 } // namespace
+
+std::string WireFrame::Name() const
+{
+    constexpr ptrdiff_t kHeaderSize_v2 = 6; // name and size
+    std::string name;
+    if (id == 0 && revision == kRevision2)
+        name.assign(bytes - kHeaderSize_v2, bytes - kHeaderSize_v2 + 3);
+    for (uint32_t rest = id; rest != 0; rest <<= 8)
+        name += static_cast<char>(rest >> 24);
+    std::ranges::replace_if(
+        name, [](char c) { return !IsAsciiUpper(c) && !IsAsciiDigit(c); }, '?');
+    return name;
+}
 
 WireTag ReadWireTag(std::span<const uint8_t> bytes)
 {

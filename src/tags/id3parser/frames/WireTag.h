@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace aiff::id3parser
@@ -25,7 +26,7 @@ enum class FrameReading : uint8_t {
 struct WireFrame {
     const uint8_t* bytes = nullptr; // what follows the frame header; not owned
     uint32_t size = 0;
-    uint32_t id = 0; // 0: an ID3v2.2 name that nobody translates
+    uint32_t id = 0; // 0: an ID3v2.2 name that nobody translates; the name precedes the body
     uint8_t statusFlags = 0;
     uint8_t formatFlags = 0;
     uint8_t revision = kRevisionNone;
@@ -36,6 +37,8 @@ struct WireFrame {
     bool showsValue = false;    // of a field, to an edit
 
     std::span<const uint8_t> Body() const { return {bytes, size}; }
+    // The frame's identifier, or its ID3v2.2 name where nobody translates that.
+    std::string Name() const;
     OutFrame AsItIs() const { return {id, statusFlags, formatFlags, mayNeedUnsync, {}, Body()}; }
 };
 static_assert(sizeof(WireFrame) <= 24);
