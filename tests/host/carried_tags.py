@@ -69,7 +69,7 @@ COMMENTS = [([("TRACKNUMBER", "3"), ("TOTALTRACKS", "12")], F["TRCK"](3, ["3/12"
             ([("RATING", "80")], F["TXXX"](3, "RATING", ["80"])),
             ([("URL", "http://\u4E2D")], F["TXXX"](3, "URL", ["http://\u4E2D"]))]
 
-# Frames of other versions and forms, as they are in the file; what becomes of them in FLAC; and what
+# Frames of other versions and forms as they are in files, what becomes of them in FLAC, and what
 # is told.
 OLD = [
     (2, b"TXT\0\0\2\0w" b"TOA\0\0\2\0a", [("LYRICIST", "w"), ("ORIGINALARTIST", "a")], ""),
@@ -201,3 +201,29 @@ for given, frame in COMMENTS:
     flac.save()
     notes_of("encode", "in.flac", "out.aiff")
     same(texts_of(AIFF("out.aiff").tags.values()), [repr(frame)], given)
+
+# Texts and tags of Wave64, CAF and AU files.
+def chunks_of(order, header, *chunks):
+    """Chunks whose size, of eight bytes, may count a header after the code and fill up to eight."""
+    return b"".join(code + header + struct.pack(order + "Q", len(data) + 24 * bool(header)) + data +
+                    bytes(-len(data) % 8 if header else 0) for code, data in chunks)
+
+
+GUID = bytes.fromhex("f3acd3118cd100c04f8edb8a")
+sound = struct.pack("<HHLLHH", 1, 1, 44100, 88200, 2, 16)
+own = [F["TIT2"](1, ["mine"]), F["PRIV"]("o", b"x")]
+w64 = b"wave" + GUID + chunks_of("<", GUID, (b"fmt ", sound), (b"data", bytes(20)),
+                                 (b"id3 ", tag_of(3, *own)), (b"bext", b"x"))
+w64 = b"riff" + bytes.fromhex("2e91cf11a5d628db04c10000") + struct.pack("<Q", len(w64) + 24) + w64
+caf = b"caff\0\1\0\0" + chunks_of(
+    ">", b"", (b"desc", struct.pack(">d4s5L", 44100, b"lpcm", 0, 2, 1, 1, 16)), (b"mark", bytes(8)),
+    (b"info", b"\0\0\0\3title\0T\0comments\0\xC3\xA9\0Own key\0v\0"), (b"data", bytes(24)))
+au = b".snd" + struct.pack(">5L", 40, 20, 3, 44100, 1) + b"%-16b" + bytes(20)
+texts = [F["TIT2"](3, ["T"]), F["COMM"](3, "XXX", "", ["\u00E9"]), F["TXXX"](3, "OWN KEY", ["v"])]
+for source, expected, told in (
+        (w64, own, "only Wave64 files hold ('bext')"), (caf, texts, "chunk 'mark'"),
+        (au % b"Title=T\n\0", texts[:1], ""), (au % b"\xE9\0", texts[1:2], "")):
+    write("in.other", source)
+    notes = notes_of("encode", "in.other", "out.aiff")
+    same(texts_of(AIFF("out.aiff").tags.values()), texts_of(expected), source)
+    assert len(notes) == bool(told) and told in "".join(notes), notes

@@ -2,6 +2,7 @@
 #include "host/author/tags/SourceTags.h"
 
 #include "host/author/tags/ChunkText.h"
+#include "host/author/tags/HeaderTexts.h"
 #include "host/author/tags/ReadId3.h"
 #include "host/author/tags/UpdateTag.h"
 #include "host/author/tags/WavTags.h"
@@ -150,7 +151,7 @@ bool ReadContent(const std::string& path, TagContent& content)
     return true;
 }
 
-// The texts of CAF, AU, Wave64 and other files.
+// The texts of other files.
 void ReadStrings(SNDFILE* file, TagContent& content)
 {
     static constexpr std::pair<int, const char*> kStrings[] = {
@@ -178,7 +179,7 @@ Result<SourceTags> ReadSourceTags(const std::string& path, SNDFILE* file)
     if (!wav.format.empty())
         return TagsOfWav(std::move(wav));
     TagContent content;
-    if (!ReadContent(path, content))
+    if (!ReadHeaderTexts(path, content) && !ReadContent(path, content))
         ReadStrings(file, content);
     SourceTags source;
     if (!content.leftOut.empty())

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+
+// The texts of CAF and AU files.
+#pragma once
+
+#include "host/writers/TagContent.h"
+
+#include <string>
+
+namespace aiff::host
+{
+
+// Reads the texts of a CAF or AU file. False, with nothing read, for any other file.
+bool ReadHeaderTexts(const std::string& path, TagContent& content);
+
+} // namespace aiff::host
