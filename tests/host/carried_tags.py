@@ -21,6 +21,7 @@ FRAMES = [
     (F["TRCK"](3, ["3/12"]), [("TRACKNUMBER", "3"), ("TRACKTOTAL", "12")]),
     (F["TSIZ"](3, ["12"]), [("TSIZ", "12")], F["TXXX"](3, "TSIZ", ["12"])),
     (F["TXXX"](3, "MusicBrainz Album Id", ["abc"]), [("MUSICBRAINZ_ALBUMID", "abc")]),
+    (F["TXXX"](3, "MusicBrainz Album Type", ["live"]), [("RELEASETYPE", "live")]),
     (F["TXXX"](3, "MINE", ["1", "2"]), [("MINE", "1"), ("MINE", "2")]),
     (F["TXXX"](3, "A=\u00C9", ["x"]), [("A__", "x")], F["TXXX"](3, "A__", ["x"])),
     (F["UFID"]("http://musicbrainz.org", b"track"), [("MUSICBRAINZ_TRACKID", "track")]),

@@ -141,6 +141,9 @@ std::unique_ptr<ID3v2::Frame> MakeFrame(const String& property, const StringList
     auto* user = dynamic_cast<ID3v2::UserTextIdentificationFrame*>(frame.get());
     if (user != nullptr && user->description() != property)
         user->setDescription(Capitalised(user->description()));
+    for (const PropertyAlias& known : DescribedProperties())
+        if (user != nullptr && property == TagText(known.property))
+            user->setDescription(TagText(known.alias));
     return frame;
 }
 

@@ -31,6 +31,12 @@ constexpr PropertyAlias kAliases[] = {
     {"PUBLISHER", "LABEL"},          {"UNSYNCEDLYRICS", "LYRICS"},    {"YEAR", "DATE"},
 };
 
+constexpr PropertyAlias kDescribed[] = {
+    {"MusicBrainz Album Release Country", "RELEASECOUNTRY"},
+    {"MusicBrainz Album Status", "RELEASESTATUS"},
+    {"MusicBrainz Album Type", "RELEASETYPE"},
+};
+
 constexpr NumberedProperty kNumbered[] = {
     {"DISCNUMBER", {"DISCTOTAL", "TOTALDISCS"}},
     {"MOVEMENTNUMBER", {"MOVEMENTTOTAL"}},
@@ -64,6 +70,11 @@ std::string_view PropertyOfInfo(std::string_view id)
 std::span<const PropertyAlias> PropertyAliases()
 {
     return kAliases;
+}
+
+std::span<const PropertyAlias> DescribedProperties()
+{
+    return kDescribed;
 }
 
 std::span<const NumberedProperty> NumberedProperties()

@@ -24,6 +24,8 @@ struct PropertyAlias {
     std::string_view property;
 };
 std::span<const PropertyAlias> PropertyAliases();
+// Descriptions of TXXX frames, where Vorbis comments have another name.
+std::span<const PropertyAlias> DescribedProperties();
 
 // A property such as "3/12", whose total is a comment of its own in FLAC.
 struct NumberedProperty {

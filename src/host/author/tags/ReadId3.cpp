@@ -100,6 +100,9 @@ String UserTextName(const std::string& description)
 {
     if (description.empty())
         return {};
+    for (const PropertyAlias& known : DescribedProperties())
+        if (EqualNoCase(known.alias, description))
+            return TagText(known.property);
     ID3v2::UserTextIdentificationFrame frame(TagText(description), StringList("1"), String::UTF8);
     return NameOf(frame);
 }
