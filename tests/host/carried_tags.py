@@ -90,6 +90,7 @@ OLD = [
     (4, b"COMM\0\0\0\x0a\0\0\0engD\0a\0bc", [("COMMENT:D", "a"), ("COMMENT:D", "bc")],
      'language "eng" of COMMENT'),
     (4, b"POPM\0\0\0\5\0\0a@b\0d", [("RATING", "6")], "the exact rating (POPM), whose rating"),
+    (4, b"T\0XX\0\0\0\2\0\0\0x" b"TIT2\0\0\0\2\0\0\0a", [("TITLE", "a")], "hold it: T"),
     (4, b"WZZZ\0\0\0\2\0\0\0x", [], "WZZZ"), (4, b"TXXX\0\0\0\3\0\0\0\0x", [], "TXXX"),
 ]
 

@@ -201,7 +201,9 @@ void ContentReader::Take(const WireFrame& wire)
     constexpr uint8_t kLastEncoding = id3parser::kEncodingUTF8;
     const std::string id = FrameName(wire);
     const std::optional<ByteVector> bytes = FrameBody(wire);
-    if (!bytes || bytes->isEmpty() || wire.id == 0)
+    const auto isSound = [](char c) { return IsAsciiUpper(c) || IsAsciiDigit(c); };
+    // TagLib trusts identifiers.
+    if (!bytes || bytes->isEmpty() || wire.id == 0 || !std::ranges::all_of(id, isSound))
         return LeaveOut(id);
     const std::span body(reinterpret_cast<const uint8_t*>(bytes->data()), bytes->size());
     const bool isOddText = id == "IPLS" || id == "MVNM" || id == "MVIN" || id == "GRP1" ||
