@@ -108,7 +108,7 @@ void ReadAu(const DiskFile& file, bool isLittle, TagContent& content)
     constexpr uint64_t kFields = 24;
     const uint64_t start = std::max(NumberAt(file, 4, 4, isLittle), kFields);
     const std::string bytes = BytesAt(file, kFields, start - kFields);
-    const std::string note(bytes.c_str());
+    const std::string note = bytes.substr(0, bytes.find('\0'));
     std::vector<std::string_view> lines;
     for (std::string_view left = note; !left.empty();) {
         lines.push_back(left.substr(0, left.find('\n')));
