@@ -56,7 +56,12 @@ const Kernels& Portable()
 
 const Kernels& Best()
 {
-    static const Kernels& best = Avx2() != nullptr ? *Avx2() : Portable();
+    static const Kernels& best = []() -> const Kernels& {
+        for (const Kernels* kernels : {Avx2(), Neon()})
+            if (kernels != nullptr)
+                return *kernels;
+        return Portable();
+    }();
     return best;
 }
 

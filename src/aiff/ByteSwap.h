@@ -4,7 +4,7 @@
 //
 // A kernel converts whole samples in place, whatever the alignment. The portable
 // ones run everywhere and define the result; faster ones must equal them.
-// The AVX2 kernels have a source of their own, ByteSwapAvx2.cpp.
+// Those for a processor have a source of their own, ByteSwapAvx2.cpp and ByteSwapNeon.cpp.
 #pragma once
 
 #include <cstddef>
@@ -29,6 +29,9 @@ const Kernels& Portable();
 
 // Null when the processor or the build lacks AVX2.
 const Kernels* Avx2();
+
+// Null on other processors than ARM64.
+const Kernels* Neon();
 
 // The fastest kernels that this processor runs.
 const Kernels& Best();

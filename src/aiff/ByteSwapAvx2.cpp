@@ -5,6 +5,7 @@
 #include "aiff/ByteSwap.h"
 
 #if defined(__x86_64__)
+#include <cpuid.h>
 #include <immintrin.h>
 #endif
 
@@ -131,12 +132,24 @@ AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
     }
 }
 
+// Asked of the processor itself: __builtin_cpu_supports() needs a part of the compiler's runtime
+// that a system may lack. The operating system, too, has to keep the wide registers.
+__attribute__((target("xsave"))) bool HasAvx2()
+{
+    constexpr uint64_t kWideRegisters = 6; // the halves of which they consist
+    unsigned a = 0, b = 0, c = 0, d = 0;
+    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & bit_OSXSAVE) == 0 || (c & bit_AVX) == 0 ||
+        (static_cast<uint64_t>(_xgetbv(0)) & kWideRegisters) != kWideRegisters)
+        return false;
+    return __get_cpuid_count(7, 0, &a, &b, &c, &d) != 0 && (b & bit_AVX2) != 0;
+}
+
 } // namespace
 
 const Kernels* Avx2()
 {
     static constexpr Kernels kernels{"avx2", FlipSign8, Reverse16, Reverse24, Reverse32};
-    return __builtin_cpu_supports("avx2") ? &kernels : nullptr;
+    return HasAvx2() ? &kernels : nullptr;
 }
 
 } // namespace ByteSwap

@@ -147,7 +147,7 @@ AIFF_IN_FRONT ssize_t pread(int fd, void* out, size_t size, off_t position)
         return Strikes(#name) ? -1 : static_cast<type>(__VA_ARGS__);                               \
     }
 
-AIFF_CALL(int, unlink, (const char* path), syscall(SYS_unlink, path))
+AIFF_CALL(int, unlink, (const char* path), syscall(SYS_unlinkat, AT_FDCWD, path, 0))
 AIFF_CALL(int, fchmod, (int fd, mode_t mode), syscall(SYS_fchmod, fd, mode))
 AIFF_CALL(int, fchown, (int fd, uid_t user, gid_t group), syscall(SYS_fchown, fd, user, group))
 AIFF_CALL(int, fstat, (int fd, struct stat* status), syscall(SYS_fstat, fd, status))
@@ -164,7 +164,7 @@ AIFF_CALL(int, LockFile, (int fd, int operation), syscall(SYS_flock, fd, operati
 AIFF_CALL(int, ftruncate, (int fd, off_t size),
           Noted(syscall(SYS_ftruncate, fd, size), Event::Size, fd, size))
 AIFF_CALL(int, rename, (const char* from, const char* to),
-          Noted(syscall(SYS_rename, from, to), Event::Rename, -1))
+          Noted(syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to), Event::Rename, -1))
 // What would reach the disk and when is worked out from the events.
 AIFF_CALL(int, fsync, (int fd), Noted(0, Event::Barrier, fd))
 AIFF_CALL(int, fdatasync, (int fd), Noted(0, Event::Barrier, fd))
