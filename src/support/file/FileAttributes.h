@@ -23,7 +23,8 @@ struct FileState {
 FileState StateOf(const struct stat& status);
 
 // Gives an open file the extended attributes of another, access control lists included, and
-// takes away those that it has beyond them. Fails when that is not possible.
-[[nodiscard]] std::error_code CopyExtendedAttributes(int from, int to);
+// takes away those that it has beyond them; also the date of creation and the user's flags
+// where a system lets these be set. Fails when that is not possible.
+[[nodiscard]] std::error_code CopySystemAttributes(int from, int to);
 
 } // namespace aiff

@@ -64,7 +64,7 @@ FileState StateOf(const struct stat& status)
             nanoseconds(status.st_ctim)};
 }
 
-std::error_code CopyExtendedAttributes(int from, int to)
+std::error_code CopySystemAttributes(int from, int to)
 {
     std::vector<std::string> wanted;
     std::vector<std::string> present;

@@ -10,10 +10,12 @@ namespace aiff
 
 enum class Flush {
     Order, // what was written before reaches the disk before what is written later
-    Full   // what was written is on the disk, and stays there when the power fails
+    Full,  // what was written is on the disk, and stays there when the power fails
+    Whole  // so are the attributes of the file
 };
 
-// Waits until the data written to an open file, and the size it needs, are as safe as asked.
+// Waits until the data written to an open file or folder, and the size it needs, are as safe as
+// asked.
 [[nodiscard]] std::error_code FlushFile(int file, Flush flush);
 
 // How an edit of a file in place is kept from showing half of its writes.

@@ -8,9 +8,9 @@ namespace aiff
 {
 
 // There is no weaker call that would keep the order alone.
-std::error_code FlushFile(int file, Flush /*flush*/)
+std::error_code FlushFile(int file, Flush flush)
 {
-    while (fdatasync(file) != 0)
+    while ((flush == Flush::Whole ? fsync(file) : fdatasync(file)) != 0)
         if (errno != EINTR)
             return LastSystemError();
     return {};

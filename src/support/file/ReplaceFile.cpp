@@ -2,6 +2,7 @@
 #include "support/file/ReplaceFile.h"
 
 #include "support/file/FileAttributes.h"
+#include "support/file/FlushFile.h"
 #include "support/file/SystemError.h"
 #include "support/file/TemporaryFile.h"
 
@@ -60,7 +61,7 @@ std::error_code CopyAttributes(const DiskFile& from, const DiskFile& to, const s
     // them as the original shows them.
     if (!sameOwner && fchown(to.Descriptor(), status.st_uid, status.st_gid) != 0)
         return LastSystemError();
-    if (const auto error = CopyExtendedAttributes(from.Descriptor(), to.Descriptor()))
+    if (const auto error = CopySystemAttributes(from.Descriptor(), to.Descriptor()))
         return error;
     return fchmod(to.Descriptor(), status.st_mode & 07777) == 0 ? std::error_code()
                                                                 : LastSystemError();
@@ -80,8 +81,8 @@ std::error_code ReplaceFile(const EditTarget& target, const FileContent& content
         error = CopyContent(content, copy.File());
     if (!error)
         error = CopyAttributes(original, copy.File(), status);
-    if (!error && fsync(copy.File().Descriptor()) != 0)
-        error = LastSystemError();
+    if (!error)
+        error = FlushFile(copy.File().Descriptor(), Flush::Whole);
     if (!error)
         error = target.CheckUnchanged();
     if (!error)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/file/TemporaryFile.h"
 
+#include "support/file/FlushFile.h"
 #include "support/file/SystemError.h"
 
 #include <cstdio>
@@ -118,7 +119,7 @@ void TemporaryFile::FlushFolder() const
 {
     const FileDescriptor folder(open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.Get() >= 0)
-        (void)fsync(folder.Get());
+        (void)FlushFile(folder.Get(), Flush::Whole);
 }
 
 } // namespace aiff
