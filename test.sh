@@ -9,4 +9,4 @@ preset=${1:-release}
 scripts/setup.sh build test
 cmake --preset "$preset" -DAIFF_TESTS=ON >/dev/null
 cmake --build --preset "$preset"
-ctest --preset "$preset" -j "$(nproc)"
+ctest --preset "$preset" -j "$(getconf _NPROCESSORS_ONLN)"

@@ -1,51 +1,87 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Installs missing Debian packages for one or more purposes.
+# Installs missing packages for one or more purposes: Debian's, or Homebrew's on macOS.
 #
 #   scripts/setup.sh build         what building the plug-in and the host needs
 #   scripts/setup.sh build test    plus what the tests need
 #   scripts/setup.sh build test coverage
 #                                  plus what scripts/coverage.sh needs
-#   scripts/setup.sh build test ci plus what the checks of .ci/run need
+#   scripts/setup.sh build test ci cross
+#                                  plus what the checks of .ci/run need, those for other
+#                                  platforms included (Debian only)
 #
-# If nothing is missing, it does nothing and needs no network; otherwise it needs root
-# or sudo.
+# If nothing is missing, it does nothing and needs no network; otherwise Debian needs root or
+# sudo. macOS's own bash 3.2 runs it.
 set -euo pipefail
 
-packages_build=(g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev nlohmann-json3-dev
-    libtag1-dev libcurl4-openssl-dev)
-packages_coverage=(gcovr jq)
-packages_test=(libgtest-dev nginx-light python3 python3-mutagen)
-packages_ci=(clang clang-format clang-tidy libclang-rt-14-dev debhelper fakeroot lintian strace
-    sox sndfile-programs ffmpeg)
+manager=apt
+[ "$(uname -s)" = Darwin ] && manager=brew
 
-is_installed() {
-    [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+packages_for() { # purpose
+    case $manager-$1 in
+    apt-build) echo g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev \
+        nlohmann-json3-dev libtag1-dev libcurl4-openssl-dev ;;
+    apt-test) echo libgtest-dev nginx-light python3 python3-mutagen ;;
+    apt-coverage) echo gcovr jq ;;
+    apt-ci) echo clang clang-format clang-tidy libclang-rt-14-dev debhelper fakeroot lintian \
+        strace sox sndfile-programs ffmpeg ;;
+    apt-cross) echo g++-aarch64-linux-gnu qemu-user libsndfile1-dev:arm64 libtag1-dev:arm64 \
+        libcurl4-openssl-dev:arm64 libgtest-dev:arm64 npm lld llvm ;;
+    brew-build) echo cmake ninja pkgconf libsndfile cli11 nlohmann-json taglib curl ;;
+    brew-test) echo googletest nginx ;;
+    brew-coverage) echo gcovr jq ;;
+    *)
+        echo "scripts/setup.sh knows no packages for '$1' on this system." >&2
+        return 1
+        ;;
+    esac
 }
 
-missing=()
-for purpose in "$@"; do
-    declare -n packages="packages_$purpose"
-    for package in "${packages[@]}"; do
-        is_installed "$package" || missing+=("$package")
-    done
-done
-[ ${#missing[@]} -eq 0 ] && exit 0
+is_installed() { # package
+    if [ $manager = brew ]; then
+        brew list --versions "$1" >/dev/null 2>&1
+    elif [ "$1" = npm ] && command -v npm >/dev/null; then
+        return 0 # it comes with other packages of Node.js, too
+    else
+        local architectures
+        architectures="all|$(dpkg --print-architecture)"
+        case $1 in *:*) architectures=${1#*:} ;; esac
+        dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$1" 2>/dev/null |
+            grep -Eqx "($architectures) installed"
+    fi
+}
 
-if ! command -v apt-get >/dev/null; then
-    echo "Please install the equivalents of these Debian packages: ${missing[*]}" >&2
-    exit 1
-fi
-as_root=()
-if [ "$(id -u)" -ne 0 ]; then
-    if ! command -v sudo >/dev/null; then
-        echo "These packages are missing; install them as root: ${missing[*]}" >&2
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        echo "These packages are missing; install them as root:$missing" >&2
         exit 1
     fi
-    as_root=(sudo)
+}
+
+missing=
+for purpose in "$@"; do
+    packages=$(packages_for "$purpose")
+    if ! command -v dpkg-query >/dev/null && ! command -v brew >/dev/null; then
+        echo "Please install the equivalents of these Debian packages: $packages" >&2
+        exit 1
+    fi
+    for package in $packages; do
+        is_installed "$package" || missing="$missing $package"
+    done
+done
+[ -n "$missing" ] || exit 0
+
+echo "Installing:$missing"
+if [ $manager = brew ]; then
+    # shellcheck disable=SC2086 # a list of words
+    exec brew install $missing
 fi
-echo "Installing: ${missing[*]}"
-export DEBIAN_FRONTEND=noninteractive
-"${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+case $missing in *:arm64*) as_root dpkg --add-architecture arm64 ;; esac
+as_root apt-get update -qq
+# shellcheck disable=SC2086
+as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends $missing >/dev/null

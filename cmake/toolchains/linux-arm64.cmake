@@ -1,5 +1,6 @@
+# SPDX-License-Identifier: MIT
 # Linux on ARM64, built with Debian's cross compiler and its arm64 libraries, and run by an
-# emulator of programs.
+# emulator of programs. scripts/cross_arm64.sh uses it.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(triplet aarch64-linux-gnu)
