@@ -4,6 +4,7 @@
 #pragma once
 
 #include "support/AiffBuilder.h"
+#include "support/QuietWrite.h"
 #include "support/file/FileDescriptor.h"
 
 #include <arpa/inet.h>
@@ -64,8 +65,8 @@ public:
         ssize_t count = 0;
         for (size_t sent = 0; sent < bytes.size() && !m_stop && count >= 0;
              sent += static_cast<size_t>(count))
-            count = send(m_socket.Get(), &bytes[sent], std::min(piece, bytes.size() - sent),
-                         MSG_NOSIGNAL);
+            count = aiff::WriteQuietly(m_socket.Get(), &bytes[sent],
+                                       std::min(piece, bytes.size() - sent));
         return *this;
     }
 
