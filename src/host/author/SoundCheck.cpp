@@ -58,7 +58,7 @@ void SoundCheck::Take(uint32_t code, const XFile& file, int64_t position, int64_
 void SoundCheck::TakeCommon(const XFile& file, int64_t position, int64_t size, const Say& say)
 {
     std::array<uint8_t, kCommonSizeWithType> body{};
-    const size_t wanted = static_cast<size_t>(std::min(size, std::ssize(body)));
+    const size_t wanted = static_cast<size_t>(std::min<int64_t>(size, std::ssize(body)));
     if (size < kLeastCommonSize || size > kMostCommonSize ||
         file.ReadAt(position, std::span(body).first(wanted)) != wanted) {
         say("has a COMM chunk of " + Counted(size, "byte") + ", which cannot be used");

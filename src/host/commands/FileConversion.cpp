@@ -141,7 +141,8 @@ Problem FileConversion::WriteAudio(DecoderSession& session, AudioWriter& writer)
     DecoderSession::Step step = session.Next(pcm);
     for (; step == DecoderSession::Step::Block; step = session.Next(pcm)) {
         if (!unknown)
-            pcm = pcm.first(static_cast<size_t>(std::min(std::ssize(pcm), m_expected - m_written)));
+            pcm = pcm.first(
+                static_cast<size_t>(std::min<int64_t>(std::ssize(pcm), m_expected - m_written)));
         if (Problem problem = writer.Write(pcm))
             return problem;
         m_written += std::ssize(pcm);
