@@ -15,9 +15,6 @@ file=$build/Codecs/Bin/decoder/AIFF.so
 readelf -h "$file" | grep -q AArch64
 diff <(nm -D --defined-only "$file" | awk '{print $3}' | sort) <(sort src/decoder/exports.txt)
 
-# The emulator gives programs no limit of memory, and does not run what they start.
-readonly unbounded='TagsThatMemoryDoesNotHoldLeaveTheSound'
-count() { ctest --test-dir "$build" -N "$@" | sed -n 's/^Total Tests: //p'; }
-echo "Left out: $(count -L starts_programs) tests that start programs," \
-    "$(count -R "$unbounded") that limits memory."
-ctest --test-dir "$build" -LE starts_programs -E "$unbounded" -j "$(nproc)" --output-on-failure
+echo "Left out, as the emulator does not run what a program starts:" \
+    "$(ctest --test-dir "$build" -N -L starts_programs | sed -n 's/^Total Tests: //p') tests."
+ctest --test-dir "$build" -LE starts_programs -j "$(nproc)" --output-on-failure
