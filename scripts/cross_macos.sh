@@ -99,8 +99,9 @@ readonly runtime='__Z(T[A-Z])?(N?K?St|N10__cxxabiv1|[nd][wal])|___(cxa|gxx)_|___
 readonly libraries='_(sf|curl|FLAC_)_|__Z(T[A-Z]|[a-z]{2}(RNSt.*)?R?K?)?N?K?(6TagLib|7testing)'
 
 check_names() { # program, expression of the names that it may lack
-    local lacking
-    lacking=$("$root/bin/llvm-nm" -m "$1" | sed -n 's/.*external \(.*\) (dynamically looked up)/\1/p' |
+    local names lacking
+    names=$("$root/bin/llvm-nm" -m "$1")
+    lacking=$(sed -n 's/.*external \(.*\) (dynamically looked up)/\1/p' <<<"$names" |
         grep -Ev "^($2)" || true)
     [ -z "$lacking" ] || fail "$1 needs names that nothing provides: $lacking"
 }
