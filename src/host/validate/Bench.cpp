@@ -70,11 +70,11 @@ std::vector<Sample> Bench::FewSamples()
 {
     std::vector<Sample> few;
     std::vector<Sample> left = Samples();
-    const auto own = std::ranges::stable_partition(
-        left, [](const Sample& file) { return file.generated != nullptr; });
+    const auto own = std::stable_partition(
+        left.begin(), left.end(), [](const Sample& file) { return file.generated != nullptr; });
+    const auto generated = static_cast<size_t>(own - left.begin());
     // Some of each, as far as there are any.
     for (size_t i = 0; few.size() < std::min(kFewSamples, left.size()); ++i) {
-        const auto generated = static_cast<size_t>(own.begin() - left.begin());
         if (i < generated)
             few.push_back(left[i]);
         if (generated + i < left.size())

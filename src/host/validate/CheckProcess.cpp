@@ -54,6 +54,7 @@ pid_t Start(std::vector<std::string> arguments, std::chrono::seconds limit, int&
     constexpr std::chrono::seconds kGrace{10};
     arguments.insert(arguments.begin(), codecs::ExecutablePath());
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);

@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-extern char** environ; // NOLINT(readability-redundant-declaration): not declared on macOS
+extern char** environ; // which not every system declares
 
 namespace aiff::host::validate
 {

@@ -12,70 +12,75 @@ namespace
 
 struct Field {
     std::string_view name;
-    size_t offset;
-    size_t size;
+    size_t size; // bytes
 };
 
-#define QV_FIELD(record, field)                                                                    \
-    Field                                                                                          \
-    {                                                                                              \
-#field, offsetof(record, field), sizeof(record::field)                                     \
-    }
-// The part of a wave format that is written, and the parts that are not.
-#define QV_WAVE_FORMAT(record, field)                                                              \
-    Field{"WaveFormat", offsetof(record, field), QV_WAVE_FORMAT_BASIC_SIZE},                       \
-        Field{"WaveFormat.nValidBits", offsetof(record, field.nValidBits), sizeof(uint16_t)},      \
-        Field{"WaveFormat.nChannelMask", offsetof(record, field.nChannelMask), sizeof(uint32_t)},  \
-        Field                                                                                      \
-    {                                                                                              \
-        "WaveFormat.SubFormat", offsetof(record, field.SubFormat), 16                              \
-    }
-
-const Field kOpenFields[] = {
-    QV_FIELD(STQvOpenDecoder, pFileName),
-    QV_FIELD(STQvOpenDecoder, nFlags),
-    QV_WAVE_FORMAT(STQvOpenDecoder, AudioInfo.WaveFormat),
-    QV_FIELD(STQvOpenDecoder, AudioInfo.nBitRate),
-    QV_FIELD(STQvOpenDecoder, AudioInfo.nLengthMS),
-    QV_FIELD(STQvOpenDecoder, AudioInfo.nLengthBytes),
-    QV_FIELD(STQvOpenDecoder, nReserved),
-    QV_FIELD(STQvOpenDecoder, pTagData),
-    QV_FIELD(STQvOpenDecoder, nTagDataSize),
-    QV_FIELD(STQvOpenDecoder, pPropertiesData),
-    QV_FIELD(STQvOpenDecoder, nPropertiesDataSize),
+// All fields of each record in their order: packed, so that one begins where the last one ends.
+constexpr Field kOpenFields[] = {
+    {"pFileName", sizeof(STQvOpenDecoder::pFileName)},
+    {"nFlags", sizeof(STQvOpenDecoder::nFlags)},
+    {"WaveFormat", QV_WAVE_FORMAT_BASIC_SIZE},
+    {"WaveFormat.nValidBits", sizeof(STQvWaveFormat::nValidBits)},
+    {"WaveFormat.nChannelMask", sizeof(STQvWaveFormat::nChannelMask)},
+    {"WaveFormat.SubFormat", sizeof(STQvWaveFormat::SubFormat)},
+    {"AudioInfo.nBitRate", sizeof(STQvAudioInfo::nBitRate)},
+    {"AudioInfo.nLengthMS", sizeof(STQvAudioInfo::nLengthMS)},
+    {"AudioInfo.nLengthBytes", sizeof(STQvAudioInfo::nLengthBytes)},
+    {"nReserved", sizeof(STQvOpenDecoder::nReserved)},
+    {"pTagData", sizeof(STQvOpenDecoder::pTagData)},
+    {"nTagDataSize", sizeof(STQvOpenDecoder::nTagDataSize)},
+    {"pPropertiesData", sizeof(STQvOpenDecoder::pPropertiesData)},
+    {"nPropertiesDataSize", sizeof(STQvOpenDecoder::nPropertiesDataSize)},
 };
 
-const Field kBlockFields[] = {
-    QV_FIELD(STQvAudioBlock, pData),
-    QV_FIELD(STQvAudioBlock, nDataSize),
-    QV_WAVE_FORMAT(STQvAudioBlock, WaveFormat),
-    QV_FIELD(STQvAudioBlock, nBitRate),
-    QV_FIELD(STQvAudioBlock, nDurationMS),
-    QV_FIELD(STQvAudioBlock, nReserved),
-    QV_FIELD(STQvAudioBlock, nPositionMS),
-    QV_FIELD(STQvAudioBlock, nLastBlock),
+constexpr Field kBlockFields[] = {
+    {"pData", sizeof(STQvAudioBlock::pData)},
+    {"nDataSize", sizeof(STQvAudioBlock::nDataSize)},
+    {"WaveFormat", QV_WAVE_FORMAT_BASIC_SIZE},
+    {"WaveFormat.nValidBits", sizeof(STQvWaveFormat::nValidBits)},
+    {"WaveFormat.nChannelMask", sizeof(STQvWaveFormat::nChannelMask)},
+    {"WaveFormat.SubFormat", sizeof(STQvWaveFormat::SubFormat)},
+    {"nBitRate", sizeof(STQvAudioBlock::nBitRate)},
+    {"nDurationMS", sizeof(STQvAudioBlock::nDurationMS)},
+    {"nReserved", sizeof(STQvAudioBlock::nReserved)},
+    {"nPositionMS", sizeof(STQvAudioBlock::nPositionMS)},
+    {"nLastBlock", sizeof(STQvAudioBlock::nLastBlock)},
 };
 
-const Field kGetSetFields[] = {
-    QV_FIELD(STQvCodecGetSet, nItemIndex), QV_FIELD(STQvCodecGetSet, nDataSize),
-    QV_FIELD(STQvCodecGetSet, nValue1),    QV_FIELD(STQvCodecGetSet, nValue2),
-    QV_FIELD(STQvCodecGetSet, pText1),     QV_FIELD(STQvCodecGetSet, pText2),
-    QV_FIELD(STQvCodecGetSet, nReserved),  QV_FIELD(STQvCodecGetSet, pData),
+constexpr Field kGetSetFields[] = {
+    {"nItemIndex", sizeof(STQvCodecGetSet::nItemIndex)},
+    {"nDataSize", sizeof(STQvCodecGetSet::nDataSize)},
+    {"nValue1", sizeof(STQvCodecGetSet::nValue1)},
+    {"nValue2", sizeof(STQvCodecGetSet::nValue2)},
+    {"pText1", sizeof(STQvCodecGetSet::pText1)},
+    {"pText2", sizeof(STQvCodecGetSet::pText2)},
+    {"nReserved", sizeof(STQvCodecGetSet::nReserved)},
+    {"pData", sizeof(STQvCodecGetSet::pData)},
 };
 
-#undef QV_WAVE_FORMAT
-#undef QV_FIELD
+constexpr size_t SizeOf(std::span<const Field> fields)
+{
+    size_t size = 0;
+    for (const Field& field : fields)
+        size += field.size;
+    return size;
+}
+static_assert(SizeOf(kOpenFields) == sizeof(STQvOpenDecoder));
+static_assert(SizeOf(kBlockFields) == sizeof(STQvAudioBlock));
+static_assert(SizeOf(kGetSetFields) == sizeof(STQvCodecGetSet));
 
 std::string Changed(std::span<const Field> fields, const void* before, const void* after,
                     const FieldNames& allowed)
 {
     std::string names;
+    size_t offset = 0;
     for (const Field& field : fields) {
-        const auto at = [&field](const void* record) {
-            return static_cast<const uint8_t*>(record) + field.offset;
+        const auto at = [offset](const void* record) {
+            return static_cast<const uint8_t*>(record) + offset;
         };
         if (!allowed.contains(field.name) && std::memcmp(at(before), at(after), field.size) != 0)
             names += (names.empty() ? "" : ", ") + std::string(field.name);
+        offset += field.size;
     }
     return names;
 }
