@@ -16,7 +16,8 @@ cp "$prefix"/share/doc/qvcodec*/examples/* .
 
 # A WAV file of 16 bits, mono: a header of 44 bytes, then 200000 bytes of aiffconv itself.
 {
-    printf 'RIFF\144\15\3\0WAVEfmt \20\0\0\0\1\0\1\0\104\254\0\0\210\130\1\0\2\0\20\0data\100\15\3\0'
+    printf 'RIFF\144\15\3\0'
+    printf 'WAVEfmt \20\0\0\0\1\0\1\0\104\254\0\0\210\130\1\0\2\0\20\0data\100\15\3\0'
     head -c 200000 "$prefix/bin/aiffconv"
 } > in.wav
 "$prefix/bin/aiffconv" encode in.wav -o song.aiff -q
