@@ -15,7 +15,8 @@ endif()
 
 set(CPACK_PACKAGE_NAME aiffconv)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "AIFF/AIFF-C decoder plug-in and converter")
-set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+configure_file(LICENSE ${CMAKE_BINARY_DIR}/package/LICENSE.txt COPYONLY) # productbuild's ending
+set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_BINARY_DIR}/package/LICENSE.txt)
 set(CPACK_GENERATOR TGZ)
 if(APPLE)
   list(APPEND CPACK_GENERATOR productbuild)
