@@ -50,6 +50,10 @@ ssize_t WriteBelowLimit(int64_t position, size_t size, Write&& write) noexcept
 
 } // namespace
 
+// There is nothing to keep from the thread.
+QuietSignals::QuietSignals() noexcept = default;
+QuietSignals::~QuietSignals() = default;
+
 // The output keeps its setting: another thread may be writing to it.
 ssize_t WriteQuietly(int fd, const void* bytes, size_t size) noexcept
 {
