@@ -2,7 +2,6 @@
 #include "support/QuietWrite.h"
 
 #include <cerrno>
-#include <optional>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -17,16 +16,13 @@ thread_local const QuietSignals* t_outermost = nullptr;
 template <class Call>
 auto Quietly(Call&& call) noexcept
 {
-    std::optional<QuietSignals> own;
-    if (QuietSignals::Current() == nullptr)
-        own.emplace();
+    const QuietSignals own; // or those of a scope around many calls
     const auto result = call();
     const int reason = errno;
     if (result < 0 && reason == EPIPE)
         QuietSignals::Current()->Discard(SIGPIPE);
     if (result < 0 && reason == EFBIG)
         QuietSignals::Current()->Discard(SIGXFSZ);
-    own.reset();
     errno = reason;
     return result;
 }

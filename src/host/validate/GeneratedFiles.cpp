@@ -39,7 +39,8 @@ constexpr GeneratedFile kFiles[] = {
 
 void AppendText(Bytes& out, std::string_view text)
 {
-    out.insert(out.end(), text.begin(), text.end());
+    for (const char c : text)
+        out.push_back(static_cast<uint8_t>(c));
 }
 
 // The low `count` bytes of a value, big-endian.
