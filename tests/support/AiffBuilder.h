@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +16,8 @@ using Bytes = std::vector<uint8_t>;
 
 inline Bytes& Append(Bytes& out, const Bytes& more)
 {
-    out.insert(out.end(), more.begin(), more.end());
+    // gcc 12 at -O3 sees an overflow in a range insert that is not there.
+    std::copy(more.begin(), more.end(), std::back_inserter(out));
     return out;
 }
 
