@@ -71,7 +71,7 @@ lay_out_libraries() {
     for header in sndfile.h FLAC taglib CLI nlohmann gtest gmock; do
         ln -s "/usr/include/$header" "$prefix/include/"
     done
-    ln -s "$(pkg-config --variable=includedir libcurl)/x86_64-linux-gnu/curl" "$prefix/include/"
+    ln -s "$(pkg-config --variable=includedir libcurl)/curl" "$prefix/include/"
     for name in sndfile flac taglib libcurl; do
         printf '%s\n' "Name: $name" "Description: headers of $name" \
             "Version: $(pkg-config --modversion "$name")" \
