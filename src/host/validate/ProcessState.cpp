@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-extern char** environ; // which not every system declares
+extern char** environ; // NOLINT(readability-redundant-declaration): not every system has it
 
 namespace aiff::host::validate
 {
