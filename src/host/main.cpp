@@ -29,6 +29,7 @@ constexpr char kHelp[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav       one file
   aiffconv convert song.aiff -o song.flac      FLAC, chosen by the file name
   aiffconv convert *.aiff -o wav/              many files to a folder
+  aiffconv convert library -o wav/             a folder, with those in it
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv encode song.flac -o song.aiff       WAV, FLAC and others to AIFF
   aiffconv check *.aiff                        find irregularities in files

@@ -101,14 +101,15 @@ TEST(Convert, NamesFileAndReasonAndGoesOnWithTheOthers)
     const Workplace place;
     place.Write("a.aiff", good);
     place.Write("z", good); // without extension: its content decides
-    std::string inputs = "a.aiff missing.aiff . z";
+    std::filesystem::create_directory(place.Path("empty"));
+    std::string inputs = "a.aiff missing.aiff empty z";
     for (const auto& [name, bytes, reason] : cases) {
         place.Write(name, bytes);
         inputs += " " + name;
     }
     const Outcome run =
         place.Run("@ convert " + inputs + " -o out", 1, "missing.aiff: No such file",
-                  ".: is a folder", "2 of 14 files converted");
+                  "empty: is a folder without files", "2 of 14 files converted");
     for (const auto& [name, bytes, reason] : cases)
         EXPECT_PRED2(Contains, run.err, "aiffconv: " + name + ": " + reason);
     EXPECT_EQ(place.Read("out/a.wav").size(), 444u);

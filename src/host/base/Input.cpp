@@ -18,11 +18,7 @@ constexpr std::string_view kStandardInput = "-";
 
 } // namespace
 
-Input::Input(std::string name)
-    : m_name(std::move(name)), m_kind(KindOf(m_name)), m_path(m_name),
-      m_widePath(FromPathBytes(m_name))
-{
-}
+Input::Input(std::string name) : m_name(std::move(name)), m_kind(KindOf(m_name)) {}
 
 Input::Kind Input::KindOf(const std::string& name)
 {
@@ -36,10 +32,14 @@ Input::Kind Input::KindOf(const std::string& name)
 Input Input::WithCopy(std::string path, std::shared_ptr<const void> keeper) const
 {
     Input copy = *this;
-    copy.m_widePath = FromPathBytes(path);
-    copy.m_path = std::move(path);
+    copy.m_copy = std::move(path);
     copy.m_keeper = std::move(keeper);
     return copy;
+}
+
+std::wstring Input::WidePath() const
+{
+    return FromPathBytes(Path());
 }
 
 std::string Input::BaseName() const
@@ -67,7 +67,7 @@ Problem Input::FileProblem() const
     if (!IsOnDisk())
         return {};
     struct stat status;
-    if (stat(m_path.c_str(), &status) != 0)
+    if (stat(Path().c_str(), &status) != 0)
         return m_name.find("://") == std::string::npos
                    ? Problem::FromErrno()
                    : "is no file, and no address that begins with http:// or https://";
@@ -80,7 +80,7 @@ Problem Input::FileProblem() const
 
 Problem Input::AccessProblem() const
 {
-    const bool readable = !IsOnDisk() || access(m_path.c_str(), R_OK) == 0;
+    const bool readable = !IsOnDisk() || access(Path().c_str(), R_OK) == 0;
     return readable ? Problem() : Problem::FromErrno();
 }
 

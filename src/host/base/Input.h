@@ -25,8 +25,8 @@ public:
 
     const std::string& Name() const { return m_name; }
     // What to open.
-    const std::string& Path() const { return m_path; }
-    const std::wstring& WidePath() const { return m_widePath; }
+    const std::string& Path() const { return m_keeper ? m_copy : m_name; }
+    std::wstring WidePath() const;
 
     // Whether it names a file.
     bool IsFile() const { return m_kind == Kind::File; }
@@ -59,9 +59,8 @@ private:
 
     std::string m_name;
     Kind m_kind;
-    std::string m_path;
-    std::wstring m_widePath;
-    std::shared_ptr<const void> m_keeper; // of the copy
+    std::string m_copy; // its path, when there is one
+    std::shared_ptr<const void> m_keeper;
 };
 
 } // namespace aiff::host

@@ -7,7 +7,7 @@
 #include "host/batch/InputState.h"
 #include "host/batch/Interruption.h"
 #include "host/batch/Jobs.h"
-#include "host/batch/NewFolder.h"
+#include "host/batch/NewFolders.h"
 
 #include <atomic>
 #include <chrono>
@@ -19,6 +19,9 @@ namespace aiff::host
 {
 namespace
 {
+
+// Makes the folder of an output.
+using FolderMaker = std::function<Problem(const std::string& output)>;
 
 const char* StatusName(ConvertOutcome outcome)
 {
@@ -84,21 +87,23 @@ FileResult RunOnSteadyInput(const OutputPlan::Item& item, const FileWork& work,
 // With --skip-existing, an output that another machine has finished in the meantime is as
 // good as one that was there from the start.
 FileResult RunFile(const OutputPlan::Item& item, const FileWork& work, const BatchOptions& options,
-                   const BatchTask& task)
+                   const BatchTask& task, const FolderMaker& makeFolder)
 {
+    if (item.problem)
+        return {ConvertOutcome::Failed, item.problem};
     OutputRules rules{options.overwrite ? IfExists::Replace : IfExists::Fail, options.sync};
-    if (!options.skipExisting)
-        return RunOnSteadyInput(item, work, rules);
     Problem replaced;
-    if (IsFile(item.output)) {
+    if (options.skipExisting && IsFile(item.output)) {
         replaced = task.outputDamage(item.output);
         if (!replaced)
             return Skipped();
         rules.ifExists = IfExists::Replace;
     }
+    if (Problem problem = makeFolder(item.output))
+        return {ConvertOutcome::Failed, problem};
     FileResult result = RunOnSteadyInput(item, work, rules);
     const bool failed = result.outcome == ConvertOutcome::Failed;
-    if (failed && !replaced && IsFile(item.output))
+    if (options.skipExisting && failed && !replaced && IsFile(item.output))
         return Skipped();
     if (replaced && !failed)
         result.notes.push_back("made again, as the old '" + item.output + "' " + replaced.Text());
@@ -143,7 +148,7 @@ Progress::Style ProgressStyle(const BatchOptions& options, const Trace& trace)
 }
 
 void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
-            const BatchTask& task, Counts& counts)
+            const BatchTask& task, const FolderMaker& makeFolder, Counts& counts)
 {
     using Clock = std::chrono::steady_clock;
     const size_t files = plan.items.size();
@@ -159,7 +164,7 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
     RunJobs(files, workers, [&](size_t index, size_t worker) {
         const OutputPlan::Item& item = plan.items[index];
         const Clock::time_point start = Clock::now();
-        const FileResult result = RunFile(item, works[worker], options, task);
+        const FileResult result = RunFile(item, works[worker], options, task, makeFolder);
         const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
         counts.Add(result.outcome);
         progress.FileDone(worker);
@@ -182,16 +187,16 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
 ExitCode RunBatch(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
                   const BatchTask& task)
 {
-    NewFolder folder;
-    Problem problem = plan.newFolder.empty() ? Problem() : folder.Make(plan.newFolder);
-    if (!problem && options.sync && !plan.newFolder.empty())
-        problem = SyncFolderOf(plan.newFolder.substr(0, plan.newFolder.find_last_not_of('/') + 1));
-    if (problem) {
+    NewFolders folders(options.sync);
+    if (Problem problem = plan.folder.empty() ? Problem() : folders.Make(plan.folder)) {
         SayProblem(problem);
         return kExitSomeFailed;
     }
+    const auto makeFolder = [&](const std::string& output) {
+        return plan.folder.empty() ? Problem() : folders.Make(FolderOf(output));
+    };
     Counts counts;
-    RunAll(plan, options, trace, task, counts);
+    RunAll(plan, options, trace, task, makeFolder, counts);
     if (counts.failed != 0)
         return kExitSomeFailed;
     return counts.damaged != 0 ? kExitDamaged : kExitDone;

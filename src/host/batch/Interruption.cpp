@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <mutex>
+#include <ranges>
 #include <set>
 #include <shared_mutex>
 #include <string_view>
@@ -41,7 +42,7 @@ Registry& Registered()
     registry.steps.lock();
     for (const std::string& path : registry.files)
         unlink(path.c_str());
-    for (const std::string& path : registry.folders)
+    for (const std::string& path : std::views::reverse(registry.folders)) // inner ones first
         rmdir(path.c_str());
     if (registry.atEnd)
         registry.atEnd();

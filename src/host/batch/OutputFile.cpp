@@ -28,12 +28,6 @@ std::string RealPath(const std::string& path)
     return real != nullptr ? real.get() : path;
 }
 
-std::string FolderOf(const std::string& path)
-{
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
-}
-
 bool IsThere(const std::string& path)
 {
     struct stat status;
@@ -63,6 +57,12 @@ bool TakeFreeName(const std::string& temporary, const std::string& path)
 }
 
 } // namespace
+
+std::string FolderOf(const std::string& path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
+}
 
 Problem SyncFolderOf(const std::string& path)
 {

@@ -21,6 +21,9 @@ struct OutputRules {
     bool sync = false; // Commit() returns when it will survive a loss of power
 };
 
+// The part of a path that names its folder, with the "/" at its end; "./" if there is none.
+std::string FolderOf(const std::string& path);
+
 // Flushes the folder that holds `path`, so that new names in it survive a loss of power.
 Problem SyncFolderOf(const std::string& path);
 

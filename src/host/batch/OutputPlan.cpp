@@ -1,10 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "host/batch/OutputPlan.h"
 
-#include <map>
+#include "host/batch/Interruption.h"
+#include "host/batch/OutputFile.h"
+#include "support/text/Ascii.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <set>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <unordered_map>
 #include <utility>
 
 namespace aiff::host
@@ -26,14 +33,46 @@ std::string OutputName(const Input& input, const std::string& extension,
     return name + extension;
 }
 
-Problem SharedOutput(const OutputPlan& plan)
+// Whether names in a folder are the same when they differ only by case. The folder may be yet
+// to be made.
+bool IgnoresCase(std::string folder)
 {
-    std::map<std::string, const Input*> taken;
+    std::error_code error;
+    while (!std::filesystem::is_directory(folder, error) && folder.size() > 1)
+        folder = FolderOf(folder.substr(0, folder.size() - 1));
+    const std::string name = folder + ".aiffconv-case-XXXXXX";
+    std::vector<char> lower(name.c_str(), name.c_str() + name.size() + 1);
+    return Interruption::Undisturbed([&] {
+        const int file = mkstemp(lower.data());
+        if (file < 0)
+            return false; // nor can outputs be written there
+        std::string upper(lower.data());
+        std::transform(upper.begin() + std::ssize(folder), upper.end(),
+                       upper.begin() + std::ssize(folder), UpperAscii<char>);
+        const bool ignores = access(upper.c_str(), F_OK) == 0;
+        unlink(lower.data());
+        close(file);
+        return ignores;
+    });
+}
+
+// Two inputs whose outputs have the same name, or the same but for case where that counts.
+Problem SharedOutput(const OutputPlan& plan, bool withoutCase)
+{
+    std::unordered_map<std::string, const OutputPlan::Item*> taken;
     for (const OutputPlan::Item& item : plan.items) {
-        const auto [entry, isNew] = taken.emplace(item.output, &item.input);
-        if (!isNew)
-            return "'" + entry->second->Name() + "' and '" + item.input.Name() +
-                   "' would both be written to '" + item.output + "'";
+        if (item.problem)
+            continue;
+        std::string name = item.output;
+        if (withoutCase)
+            std::ranges::transform(name, name.begin(), LowerAscii<char>);
+        const auto [entry, isNew] = taken.emplace(std::move(name), &item);
+        if (isNew)
+            continue;
+        if (withoutCase && !IgnoresCase(FolderOf(item.output)))
+            return {};
+        return "'" + entry->second->input.Name() + "' and '" + item.input.Name() +
+               "' would both be written to '" + item.output + "'";
     }
     return {};
 }
@@ -59,7 +98,7 @@ Problem OverwrittenInput(const OutputPlan& plan)
 
 } // namespace
 
-Result<OutputPlan> PlanOutputs(const std::vector<std::string>& inputs, const std::string& target,
+Result<OutputPlan> PlanOutputs(const std::vector<InputName>& inputs, const std::string& target,
                                const std::string& extension, const ExtensionTest& isKnownExtension)
 {
     if (target.empty())
@@ -67,23 +106,27 @@ Result<OutputPlan> PlanOutputs(const std::vector<std::string>& inputs, const std
     struct stat status;
     const bool exists = target != "-" && stat(target.c_str(), &status) == 0;
     const bool isFolder = exists && S_ISDIR(status.st_mode);
-    const bool several = inputs.size() > 1;
+    const bool several = inputs.size() > 1 || inputs.front().below.has_value();
     if (several && (target == "-" || (exists && !isFolder)))
         return Problem("several inputs must be written to a folder, and '" + target +
                        "' is not a folder");
     OutputPlan plan;
-    const bool intoFolder = isFolder || several || (!exists && target.ends_with('/'));
-    if (intoFolder && !isFolder)
-        plan.newFolder = target;
-    const std::string folder = target.ends_with('/') ? target : target + "/";
-    for (const std::string& name : inputs) {
-        Input input(name);
-        std::string output =
-            intoFolder ? folder + OutputName(input, extension, isKnownExtension) : target;
-        plan.items.push_back({std::move(input), std::move(output)});
+    if (isFolder || several || (!exists && target.ends_with('/')))
+        plan.folder = target.ends_with('/') ? target : target + "/";
+    for (const InputName& name : inputs) {
+        Input input(name.name);
+        std::string output = target;
+        if (name.problem)
+            output = plan.folder + name.below.value_or("");
+        else if (!plan.folder.empty())
+            output = plan.folder + name.below.value_or("") +
+                     OutputName(input, extension, isKnownExtension);
+        plan.items.push_back({std::move(input), std::move(output), name.problem});
     }
-    if (Problem problem = SharedOutput(plan))
-        return problem;
+    for (const bool withoutCase : {false, true}) {
+        if (Problem problem = SharedOutput(plan, withoutCase))
+            return problem;
+    }
     if (Problem problem = OverwrittenInput(plan))
         return problem;
     return plan;

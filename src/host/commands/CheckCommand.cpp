@@ -2,6 +2,7 @@
 #include "host/author/FileCheck.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
+#include "host/batch/FindInputs.h"
 #include "host/commands/Command.h"
 #include "host/commands/FetchArguments.h"
 
@@ -16,6 +17,7 @@ namespace
 constexpr char kExamples[] = R"(Examples:
   aiffconv check song.aiff
   aiffconv check -q *.aiff                     only files with irregularities
+  aiffconv check -q library                    of a folder, with those in it
   aiffconv check *.aiff --json | jq -r 'select(.status != "clean").file'
 
 Exit codes: 0 if all files are clean, 4 if some are irregular, 1 if some cannot be read
@@ -35,7 +37,7 @@ public:
     ExitCode Run(const GlobalOptions& global) override;
 
 private:
-    FileFindings Check(const Input& input) const;
+    FileFindings Check(const InputName& name) const;
     void Show(const std::string& name, const FileFindings& findings) const;
 
     std::vector<std::string> m_inputs;
@@ -58,8 +60,9 @@ CLI::App* CheckCommand::AddTo(CLI::App& program)
 ExitCode CheckCommand::Run(const GlobalOptions&)
 {
     ExitCode code = kExitDone;
-    for (const std::string& name : m_inputs) {
-        const FileFindings findings = Check(Input(name));
+    for (const InputName& found : FindInputs(m_inputs, kAiffEndings)) {
+        const std::string& name = found.name;
+        const FileFindings findings = Check(found);
         if (!findings.IsClean())
             code = Worse(code, findings.IsReadable() ? kExitDamaged : kExitSomeFailed);
         if (!m_quiet || !findings.IsClean())
@@ -68,8 +71,11 @@ ExitCode CheckCommand::Run(const GlobalOptions&)
     return code;
 }
 
-FileFindings CheckCommand::Check(const Input& input) const
+FileFindings CheckCommand::Check(const InputName& name) const
 {
+    if (name.problem)
+        return {name.problem, {}};
+    const Input input(name.name);
     const Result<InputAtHand> source = BringFileToHand(input, m_fetch, [](int64_t) {});
     const Problem problem = source ? source->input.FileProblem() : source.Why();
     if (problem)

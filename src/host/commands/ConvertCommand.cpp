@@ -24,7 +24,7 @@ constexpr char kExamples[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav
   aiffconv convert song.aiff -o song.flac      FLAC, chosen by the file name
   aiffconv convert *.aiff -o wav/              several files to a folder
-  aiffconv convert *.aiff -o flac/ --format flac
+  aiffconv convert library -o flac/ --format flac   a folder, with those in it
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv convert song.aiff -o part.wav --start 1:30 --end 2:00.5
   aiffconv convert song.aiff -o part.wav --start 44100f --end 88200f
@@ -141,7 +141,8 @@ Result<OutputPlan> ConvertCommand::MakePlan(const codecs::CodecLoader& loader) c
     };
     const bool isFlac = m_options.format == AudioFormat::Flac;
     const std::string extension = std::string(".") + (isFlac ? kFlac : kWav);
-    Result<OutputPlan> plan = PlanOutputs(m_inputs, m_batch.output, extension, isKnown);
+    Result<OutputPlan> plan = PlanOutputs(FindInputs(m_inputs, kAiffEndings, m_batch.output),
+                                          m_batch.output, extension, isKnown);
     if (!plan)
         return plan;
     if (plan->items.front().output == m_batch.output) {

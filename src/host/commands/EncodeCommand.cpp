@@ -5,13 +5,10 @@
 #include "host/commands/Command.h"
 #include "host/commands/FetchArguments.h"
 #include "host/commands/OutputName.h"
-#include "support/text/Ascii.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <array>
+#include <functional>
 #include <memory>
-#include <string_view>
 
 namespace aiff::host
 {
@@ -20,25 +17,15 @@ namespace
 
 constexpr char kOutputExtension[] = ".aiff";
 
-// Extensions of inputs that the new one replaces.
-constexpr std::array<std::string_view, 15> kInputExtensions = {
-    ".aif",  ".aifc", ".aiff", ".au",  ".bwf", ".caf",  ".flac", ".oga",
-    ".rf64", ".snd",  ".voc",  ".w64", ".wav", ".wave", ".wavex"};
-
 constexpr char kExamples[] = R"(Examples:
   aiffconv encode song.wav -o song.aiff
   aiffconv encode *.flac -o aiff/              several files to a folder
+  aiffconv encode library -o aiff/             a folder, with those in it
   aiffconv encode song.aifc -o song.aiff       little-endian AIFF-C to plain AIFF
   aiffconv encode *.wav -o aiff/ --skip-existing --json > results.jsonl
 
 Reads AIFF, WAV, FLAC and anything else libsndfile reads with integer samples of 8,
 16, 24 or 32 bits. Tags and pictures are copied, and every other chunk of an AIFF file.)";
-
-bool IsInputExtension(const std::string& extension)
-{
-    return std::ranges::any_of(
-        kInputExtensions, [&](std::string_view known) { return EqualNoCase(known, extension); });
-}
 
 class EncodeCommand : public Command
 {
@@ -70,7 +57,8 @@ ExitCode EncodeCommand::Run(const GlobalOptions& global)
         return FailWith(kExitUsage, "AIFF cannot be written to standard output: its beginning is "
                                     "completed last");
     const Result<OutputPlan> plan =
-        PlanOutputs(m_inputs, m_batch.output, kOutputExtension, IsInputExtension);
+        PlanOutputs(FindInputs(m_inputs, kSoundEndings, m_batch.output), m_batch.output,
+                    kOutputExtension, std::bind_front(IsOneOf, kSoundEndings));
     if (!plan)
         return FailWith(kExitUsage, plan.Why());
     const bool isNamed = plan->items.front().output == m_batch.output;

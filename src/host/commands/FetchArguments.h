@@ -11,7 +11,8 @@ namespace aiff::host
 {
 
 // What these commands take.
-inline constexpr char kInputs[] = "Files, http:// or https:// URLs, or - for standard input";
+inline constexpr char kInputs[] =
+    "Files, folders, http:// or https:// URLs, or - for standard input";
 
 // Adds the options to a command. They are stored in `fetch`, which must outlive the parsing.
 void AddFetchOptions(CLI::App& command, Fetch& fetch);

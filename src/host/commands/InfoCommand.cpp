@@ -2,6 +2,7 @@
 #include "host/author/tags/ReadFileTags.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
+#include "host/batch/FindInputs.h"
 #include "host/commands/Command.h"
 #include "host/commands/FetchArguments.h"
 #include "host/commands/TimePoint.h"
@@ -114,7 +115,7 @@ public:
 
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override;
-    ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+    ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const InputName& name,
                   Json& list) const;
 
     std::vector<std::string> m_inputs;
@@ -139,20 +140,23 @@ ExitCode InfoCommand::Work(const codecs::CodecLoader& loader, const Trace& trace
     ReportCapture report(trace);
     Json list = Json::array();
     ExitCode code = kExitDone;
-    for (const std::string& name : m_inputs)
-        code = Worse(code, Show(loader, report, Input(name), list));
+    for (const InputName& name : FindInputs(m_inputs, kAiffEndings))
+        code = Worse(code, Show(loader, report, name, list));
     if (m_json)
         PrintJson(list, JsonLayout::Indented);
     return code;
 }
 
 ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& report,
-                           const Input& input, Json& list) const
+                           const InputName& name, Json& list) const
 {
+    const Input input(name.name);
     const Result<InputAtHand> source =
         BringToHand(loader, report, input, Wanted::SoundAndTags, m_fetch, [](int64_t) {});
     DecoderSession session(loader, report);
-    Problem problem = source ? source->input.FileProblem() : source.Why();
+    Problem problem = name.problem ? name.problem
+                      : source     ? source->input.FileProblem()
+                                   : source.Why();
     constexpr uint32_t kFlags = QV_OPEN_AUDIO_INFO | QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
     if (!problem && !session.Open(source->input, kFlags))
         problem = source->incomplete ? source->incomplete : FailureReason(session);

@@ -4,6 +4,7 @@
 #include "host/author/tags/CopyTags.h"
 #include "host/author/tags/ReadFileTags.h"
 #include "host/base/Printable.h"
+#include "host/batch/FindInputs.h"
 #include "host/batch/Jobs.h"
 #include "host/commands/BatchArguments.h"
 #include "support/text/XStr.h"
@@ -57,14 +58,14 @@ private:
 
 // The indexes of the names, those of one file together: it is changed by one worker, one time
 // after the other.
-std::vector<std::vector<size_t>> GroupByFile(const std::vector<std::string>& names)
+std::vector<std::vector<size_t>> GroupByFile(const std::vector<InputName>& names)
 {
     std::vector<std::vector<size_t>> groups;
     std::map<std::pair<dev_t, ino_t>, size_t> groupOf;
     for (size_t i = 0; i < names.size(); ++i) {
         struct stat status;
         size_t group = groups.size();
-        if (stat(names[i].c_str(), &status) == 0)
+        if (stat(names[i].name.c_str(), &status) == 0)
             group = groupOf.try_emplace({status.st_dev, status.st_ino}, group).first->second;
         if (group == groups.size())
             groups.emplace_back();
@@ -73,9 +74,11 @@ std::vector<std::vector<size_t>> GroupByFile(const std::vector<std::string>& nam
     return groups;
 }
 
-Problem WorkOn(EditedFile& file, const Input& input,
+Problem WorkOn(EditedFile& file, const Input& input, const Problem& folderProblem,
                const std::function<Problem(EditedFile&)>& work)
 {
+    if (folderProblem)
+        return folderProblem;
     if (!input.IsFile())
         return std::string(input.IsUrl() ? "is a URL" : "is standard input") +
                ", and only the tags of files can be changed";
@@ -196,10 +199,11 @@ void EditedFile::SayWhatDiffers(const std::vector<TagItem>& items)
     }
 }
 
-ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::CodecLoader& loader,
+ExitCode ForEachTagFile(const std::vector<std::string>& files, const codecs::CodecLoader& loader,
                         const Trace& trace, const EditOptions& options,
                         const std::function<Problem(EditedFile&)>& work)
 {
+    const std::vector<InputName> names = FindInputs(files, kAiffEndings);
     const std::vector<std::vector<size_t>> groups = GroupByFile(names);
     // A trace shows one file at a time, so that its lines do not mix.
     const size_t workers =
@@ -209,9 +213,10 @@ ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::Cod
     RunJobs(groups.size(), workers, [&](size_t group, size_t) {
         ReportCapture report(trace);
         for (const size_t index : groups[group]) {
-            const Input input(names[index]);
+            const auto& [name, below, folderProblem] = names[index];
+            const Input input(name);
             EditedFile file(loader, report, input, options);
-            if (const Problem problem = WorkOn(file, input, work)) {
+            if (const Problem problem = WorkOn(file, input, folderProblem, work)) {
                 failed = true;
                 file.SayProblem(problem);
             }

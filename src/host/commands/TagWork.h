@@ -79,9 +79,10 @@ private:
     std::vector<FileLine> m_lines;
 };
 
-// Reads the tags of each file and does `work` with them, on several files at a time. A failure
-// does not keep the other files from being worked on. Lines come in the order of the names.
-ExitCode ForEachTagFile(const std::vector<std::string>& names, const codecs::CodecLoader& loader,
+// Reads the tags of each file, in folders too, and does `work` with them, on several files at a
+// time. A failure does not keep the other files from being worked on. Lines come in the order of
+// the files.
+ExitCode ForEachTagFile(const std::vector<std::string>& files, const codecs::CodecLoader& loader,
                         const Trace& trace, const EditOptions& options,
                         const std::function<Problem(EditedFile&)>& work);
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "host/base/Printable.h"
-#include "host/batch/NewFolder.h"
+#include "host/batch/FindInputs.h"
+#include "host/batch/NewFolders.h"
 #include "host/batch/OutputFile.h"
+#include "host/batch/OutputPlan.h"
 #include "host/commands/CommandGroup.h"
 #include "host/commands/FetchArguments.h"
 #include "host/commands/TagWork.h"
@@ -10,6 +12,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <sys/stat.h>
 
 namespace aiff::host
@@ -19,6 +22,8 @@ namespace
 
 // A tag stores its size in 28 bits.
 constexpr std::streamoff kMaxPicture = (1 << 28) - 1;
+
+constexpr char kNoPictures[] = "has no pictures";
 
 std::string Extension(std::span<const uint8_t> picture)
 {
@@ -36,8 +41,11 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("export", "Save the pictures as files");
-        command->add_option("IN", m_file, "A file, a URL, or - for standard input")->required();
-        command->add_option("-o,--output", m_folder, "Folder for 1-front.jpg, 2-back.png, ...")
+        command->add_option("IN", m_inputs, kInputs)->required();
+        command
+            ->add_option("-o,--output", m_folder,
+                         "Folder for 1-front.jpg, 2-back.png, ...; of several files and those in "
+                         "folders, each gets one of its own in there")
             ->required();
         command->add_flag("--overwrite", m_overwrite, "Replace existing files");
         AddFetchOptions(*command, m_fetch);
@@ -48,41 +56,67 @@ public:
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
+        const std::vector<InputName> inputs = FindInputs(m_inputs, kAiffEndings, m_folder);
+        const bool isOne = inputs.size() == 1 && !inputs.front().below;
+        Result<OutputPlan> plan = OutputPlan{{{Input(inputs.front().name), m_folder, {}}}, {}};
+        if (!isOne)
+            plan = PlanOutputs(inputs, m_folder, "", std::bind_front(IsOneOf, kAiffEndings));
+        if (!plan)
+            return FailWith(kExitUsage, plan.Why());
         ReportCapture report(trace);
-        const Result<InputAtHand> source = BringToHand(
-            loader, report, Input(m_file), Wanted::SoundAndTags, m_fetch, [](int64_t) {});
-        if (!source)
-            return FailWith(kExitSomeFailed, source.Why().About(m_file));
-        EditedFile file(loader, report, source->input, {});
-        Problem problem = source->incomplete ? source->incomplete : file.Read();
-        if (!problem)
-            problem = Export(file);
-        if (problem)
-            return FailWith(kExitSomeFailed, problem.About(m_file));
-        if (!source->note.empty())
-            SayProblem(Problem(source->note).About(m_file));
-        return kExitDone;
+        NewFolders folders(false);
+        ExitCode code = kExitDone;
+        for (const OutputPlan::Item& item : plan->items) {
+            const Result<size_t> pictures = ExportAll(loader, report, item, folders);
+            Problem problem = pictures.Why();
+            if (pictures && *pictures == 0 && isOne)
+                problem = kNoPictures;
+            if (problem)
+                code = FailWith(kExitSomeFailed, problem.About(item.input.Name()));
+            else if (*pictures == 0 && !m_quiet)
+                std::printf("%s: %s\n", Printable(item.input.Name()).c_str(), kNoPictures);
+        }
+        return code;
     }
 
-    Problem Export(const EditedFile& file) const
+    // The number of pictures.
+    Result<size_t> ExportAll(const codecs::CodecLoader& loader, ReportCapture& report,
+                             const OutputPlan::Item& item, NewFolders& folders) const
     {
-        NewFolder folder;
+        if (item.problem)
+            return item.problem;
+        const Result<InputAtHand> source =
+            BringToHand(loader, report, item.input, Wanted::SoundAndTags, m_fetch, [](int64_t) {});
+        if (!source)
+            return source.Why();
+        EditedFile file(loader, report, source->input, {});
+        if (Problem problem = source->incomplete ? source->incomplete : file.Read())
+            return problem;
+        const Result<size_t> pictures = Export(file, item, folders);
+        if (pictures && !source->note.empty())
+            SayProblem(Problem(source->note).About(item.input.Name()));
+        return pictures;
+    }
+
+    Result<size_t> Export(const EditedFile& file, const OutputPlan::Item& item,
+                          NewFolders& folders) const
+    {
         size_t index = 0;
-        for (const TagItem& item : file.Items()) {
-            if (!item.IsPicture())
+        for (const TagItem& field : file.Items()) {
+            if (!field.IsPicture())
                 continue;
-            if (Problem problem = ++index == 1 ? folder.Make(m_folder) : Problem())
+            if (Problem problem = folders.Make(item.output))
                 return problem;
-            const std::string path = m_folder + "/" + std::to_string(index) + "-" +
-                                     PictureKindOfRole(item.PictureRole()).option +
-                                     Extension(item.data);
-            if (Problem problem = WritePicture(path, item.data))
+            const std::string path = item.output + "/" + std::to_string(++index) + "-" +
+                                     PictureKindOfRole(field.PictureRole()).option +
+                                     Extension(field.data);
+            if (Problem problem = WritePicture(path, field.data))
                 return problem;
             if (!m_quiet)
-                std::printf("%s: picture %zu -> %s\n", Printable(m_file).c_str(), index,
+                std::printf("%s: picture %zu -> %s\n", Printable(item.input.Name()).c_str(), index,
                             Printable(path).c_str());
         }
-        return index == 0 ? "has no pictures" : Problem();
+        return index;
     }
 
     Problem WritePicture(const std::string& path, std::span<const uint8_t> data) const
@@ -100,7 +134,7 @@ private:
         return output.Commit();
     }
 
-    std::string m_file;
+    std::vector<std::string> m_inputs;
     std::string m_folder;
     Fetch m_fetch = Fetch::WhenNeeded;
     bool m_overwrite = false;
@@ -142,7 +176,9 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("set", "Put a picture into files");
-        command->add_option("FILE... IMAGE", m_arguments, "Files, then a PNG or JPEG picture")
+        command
+            ->add_option("FILE... IMAGE", m_arguments,
+                         "Files and folders, then a PNG or JPEG picture")
             ->required()
             ->expected(2, -1);
         command->add_option("--type", m_type, "What it shows (default: front)");

@@ -14,7 +14,7 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("clear", "Remove all tags");
-        command->add_option("FILE", m_files, "Files to change")->required();
+        command->add_option("FILE", m_files, "Files and folders to change")->required();
         AddEditOptions(*command, m_options);
         return command;
     }

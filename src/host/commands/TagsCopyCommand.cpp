@@ -22,7 +22,7 @@ public:
     {
         CLI::App* command = program.add_subcommand("copy", "Copy the tag of one file to others");
         command->add_option("FROM", m_from, "A file, a URL, or - for standard input")->required();
-        command->add_option("TO", m_to, "Files to change")->required();
+        command->add_option("TO", m_to, "Files and folders to change")->required();
         AddFetchOptions(*command, m_fetch);
         AddEditOptions(*command, m_options);
         command->footer(kCopyRule);

@@ -36,7 +36,9 @@ public:
     CLI::App* AddTo(CLI::App& program) override
     {
         CLI::App* command = program.add_subcommand("remove", "Remove fields");
-        command->add_option("FILE... NAME", m_arguments, "Files, then the fields to remove")
+        command
+            ->add_option("FILE... NAME", m_arguments,
+                         "Files and folders, then the fields to remove")
             ->required();
         command
             ->add_option("-n,--name", m_names,

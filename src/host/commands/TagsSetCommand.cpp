@@ -34,7 +34,8 @@ public:
     {
         CLI::App* command = program.add_subcommand("set", "Set fields");
         command
-            ->add_option("FILE... NAME=VALUE", m_arguments, "Files, then the fields to set in them")
+            ->add_option("FILE... NAME=VALUE", m_arguments,
+                         "Files and folders, then the fields to set in them")
             ->required();
         command
             ->add_option("-s,--set", m_assignments,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
+#include "host/batch/FindInputs.h"
 #include "host/commands/FetchArguments.h"
 #include "host/commands/TagWork.h"
 #include "host/session/TagText.h"
@@ -32,21 +33,22 @@ private:
         ReportCapture report(trace);
         Json list = Json::array();
         ExitCode code = kExitDone;
-        for (const std::string& name : m_inputs)
-            code = Worse(code, Show(loader, report, Input(name), list));
+        for (const InputName& name : FindInputs(m_inputs, kAiffEndings))
+            code = Worse(code, Show(loader, report, name, list));
         if (m_json)
             PrintJson(list, JsonLayout::Indented);
         return code;
     }
 
-    ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
+    ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const InputName& found,
                   Json& list) const
     {
-        const std::string& name = input.Name();
+        const std::string& name = found.name;
+        const Input input(name);
         const Result<InputAtHand> source =
             BringToHand(loader, report, input, Wanted::SoundAndTags, m_fetch, [](int64_t) {});
         EditedFile file(loader, report, source ? source->input : input, {});
-        if (Problem problem = source ? file.Read() : source.Why()) {
+        if (Problem problem = found.problem ? found.problem : source ? file.Read() : source.Why()) {
             problem = source && source->incomplete ? source->incomplete : problem;
             list.push_back({{"file", name}, {"error", problem.Text()}});
             return FailWith(kExitSomeFailed, problem.About(name));

@@ -78,7 +78,8 @@ bool DecoderSession::OpenWith(const codecs::Decoder& decoder, uint32_t flags, Fr
         (void)m_instance.Set(QV_KEY_EXACT_STREAMS, exact); // others give samples only anyway
     }
     m_record = STQvOpenDecoder{};
-    m_record.pFileName = m_input->WidePath().c_str();
+    m_path = m_input->WidePath();
+    m_record.pFileName = m_path.c_str();
     m_record.nFlags = flags;
     if ((flags & QV_OPEN_PREPARE_DECODE) != 0)
         m_record.nFlags |= QV_OPEN_PROPERTIES; // for HasSignedBytes

@@ -74,6 +74,7 @@ private:
     ReportCapture& m_report;
     const Input* m_input = nullptr;
     const codecs::Decoder* m_decoder = nullptr;
+    std::wstring m_path; // that the record refers to
     codecs::DecoderInstance m_instance;
     STQvOpenDecoder m_record{};
     std::vector<std::string> m_firstErrors;

@@ -36,9 +36,10 @@ Problem TagFile::Write(const std::vector<TagItem>& items)
     Result<std::vector<uint8_t>> blob = MakeTagBlob(kept);
     if (!blob)
         return blob.Why();
+    const std::wstring path = m_input.WidePath();
     return ChangeByDecoder([&](codecs::DecoderInstance& decoder) {
         STQvCodecGetSet record{};
-        record.pText1 = m_input.WidePath().c_str();
+        record.pText1 = path.c_str();
         record.pData = blob->data();
         record.nDataSize = static_cast<int32_t>(blob->size());
         return decoder.Set(QV_KEY_ID_TAGS, record);
