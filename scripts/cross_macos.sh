@@ -72,7 +72,11 @@ lay_out_libraries() {
         ln -s "/usr/include/$header" "$prefix/include/"
     done
     ln -s "$(pkg-config --variable=includedir libcurl)/curl" "$prefix/include/"
-    for name in sndfile flac taglib libcurl; do
+    # Debian has some of OpenSSL's headers in a folder for the processor.
+    mkdir "$prefix/include/openssl"
+    ln -s /usr/include/openssl/* /usr/include/"$(gcc -print-multiarch)"/openssl/* \
+        "$prefix/include/openssl/"
+    for name in sndfile flac taglib libcurl libcrypto; do
         printf '%s\n' "Name: $name" "Description: headers of $name" \
             "Version: $(pkg-config --modversion "$name")" \
             "Cflags: -isystem $prefix/include -isystem $prefix/include/taglib" \
@@ -96,7 +100,7 @@ fail() {
 # Names that a program may find only when it runs: of the C++ library and of the libraries.
 # Everything else, the compiler's runtime included, must be there.
 readonly runtime='__Z(T[A-Z])?(N?K?St|N10__cxxabiv1|[nd][wal])|___(cxa|gxx)_|___dynamic_cast$'
-readonly libraries='_(sf|curl|FLAC_)_|__Z(T[A-Z]|[a-z]{2}(RNSt.*)?R?K?)?N?K?(6TagLib|7testing)'
+readonly libraries='_(sf|curl|FLAC|EVP)_|__Z(T[A-Z]|[a-z]{2}(RNSt.*)?R?K?)?N?K?(6TagLib|7testing)'
 
 check_names() { # program, expression of the names that it may lack
     local names lacking

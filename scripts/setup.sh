@@ -20,14 +20,14 @@ manager=apt
 packages_for() { # purpose
     case $manager-$1 in
     apt-build) echo g++ cmake ninja-build pkg-config libsndfile1-dev libcli11-dev \
-        nlohmann-json3-dev libtag1-dev libcurl4-openssl-dev ;;
+        nlohmann-json3-dev libtag1-dev libcurl4-openssl-dev libssl-dev ;;
     apt-test) echo libgtest-dev nginx-light python3 python3-mutagen ;;
     apt-coverage) echo gcovr jq ;;
     apt-ci) echo clang clang-format clang-tidy libclang-rt-14-dev debhelper fakeroot lintian \
         strace sox sndfile-programs ffmpeg ;;
     apt-cross) echo g++-aarch64-linux-gnu qemu-user libsndfile1-dev:arm64 libtag1-dev:arm64 \
-        libcurl4-openssl-dev:arm64 libgtest-dev:arm64 npm lld llvm ;;
-    brew-build) echo cmake ninja pkgconf libsndfile cli11 nlohmann-json taglib curl ;;
+        libcurl4-openssl-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64 npm lld llvm ;;
+    brew-build) echo cmake ninja pkgconf libsndfile cli11 nlohmann-json taglib curl openssl@3 ;;
     brew-test) echo googletest nginx ;;
     brew-coverage) echo gcovr jq ;;
     *)

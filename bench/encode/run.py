@@ -3,7 +3,7 @@
 """Measures `aiffconv encode` and batches against other programs, side by side.
 
   bench/encode/run.py [--build build/release] [--rounds 9] [--mb 400] [--files 2000]
-                      [--only encode|folder]
+                      [--only encode|folder|tree|md5]
 
 Rounds go through all programs in turn, so that a busy machine slows each of them alike;
 shown are medians, and ratios of the medians. Results are compared before anything is
@@ -106,13 +106,9 @@ def check(encode, other, out):
 def bench_folder(aiffconv, work, files, rounds):
     folder = work / "aiff"
     folder.mkdir()
-    make_wav(work / "small.wav", 1)
-    with wave.open(str(work / "small.wav")) as whole, wave.open(str(work / "s.wav"), "wb") as part:
-        part.setparams(whole.getparams())
-        part.writeframes(whole.readframes(8000))
-    subprocess.run([aiffconv, "encode", work / "s.wav", "-o", work / "s.aiff", "-q"], check=True)
+    small = small_aiff(aiffconv, work)
     for i in range(files):
-        shutil.copy(work / "s.aiff", folder / f"{i:05}.aiff")
+        shutil.copy(small, folder / f"{i:05}.aiff")
     target = work / "wav"
     loop = f'for f in {folder}/*.aiff; do ffmpeg -v error -nostdin -y -i "$f" ' \
            f'"{target}/$(basename "$f" .aiff).wav"; done'
@@ -135,6 +131,56 @@ def bench_folder(aiffconv, work, files, rounds):
     assert len(list(target.iterdir())) == files
 
 
+def small_aiff(aiffconv, work):
+    make_wav(work / "small.wav", 1)
+    with wave.open(str(work / "small.wav")) as whole, wave.open(str(work / "s.wav"), "wb") as part:
+        part.setparams(whole.getparams())
+        part.writeframes(whole.readframes(8000))
+    subprocess.run([aiffconv, "encode", work / "s.wav", "-o", work / "s.aiff", "-q"], check=True)
+    return work / "s.aiff"
+
+
+def bench_tree(aiffconv, work, files, rounds):
+    """A tree with ten files to a folder, against shell loops that keep it."""
+    library, target = work / "library", work / "tree"
+    small = small_aiff(aiffconv, work)
+    for i in range(files):
+        folder = library / f"Album {i // 10:04}"
+        folder.mkdir(parents=True, exist_ok=True)
+        shutil.copy(small, folder / f"{i % 10}.aiff")
+    loop = f'cd {library} && for f in */*.aiff; do mkdir -p "{target}/${{f%/*}}" && ' \
+           f'%s "{target}/${{f%.aiff}}.wav"; done'
+    ways = [("aiffconv --jobs 2", [aiffconv, "convert", library, "-o", target, "-j2", "-q"])]
+    for name, command in (("sox", 'sox "$f"'), ("ffmpeg", 'ffmpeg -v error -nostdin -y -i "$f"')):
+        if available(name):
+            ways.append((f"shell loop over {name}", ["sh", "-c", loop % command]))
+
+    def clean():
+        shutil.rmtree(target, ignore_errors=True)
+        subprocess.run(["sync"])
+
+    compare(f"{files} AIFF files of 8000 frames in {files // 10} folders to WAV", ways, rounds,
+            clean)
+    assert sum(path.suffix == ".wav" for path in target.rglob("*")) == files
+
+
+def bench_md5(aiffconv, work, megabytes, rounds):
+    """Against md5sum of the same file, which has hardly more bytes than its sound."""
+    source = work / "md5.wav"
+    make_wav(source, megabytes)
+    ways = [("md5sum", ["md5sum", source])]
+    for suffix, command in ((".wav", None), (".aiff", "encode"), (".flac", "convert")):
+        path = source.with_suffix(suffix)
+        if command:
+            given = source if suffix == ".aiff" else source.with_suffix(".aiff")
+            subprocess.run([aiffconv, command, given, "-o", path, "-q"], check=True)
+        ways.append((f"aiffconv md5, {suffix[1:]}", [aiffconv, "md5", path]))
+    sums = {subprocess.run(command, capture_output=True, text=True, check=True).stdout[:32]
+            for _, command in ways[1:]}
+    assert len(sums) == 1, "the sums differ"
+    compare(f"MD5 of {megabytes} MiB", ways, rounds, lambda: None)
+
+
 def main():
     root = pathlib.Path(__file__).resolve().parents[2]
     options = argparse.ArgumentParser(description=__doc__.splitlines()[0])
@@ -142,15 +188,19 @@ def main():
     options.add_argument("--rounds", default=9, type=int)
     options.add_argument("--mb", default=400, type=int)
     options.add_argument("--files", default=2000, type=int)
-    options.add_argument("--only", choices=["encode", "folder"])
+    options.add_argument("--only", choices=["encode", "folder", "tree", "md5"])
     chosen = options.parse_args()
     aiffconv = chosen.build.resolve() / "bin" / "aiffconv"
     with tempfile.TemporaryDirectory(prefix="aiff-bench-") as folder:
         work = pathlib.Path(folder)
-        if chosen.only != "folder":
+        if chosen.only in (None, "encode"):
             bench_encode(aiffconv, work, chosen.mb, chosen.rounds)
-        if chosen.only != "encode":
+        if chosen.only in (None, "folder"):
             bench_folder(aiffconv, work, chosen.files, max(chosen.rounds // 3, 1))
+        if chosen.only in (None, "tree"):
+            bench_tree(aiffconv, work, chosen.files, max(chosen.rounds // 3, 1))
+        if chosen.only in (None, "md5"):
+            bench_md5(aiffconv, work, chosen.mb, chosen.rounds)
 
 
 main()

@@ -33,6 +33,7 @@ constexpr char kHelp[] = R"(Examples:
   aiffconv convert song.aiff -o - | aplay      to another program
   aiffconv encode song.flac -o song.aiff       WAV, FLAC and others to AIFF
   aiffconv check *.aiff                        find irregularities in files
+  aiffconv md5 library >sums                   checksums of the sound
   aiffconv info song.aiff                      format, length and tags
   aiffconv tags set *.aiff "Album=The Album"   edit tags (see tags --help)
   aiffconv codecs                              which decoders were found
@@ -44,7 +45,7 @@ Exit codes:
   2    the command line is invalid; nothing was done
   3    no usable decoder plug-in was found
   4    everything was done, but an input was damaged: its output holds what
-       could be read; or "check" found irregularities
+       could be read, or it has no checksum; or "check" found irregularities
   130  interrupted; unfinished outputs were removed)";
 
 // A file opened while one of the first three descriptors is closed would take its number
@@ -123,9 +124,9 @@ int Run(int argc, char** argv)
                        "Show what the decoders report: error, info or debug; add =FILE to write "
                        "it to a file");
     host::CommandSet commands;
-    commands.AddTo(program,
-                   {host::MakeConvertCommand, host::MakeEncodeCommand, host::MakeInfoCommand,
-                    host::MakeTagsCommand, host::MakeCheckCommand, host::MakeCodecsCommand});
+    commands.AddTo(program, {host::MakeConvertCommand, host::MakeEncodeCommand,
+                             host::MakeInfoCommand, host::MakeTagsCommand, host::MakeCheckCommand,
+                             host::MakeMd5Command, host::MakeCodecsCommand});
     try {
         program.parse(Arguments(argc, argv));
     } catch (const CLI::ParseError& error) {

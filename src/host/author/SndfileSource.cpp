@@ -4,6 +4,7 @@
 #include "aiff/AIFFHandler.h"
 #include "host/author/ContainerSizes.h"
 #include "host/author/tags/SourceTags.h"
+#include "host/base/Printable.h"
 #include "host/writers/OpenSndfile.h"
 
 #include <algorithm>
@@ -68,9 +69,8 @@ bool HoldsBareSamples(SNDFILE* file, int format)
     }
 }
 
-// Whether the library would take the file for MPEG audio, which cannot be encoded: its decoder
-// for that writes to the terminal. A tag in front, or several, tells nothing yet.
-bool LooksLikeMpeg(const FileContent& file)
+// Where the file itself begins: there may be ID3v2 tags before it.
+int64_t StartAfterTags(const FileContent& file)
 {
     int64_t position = 0;
     std::array<uint8_t, 10> head{};
@@ -84,7 +84,16 @@ bool LooksLikeMpeg(const FileContent& file)
             size = size * kSizeDigit + head[at] % kSizeDigit;
         position += std::ssize(head) + size;
     }
-    return head[0] == 0xFF && head[1] >= 0xE0;
+    return position;
+}
+
+// Whether the library would take the file for MPEG audio, which cannot be encoded: its decoder
+// for that writes to the terminal.
+bool LooksLikeMpeg(const FileContent& file)
+{
+    std::array<uint8_t, 2> head{};
+    return file.ReadAt(StartAfterTags(file), head) == head.size() && head[0] == 0xFF &&
+           head[1] >= 0xE0;
 }
 
 } // namespace
@@ -186,6 +195,20 @@ Problem SndfileSource::Damage() const
     const ContainerSizes sizes = ReadContainerSizes(*m_content);
     const bool isWhole = m_coded || sizes.soundBytes % m_format.nBlockAlign <= 0;
     return sizes.damage || isWhole ? sizes.damage : kEndsWithinFrame;
+}
+
+std::string SndfileSource::OwnSum() const
+{
+    constexpr int64_t kSumOffset = 26; // in the first block of a FLAC file
+    std::array<uint8_t, 16> sum{};
+    const int64_t start = StartAfterTags(*m_content);
+    if ((m_info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_FLAC ||
+        m_content->ReadAt(start, std::span(sum).first(4)) != 4 ||
+        !std::equal(sum.begin(), sum.begin() + 4, "fLaC") ||
+        m_content->ReadAt(start + kSumOffset, sum) != sum.size() ||
+        std::ranges::count(sum, 0) == std::ssize(sum)) // where it could not be completed
+        return {};
+    return Hexadecimal(std::as_bytes(std::span(sum)));
 }
 
 bool SndfileSource::HasLastFrame()

@@ -25,6 +25,7 @@ public:
     Problem ListChunks(clPassAIFFChunks& chunks) override;
     [[nodiscard]] bool Read(XMem& block) override;
     Problem Damage() const override;
+    std::string OwnSum() const override;
     // Instead of reading all: whether the last of the frames can be read.
     bool HasLastFrame();
 

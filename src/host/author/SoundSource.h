@@ -17,6 +17,8 @@ namespace aiff::host
 inline constexpr char kEndsWithinFrame[] =
     "ends its sound within a sample frame, which is left out";
 
+inline constexpr char kNotAsSummed[] = "is damaged: its sound is not what its own checksum says";
+
 // The source's own bytes of what a new AIFF file would round.
 struct ExactFields {
     std::vector<uint8_t> rate;   // 10 bytes of a COMM chunk; empty: from the format
@@ -49,6 +51,10 @@ public:
 
     // What the source seems to have lost, or says of its sound that is not so.
     virtual Problem Damage() const = 0;
+
+    // The MD5 of the samples that the source itself has of them, as SoundSum gives it; mostly
+    // empty.
+    virtual std::string OwnSum() const { return {}; }
 
     // What a new file does not get, although nothing is wrong with it; mostly empty.
     virtual std::string LeftOut() const { return {}; }

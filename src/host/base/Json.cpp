@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/base/Json.h"
 
+#include "host/base/Printable.h"
 #include "support/text/Utf8.h"
 
 #include <cstdio>
+#include <span>
 #include <string_view>
 
 namespace aiff::host
@@ -21,17 +23,6 @@ bool IsUtf8(std::string_view text)
     return text.empty();
 }
 
-std::string Hexadecimal(std::string_view bytes)
-{
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string text;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        text += {kDigits[byte / 16], kDigits[byte % 16]};
-    }
-    return text;
-}
-
 // The value with the bytes of what is not UTF-8.
 Json WithBytes(const Json& value)
 {
@@ -46,7 +37,7 @@ Json WithBytes(const Json& value)
         whole[key] = WithBytes(member);
         const auto* const text = member.get_ptr<const std::string*>();
         if (text != nullptr && !IsUtf8(*text))
-            whole[key + kBytes] = Hexadecimal(*text);
+            whole[key + kBytes] = Hexadecimal(std::as_bytes(std::span(*text)));
     }
     return whole;
 }

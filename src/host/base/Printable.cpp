@@ -24,6 +24,17 @@ std::string Printable(std::string_view utf8)
     return line;
 }
 
+std::string Hexadecimal(std::span<const std::byte> bytes)
+{
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (const std::byte byte : bytes) {
+        const auto value = std::to_integer<size_t>(byte);
+        text += {kDigits[value / 16], kDigits[value % 16]};
+    }
+    return text;
+}
+
 std::string Counted(int64_t count, std::string_view noun)
 {
     return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");

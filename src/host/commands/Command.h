@@ -56,6 +56,7 @@ std::unique_ptr<Command> MakeCodecsCommand();
 std::unique_ptr<Command> MakeConvertCommand();
 std::unique_ptr<Command> MakeEncodeCommand();
 std::unique_ptr<Command> MakeInfoCommand();
+std::unique_ptr<Command> MakeMd5Command();
 std::unique_ptr<Command> MakeTagsCommand();
 std::unique_ptr<Command> MakeTagsShowCommand();
 std::unique_ptr<Command> MakeTagsSetCommand();
