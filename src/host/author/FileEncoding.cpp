@@ -5,6 +5,8 @@
 #include "aiff/PassChunks.h"
 #include "host/author/OpenSource.h"
 #include "host/author/OutputContent.h"
+#include "host/author/SoundSum.h"
+#include "host/author/VerifyOutput.h"
 #include "host/author/tags/AiffForm.h"
 #include "host/batch/OutputFile.h"
 #include "host/session/ReportCapture.h"
@@ -38,8 +40,8 @@ int64_t RoomForSound(const clPassAIFFChunks& chunks)
 class FileEncoding
 {
 public:
-    FileEncoding(const Trace& trace, Fetch fetch, ProgressFunction progress)
-        : m_report(trace), m_fetch(fetch), m_progress(std::move(progress))
+    FileEncoding(const Trace& trace, EncodeOptions options, ProgressFunction progress)
+        : m_report(trace), m_options(options), m_progress(std::move(progress))
     {
     }
 
@@ -51,12 +53,13 @@ private:
     Problem OpenOutput(const std::string& path, const OutputRules& rules, OutputFile& output);
     Problem WriteFile(const OutputFile& output, const clPassAIFFChunks& chunks);
     Problem WriteSound(clAIFFHandler& aiff, const OutputContent& content);
+    Problem Verify(OutputFile& output);
     bool Complete(clAIFFHandler& aiff);
     bool RestoreExactFields(clAIFFHandler& aiff);
     FileResult SumUp() const;
 
     ReportCapture m_report;
-    Fetch m_fetch;
+    EncodeOptions m_options;
     ProgressFunction m_progress;
     XMem m_block;
     std::optional<InputAtHand> m_input; // keeps the copy that the source reads
@@ -64,11 +67,14 @@ private:
     std::string m_outputName;
     int64_t m_room = 0;    // bytes of sound that the new file can hold
     int64_t m_written = 0; // bytes of sound in it
+    SoundSum m_sum{8};     // of its samples, to verify it
+    bool m_isNotAsSummed = false;
 };
 
 FileResult FileEncoding::Run(const OutputPlan::Item& item, const OutputRules& rules)
 {
     m_written = 0;
+    m_isNotAsSummed = false;
     m_report.Clear();
     const Problem problem = Encode(item, rules);
     m_report.Collect();
@@ -95,6 +101,8 @@ FileResult FileEncoding::SumUp() const
     Problem damage = m_input->incomplete ? m_input->incomplete : m_source->Damage();
     if (!damage && m_written < m_source->ExpectedBytes())
         damage = "ends before its sound data is complete";
+    if (!damage && m_isNotAsSummed)
+        damage = kNotAsSummed;
     if (damage) {
         result.outcome = ConvertOutcome::Damaged;
         result.problem = damage.Text() + "; encoded what is there";
@@ -116,15 +124,29 @@ Problem FileEncoding::Encode(const OutputPlan::Item& item, const OutputRules& ru
     OutputFile output({});
     if (Problem problem = OpenOutput(item.output, rules, output))
         return problem;
+    m_sum = SoundSum((m_source->Format().nBitsPerSample + 7) / 8 * 8);
     if (Problem problem = WriteFile(output, chunks))
         return problem;
+    if (Problem problem = m_options.verify ? Verify(output) : Problem())
+        return problem;
     return output.Commit();
+}
+
+// Of the source, too, where it knows what its sound is.
+Problem FileEncoding::Verify(OutputFile& output)
+{
+    const Result<std::string> sum = m_sum.Hex();
+    if (!sum)
+        return sum.Why();
+    const std::string own = m_source->OwnSum();
+    m_isNotAsSummed = !own.empty() && own != *sum;
+    return VerifyOutput(output, m_source->Format(), *sum);
 }
 
 Problem FileEncoding::OpenSourceOf(const Input& named)
 {
     Result<InputAtHand> atHand = BringFileToHand(
-        named, m_fetch, [this](int64_t bytes) { m_progress(Advance::Received(bytes)); });
+        named, m_options.fetch, [this](int64_t bytes) { m_progress(Advance::Received(bytes)); });
     if (!atHand)
         return atHand.Why();
     m_input = std::move(*atHand);
@@ -177,6 +199,8 @@ Problem FileEncoding::WriteSound(clAIFFHandler& aiff, const OutputContent& conte
             return kTooLarge;
         if (!aiff.Write(m_block.View()))
             return content.Failure().About(m_outputName);
+        if (m_options.verify && m_source->SampleBytes(m_written) > 0)
+            m_sum.AddAiff(m_block); // which it leaves in another order
         m_progress(static_cast<double>(m_written) / expected);
     }
 }
@@ -210,9 +234,9 @@ bool FileEncoding::RestoreExactFields(clAIFFHandler& aiff)
 
 } // namespace
 
-FileWork MakeEncodingWork(const Trace& trace, Fetch fetch, ProgressFunction progress)
+FileWork MakeEncodingWork(const Trace& trace, EncodeOptions options, ProgressFunction progress)
 {
-    const auto encoding = std::make_shared<FileEncoding>(trace, fetch, std::move(progress));
+    const auto encoding = std::make_shared<FileEncoding>(trace, options, std::move(progress));
     return [encoding](const OutputPlan::Item& item, const OutputRules& rules) {
         return encoding->Run(item, rules);
     };

@@ -9,7 +9,12 @@
 namespace aiff::host
 {
 
+struct EncodeOptions {
+    Fetch fetch = Fetch::WhenNeeded;
+    bool verify = false;
+};
+
 // Makes the work of one worker, which turns each input into an AIFF file, bit for bit.
-FileWork MakeEncodingWork(const Trace& trace, Fetch fetch, ProgressFunction progress);
+FileWork MakeEncodingWork(const Trace& trace, EncodeOptions options, ProgressFunction progress);
 
 } // namespace aiff::host

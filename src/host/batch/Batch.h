@@ -23,7 +23,8 @@ struct BatchOptions {
     size_t jobs = 0;    // 0: one per processor
     bool overwrite = false;
     bool skipExisting = false;
-    bool sync = false; // outputs are on the disk before they count as done
+    bool verify = false; // outputs are read back; up to the work of a task
+    bool sync = false;   // outputs are on the disk before they count as done
     bool json = false;
     bool quiet = false;
 };

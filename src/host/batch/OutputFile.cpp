@@ -167,6 +167,15 @@ Problem OutputFile::WriteAt(int64_t position, std::span<const uint8_t> bytes)
     return written == std::ssize(bytes) ? Problem() : FailedCall();
 }
 
+Result<std::string> OutputFile::ReadablePath()
+{
+    if (IsDirect())
+        return Problem("cannot be read back").About(Name());
+    if (Problem problem = Flush())
+        return problem;
+    return m_temporary.empty() ? "/dev/fd/" + std::to_string(m_descriptor) : m_temporary;
+}
+
 Problem OutputFile::Commit()
 {
     if (Problem problem = Flush())

@@ -52,6 +52,9 @@ public:
     Problem WriteAt(int64_t position, std::span<const uint8_t> bytes);
     // With IfExists::Fail, a file that has appeared in the meantime is kept.
     Problem Commit();
+    // By which the output can be opened before Commit(), with all that was written until now. A
+    // direct output cannot be read.
+    Result<std::string> ReadablePath();
 
     // For writers that seek, between Open and Commit; -1 otherwise.
     int Descriptor() const { return m_descriptor; }

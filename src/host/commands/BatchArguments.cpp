@@ -33,6 +33,8 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options)
                   "Skip inputs whose output already exists and is whole; this is not a failure. "
                   "An output that is not whole is made again")
         ->excludes(overwrite);
+    command.add_flag("--verify", options.verify,
+                     "Read each output back, and keep it only if its sound is what was decoded");
     command.add_flag("--sync", options.sync,
                      "Count an output as done only when it would survive a loss of power");
     command.add_flag("--json", options.json,

@@ -98,6 +98,7 @@ ExitCode ConvertCommand::Work(const codecs::CodecLoader& loader, const Trace& tr
     if (Problem problem = ReadRange())
         return FailWith(kExitUsage, problem);
     m_options.tags = !m_noTags;
+    m_options.verify = m_batch.verify;
     m_options.format = ChosenFormat();
     const Result<OutputPlan> plan = MakePlan(loader);
     if (!plan)
@@ -153,6 +154,8 @@ Result<OutputPlan> ConvertCommand::MakePlan(const codecs::CodecLoader& loader) c
     }
     if (m_batch.output != "-")
         return plan;
+    if (m_batch.verify)
+        return Problem("--verify reads the output back, which standard output cannot be");
     if (isatty(STDOUT_FILENO) != 0)
         return Problem("standard output is a terminal: redirect it to a file or another program");
     if (m_batch.json)

@@ -66,7 +66,7 @@ ExitCode EncodeCommand::Run(const GlobalOptions& global)
             isNamed ? OutputNameProblem(m_batch.output, "AIFF", FormatChoice::ByName) : Problem())
         return FailWith(kExitUsage, problem);
     const auto makeWork = [&](const ProgressFunction& progress) {
-        return MakeEncodingWork(global.trace, m_fetch, progress);
+        return MakeEncodingWork(global.trace, {m_fetch, m_batch.verify}, progress);
     };
     return RunBatch(*plan, m_batch, global.trace, {"encoded", makeWork, SoundFileDamage});
 }

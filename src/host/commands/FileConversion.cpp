@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/commands/FileConversion.h"
 
+#include "host/author/VerifyOutput.h"
 #include "host/author/tags/ReadCarriedTags.h"
 #include "host/session/Reason.h"
 
@@ -113,6 +114,9 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path,
     const int64_t length = std::max<int64_t>(session.AudioInfo().nLengthBytes, 0);
     const int64_t frame = std::max<int64_t>(m_format.nBlockAlign, 1);
     m_expected = session.HasUnknownLength() ? kUnknownLength : length - length % frame;
+    m_sum.reset();
+    if (m_options.verify)
+        m_sum.emplace(m_format.nBitsPerSample);
     OutputFile output(m_buffer);
     if (Problem problem = output.Open(path, rules))
         return problem;
@@ -129,6 +133,8 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path,
     if (Problem problem = writer->End())
         return problem;
     m_notes = writer->Notes();
+    if (Problem problem = m_sum ? Verify(output) : Problem())
+        return problem;
     return output.Commit();
 }
 
@@ -146,10 +152,18 @@ Problem FileConversion::WriteAudio(DecoderSession& session, AudioWriter& writer)
         if (Problem problem = writer.Write(pcm))
             return problem;
         m_written += std::ssize(pcm);
+        if (m_sum)
+            m_sum->AddWav(pcm);
         ShowProgress();
     }
     m_break = step == DecoderSession::Step::End ? Problem() : FailureReason(session);
     return session.Source().IsStream() ? Problem() : m_break;
+}
+
+Problem FileConversion::Verify(OutputFile& output)
+{
+    const Result<std::string> sum = m_sum->Hex();
+    return sum ? VerifyOutput(output, m_format, *sum) : sum.Why();
 }
 
 void FileConversion::ShowProgress() const

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "host/author/SoundFile.h"
+#include "host/author/SoundSum.h"
 #include "host/batch/FileResult.h"
 #include "host/batch/OutputFile.h"
 #include "host/batch/OutputPlan.h"
@@ -21,6 +22,7 @@ namespace aiff::host
 
 struct ConvertOptions {
     bool tags = true; // copied to the output, with the pictures
+    bool verify = false;
     Fetch fetch = Fetch::WhenNeeded;
     AudioFormat format = AudioFormat::Wav;
     std::optional<TimePoint> start;
@@ -45,6 +47,7 @@ private:
     Result<FrameRange> ResolveRange(const Input& input);
     Problem Write(DecoderSession& session, const std::string& path, const OutputRules& rules);
     Problem WriteAudio(DecoderSession& session, AudioWriter& writer);
+    Problem Verify(OutputFile& output);
     void ShowProgress() const;
     FileResult SumUp(const DecoderSession& session) const;
 
@@ -58,6 +61,7 @@ private:
     STQvWaveFormat m_format{};
     int64_t m_expected = 0;           // bytes of PCM, or kUnknownLength
     int64_t m_written = 0;            // bytes of PCM
+    std::optional<SoundSum> m_sum;    // of what is written, to verify it
     Problem m_break;                  // why the decoder could not go on
     std::vector<std::string> m_notes; // about its tags
 };
