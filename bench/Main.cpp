@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
 
-// bench_codec PLUGIN REPETITIONS PATH WAY...
+// bench_codec [--restore] PLUGIN REPETITIONS PATH WAY...
 //
 // Runs each way on a file, or on all files of a folder, once to warm up and then REPETITIONS
 // times, and prints JSON: for each way the result and the seconds of every repetition, and the
 // peak memory of the process. The ways take turns within a repetition, and each repetition
-// starts with another one, so that a disturbance affects all equally.
+// starts with another one, so that a disturbance affects all equally. With --restore, every way
+// finds the files as they were at first; putting them back is not measured.
 #include "Ways.h"
 
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <span>
 #include <vector>
 
 namespace
@@ -25,6 +28,29 @@ std::vector<std::string> FilesAt(const std::string& path)
     for (const auto& entry : std::filesystem::directory_iterator(path))
         files.push_back(entry.path().string());
     return files;
+}
+
+// Files and what was in them at first.
+using Contents = std::map<std::string, std::string>;
+
+Contents Keep(const std::vector<std::string>& files)
+{
+    Contents contents;
+    for (const std::string& file : files) {
+        std::ifstream in(file, std::ios::binary);
+        contents[file].assign(std::istreambuf_iterator(in), {});
+    }
+    return contents;
+}
+
+void Restore(const Contents& contents)
+{
+    for (const auto& [file, content] : contents) {
+        std::fstream out(file, std::ios::binary | std::ios::in | std::ios::out);
+        if (!out.write(content.data(), static_cast<std::streamsize>(content.size())).flush())
+            Fail("cannot restore " + file);
+        std::filesystem::resize_file(file, content.size());
+    }
 }
 
 struct Course {
@@ -69,23 +95,29 @@ void Print(const Course& course, int64_t result)
 
 int main(int argc, char** argv)
 {
-    if (argc < 5)
-        Fail("usage: bench_codec PLUGIN REPETITIONS PATH WAY...");
-    const auto ways = AllWays(argv[1]);
-    const std::vector<std::string> files = FilesAt(argv[3]);
+    std::span<char*> arguments(argv + 1, argv + argc);
+    const bool restores = !arguments.empty() && std::string(arguments[0]) == "--restore";
+    arguments = arguments.subspan(restores);
+    if (arguments.size() < 4)
+        Fail("usage: bench_codec [--restore] PLUGIN REPETITIONS PATH WAY...");
+    const auto ways = AllWays(arguments[0]);
+    const size_t repetitions = std::stoul(arguments[1]);
+    const std::vector<std::string> files = FilesAt(arguments[2]);
+    const Contents contents = restores ? Keep(files) : Contents();
     std::vector<Course> courses;
     std::vector<int64_t> results;
-    for (int i = 4; i < argc; ++i) {
-        courses.push_back({argv[i], ways.at(argv[i])});
+    for (const char* way : arguments.subspan(3)) {
+        courses.push_back({way, ways.at(way)});
         results.push_back(Go(courses.back(), files));
+        Restore(contents);
         courses.back().seconds.clear();
     }
-    const size_t repetitions = std::stoul(argv[2]);
     for (size_t repetition = 0; repetition < repetitions; ++repetition)
         for (size_t turn = 0; turn < courses.size(); ++turn) {
             const size_t chosen = (turn + repetition) % courses.size();
             if (Go(courses[chosen], files) != results[chosen])
                 Fail(courses[chosen].name + " gave different results");
+            Restore(contents);
         }
     std::printf("{");
     for (size_t i = 0; i < courses.size(); ++i)

@@ -8,6 +8,7 @@
 #include <taglib/aifffile.h>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/id3v2tag.h>
+#include <taglib/tpropertymap.h>
 #include <unistd.h>
 #include <vector>
 
@@ -68,6 +69,14 @@ void EditWithTagLib(const std::string& file, Flushing flushing = Flushing::No)
     close(descriptor);
 }
 
+void DeleteWithTagLib(const std::string& file)
+{
+    TagLib::RIFF::AIFF::File sound(file.c_str(), false);
+    sound.setProperties({});
+    if (!sound.save() || sound.hasID3v2Tag())
+        Fail("TagLib cannot delete the tag of " + file);
+}
+
 void AppendInt(std::vector<uint8_t>& bytes, size_t value)
 {
     for (int shift = 0; shift < 32; shift += 8)
@@ -104,6 +113,17 @@ void EditWithPlugin(const Plugin& plugin, const std::string& file, size_t others
     if (plugin.Set(decoder, QV_KEY_DURABLE_EDITS, &durable) != 1 ||
         plugin.Set(decoder, QV_KEY_ID_TAGS, &record) != 1)
         Fail("the plug-in cannot write " + file);
+    plugin.Destroy(decoder);
+}
+
+void DeleteWithPlugin(const Plugin& plugin, const std::string& file)
+{
+    const std::wstring name(file.begin(), file.end()); // ASCII
+    void* decoder = plugin.Create(nullptr);
+    STQvCodecGetSet durable = {};
+    if (plugin.Set(decoder, QV_KEY_DURABLE_EDITS, &durable) != 1 ||
+        plugin.DeleteATag(decoder, name.c_str(), nullptr) != 1)
+        Fail("the plug-in cannot delete the tag of " + file);
     plugin.Destroy(decoder);
 }
 
@@ -148,6 +168,8 @@ std::map<std::string, Way> TagWays(const std::string& pluginPath)
         {"edit_12500", [=](auto& file) { return EditWithPlugin(plugin(), file, 12500), 1; }},
         {"edit_100000", [=](auto& file) { return EditWithPlugin(plugin(), file, 100000), 1; }},
         {"edit_taglib", [](auto& file) { return EditWithTagLib(file), 1; }},
+        {"delete_plugin", [=](auto& file) { return DeleteWithPlugin(plugin(), file), 1; }},
+        {"delete_taglib", [](auto& file) { return DeleteWithTagLib(file), 1; }},
         {"written_plugin", [=](auto& file) { return WrittenBy(file, edit); }},
         {"written_taglib",
          [](auto& file) { return WrittenBy(file, [](auto& one) { EditWithTagLib(one); }); }},

@@ -23,6 +23,7 @@ std::map<std::string, Way> AllWays(const std::string& pluginPath);
 
 //   tags_plugin, tags_taglib           reads tags and properties; bytes of the picture
 //   edit_plugin, edit_taglib           sets another title; 1
+//   delete_plugin, delete_taglib       removes the tag; 1
 //   edit_12500, edit_100000            sets so many other fields, too; 1
 //   written_plugin, written_taglib     the same; bytes written (Linux, else 0)
 std::map<std::string, Way> TagWays(const std::string& pluginPath);

@@ -64,8 +64,10 @@ class Bench:
         self.repetitions = 1 if options.quick else options.repetitions
         self.codec = [self.build / "bench/bench_codec", self.build / "Codecs/Bin/decoder/AIFF.so"]
 
-    def go(self, path, *ways, measured=True):
-        return json.loads(run([*self.codec, self.repetitions * measured, path, *ways]))
+    def go(self, path, *ways, measured=True, restore=False):
+        program, plugin = self.codec
+        return json.loads(run([program, *["--restore"] * restore, plugin,
+                               self.repetitions * measured, path, *ways]))
 
     def verdict(self, reached):
         return "-" if self.quick else "ok" if reached else "MISSED"
@@ -124,15 +126,23 @@ def tag(texts, picture=b""):
     return tag_of(frames + (frame(b"APIC", b"\0image/png\0\3\0" + picture) if picture else b""))
 
 
-def small_file(number, tagged):
-    """A plain AIFF file of 16-bit stereo; a tagged one has an ID3v2.3 tag at its end."""
-    chunks = chunk(b"COMM", struct.pack(">hIh", 2, SMALL_FRAMES, 16)
-                   + bytes.fromhex("400eac44000000000000"))
-    chunks += chunk(b"SSND", bytes(8) + os.urandom(SMALL_FRAMES * 4))
-    if tagged:
-        chunks += chunk(b"ID3 ", tag({b"TIT2": b"Track %d" % number, b"TPE1": b"Somebody",
-                                      b"TALB": b"Small files"}))
+def small_tag(number, room=0):
+    """A chunk with three fields and so many bytes of padding."""
+    texts = {b"TIT2": b"Track %d" % number, b"TPE1": b"Somebody", b"TALB": b"Small files"}
+    return chunk(b"ID3 ", tag_of(tag(texts)[10:] + bytes(room)))
+
+
+def file_of(frames, after=(), before=()):
+    """A plain AIFF file of 16-bit stereo with more chunks after and before its sound."""
+    common = struct.pack(">hIh", 2, frames, 16) + bytes.fromhex("400eac44000000000000")
+    chunks = b"".join([chunk(b"COMM", common), *before,
+                       chunk(b"SSND", bytes(8) + os.urandom(frames * 4)), *after])
     return b"FORM" + struct.pack(">I", len(chunks) + 4) + b"AIFF" + chunks
+
+
+def small_file(number, tagged):
+    """A tagged one has an ID3v2.3 tag at its end."""
+    return file_of(SMALL_FRAMES, [small_tag(number)] * tagged)
 
 
 def calls_per_open(bench, way, path):
@@ -189,6 +199,29 @@ def append_tag(path):
     return len(body)
 
 
+# What is edited in files of 1 MB: the way, and the chunks after and before the sound.
+EDITED = {"set a title, no tag yet": ("edit",),
+          "tag last": ("edit", [small_tag(1)]),
+          "small chunk after the tag": ("edit", [small_tag(1), chunk(b"ANNO", b"later")]),
+          "tag before the sound": ("edit", (), [small_tag(1, room=2000)]),
+          "delete the tag": ("delete", [small_tag(1)])}
+
+
+def edit_layout(bench, rows, name, way, *chunks):
+    """One edit of many alike files; adds a row with the median of what each turn has shown."""
+    folder, count = bench.folder / "layout", 2 if bench.quick else 40
+    folder.mkdir()
+    for number in range(count):
+        (folder / f"{number}.aiff").write_bytes(file_of(1 << 18, *chunks))
+    done = bench.go(folder, f"{way}_plugin", f"{way}_taglib", restore=True)
+    shutil.rmtree(folder)
+    ours, rival = (done[f"{way}_{program}"]["seconds"] for program in ("plugin", "taglib"))
+    ratio = median(theirs / own for own, theirs in zip(ours, rival))
+    rows.append([f"1 MB, {name}", median(ours) / count * 1e6, median(rival) / count * 1e6, ratio,
+                 bench.verdict(ratio >= 1)])
+    return done
+
+
 def tags(bench):
     """Reading the tags of many small files, and changing a field of a large one."""
     folder, count = bench.folder / "pictures", 100 if bench.quick else SMALL_FILES
@@ -212,6 +245,8 @@ def tags(bench):
                        for name in ("plugin", "taglib"))
         rows.append(["set a title in 50 MB" + flushed.replace("_", ", "), ours * 1e6, rival * 1e6,
                      rival / ours, "" if flushed else bench.verdict(rival >= ours)])
+    editing["layouts"] = {name: edit_layout(bench, rows, name, way, *chunks)
+                          for name, (way, *chunks) in EDITED.items()}
     written = [bench.go(large, f"written_{name}", measured=False)[f"written_{name}"]["result"]
                for name in ("plugin", "taglib")]
     table(f"Tags, medians of {bench.repetitions} in us", ["", "plug-in", "TagLib", "times faster",
