@@ -388,30 +388,39 @@ void NewFields::EmitField(std::string_view name, const FrameRule* rule, const Fr
         builder.BuildField(*rule, values);
 }
 
+// Calls visit(name) for each field of the old frames and of the changes, by their names.
+template <class Visit>
+void NewFields::ForEachName(Visit visit) const
+{
+    const metaCompare less;
+    auto change = m_changes.begin();
+    m_old.Fields().ForEachField([&](FieldIndex::Group group) {
+        const std::string_view name = group.front().Field();
+        for (; change != m_changes.end() && !less(name, change->first); ++change)
+            if (less(change->first, name))
+                visit(change->first);
+        visit(name);
+    });
+    for (; change != m_changes.end(); ++change)
+        visit(change->first);
+}
+
 void NewFields::Emit(const FrameSink& sink) const
 {
     const RulesByField& rules = WritingRules(m_context.revision);
-    for (const FrameRule& rule : FrameRules()) {
-        const auto own = rules.find(rule.field);
-        if (own != rules.end() && own->second == &rule &&
-            (m_changes.contains(rule.field) || !m_old.Fields().Find(rule.field).empty()))
-            EmitField(rule.field, &rule, sink);
-    }
-    // The others, of the old frames and of the changes, by their names.
-    auto change = m_changes.begin();
-    const auto emitOther = [&](std::string_view name) {
+    const std::span<const FrameRule> table = FrameRules();
+    std::vector<bool> isWanted(table.size());
+    ForEachName([&](std::string_view name) {
+        if (const auto own = rules.find(name); own != rules.end())
+            isWanted[static_cast<size_t>(own->second - table.data())] = true;
+    });
+    for (size_t i = 0; i < table.size(); ++i)
+        if (isWanted[i])
+            EmitField(table[i].field, &table[i], sink);
+    ForEachName([&](std::string_view name) {
         if (!rules.contains(name))
             EmitField(name, nullptr, sink);
-    };
-    m_old.Fields().ForEachField([&](FieldIndex::Group group) {
-        const std::string_view name = group.front().Field();
-        for (; change != m_changes.end() && !metaCompare()(name, change->first); ++change)
-            if (metaCompare()(change->first, name))
-                emitOther(change->first);
-        emitOther(name);
     });
-    for (; change != m_changes.end(); ++change)
-        emitOther(change->first);
 }
 
 } // namespace aiff::id3parser

@@ -37,6 +37,8 @@ public:
     void Emit(const FrameSink& sink) const;
 
 private:
+    template <class Visit>
+    void ForEachName(Visit visit) const;
     bool EmitOld(FieldIndex::Group group, const FrameSink& sink) const;
     void EmitField(std::string_view name, const FrameRule* rule, const FrameSink& sink) const;
 
