@@ -14,14 +14,19 @@ using namespace aiff;
 namespace
 {
 
-// A file in memory on a disk of a given size, which nothing is written beyond.
+// A file in memory on a disk of a given size, which nothing is written beyond, and of whose writes
+// the one with a given number fails.
 struct MemoryFile : FileContent {
-    explicit MemoryFile(int64_t size = 1 << 20) : room(size) {}
+    explicit MemoryFile(int64_t size = 1 << 20, int faulty = -1) : room(size), faultyWrite(faulty)
+    {
+    }
 
     int64_t Size() const override { return std::ssize(bytes); }
     size_t ReadAt(int64_t, std::span<uint8_t>) const override { return 0; } // nobody reads
     std::error_code WriteAt(int64_t position, std::span<const uint8_t> data) override
     {
+        if (writes++ == faultyWrite)
+            return make_error_code(std::errc::io_error);
         if (const auto error = SetSize(std::max(position + std::ssize(data), Size())))
             return error;
         std::copy(data.begin(), data.end(), bytes.begin() + position);
@@ -37,6 +42,7 @@ struct MemoryFile : FileContent {
 
     Bytes bytes;
     int64_t room;
+    int faultyWrite, writes = 0;
 };
 
 using Passed = std::vector<std::pair<std::string, Bytes>>;
@@ -100,6 +106,9 @@ TEST(Writer, PutsWhatPassesThroughAroundFormatAndSoundOrSaysThatTheDiskIsFull)
                       Join({Big(3, 2), Big(size / 3, 4), Big(8, 2), Extended(44100)}));
             for (int64_t room = 0; room < file->Size(); ++room)
                 EXPECT_FALSE(WriteWhole(std::make_shared<MemoryFile>(room), format, pass, samples));
+            for (int faulty = 0; faulty < file->writes; ++faulty)
+                EXPECT_FALSE(WriteWhole(std::make_shared<MemoryFile>(1 << 20, faulty), format, pass,
+                                        samples));
         }
     }
 }

@@ -25,7 +25,7 @@ std::string HeaderLines(const std::string& path)
 // Every form that an item can have: one value, several, lines, pictures.
 const AiffBuilder kTagged = AiffBuilder(kSmall).Chunk(
     "ID3 ", Tag(3, "TIT2:a|TPE1:b/c|TXXX:own\0x|TXXX:own\0y|COMM:eng\0l\nm|"
-                   "APIC:image/png\0\3d\0\x89PNG....|APIC:\0\4\0jk"s));
+                   "APIC:image/png\0\3d\0\x89PNG....|APIC:\0\4\0twenty and two letters"s));
 
 // The whole trace of a first Open that succeeds.
 std::string OpenLines(const std::string& path, uint32_t flags)
@@ -33,22 +33,22 @@ std::string OpenLines(const std::string& path, uint32_t flags)
     std::string format = "PullOutCOMMnSSND{Finding 'COMM' chunk.|Finding 'SSND' chunk.|"
                          "Assigning 'COMM' chunk to WFX|}";
     std::string lines =
-        "    AIFF Header 'FORM'   Length: 588  FormType 'AIFF'  [ScanFile]|"
-        "    Got Chunk 'COMM'  Length: 18  RiffSizeLeft: 576  ChunkPosition: 12|"
-        "    Got Chunk 'SSND'  Length: 408  RiffSizeLeft: 550  ChunkPosition: 38|"
-        "    Got Chunk 'ID3 '  Length: 134  RiffSizeLeft: 134  ChunkPosition: 454|"
+        "    AIFF Header 'FORM'   Length: 608  FormType 'AIFF'  [ScanFile]|"
+        "    Got Chunk 'COMM'  Length: 18  RiffSizeLeft: 596  ChunkPosition: 12|"
+        "    Got Chunk 'SSND'  Length: 408  RiffSizeLeft: 570  ChunkPosition: 38|"
+        "    Got Chunk 'ID3 '  Length: 154  RiffSizeLeft: 154  ChunkPosition: 454|"
         "  clAIFFHandler::CalcAllChunks: Ok|<  <-<-  [ScanFile]|Read Audio Information|";
     if ((flags & (8 + 16)) != 0) // the first to need the format reads it
         lines += "ReadIDTags{" + std::exchange(format, "") +
                  "InternalReadTags{}7 ID Tags:|<\t\t\tTagVersion: ID3v2.3|<\t\t\tArtist: b\rc|"
                  "<\t\t\tComment: l\nm|<\t\t\town: x\ry|<\t\t\tTitle: a|"
                  "<\t\t\t_albumart_1_Front Album Cover<subdesc>d: DATA Length: 8   .PNG....|"
-                 "<\t\t\t_albumart_2_Back Album Cover: DATA Length: 2   jk|}";
+                 "<\t\t\t_albumart_2_Back Album Cover: DATA Length: 22   twenty and two lette|}";
     if ((flags & 16) != 0)
         lines += "FillAudioProps{<\tAudio Quality: CD  (Lossless)|"
                  "<\tEncoder Settings: NONE (no compression)|<\tChannel Mapping: Left, Right|"
                  "<\tSample Count: 100|<\tRiff Chunks: 'COMM' 18 bytes,  'SSND' 408 bytes,  "
-                 "'ID3 ' 134 bytes|<\tID Tag: iTunes ID3|<\tContains: ID Tag [iTunes ID3]|"
+                 "'ID3 ' 154 bytes|<\tID Tag: iTunes ID3|<\tContains: ID Tag [iTunes ID3]|"
                  "<\tGapless: Yes|<\tWave Header: AIFF|}";
     if ((flags & (1 + 4)) != 0)
         lines +=
@@ -88,9 +88,9 @@ TEST_F(TraceTest, EveryStepOfAnEditIsShown)
                                  "ChunkDataPos: 462|}InternalReadTags{}chunk index: 2|";
     const std::tuple<Edit, int, std::string> rows[] = {
         // size of the form before, and last steps
-        {{"", Edit::Set, WithCover(Text("new"), L"Title=b;Artist=c\rd;Own=")}, 588, Resizing(100)},
-        {{"", Edit::Delete, ListOf(L"Title=;none=")}, 554, Resizing(82)},
-        {{"", Edit::DeleteAll, {}}, 536, removal},
+        {{"", Edit::Set, WithCover(Text("new"), L"Title=b;Artist=c\rd;Own=")}, 608, Resizing(120)},
+        {{"", Edit::Delete, ListOf(L"Title=;none=")}, 574, Resizing(102)},
+        {{"", Edit::DeleteAll, {}}, 556, removal},
         {{"", Edit::Set, ListOf(L"Title=b")}, 446, addition + Resizing(28)}};
     Instance(plugin, report).Close(); // the first operation is indented in another way
     for (const auto& [edit, form, steps] : rows) {
