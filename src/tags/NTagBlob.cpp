@@ -14,6 +14,8 @@ namespace aiff
 namespace
 {
 
+using Bytes = std::span<const uint8_t>;
+
 constexpr size_t kIntSize = 4;
 
 int32_t MemReadInt32(const uint8_t* bytes)
@@ -40,24 +42,29 @@ struct Utf16Form {
         out.Unit(0);
     }
 
-    // Reads up to a zero unit, the end of the item or the end of the blob. Moves
+    // Takes what lies before a zero unit, the end of the item or the end of the blob. Moves
     // `rest` and takes what it read off `remaining`, the bytes left of the item. An
     // item whose size does not even count itself has a negative rest: only the zero
     // unit ends its name.
-    static XStr Read(std::span<const uint8_t>& rest, int64_t& remaining)
+    static Bytes Take(Bytes& rest, int64_t& remaining)
     {
         const auto left = static_cast<uint64_t>(remaining); // a negative rest is no limit
         const size_t most = std::min<uint64_t>(left, rest.size()) / 2;
-        const auto unitAt = [&](size_t i) { return rest[2 * i] | rest[2 * i + 1] << 8; };
         size_t size = 0;
-        while (size < most && unitAt(size) != 0)
+        while (size < most && (rest[2 * size] | rest[2 * size + 1]) != 0)
             ++size;
-        XStr text(size, L'\0');
-        for (size_t i = 0; i < size; ++i)
-            text[i] = static_cast<wchar_t>(unitAt(i));
+        const Bytes text = rest.first(2 * size);
         const size_t taken = 2 * (size + (size < most ? 1 : 0));
         rest = rest.subspan(taken);
         remaining -= static_cast<int64_t>(taken);
+        return text;
+    }
+
+    static XStr Text(Bytes bytes)
+    {
+        XStr text(bytes.size() / 2, L'\0');
+        for (size_t i = 0; i < text.size(); ++i)
+            text[i] = static_cast<wchar_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
         return text;
     }
 };
@@ -71,16 +78,23 @@ struct Utf8Form {
         out.Bytes(bytes.c_str(), bytes.size() + 1);
     }
 
-    // Reads up to a zero byte or the end of the blob.
-    static XStr Read(std::span<const uint8_t>& rest, int64_t& remaining)
+    // Takes what lies before a zero byte or the end of the blob.
+    static Bytes Take(Bytes& rest, int64_t& remaining)
     {
         const auto length =
             static_cast<size_t>(std::find(rest.begin(), rest.end(), 0) - rest.begin());
-        const std::string bytes(rest.begin(), rest.begin() + static_cast<ptrdiff_t>(length));
+        const Bytes text = rest.first(length);
         remaining -= static_cast<int64_t>(length) + 1;
         rest = rest.subspan(std::min(length + 1, rest.size()));
-        return FromUtf8(bytes);
+        return text;
     }
+
+    static XStr Text(Bytes bytes) { return FromUtf8(std::string(bytes.begin(), bytes.end())); }
+};
+
+// An item where it lies in a blob.
+struct RawItem {
+    Bytes name, value, data;
 };
 
 template <class Form>
@@ -109,8 +123,9 @@ bool Encode(const std::vector<STInternalTag>& tags, XMem& blob)
     return true;
 }
 
-template <class Form>
-void Decode(std::span<const uint8_t> rest, std::vector<STInternalTag>& tags)
+// Calls take(item) for each item, the last of which may be cut off.
+template <class Form, class Take>
+void ForEachItem(Bytes rest, Take take)
 {
     if (rest.size() < kIntSize)
         return;
@@ -122,20 +137,37 @@ void Decode(std::span<const uint8_t> rest, std::vector<STInternalTag>& tags)
             return;
         rest = rest.subspan(kIntSize);
         int64_t remaining = int64_t{size} - int64_t{kIntSize};
-        STInternalTag& tag = tags.emplace_back();
-        tag.name = Form::Read(rest, remaining);
-        if (remaining < 1)
+        RawItem item;
+        item.name = Form::Take(rest, remaining);
+        bool isWhole = remaining >= 1;
+        if (isWhole) {
+            item.value = Form::Take(rest, remaining);
+            isWhole = remaining >= 0;
+        }
+        if (isWhole) {
+            item.data = rest.first(std::min(static_cast<size_t>(remaining), rest.size()));
+            rest = rest.subspan(item.data.size());
+        }
+        take(item);
+        if (!isWhole)
             return;
-        tag.value = Form::Read(rest, remaining);
-        if (remaining < 0)
-            return;
-        const size_t dataSize = std::min(static_cast<size_t>(remaining), rest.size());
-        tag.data.assign(rest.begin(), rest.begin() + static_cast<ptrdiff_t>(dataSize));
-        rest = rest.subspan(dataSize);
     }
 }
 
-std::span<const uint8_t> BlobView(const void* bytes, long size)
+// Items may be many and small: a list that grew by itself would take three times as much.
+template <class Form>
+void Decode(Bytes blob, std::vector<STInternalTag>& tags)
+{
+    size_t count = 0;
+    ForEachItem<Form>(blob, [&](const RawItem&) { ++count; });
+    tags.reserve(count);
+    ForEachItem<Form>(blob, [&](const RawItem& item) {
+        tags.push_back(
+            {Form::Text(item.name), Form::Text(item.value), {item.data.begin(), item.data.end()}});
+    });
+}
+
+Bytes BlobView(const void* bytes, long size)
 {
     if (bytes == nullptr || size < 1)
         return {};

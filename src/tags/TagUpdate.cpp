@@ -145,11 +145,15 @@ bool TagUpdate::IsUnchanged(std::string_view field, const XStr& value) const
     const FieldIndex::Group group = m_old.Fields().Find(field);
     if (shows(group))
         return true;
-    std::vector<FieldEntry> read;
-    std::ranges::copy_if(group, std::back_inserter(read), [this](const FieldEntry& entry) {
+    const auto isRead = [this](const FieldEntry& entry) {
         return !m_old.Frames()[entry.frame].isHidden;
-    });
-    return read.size() != group.size() && shows(read);
+    };
+    if (std::ranges::all_of(group, isRead))
+        return false;
+    std::vector<FieldEntry> read;
+    read.reserve(static_cast<size_t>(std::ranges::count_if(group, isRead)));
+    std::ranges::copy_if(group, std::back_inserter(read), isRead);
+    return shows(read);
 }
 
 void TagUpdate::ApplyField(const STInternalTag& item)

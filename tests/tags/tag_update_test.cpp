@@ -213,6 +213,17 @@ TEST(TagUpdate, SeveralTagsBecomeOne)
     // What tells of a flag comes before the body in another order.
     EXPECT_EQ(Update({Tag(3, "TPE1[0080]=~~~\3zip|PRIV[80E0]=~~~\4mgx"), Tag(4, "TALB:2")}, {}),
               Tag(4, "TALB:2|TPE1[1009]=~~~\3zip|PRIV[404D]=gm~~~\4x", 0x80));
+    // Genres are a string each, and mean the same.
+    const std::pair<std::string, std::string> genres[] = {
+        {"TCON:(17); 8;;((x;(4)Euro;(RX);(200) ;Own", "TCON=\00317~8~((x~(4)Euro~(RX)~(200)~Own~"},
+        {"TCON=\1" + Utf16(u"(17);\x416"), "TCON[0003]=~~~\xF\1\xFF~\xFE"
+                                           "1~7~~~\xFF~\xFE\x16\4~~"},
+        {"TCON=\3\xE9;(0)", "TCON=\3\xC3\xA9~0~"}};
+    for (const auto& [old, strings] : genres) {
+        const Bytes lone = Tag(3, old), merged = Update({lone, Tag(4, "TENC:2")}, {});
+        EXPECT_EQ(ContentOf(merged), Frames(4, "TENC:2|" + strings));
+        EXPECT_EQ(Read(merged), Read(Update({lone}, ListOf(L"Encoded by=2"))));
+    }
 }
 
 TEST(TagUpdate, FramesThatNoLaterTagHoldsAreNamed)

@@ -2,11 +2,14 @@
 #include "tags/id3parser/fields/CarriedFrames.h"
 
 #include "tags/id3parser/bytes/Errors.h"
+#include "tags/id3parser/fields/Genres.h"
+#include "tags/id3parser/fields/StringFrames.h"
 #include "tags/id3parser/frames/FrameRules.h"
 
 #include <algorithm>
-#include <optional>
-#include <set>
+#include <iterator>
+#include <numeric>
+#include <tuple>
 #include <utility>
 
 namespace aiff::id3parser
@@ -65,6 +68,28 @@ bool ConvertTo(t_tagRevision revision, t_frame& frame)
         return false;
     frame.SanitizeForRevision(revision);
     return true;
+}
+
+// ID3v2.4 has a string for each entry of a list of genres. The entries stay what they are: names
+// would take many times as much as numbers. False, with nothing given, when there is none.
+bool EmitGenres(const t_frame& list, const FrameSink& sink)
+{
+    Values entries;
+    const size_t count = list.GetStringCount();
+    t_frameWalk walk;
+    for (size_t i = 0; i < count; ++i)
+        list.EnumPieces(false, i, walk, kOldGenreSeparator, [&](std::string&& piece) {
+            ForEachGenreEntry(piece, [&](std::string_view entry) {
+                if (!entry.empty())
+                    entries.push_back(GenreString(entry));
+            });
+        });
+    tagCreateContext context;
+    context.encoding = UnitSize(list.data.view()[0]) == 2 ? kEncodingUTF16 : kEncodingUTF8;
+    EmitStrings(list.id, entries, sink, [&](t_frame& frame, std::string_view entry, size_t index) {
+        index == 0 ? frame.SetAsString(entry, context) : frame.AddString(entry);
+    });
+    return !entries.empty();
 }
 
 // Reading would stumble at the frame and give the whole tag up. In ID3v2.4 it passes over one
@@ -165,19 +190,43 @@ std::vector<size_t> CarriedFrames::MergeFrames()
         m_frames = std::move(m_tags.front().frames);
         return {m_frames.size()};
     }
+    if (m_tags.empty())
+        return {};
     std::vector<size_t> ends;
-    std::set<std::pair<uint32_t, std::string_view>> earlier;
-    for (WireTag& tag : m_tags) {
-        const size_t first = m_frames.size();
-        const auto frames = std::exchange(tag.frames, {});
-        std::ranges::copy_if(frames, std::back_inserter(m_frames), [&](const WireFrame& wire) {
-            return !earlier.contains({wire.id, TextOf(wire.Body())});
-        });
-        for (const WireFrame& wire : std::span(m_frames).subspan(first))
-            earlier.emplace(wire.id, TextOf(wire.Body()));
-        ends.push_back(m_frames.size());
-    }
+    for (const WireTag& tag : m_tags)
+        ends.push_back((ends.empty() ? 0 : ends.back()) + tag.frames.size());
+    m_frames.reserve(ends.back());
+    for (WireTag& tag : m_tags)
+        std::ranges::copy(std::exchange(tag.frames, {}), std::back_inserter(m_frames));
+    DropRepeatedFrames(ends);
     return ends;
+}
+
+// Of frames that are the same byte for byte, those of the first tag that has any stay.
+void CarriedFrames::DropRepeatedFrames(std::vector<size_t>& ends)
+{
+    const auto key = [this](uint32_t i) {
+        return std::make_tuple(m_frames[i].id, TextOf(m_frames[i].Body()));
+    };
+    std::vector<uint32_t> order(m_frames.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::ranges::sort(order, [&](uint32_t a, uint32_t b) {
+        const auto comparison = key(a) <=> key(b);
+        return comparison < 0 || (comparison == 0 && a < b);
+    });
+    std::vector<bool> isRepeated(m_frames.size());
+    size_t end = 0; // of the tag with the first of the present ones
+    for (size_t i = 0; i < order.size(); ++i) {
+        if (i == 0 || key(order[i]) != key(order[i - 1]))
+            end = *std::ranges::upper_bound(ends, size_t{order[i]});
+        isRepeated[order[i]] = order[i] >= end;
+    }
+    size_t kept = 0;
+    for (size_t tag = 0, i = 0; tag < ends.size(); ends[tag++] = kept)
+        for (; i < ends[tag]; ++i)
+            if (!isRepeated[i])
+                m_frames[kept++] = m_frames[i];
+    m_frames.resize(kept);
 }
 
 void CarriedFrames::DropFieldsOfLaterTags(const std::vector<size_t>& ends)
@@ -210,11 +259,14 @@ bool CarriedFrames::Emit(const WireFrame& wire, const FrameSink& sink) const
         return true;
     }
     t_frame frame;
-    const bool isOfInterest = wire.id == kFrameAPIC || RuleForFrame(wire.id) != nullptr;
+    const FrameRule* rule = RuleForFrame(wire.id);
+    const bool isOfInterest = wire.id == kFrameAPIC || rule != nullptr;
     const bool isRead = isOfInterest && (ReadFrame(wire, frame) || ReadOddPicture(wire, frame));
     if (!isRead || frame.data.get_size() == 0)
         return EmitWireForm(wire, sink);
     try {
+        if (m_revision == kRevision4 && rule != nullptr && rule->read == ReadRule::Genre)
+            return EmitGenres(frame, sink);
         if (!ConvertTo(m_revision, frame))
             return false; // its field has it
     } catch (const parseError&) {

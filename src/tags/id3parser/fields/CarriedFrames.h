@@ -35,6 +35,7 @@ public:
 
 private:
     std::vector<size_t> MergeFrames();
+    void DropRepeatedFrames(std::vector<size_t>& ends);
     void DropFieldsOfLaterTags(const std::vector<size_t>& ends);
     bool EmitWireForm(const WireFrame& wire, const FrameSink& sink) const;
 

@@ -73,7 +73,7 @@ std::string unmangle_genre(std::string_view entry)
     return std::string(rest.starts_with('(') ? rest : std::string_view());
 }
 
-void unmangle_genres(std::string_view text, std::string_view field, FieldSink& sink)
+void ForEachGenreEntry(std::string_view text, const std::function<void(std::string_view)>& take)
 {
     while (!text.empty()) {
         text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
@@ -81,10 +81,25 @@ void unmangle_genres(std::string_view text, std::string_view field, FieldSink& s
         std::string_view entry = text.substr(0, end);
         if (end != std::string_view::npos)
             entry = entry.substr(0, entry.find_last_not_of(' ') + 1);
-        if (const std::string genre = unmangle_genre(entry); !genre.empty())
-            sink.add(field, genre);
+        take(entry);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
+}
+
+void unmangle_genres(std::string_view text, std::string_view field, FieldSink& sink)
+{
+    ForEachGenreEntry(text, [&](std::string_view entry) {
+        if (const std::string genre = unmangle_genre(entry); !genre.empty())
+            sink.add(field, genre);
+    });
+}
+
+std::string_view GenreString(std::string_view entry)
+{
+    const bool isEnclosed = entry.starts_with('(') && entry.ends_with(')');
+    const std::string_view inside = entry.substr(isEnclosed, entry.size() - 2 * isEnclosed);
+    const bool isNumber = isEnclosed && std::ranges::all_of(inside, IsAsciiDigit<char>);
+    return isNumber && !unmangle_genre(entry).empty() ? inside : entry;
 }
 
 std::string MangleGenre(std::string_view genre)

@@ -6,6 +6,7 @@
 #include "tags/id3parser/fields/MetaMap.h"
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -18,8 +19,15 @@ inline constexpr size_t kGenreCount = 126;
 // is Remix, "((x" is "(x". Empty when it means none.
 std::string unmangle_genre(std::string_view entry);
 
+// Calls `take` with each entry of a TCON string below ID3v2.4, which separates them by
+// semicolons, without the blanks around it. An entry may be empty.
+void ForEachGenreEntry(std::string_view text, const std::function<void(std::string_view)>& take);
+
 // Adds the genres that a TCON string below ID3v2.4 lists to a field.
 void unmangle_genres(std::string_view text, std::string_view field, FieldSink& sink);
+
+// An entry as the ID3v2.4 string that means the same: numbers have no parentheses there.
+std::string_view GenreString(std::string_view entry);
 
 // The entry that is read as `genre`: what begins with "(" is escaped.
 std::string MangleGenre(std::string_view genre);

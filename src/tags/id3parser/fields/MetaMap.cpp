@@ -54,7 +54,11 @@ bool metaMap::haveReplayGain() const
 
 std::string JoinValues(const Values& values, char separator)
 {
+    size_t size = 0;
+    for (const std::string_view value : values)
+        size += value.size() + 1;
     std::string joined;
+    joined.reserve(size); // a value may be as large as a tag
     for (const std::string_view value : values)
         joined.append(value).push_back(separator);
     if (!joined.empty())

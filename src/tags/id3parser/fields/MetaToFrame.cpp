@@ -6,14 +6,15 @@
 #include "tags/id3parser/fields/Dates.h"
 #include "tags/id3parser/fields/FieldNames.h"
 #include "tags/id3parser/fields/Genres.h"
+#include "tags/id3parser/fields/StringFrames.h"
 #include "tags/id3parser/frames/FrameRules.h"
-#include "tags/id3parser/text/TextEncodings.h"
 
 #include <algorithm>
 #include <charconv>
 #include <functional>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace aiff::id3parser
 {
@@ -22,10 +23,6 @@ namespace
 {
 
 using Group = FieldIndex::Group;
-
-// Readers give up on a frame with more than kMostStrings.
-constexpr size_t kStringsPerFrame = 1000;
-static_assert(kStringsPerFrame < kMostStrings);
 
 const FrameSink kNowhere = [](const OutFrame&) {};
 
@@ -54,13 +51,19 @@ public:
     {
     }
 
-    void BuildField(const FrameRule& rule, const Values& values);
+    void BuildField(const FrameRule& rule, Values values);
     void custom_to_frame_multi(std::string_view field, const Values& values);
 
 private:
-    using ByValue = std::multimap<size_t, const WireFrame*>;
+    // A frame of a single value. Values may be many and equal: the first of those with one hash
+    // counts how many of them need not be looked at any more.
+    struct OldValue {
+        size_t hash = 0;
+        uint32_t frame = 0;
+        uint32_t used = 0;
+    };
 
-    ByValue FramesByValue() const;
+    std::vector<OldValue> OldValues() const;
     template <class Build>
     void TakeOrBuild(const Values& values, Build build);
 
@@ -81,13 +84,17 @@ private:
     const FrameSink& m_sink;
 };
 
-void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
+void FrameBuilder::BuildField(const FrameRule& rule, Values values)
 {
+    // A value may be several times as large as its frame: it is not held twice.
+    const auto joined = [&values] {
+        return JoinValues(std::exchange(values, {}), kItemValueSeparator);
+    };
     switch (rule.write) {
     case WriteRule::None:
         return;
     case WriteRule::Text:
-        return meta_to_frame(rule.id, JoinValues(values, kItemValueSeparator));
+        return meta_to_frame(rule.id, joined());
     case WriteRule::MultiValue:
         return meta_to_frame_multivalue(rule.id, values);
     case WriteRule::Comment:
@@ -98,25 +105,29 @@ void FrameBuilder::BuildField(const FrameRule& rule, const Values& values)
     case WriteRule::Genre:
         return meta_to_frame_genre(rule.id, values);
     case WriteRule::OldDate:
-        return meta_olddate_to_frames(JoinValues(values, kItemValueSeparator));
+        return meta_olddate_to_frames(joined());
     case WriteRule::Date:
-        return meta_date_to_frame(rule.id, JoinValues(values, kItemValueSeparator));
+        return meta_date_to_frame(rule.id, joined());
     case WriteRule::Rating:
         return meta_to_frame_popm(values.front());
     }
 }
 
-// The old frames that hold a single value and can stay as they are, by a hash of it.
-FrameBuilder::ByValue FrameBuilder::FramesByValue() const
+// The old frames that hold a single value and can stay as they are, by a hash of it; equal ones
+// in their order.
+std::vector<FrameBuilder::OldValue> FrameBuilder::OldValues() const
 {
-    ByValue byValue;
+    std::vector<OldValue> old;
+    old.reserve(m_group.size());
     for (const FieldEntry& entry : m_group) {
-        const WireFrame& wire = m_old.Frames()[entry.frame];
         const Values values = ValuesOf(m_old.Frames(), {&entry, 1});
-        if (!values.empty() && ++values.begin() == values.end() && m_old.Emit(wire, kNowhere))
-            byValue.emplace(std::hash<std::string_view>()(values.front()), &wire);
+        if (!values.empty() && ++values.begin() == values.end() &&
+            m_old.Emit(m_old.Frames()[entry.frame], kNowhere))
+            old.push_back({std::hash<std::string_view>()(values.front()), entry.frame});
     }
-    return byValue;
+    std::ranges::sort(old, {},
+                      [](const OldValue& value) { return std::pair(value.hash, value.frame); });
+    return old;
 }
 
 // For a field with a frame for each value: keeps the frame that holds the value, or lets
@@ -124,17 +135,18 @@ FrameBuilder::ByValue FrameBuilder::FramesByValue() const
 template <class Build>
 void FrameBuilder::TakeOrBuild(const Values& values, Build build)
 {
-    ByValue old = FramesByValue();
+    std::vector<OldValue> old = OldValues();
     for (const std::string_view value : values) {
-        auto [found, end] = old.equal_range(std::hash<std::string_view>()(value));
+        const size_t hash = std::hash<std::string_view>()(value);
+        const auto first = std::ranges::lower_bound(old, hash, {}, &OldValue::hash);
+        const auto found = first == old.end() ? first : first + first->used;
         const FieldEntry alone;
-        while (found != end && ValuesOf({found->second, 1}, {&alone, 1}).front() != value)
-            ++found;
-        if (found == end) {
+        if (found == old.end() || found->hash != hash ||
+            ValuesOf({&m_old.Frames()[found->frame], 1}, {&alone, 1}).front() != value) {
             build(value);
         } else {
-            m_old.Emit(*found->second, m_sink);
-            old.erase(found);
+            m_old.Emit(m_old.Frames()[found->frame], m_sink);
+            ++first->used;
         }
     }
 }
@@ -144,22 +156,6 @@ void FrameBuilder::meta_to_frame(uint32_t id, std::string_view text)
     t_frame frame(id);
     frame.SetAsString(text, m_context);
     m_sink(AsNew(frame));
-}
-
-// A frame for every kStringsPerFrame values, each with the strings that `start` gives it.
-template <class Start>
-void EmitStrings(uint32_t id, const Values& values, const FrameSink& sink, Start start)
-{
-    t_frame frame(id);
-    size_t count = 0;
-    for (const std::string_view value : values) {
-        if (count == kStringsPerFrame)
-            sink(AsNew(frame));
-        count %= kStringsPerFrame;
-        start(frame, value, count++);
-    }
-    if (count != 0)
-        sink(AsNew(frame));
 }
 
 void FrameBuilder::meta_to_frame_multivalue(uint32_t id, const Values& values)
@@ -380,12 +376,12 @@ void NewFields::EmitField(std::string_view name, const FrameRule* rule, const Fr
     if (isOld && shown == group.end())
         return;
     name = isOld ? shown->Field() : std::string_view(change->first);
-    const Values values = isOld ? ValuesOf(m_old.Frames(), group) : *change->second;
+    Values values = isOld ? ValuesOf(m_old.Frames(), group) : *change->second;
     FrameBuilder builder(m_old, group, m_context, sink);
     if (rule == nullptr)
         builder.custom_to_frame_multi(name, values);
     else
-        builder.BuildField(*rule, values);
+        builder.BuildField(*rule, std::move(values));
 }
 
 // Calls visit(name) for each field of the old frames and of the changes, by their names.
