@@ -12,8 +12,8 @@
 namespace aiff
 {
 
-// Bytes of a file that reach the disk whole or not at all, and of one that a write changes whole
-// or not at all as long as the power stays on.
+// The units of a file, in bytes: a sector reaches the disk whole or not at all, and a write changes
+// a page whole or not at all as long as the power stays on.
 inline constexpr int64_t kSector = 512;
 inline constexpr int64_t kPage = 4096;
 
@@ -25,8 +25,8 @@ struct InPlaceStep {
     std::span<const uint8_t> before;             // what a switch overwrites; empty: hidden
 };
 
-// An edit as a list of writes. Hidden ones before the decisive step only lie past the end of
-// the old file.
+// An edit as a list of writes. Before the decisive step, hidden ones lie past the end of the old
+// file only.
 struct InPlaceChange {
     std::vector<InPlaceStep> steps;
     size_t decisive = 0;    // index of the step that makes the new content visible
