@@ -10,12 +10,10 @@
 #include "host/batch/Interruption.h"
 #include "host/commands/CommandGroup.h"
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
-#include <iostream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -59,18 +57,6 @@ void KeepStandardDescriptors()
     close(descriptor);
 }
 
-// CLI11 would split "[a,b]" as a list; it leaves "./[a,b]" alone.
-std::vector<std::string> Arguments(int argc, char** argv)
-{
-    std::vector<std::string> arguments;
-    for (int i = argc; i-- > 1;) { // CLI11 wants them in reverse order
-        const std::string argument = argv[i];
-        const bool isList = argument.starts_with('[') && argument.ends_with(']');
-        arguments.push_back(isList ? "./" + argument : argument);
-    }
-    return arguments;
-}
-
 // The exit code of a command, unless its output could not be written.
 int WithOutputWritten(host::ExitCode code)
 {
@@ -80,58 +66,35 @@ int WithOutputWritten(host::ExitCode code)
                           host::Problem::FromErrno().About("standard output"));
 }
 
-// What is wrong with the command line, in the words of the user.
-std::string WhatIsWrong(const CLI::App& program, const CLI::ParseError& error)
-{
-    const CLI::App* app = &program;
-    std::string command;
-    for (; !app->get_subcommands().empty(); command += app->get_name() + " ")
-        app = app->get_subcommands().front();
-    const bool lacksCommand = app->get_require_subcommand_min() != 0;
-    for (const std::string& word : program.remaining(true)) {
-        if (word.starts_with('-'))
-            return "there is no option '" + word + "' (--help lists them)";
-        if (lacksCommand)
-            return "there is no command '" + command + word + "' (--help lists them)";
-    }
-    if (lacksCommand)
-        return "a command is missing (--help lists them)";
-    return std::string(error.what()) + " (--help explains it)";
-}
-
 // Shows the help that was asked for, or what is wrong with the command line.
-int EndParsing(const CLI::App& program, const CLI::ParseError& error)
+int EndParsing(const host::Program::Outcome& outcome)
 {
-    if (error.get_exit_code() != 0)
-        return host::FailWith(host::kExitUsage, WhatIsWrong(program, error));
-    program.exit(error, std::cout);
-    std::cout.flush();
-    return std::cout ? WithOutputWritten(host::kExitDone)
-                     : host::FailWith(host::kExitSomeFailed, "standard output: cannot be written");
+    if (outcome.kind == host::Program::Outcome::Kind::Refuse)
+        return host::FailWith(host::kExitUsage, outcome.text);
+    std::fwrite(outcome.text.data(), 1, outcome.text.size(), stdout);
+    return WithOutputWritten(host::kExitDone);
 }
 
 int Run(int argc, char** argv)
 {
-    CLI::App program(
+    host::Program program(
+        "aiffconv",
         "Converts AIFF and AIFF-C files to WAV and FLAC through decoder plug-ins, and other "
         "formats to AIFF; shows and edits tags.",
-        "aiffconv");
-    program.set_version_flag("--version", "aiffconv " AIFFCONV_VERSION);
-    program.footer(kHelp);
-    program.fallthrough();
+        "aiffconv " AIFFCONV_VERSION);
+    const host::CommandLine line = program.Line();
+    line.Footer(kHelp);
     std::string traceText;
-    program.add_option("--trace", traceText,
-                       "Show what the decoders report: error, info or debug; add =FILE to write "
-                       "it to a file");
+    line.AddOption("--trace", traceText,
+                   "Show what the decoders report: error, info or debug; add =FILE to write "
+                   "it to a file");
     host::CommandSet commands;
-    commands.AddTo(program, {host::MakeConvertCommand, host::MakeEncodeCommand,
-                             host::MakeInfoCommand, host::MakeTagsCommand, host::MakeCheckCommand,
-                             host::MakeMd5Command, host::MakeCodecsCommand});
-    try {
-        program.parse(Arguments(argc, argv));
-    } catch (const CLI::ParseError& error) {
-        return EndParsing(program, error);
-    }
+    commands.AddTo(line, {host::MakeConvertCommand, host::MakeEncodeCommand, host::MakeInfoCommand,
+                          host::MakeTagsCommand, host::MakeCheckCommand, host::MakeMd5Command,
+                          host::MakeCodecsCommand});
+    const host::Program::Outcome outcome = program.Parse(argc, argv);
+    if (outcome.kind != host::Program::Outcome::Kind::Run)
+        return EndParsing(outcome);
 
     host::GlobalOptions global;
     if (!traceText.empty()) {

@@ -4,8 +4,7 @@
 #pragma once
 
 #include "host/batch/Batch.h"
-
-#include <CLI/App.hpp>
+#include "host/commands/CommandLine.h"
 
 namespace aiff::host
 {
@@ -13,10 +12,10 @@ namespace aiff::host
 // Adds --jobs.
 //
 // standard  what `jobs` stands for if the option is not given, for people
-void AddJobsOption(CLI::App& command, size_t& jobs, const std::string& standard);
+void AddJobsOption(CommandLine command, size_t& jobs, const std::string& standard);
 
 // Adds the options to a command. They are stored in `options`, which must outlive the
 // parsing.
-void AddBatchOptions(CLI::App& command, BatchOptions& options);
+void AddBatchOptions(CommandLine command, BatchOptions& options);
 
 } // namespace aiff::host

@@ -6,7 +6,6 @@
 #include "host/commands/Command.h"
 #include "host/commands/FetchArguments.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 
 namespace aiff::host
@@ -33,7 +32,7 @@ const char* StatusName(const FileFindings& findings)
 class CheckCommand : public Command
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override;
+    CommandLine AddTo(CommandLine program) override;
     ExitCode Run(const GlobalOptions& global) override;
 
 private:
@@ -46,14 +45,14 @@ private:
     bool m_quiet = false;
 };
 
-CLI::App* CheckCommand::AddTo(CLI::App& program)
+CommandLine CheckCommand::AddTo(CommandLine program)
 {
-    CLI::App* command = program.add_subcommand("check", "Find irregularities in AIFF files");
-    command->add_option("IN", m_inputs, kInputs)->required();
-    AddFetchOptions(*command, m_fetch);
-    command->add_flag("--json", m_json, "Write one JSON object per input, one per line");
-    command->add_flag("-q,--quiet", m_quiet, "Do not list clean files");
-    command->footer(kExamples);
+    const CommandLine command = program.AddCommand("check", "Find irregularities in AIFF files");
+    command.AddOption("IN", m_inputs, kInputs).Required();
+    AddFetchOptions(command, m_fetch);
+    command.AddFlag("--json", m_json, "Write one JSON object per input, one per line");
+    command.AddFlag("-q,--quiet", m_quiet, "Do not list clean files");
+    command.Footer(kExamples);
     return command;
 }
 

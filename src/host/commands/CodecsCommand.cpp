@@ -5,7 +5,6 @@
 #include "host/commands/PluginValidation.h"
 #include "support/text/XStr.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 
 namespace aiff::host
@@ -73,14 +72,14 @@ Json FileJson(const PluginFile& file)
 class CodecsCommand : public Command
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command =
-            program.add_subcommand("codecs", "List the plug-ins found, and where; or check one");
-        command->add_flag("--json", m_json, "Write a JSON object");
-        AddQuietOption(*command, m_quiet);
-        m_validation.AddTo(*command);
-        command->footer(kExamples);
+        const CommandLine command =
+            program.AddCommand("codecs", "List the plug-ins found, and where; or check one");
+        command.AddFlag("--json", m_json, "Write a JSON object");
+        AddQuietOption(command, m_quiet);
+        m_validation.AddTo(command);
+        command.Footer(kExamples);
         return command;
     }
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/commands/Command.h"
 
-#include <CLI/CLI.hpp>
-
 namespace aiff::host
 {
 namespace
@@ -38,9 +36,9 @@ ExitCode DecoderCommand::Run(const GlobalOptions& global)
     return kExitNoDecoder;
 }
 
-void AddQuietOption(CLI::App& command, bool& quiet)
+void AddQuietOption(CommandLine command, bool& quiet)
 {
-    command.add_flag("-q,--quiet", quiet, "Show problems only");
+    command.AddFlag("-q,--quiet", quiet, "Show problems only");
 }
 
 ExitCode FailWith(ExitCode code, const Problem& problem)

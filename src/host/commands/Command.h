@@ -8,8 +8,8 @@
 #include "host/base/ExitCode.h"
 #include "host/base/Problem.h"
 #include "host/base/Trace.h"
+#include "host/commands/CommandLine.h"
 
-#include <CLI/App.hpp>
 #include <memory>
 
 namespace aiff::host
@@ -29,7 +29,7 @@ public:
 
     // Adds the subcommand, its options and its help. The options are stored in this
     // object, which must outlive the parsing.
-    virtual CLI::App* AddTo(CLI::App& program) = 0;
+    virtual CommandLine AddTo(CommandLine program) = 0;
     // Carries it out after parsing.
     virtual ExitCode Run(const GlobalOptions& global) = 0;
 };
@@ -46,7 +46,7 @@ private:
 };
 
 // Adds -q, --quiet.
-void AddQuietOption(CLI::App& command, bool& quiet);
+void AddQuietOption(CommandLine command, bool& quiet);
 
 // Shows why a command ends here; returns `code`.
 ExitCode FailWith(ExitCode code, const Problem& problem);

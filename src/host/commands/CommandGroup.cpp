@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "host/commands/CommandGroup.h"
 
-#include <CLI/CLI.hpp>
-
 namespace aiff::host
 {
 
-void CommandSet::AddTo(CLI::App& parent, const Makers& makers)
+void CommandSet::AddTo(CommandLine parent, const Makers& makers)
 {
-    parent.require_subcommand(1);
+    parent.RequireCommand();
     for (const auto make : makers) {
         std::unique_ptr<Command> command = make();
-        CLI::App* entry = command->AddTo(parent);
+        const CommandLine entry = command->AddTo(parent);
         m_commands.emplace_back(entry, std::move(command));
     }
 }
@@ -19,7 +17,7 @@ void CommandSet::AddTo(CLI::App& parent, const Makers& makers)
 ExitCode CommandSet::Run(const GlobalOptions& global)
 {
     for (const auto& [entry, command] : m_commands) {
-        if (entry->parsed())
+        if (entry.IsGiven())
             return command->Run(global);
     }
     return kExitUsage;
@@ -32,11 +30,11 @@ CommandGroup::CommandGroup(std::string name, std::string help, std::string foote
 {
 }
 
-CLI::App* CommandGroup::AddTo(CLI::App& program)
+CommandLine CommandGroup::AddTo(CommandLine program)
 {
-    CLI::App* group = program.add_subcommand(m_name, m_help);
-    group->footer(m_footer);
-    m_commands.AddTo(*group, m_makers);
+    const CommandLine group = program.AddCommand(m_name, m_help);
+    group.Footer(m_footer);
+    m_commands.AddTo(group, m_makers);
     return group;
 }
 

@@ -19,12 +19,12 @@ public:
     using Makers = std::vector<std::unique_ptr<Command> (*)()>;
 
     // Makes the commands and adds them to `parent`.
-    void AddTo(CLI::App& parent, const Makers& makers);
+    void AddTo(CommandLine parent, const Makers& makers);
     // Runs the one that was named.
     ExitCode Run(const GlobalOptions& global);
 
 private:
-    std::vector<std::pair<CLI::App*, std::unique_ptr<Command>>> m_commands;
+    std::vector<std::pair<CommandLine, std::unique_ptr<Command>>> m_commands;
 };
 
 // A command that only holds subcommands, as "tags" does.
@@ -33,7 +33,7 @@ class CommandGroup : public Command
 public:
     CommandGroup(std::string name, std::string help, std::string footer, CommandSet::Makers makers);
 
-    CLI::App* AddTo(CLI::App& program) override;
+    CommandLine AddTo(CommandLine program) override;
     ExitCode Run(const GlobalOptions& global) override;
 
 private:

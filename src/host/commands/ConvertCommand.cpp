@@ -7,7 +7,6 @@
 #include "host/commands/OutputName.h"
 #include "support/text/XStr.h"
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -55,7 +54,7 @@ bool IsFolder(const std::string& path)
 class ConvertCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override;
+    CommandLine AddTo(CommandLine program) override;
 
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override;
@@ -72,24 +71,25 @@ private:
     ConvertOptions m_options;
 };
 
-CLI::App* ConvertCommand::AddTo(CLI::App& program)
+CommandLine ConvertCommand::AddTo(CommandLine program)
 {
-    CLI::App* command = program.add_subcommand("convert", "Convert to WAV or FLAC, bit for bit");
-    command->add_option("IN", m_inputs, kInputs)->required();
+    const CommandLine command =
+        program.AddCommand("convert", "Convert to WAV or FLAC, bit for bit");
+    command.AddOption("IN", m_inputs, kInputs).Required();
     command
-        ->add_option("-o,--output", m_batch.output,
-                     "File or folder to write to, or - for standard output")
-        ->required();
-    command->add_option("--start", m_start, "Start converting here");
-    command->add_option("--end", m_end, "Stop converting here");
+        .AddOption("-o,--output", m_batch.output,
+                   "File or folder to write to, or - for standard output")
+        .Required();
+    command.AddOption("--start", m_start, "Start converting here");
+    command.AddOption("--end", m_end, "Stop converting here");
     command
-        ->add_option("--format", m_format,
-                     "wav or flac (default: as the output's extension says, else wav)")
-        ->check(CLI::IsMember({kWav, kFlac}));
-    command->add_flag("--no-tags", m_noTags, "Do not copy tags and pictures");
-    AddFetchOptions(*command, m_options.fetch);
-    AddBatchOptions(*command, m_batch);
-    command->footer(kExamples);
+        .AddOption("--format", m_format,
+                   "wav or flac (default: as the output's extension says, else wav)")
+        .OneOf({kWav, kFlac});
+    command.AddFlag("--no-tags", m_noTags, "Do not copy tags and pictures");
+    AddFetchOptions(command, m_options.fetch);
+    AddBatchOptions(command, m_batch);
+    command.Footer(kExamples);
     return command;
 }
 

@@ -6,7 +6,6 @@
 #include "host/commands/FetchArguments.h"
 #include "host/commands/OutputName.h"
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
 
@@ -30,7 +29,7 @@ Reads AIFF, WAV, FLAC and anything else libsndfile reads with integer samples of
 class EncodeCommand : public Command
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override;
+    CommandLine AddTo(CommandLine program) override;
     ExitCode Run(const GlobalOptions& global) override;
 
 private:
@@ -39,15 +38,15 @@ private:
     BatchOptions m_batch;
 };
 
-CLI::App* EncodeCommand::AddTo(CLI::App& program)
+CommandLine EncodeCommand::AddTo(CommandLine program)
 {
-    CLI::App* command =
-        program.add_subcommand("encode", "Convert other formats to AIFF, bit for bit");
-    command->add_option("IN", m_inputs, kInputs)->required();
-    command->add_option("-o,--output", m_batch.output, "File or folder to write to")->required();
-    AddFetchOptions(*command, m_fetch);
-    AddBatchOptions(*command, m_batch);
-    command->footer(kExamples);
+    const CommandLine command =
+        program.AddCommand("encode", "Convert other formats to AIFF, bit for bit");
+    command.AddOption("IN", m_inputs, kInputs).Required();
+    command.AddOption("-o,--output", m_batch.output, "File or folder to write to").Required();
+    AddFetchOptions(command, m_fetch);
+    AddBatchOptions(command, m_batch);
+    command.Footer(kExamples);
     return command;
 }
 

@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "host/commands/FetchArguments.h"
 
-#include <CLI/CLI.hpp>
-
 namespace aiff::host
 {
 
-void AddFetchOptions(CLI::App& command, Fetch& fetch)
+void AddFetchOptions(CommandLine command, Fetch& fetch)
 {
     const auto choose = [&](const char* option, Fetch choice, const char* help) {
-        return command.add_flag_callback(
+        return command.AddFlag(
             option, [&fetch, choice] { fetch = choice; }, help);
     };
-    CLI::Option* always =
+    const Option always =
         choose("--fetch", Fetch::Always, "Fetch URLs as a whole before reading them");
     choose("--no-fetch", Fetch::Never, "Refuse URLs that would have to be fetched as a whole")
-        ->excludes(always);
+        .Excludes(always);
 }
 
 } // namespace aiff::host

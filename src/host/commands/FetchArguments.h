@@ -3,9 +3,8 @@
 // Command-line options of the commands that read more than files.
 #pragma once
 
+#include "host/commands/CommandLine.h"
 #include "host/session/AtHand.h"
-
-#include <CLI/App.hpp>
 
 namespace aiff::host
 {
@@ -15,6 +14,6 @@ inline constexpr char kInputs[] =
     "Files, folders, http:// or https:// URLs, or - for standard input";
 
 // Adds the options to a command. They are stored in `fetch`, which must outlive the parsing.
-void AddFetchOptions(CLI::App& command, Fetch& fetch);
+void AddFetchOptions(CommandLine command, Fetch& fetch);
 
 } // namespace aiff::host

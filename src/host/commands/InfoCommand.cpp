@@ -11,7 +11,6 @@
 #include "host/session/TagText.h"
 #include "support/text/XStr.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 
@@ -111,7 +110,7 @@ Json InfoJson(const DecoderSession& session, const std::vector<TagItem>& tags,
 class InfoCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override;
+    CommandLine AddTo(CommandLine program) override;
 
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override;
@@ -124,14 +123,15 @@ private:
     bool m_quiet = false;
 };
 
-CLI::App* InfoCommand::AddTo(CLI::App& program)
+CommandLine InfoCommand::AddTo(CommandLine program)
 {
-    CLI::App* command = program.add_subcommand("info", "Show format, length, properties and tags");
-    command->add_option("IN", m_inputs, kInputs)->required();
-    AddFetchOptions(*command, m_fetch);
-    command->add_flag("--json", m_json, "Write a JSON array with one object per input");
-    AddQuietOption(*command, m_quiet);
-    command->footer(kExamples);
+    const CommandLine command =
+        program.AddCommand("info", "Show format, length, properties and tags");
+    command.AddOption("IN", m_inputs, kInputs).Required();
+    AddFetchOptions(command, m_fetch);
+    command.AddFlag("--json", m_json, "Write a JSON array with one object per input");
+    AddQuietOption(command, m_quiet);
+    command.Footer(kExamples);
     return command;
 }
 

@@ -10,7 +10,6 @@
 #include "host/commands/FetchArguments.h"
 #include "host/commands/Md5List.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -65,7 +64,7 @@ const char* Verdict(bool isRead, bool isRight)
 class Md5Command : public Command
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override;
+    CommandLine AddTo(CommandLine program) override;
     ExitCode Run(const GlobalOptions& global) override;
 
 private:
@@ -83,17 +82,17 @@ private:
     bool m_quiet = false;
 };
 
-CLI::App* Md5Command::AddTo(CLI::App& program)
+CommandLine Md5Command::AddTo(CommandLine program)
 {
-    CLI::App* command = program.add_subcommand("md5", "Print or check MD5 sums of the sound");
-    command->add_option("IN", m_inputs, kInputs)->required();
-    CLI::Option* check = command->add_flag(
+    const CommandLine command = program.AddCommand("md5", "Print or check MD5 sums of the sound");
+    command.AddOption("IN", m_inputs, kInputs).Required();
+    const Option check = command.AddFlag(
         "-c,--check", m_check, "Each IN is a list of sums: compare the files in it with them");
-    command->add_flag("-q,--quiet", m_quiet, "With --check: do not list what is as it should be")
-        ->needs(check);
-    AddJobsOption(*command, m_jobs, "one per processor");
-    AddFetchOptions(*command, m_fetch);
-    command->footer(kExamples);
+    command.AddFlag("-q,--quiet", m_quiet, "With --check: do not list what is as it should be")
+        .Needs(check);
+    AddJobsOption(command, m_jobs, "one per processor");
+    AddFetchOptions(command, m_fetch);
+    command.Footer(kExamples);
     return command;
 }
 

@@ -5,7 +5,6 @@
 #include "host/base/Printable.h"
 #include "host/commands/Command.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -95,33 +94,32 @@ Findings NotLoaded()
 
 } // namespace
 
-void PluginValidation::AddTo(CLI::App& command)
+void PluginValidation::AddTo(CommandLine command)
 {
     command
-        .add_option("--validate", m_plugin, "Check that a decoder plug-in does what hosts rely on")
-        ->type_name("PLUGIN");
+        .AddOption("--validate", m_plugin, "Check that a decoder plug-in does what hosts rely on")
+        .ValueName("PLUGIN");
     const auto add = [&](const char* name, auto& value, const char* type, const char* help) {
-        CLI::Option* option = command.add_option(name, value, help)->type_name(type);
+        const Option option = command.AddOption(name, value, help).ValueName(type);
         m_details.push_back(option);
         return option;
     };
     add("--samples", m_samples, "FOLDER",
         "With --validate: decode copies of these files, too; needed for formats other than AIFF");
     add("--only", m_only, "CHECK", "With --validate: make this check only (can be repeated)")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        .OneValueEach();
     add("--time-limit", m_timeLimit, "SECONDS", "With --validate: for each check (default 60)");
-    m_details.push_back(command.add_flag(
+    m_details.push_back(command.AddFlag(
         "--in-process", m_inProcess,
         "With --validate: make the checks in this process, for a debugger; a crash ends it"));
-    add("--work-folder", m_workFolder, "FOLDER", "")->group("");
+    add("--work-folder", m_workFolder, "FOLDER", "").LeftOutOfHelp();
 }
 
 Problem PluginValidation::UsageProblem() const
 {
-    for (const CLI::Option* option : m_details) {
-        if (m_plugin.empty() && option->count() > 0)
-            return option->get_name() + " is for use with --validate";
+    for (const Option option : m_details) {
+        if (m_plugin.empty() && option.IsGiven())
+            return option.Name() + " is for use with --validate";
     }
     if (m_timeLimit < 1 || m_timeLimit > kMaxTimeLimit)
         return "--time-limit must be 1 to " + std::to_string(kMaxTimeLimit);

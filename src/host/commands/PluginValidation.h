@@ -4,9 +4,9 @@
 #pragma once
 
 #include "host/base/ExitCode.h"
+#include "host/commands/CommandLine.h"
 #include "host/validate/Validation.h"
 
-#include <CLI/App.hpp>
 #include <string>
 #include <vector>
 
@@ -17,7 +17,7 @@ class PluginValidation
 {
 public:
     // Adds --validate and the options that need it.
-    void AddTo(CLI::App& command);
+    void AddTo(CommandLine command);
     bool IsWanted() const { return !m_plugin.empty(); }
 
     // What is wrong with the options, if anything.
@@ -28,8 +28,8 @@ public:
 private:
     validate::Findings Make(const validate::Check& check, const std::string& workFolder) const;
 
-    std::vector<const CLI::Option*> m_details; // options that go with --validate
-    std::string m_plugin;                      // path
+    std::vector<Option> m_details; // options that go with --validate
+    std::string m_plugin;          // path
     std::string m_samples;
     std::vector<std::string> m_only; // names of checks
     int m_timeLimit = 60;            // seconds for each check

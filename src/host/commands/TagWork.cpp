@@ -9,7 +9,6 @@
 #include "host/commands/BatchArguments.h"
 #include "support/text/XStr.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -92,15 +91,15 @@ Problem WorkOn(EditedFile& file, const Input& input, const Problem& folderProble
 
 } // namespace
 
-void AddEditOptions(CLI::App& command, EditOptions& options)
+void AddEditOptions(CommandLine command, EditOptions& options)
 {
     AddJobsOption(command, options.jobs, std::to_string(options.jobs));
-    command.add_flag("--force", options.force,
-                     "Cut off bytes after the last chunk, such as an ID3v1 tag (otherwise such a "
-                     "file is left as it is)");
-    command.add_flag("--no-sync", options.noSync,
-                     "Do not wait until the disk holds the change: faster with many files, but a "
-                     "loss of power may then damage a tag");
+    command.AddFlag("--force", options.force,
+                    "Cut off bytes after the last chunk, such as an ID3v1 tag (otherwise such a "
+                    "file is left as it is)");
+    command.AddFlag("--no-sync", options.noSync,
+                    "Do not wait until the disk holds the change: faster with many files, but a "
+                    "loss of power may then damage a tag");
     AddQuietOption(command, options.quiet);
 }
 

@@ -25,7 +25,7 @@ struct EditOptions {
 };
 
 // Adds them to a command. They must outlive the parsing.
-void AddEditOptions(CLI::App& command, EditOptions& options);
+void AddEditOptions(CommandLine command, EditOptions& options);
 
 // A line about a file.
 struct FileLine {

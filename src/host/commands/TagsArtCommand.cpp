@@ -9,7 +9,6 @@
 #include "host/commands/TagWork.h"
 #include "host/writers/PictureKinds.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -38,18 +37,18 @@ std::string Extension(std::span<const uint8_t> picture)
 class ExportCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command = program.add_subcommand("export", "Save the pictures as files");
-        command->add_option("IN", m_inputs, kInputs)->required();
+        const CommandLine command = program.AddCommand("export", "Save the pictures as files");
+        command.AddOption("IN", m_inputs, kInputs).Required();
         command
-            ->add_option("-o,--output", m_folder,
-                         "Folder for 1-front.jpg, 2-back.png, ...; of several files and those in "
-                         "folders, each gets one of its own in there")
-            ->required();
-        command->add_flag("--overwrite", m_overwrite, "Replace existing files");
-        AddFetchOptions(*command, m_fetch);
-        AddQuietOption(*command, m_quiet);
+            .AddOption("-o,--output", m_folder,
+                       "Folder for 1-front.jpg, 2-back.png, ...; of several files and those in "
+                       "folders, each gets one of its own in there")
+            .Required();
+        command.AddFlag("--overwrite", m_overwrite, "Replace existing files");
+        AddFetchOptions(command, m_fetch);
+        AddQuietOption(command, m_quiet);
         return command;
     }
 
@@ -173,18 +172,18 @@ Result<std::vector<uint8_t>> ReadPicture(const std::string& path)
 class SetCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command = program.add_subcommand("set", "Put a picture into files");
+        const CommandLine command = program.AddCommand("set", "Put a picture into files");
         command
-            ->add_option("FILE... IMAGE", m_arguments,
-                         "Files and folders, then a PNG or JPEG picture")
-            ->required()
-            ->expected(2, -1);
-        command->add_option("--type", m_type, "What it shows (default: front)");
-        command->add_option("--description", m_description, "A short description of it");
-        AddEditOptions(*command, m_options);
-        command->footer("Replaces the pictures of that type. Types:\n" + TypeList());
+            .AddOption("FILE... IMAGE", m_arguments,
+                       "Files and folders, then a PNG or JPEG picture")
+            .Required()
+            .AtLeast(2);
+        command.AddOption("--type", m_type, "What it shows (default: front)");
+        command.AddOption("--description", m_description, "A short description of it");
+        AddEditOptions(command, m_options);
+        command.Footer("Replaces the pictures of that type. Types:\n" + TypeList());
         return command;
     }
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/commands/TagWork.h"
 
-#include <CLI/CLI.hpp>
-
 namespace aiff::host
 {
 namespace
@@ -11,11 +9,11 @@ namespace
 class ClearCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command = program.add_subcommand("clear", "Remove all tags");
-        command->add_option("FILE", m_files, "Files and folders to change")->required();
-        AddEditOptions(*command, m_options);
+        const CommandLine command = program.AddCommand("clear", "Remove all tags");
+        command.AddOption("FILE", m_files, "Files and folders to change").Required();
+        AddEditOptions(command, m_options);
         return command;
     }
 

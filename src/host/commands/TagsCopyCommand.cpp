@@ -3,7 +3,6 @@
 #include "host/commands/FetchArguments.h"
 #include "host/commands/TagWork.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 namespace aiff::host
@@ -18,14 +17,15 @@ FROM does not have: fields, pictures of other types, and frames that are not sho
 class CopyCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command = program.add_subcommand("copy", "Copy the tag of one file to others");
-        command->add_option("FROM", m_from, "A file, a URL, or - for standard input")->required();
-        command->add_option("TO", m_to, "Files and folders to change")->required();
-        AddFetchOptions(*command, m_fetch);
-        AddEditOptions(*command, m_options);
-        command->footer(kCopyRule);
+        const CommandLine command =
+            program.AddCommand("copy", "Copy the tag of one file to others");
+        command.AddOption("FROM", m_from, "A file, a URL, or - for standard input").Required();
+        command.AddOption("TO", m_to, "Files and folders to change").Required();
+        AddFetchOptions(command, m_fetch);
+        AddEditOptions(command, m_options);
+        command.Footer(kCopyRule);
         return command;
     }
 

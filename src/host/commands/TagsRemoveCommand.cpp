@@ -3,7 +3,6 @@
 #include "host/commands/TagWork.h"
 #include "support/text/XStr.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 namespace aiff::host
@@ -33,19 +32,18 @@ Problem RemoveFields(EditedFile& file, const std::vector<std::string>& names)
 class RemoveCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command = program.add_subcommand("remove", "Remove fields");
+        const CommandLine command = program.AddCommand("remove", "Remove fields");
         command
-            ->add_option("FILE... NAME", m_arguments,
-                         "Files and folders, then the fields to remove")
-            ->required();
+            .AddOption("FILE... NAME", m_arguments, "Files and folders, then the fields to remove")
+            .Required();
         command
-            ->add_option("-n,--name", m_names,
-                         "A field to remove, even if there is a file of that name")
-            ->allow_extra_args(false);
-        AddEditOptions(*command, m_options);
-        command->footer(kRemoveRule);
+            .AddOption("-n,--name", m_names,
+                       "A field to remove, even if there is a file of that name")
+            .OneValueEach();
+        AddEditOptions(command, m_options);
+        command.Footer(kRemoveRule);
         return command;
     }
 

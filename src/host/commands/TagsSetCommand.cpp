@@ -2,8 +2,6 @@
 #include "host/commands/TagArguments.h"
 #include "host/commands/TagWork.h"
 
-#include <CLI/CLI.hpp>
-
 namespace aiff::host
 {
 namespace
@@ -30,19 +28,19 @@ std::string Summary(const std::vector<TagItem>& items)
 class SetCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command = program.add_subcommand("set", "Set fields");
+        const CommandLine command = program.AddCommand("set", "Set fields");
         command
-            ->add_option("FILE... NAME=VALUE", m_arguments,
-                         "Files and folders, then the fields to set in them")
-            ->required();
+            .AddOption("FILE... NAME=VALUE", m_arguments,
+                       "Files and folders, then the fields to set in them")
+            .Required();
         command
-            ->add_option("-s,--set", m_assignments,
-                         "NAME=VALUE, even if there is a file of that name")
-            ->allow_extra_args(false);
-        AddEditOptions(*command, m_options);
-        command->footer(kSetRule);
+            .AddOption("-s,--set", m_assignments,
+                       "NAME=VALUE, even if there is a file of that name")
+            .OneValueEach();
+        AddEditOptions(command, m_options);
+        command.Footer(kSetRule);
         return command;
     }
 

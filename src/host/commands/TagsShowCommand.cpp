@@ -6,7 +6,6 @@
 #include "host/commands/TagWork.h"
 #include "host/session/TagText.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 
 namespace aiff::host
@@ -17,13 +16,13 @@ namespace
 class ShowCommand : public DecoderCommand
 {
 public:
-    CLI::App* AddTo(CLI::App& program) override
+    CommandLine AddTo(CommandLine program) override
     {
-        CLI::App* command = program.add_subcommand("show", "Show fields and pictures");
-        command->add_option("IN", m_inputs, kInputs)->required();
-        AddFetchOptions(*command, m_fetch);
-        command->add_flag("--json", m_json, "Write a JSON array with one object per input");
-        AddQuietOption(*command, m_quiet);
+        const CommandLine command = program.AddCommand("show", "Show fields and pictures");
+        command.AddOption("IN", m_inputs, kInputs).Required();
+        AddFetchOptions(command, m_fetch);
+        command.AddFlag("--json", m_json, "Write a JSON array with one object per input");
+        AddQuietOption(command, m_quiet);
         return command;
     }
 
