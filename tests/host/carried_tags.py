@@ -55,7 +55,7 @@ INFO = [(b"ITRK", b"3\0", "TRCK", "3"), (b"IENG", b"Eve", "TXXX:ENGINEER", "Eve"
         (b"ISFT", b"Lavf", "TSSE", "Lavf"), (b"ICMT", b"Caf\xe9", "COMM", "Caf\u00E9"),
         (b"ISBJ", b"odd", "TXXX:ISBJ", "odd"), (b"INAM", b"other", "TIT2", "mine")]
 
-# Comments of other programs, and their frame.
+# Comments of other programs, their frame, and what is told.
 COVER = Picture()
 COVER.type, COVER.mime, COVER.data = 3, "image/png", b"\x89PNG"
 COMMENTS = [([("TRACKNUMBER", "3"), ("TOTALTRACKS", "12")], F["TRCK"](3, ["3/12"])),
@@ -68,7 +68,13 @@ COMMENTS = [([("TRACKNUMBER", "3"), ("TOTALTRACKS", "12")], F["TRCK"](3, ["3/12"
             ([("ORGANIZATION", "x")], F["TPUB"](3, ["x"])),
             ([("DESCRIPTION", "x")], F["COMM"](3, "XXX", "", ["x"])),
             ([("RATING", "80")], F["TXXX"](3, "RATING", ["80"])),
-            ([("URL", "http://\u4E2D")], F["TXXX"](3, "URL", ["http://\u4E2D"]))]
+            ([("PODCAST", "1")], F["PCST"](0)),
+            ([("GENRE", "17")], F["TCON"](3, ["Rock"]), 'GENRE "17" reads back as "Rock"'),
+            ([("TITLE", "a\0b")], F["TIT2"](3, ["a"]), "what follows a zero in TITLE"),
+            *[([(name, value)], F["TXXX"](3, name, [value])) for name, value in (
+                ("URL", "http://\u4E2D"), ("COMMERCIALINFORMATIONURL", "http://\u4E2D"),
+                ("ORIGINALDATE", "May"), ("MUSICBRAINZ_TRACKID", "\u00E9"), ("PODCAST", "x"),
+                ("INVOLVEDPEOPLE", "A"))]]
 
 # Frames of other versions and forms as they are in files, what becomes of them in FLAC, and what
 # is told.
@@ -195,14 +201,15 @@ write_wav((b"LIST", info))
 notes_of("encode", "in.wav", "out.aiff")
 same(AIFF("out.aiff").tags["TIPL"].people, [["engineer", "Eve"]], "no tag")
 
-for given, frame in COMMENTS:
+for given, frame, *told in COMMENTS:
     write_aiff()
     notes_of("convert", "in.aiff", "in.flac")
     flac = FLAC("in.flac")
     flac.tags.extend(given)
     flac.save()
-    notes_of("encode", "in.flac", "out.aiff")
-    same(texts_of(AIFF("out.aiff").tags.values()), [repr(frame)], given)
+    notes = notes_of("encode", "in.flac", "out.aiff")
+    assert len(notes) == len(told) and all(map(str.endswith, notes, told)), notes
+    same(texts_of(AIFF("out.aiff").tags.values()), texts_of([frame]), given)
 
 # Texts and tags of Wave64, CAF and AU files.
 def chunks_of(order, header, *chunks):

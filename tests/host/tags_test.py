@@ -8,6 +8,7 @@ import json
 import os
 import pty
 import subprocess
+import zlib
 
 from harness import aiffconv, chunk, common, form, mutagen, read, run, tag_of, write
 
@@ -144,6 +145,24 @@ wanted = frames_of("from.aiff")
 kept = {key: text for key, text in frames_of("to.aiff").items() if "kept" in text.lower()}
 run(0, "tags", "copy", "from.aiff", "to.aiff", "-q")
 assert len(kept) == 3 and frames_of("to.aiff") == {**kept, **wanted}, frames_of("to.aiff")
+
+# What does not go over into a tag of another version is told.
+for frame, told in ((b"TCO\0\0\6\0(255)", 'left out: GENRE "(255)"'), (b"TXX\0\0\4\0\0xy", ""),
+                    (b"TP1\0\0\4\0a/b", 'ARTIST "a/b" becomes several values'),
+                    (b"TCO\0\0\x08\0(4)Euro", '"Disco; Euro" reads back as "Disco"')):
+    write_aiff("from.aiff", b"ID3\2\0\0\0\0\0" + bytes((len(frame),)) + frame)
+    write_aiff("to.aiff", tag_of(4, id3.TALB(3, "kept")))
+    err = run(0, "tags", "copy", "-q", "from.aiff", "to.aiff")[1]
+    assert told in err and bool(told) == bool(err) and "TALB" in frames_of("to.aiff"), err
+assert frames_of("to.aiff").keys() == {"TALB", "TCON"}
+
+# A frame that only other readers read is named, and kept.
+packed = zlib.compress(b"\3Title")
+packed = b"TIT2\0\0\0" + bytes((len(packed) + 4, 0, 9, 0, 0, 0, 6)) + packed
+write_aiff("packed.aiff", b"ID3\4\0\0\0\0\0" + bytes((len(packed),)) + packed)
+assert "frame TIT2 is compressed" in run(4, "tags", "show", "packed.aiff")[1]
+run(0, "tags", "set", "packed.aiff", "Artist=x")
+assert aiff.AIFF("packed.aiff").tags["TIT2"].text == ["Title"] and len(fields_of("packed.aiff")) == 2
 
 # Hidden tags are told by "show" and "check" alike; nothing is cut off unasked.
 ID3V1 = b"TAG" + bytes(125)

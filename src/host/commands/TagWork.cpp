@@ -170,6 +170,17 @@ Problem EditedFile::Copy(const std::vector<TagItem>& items, const FileTags* tags
     });
 }
 
+void EditedFile::SayCopyDifferences(const std::vector<TagItem>& items, const FileTags* tags)
+{
+    if (tags == nullptr || !m_tags)
+        return SayWhatDiffers(items);
+    const std::optional<FileTags> after = ReadFileTags(m_input);
+    if (!after)
+        return;
+    for (const std::string& text : CopyDifferences(*tags, *m_tags, *after))
+        SayProblem(text);
+}
+
 void EditedFile::AddLine(FileLine::Kind kind, const std::string& text)
 {
     m_lines.push_back({kind, m_input.Name() + ": " + text});

@@ -63,6 +63,8 @@ public:
     // Reads the file again and says which items are not what they were meant to be: some values
     // are stored in another form.
     void SayWhatDiffers(const std::vector<TagItem>& items);
+    // The same after Copy, of all that the copied tags and the file's own said.
+    void SayCopyDifferences(const std::vector<TagItem>& items, const FileTags* tags);
 
     std::vector<FileLine> TakeLines() { return std::move(m_lines); }
 

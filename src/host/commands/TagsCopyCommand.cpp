@@ -52,7 +52,7 @@ private:
             Problem problem = file.Copy(items, tags);
             if (!problem) {
                 file.Say(Summary(items));
-                file.SayWhatDiffers(items);
+                file.SayCopyDifferences(items, tags);
             }
             return problem;
         });

@@ -58,7 +58,7 @@ constexpr Phrase kEditNotes[] = {
     {"The file was replaced by a changed copy. Its other names",
      "its other names (hard links) keep the old tags"},
     {"Frames that the new tag cannot hold are left out: ",
-     "frames of its old tag that cannot be kept in a newer one are left out: %"},
+     "frames of an older tag that cannot be kept in a newer one are left out: %"},
     {"The new tags are in '", "has the new tags, but also bytes that the next edit removes"},
 };
 

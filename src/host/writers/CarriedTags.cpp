@@ -63,7 +63,7 @@ void SplitTotals(PropertyMap& texts)
             continue;
         String& text = number->second.front();
         const int slash = text.find("/");
-        if (slash <= 0 || slash + 1 == static_cast<int>(text.size()))
+        if (slash <= 0 || slash + 1 == static_cast<int>(text.size()) || text.rfind("/") != slash)
             continue;
         texts.insert(total, text.substr(static_cast<unsigned>(slash) + 1));
         text = text.substr(0, static_cast<unsigned>(slash));

@@ -91,6 +91,19 @@ bool IsTimestamp(const String& text)
            });
 }
 
+// Whether all of the values keep their meaning in frames of this kind.
+bool MayHold(const ByteVector& id, const StringList& values)
+{
+    constexpr const char* kDates[] = {"TDEN", "TDOR", "TDRC", "TDRL", "TDTG"};
+    if (std::ranges::find(kDates, id) != std::end(kDates))
+        return std::ranges::all_of(values, IsTimestamp);
+    if (id == "UFID")
+        return std::ranges::all_of(values, &String::isAscii);
+    if (id == "PCST") // tells that this is a podcast, and no more
+        return values == StringList("1");
+    return id[0] != 'W' || std::ranges::all_of(values, &String::isLatin1);
+}
+
 wchar_t LowerCase(wchar_t c)
 {
     return c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c;
@@ -208,18 +221,17 @@ void FrameBytes::AddRating(int rating)
 }
 
 // A frame that holds one value takes the first, and a TXXX frame the others, where a tag may not
-// have several frames of that kind. URLs in frames are ISO 8859-1.
+// have several frames of that kind.
 void FrameBytes::AddOther(const String& property, const StringList& values)
 {
     const auto frame = MakeFrame(property, values.front());
     const ByteVector id = frame->frameID();
-    const bool isLatin1 = std::ranges::all_of(values, &String::isLatin1);
-    if (dynamic_cast<ID3v2::TextIdentificationFrame*>(frame.get()) != nullptr) {
-        Add(*MakeFrame(property, values));
+    if (!MayHold(id, values)) {
+        AddUserText(property, values);
         return;
     }
-    if (id[0] == 'W' && !isLatin1) {
-        AddUserText(property, values);
+    if (dynamic_cast<ID3v2::TextIdentificationFrame*>(frame.get()) != nullptr) {
+        Add(*MakeFrame(property, values));
         return;
     }
     Add(*frame);
@@ -245,17 +257,11 @@ void FrameBytes::AddProperties(const PropertyMap& texts, RolesAs roles)
         if (isInvolved || TakePrefix(property, kPerformerPrefix, role)) {
             for (const String& name : values)
                 (isInvolved ? involved : musicians).append(role).append(name);
-        } else if (property == TagText(kInvolvedPeople)) {
-            AddText("TIPL", values);
-        } else if (property == TagText(kMusicianCredits)) {
-            AddText("TMCL", values);
-        } else if (property == TagText(kCommercialUrl)) {
+        } else if (property == TagText(kCommercialUrl) && MayHold("WCOM", values)) {
             AddUrls("WCOM", values);
         } else if (const auto rating = Rating(values);
                    rating && property == TagText(kRatingProperty)) {
             AddRating(*rating);
-        } else if (property == "DATE" && !std::ranges::all_of(values, IsTimestamp)) {
-            AddUserText(property, values);
         } else {
             AddOther(property, values);
         }
@@ -277,11 +283,16 @@ void FrameBytes::AddPicture(const TagPicture& picture)
 
 } // namespace
 
+void UseId3Forms(PropertyMap& texts)
+{
+    ResolveAliases(texts);
+    MarkTimes(texts);
+    JoinTotals(texts);
+}
+
 Result<std::vector<uint8_t>> MakeId3(TagContent content, RolesAs roles)
 {
-    ResolveAliases(content.texts);
-    MarkTimes(content.texts);
-    JoinTotals(content.texts);
+    UseId3Forms(content.texts);
     FrameBytes frames;
     frames.AddProperties(content.texts, roles);
     for (const TagPicture& picture : content.pictures)

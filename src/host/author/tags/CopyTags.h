@@ -8,6 +8,7 @@
 #include "support/file/FlushFile.h"
 
 #include <string>
+#include <vector>
 
 namespace aiff::host
 {
@@ -18,5 +19,10 @@ namespace aiff::host
 // in the report, when that cannot be done; the file is then as it was.
 [[nodiscard]] bool CopyTags(const FileTags& tags, const std::string& path, Durability durability,
                             const STNStdReport& report);
+
+// Sentences for people about what of the tags in one file, and of those that were in the other,
+// does not read back from the other after the copy.
+std::vector<std::string> CopyDifferences(const FileTags& from, const FileTags& before,
+                                         const FileTags& after);
 
 } // namespace aiff::host

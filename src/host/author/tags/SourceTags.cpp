@@ -4,6 +4,7 @@
 #include "host/author/tags/ChunkText.h"
 #include "host/author/tags/HeaderTexts.h"
 #include "host/author/tags/ReadId3.h"
+#include "host/author/tags/TagDifferences.h"
 #include "host/author/tags/UpdateTag.h"
 #include "host/author/tags/WavTags.h"
 #include "host/writers/MakeId3.h"
@@ -33,6 +34,12 @@ bool HoldsAll(const TagContent& content, const TagContent& part)
            content.pictures.size() == part.pictures.size();
 }
 
+void NoteDifferences(const TagContent& wanted, SourceTags& source)
+{
+    std::ranges::move(TagDifferences(wanted, ReadId3(source.id3v2)),
+                      std::back_inserter(source.notes));
+}
+
 // Takes what an INFO list says beyond the tag into the tag, which keeps its version.
 Problem AddInfo(const TagLib::PropertyMap& info, SourceTags& source)
 {
@@ -54,11 +61,13 @@ Problem AddInfo(const TagLib::PropertyMap& info, SourceTags& source)
     NTag list;
     if (!isNew && (!ReadTagList(*added, list) || !UpdateTag(source.id3v2, list, tag)))
         return kTooLarge;
-    if (isNew || HoldsAll(ReadId3(tag), content))
+    if (isNew || HoldsAll(ReadId3(tag), content)) {
         source.id3v2 = std::move(tag);
-    else
+        NoteDifferences(more, source);
+    } else {
         source.notes.emplace_back("has an INFO list that its ID3v2 tag cannot take up, and which "
                                   "is left out");
+    }
     return {};
 }
 
@@ -88,16 +97,25 @@ void AddPictures(const TagLib::List<TagLib::FLAC::Picture*>& pictures, TagConten
                                     picture->description(), picture->data()});
 }
 
-// In a Vorbis comment, where some programs put them.
-size_t CountPictures(TagLib::ByteVector comment)
+// Names what TagLib does not read of a Vorbis comment: what follows a zero, and odd ones among the
+// pictures that some programs put there.
+void AddUnreadComments(const TagLib::ByteVector& block, TagContent& content)
 {
-    std::transform(comment.begin(), comment.end(), comment.begin(), UpperAscii<char>);
-    size_t count = 0;
-    for (const char* const name : {"METADATA_BLOCK_PICTURE=", "COVERART="})
-        for (int at = comment.find(name); at >= 0;
-             at = comment.find(name, static_cast<unsigned>(at) + 1))
-            ++count;
-    return count;
+    constexpr unsigned kField = 4; // a size or a number
+    size_t pictures = 0;
+    unsigned at = kField + std::min(block.toUInt(0U, false), block.size());
+    for (at += kField; block.size() - std::min(at, block.size()) > kField;) {
+        const unsigned size = block.toUInt(at, false);
+        const TagLib::ByteVector comment = block.mid(at + kField, size);
+        const std::string text(comment.begin(), comment.end());
+        const std::string name = text.substr(0, text.find('='));
+        at += kField + std::min(size, block.size());
+        pictures += EqualNoCase(name, "METADATA_BLOCK_PICTURE") || EqualNoCase(name, "COVERART");
+        if (text.find('\0') != std::string::npos)
+            content.leftOut.insert("what follows a zero in " + name);
+    }
+    if (pictures > content.pictures.size())
+        content.leftOut.insert("a picture that cannot be read");
 }
 
 // Names the metadata blocks of a FLAC file that an AIFF file has no place for.
@@ -121,8 +139,8 @@ void AddBlocks(TagLib::FLAC::File& file, TagContent& content)
         const unsigned size = header.toUInt(1U, 3U);
         if ((type & ~kLast) != kComment)
             file.seek(static_cast<long>(size), TagLib::File::Current);
-        else if (CountPictures(file.readBlock(size)) > content.pictures.size())
-            content.leftOut.insert("a picture that cannot be read");
+        else
+            AddUnreadComments(file.readBlock(size), content);
     }
 }
 
@@ -185,10 +203,12 @@ Result<SourceTags> ReadSourceTags(const std::string& path, SNDFILE* file)
     if (!content.leftOut.empty())
         source.notes.push_back("left out, as an ID3v2 tag cannot hold it: " +
                                Enumerated(content.leftOut));
-    Result<std::vector<uint8_t>> tag = MakeId3(std::move(content));
+    Result<std::vector<uint8_t>> tag = MakeId3(content);
     if (!tag)
         return tag.Why();
     source.id3v2 = std::move(*tag);
+    content.leftOut.clear(); // is told
+    NoteDifferences(content, source);
     return source;
 }
 

@@ -5,6 +5,7 @@
 #include "host/base/Printable.h"
 #include "tags/TagFields.h"
 #include "tags/TagItems.h"
+#include "tags/id3parser/frames/WireTag.h"
 
 #include <algorithm>
 #include <array>
@@ -46,6 +47,19 @@ int64_t FirstNonZero(const XFile& file, int64_t position)
     return position;
 }
 
+// Where no more than one frame keeps the decoder from reading a tag that an edit makes readable.
+std::string WhyNotRead(std::span<const uint8_t> bytes)
+{
+    using namespace id3parser;
+    const WireTag tag = ReadWireTag(bytes);
+    const auto frame = std::ranges::find(tag.frames, FrameReading::Refused, &WireFrame::reading);
+    if (tag.revision != kRevision4 || frame == tag.frames.end())
+        return {};
+    const bool isCompressed = frame->formatFlags & format4::kCompressed;
+    return " because its frame " + frame->Name() + (isCompressed ? " is compressed" : " is damaged") +
+           " (other programs may show it, and an edit keeps that frame)";
+}
+
 } // namespace
 
 Problem ReadChunkTag(const XFile& file, int64_t position, int64_t size, const std::string& chunk,
@@ -59,7 +73,7 @@ Problem ReadChunkTag(const XFile& file, int64_t position, int64_t size, const st
                std::to_string(size) + ", " + chunk;
     tag.resize(static_cast<size_t>(tagSize));
     if (file.ReadAt(position, tag) != tag.size() || !ReadTagList(tag, list))
-        return "has a tag that cannot be read, in the chunk " + chunk;
+        return "has a tag that cannot be read" + WhyNotRead(tag) + ", in the chunk " + chunk;
     return {};
 }
 
