@@ -211,7 +211,7 @@ for given, frame, *told in COMMENTS:
     assert len(notes) == len(told) and all(map(str.endswith, notes, told)), notes
     same(texts_of(AIFF("out.aiff").tags.values()), texts_of([frame]), given)
 
-# Texts and tags of Wave64, CAF and AU files.
+# Texts and tags of Wave64, RIFX, CAF, AU and VOC files.
 def chunks_of(order, header, *chunks):
     """Chunks whose size, of eight bytes, may count a header after the code and fill up to eight."""
     return b"".join(code + header + struct.pack(order + "Q", len(data) + 24 * bool(header)) + data +
@@ -222,17 +222,25 @@ GUID = bytes.fromhex("f3acd3118cd100c04f8edb8a")
 sound = struct.pack("<HHLLHH", 1, 1, 44100, 88200, 2, 16)
 own = [F["TIT2"](1, ["mine"]), F["PRIV"]("o", b"x")]
 w64 = b"wave" + GUID + chunks_of("<", GUID, (b"fmt ", sound), (b"data", bytes(20)),
-                                 (b"id3 ", tag_of(3, *own)), (b"bext", b"x"))
+                                 (b"id3 ", tag_of(3, *own)), (b"bext", b"x"),
+                                 (b"\xBC\x94\x5F\x92", b"summary"))
 w64 = b"riff" + bytes.fromhex("2e91cf11a5d628db04c10000") + struct.pack("<Q", len(w64) + 24) + w64
 caf = b"caff\0\1\0\0" + chunks_of(
     ">", b"", (b"desc", struct.pack(">d4s5L", 44100, b"lpcm", 0, 2, 1, 1, 16)), (b"mark", bytes(8)),
     (b"info", b"\0\0\0\3title\0T\0comments\0\xC3\xA9\0Own key\0v\0"), (b"data", bytes(24)))
 au = b".snd" + struct.pack(">5L", 40, 20, 3, 44100, 1) + b"%-16b" + bytes(20)
+rifx = form(b"RIFX", b"WAVE", [
+    (b"fmt ", struct.pack(">HHLLHH", 1, 1, 44100, 88200, 2, 16)), (b"data", bytes(20)),
+    (b"LIST", b"INFO" + chunk(b"INAM", b"T"))])
+voc = b"Creative Voice File\x1a\x1a\0\x0a\1\x29\x11\5\2\0\0\xE9\0\x01\x0c\0\0\x83\0" + bytes(10)
 texts = [F["TIT2"](3, ["T"]), F["COMM"](3, "XXX", "", ["\u00E9"]), F["TXXX"](3, "OWN KEY", ["v"])]
 for source, expected, told in (
-        (w64, own, "only Wave64 files hold ('bext')"), (caf, texts, "chunk 'mark'"),
+        (w64, own, "files hold ('bext', a summary list)"), (rifx, texts[:1], ""),
+        (voc + b"\0", texts[1:2], ""), (caf, texts, "chunk 'mark'"),
         (au % b"Title=T\n\0", texts[:1], ""), (au % b"\xE9\0", texts[1:2], "")):
     write("in.other", source)
     notes = notes_of("encode", "in.other", "out.aiff")
     same(texts_of(AIFF("out.aiff").tags.values()), texts_of(expected), source)
     assert len(notes) == bool(told) and told in "".join(notes), notes
+write("in.other", voc + b"\7\0\0\0\0") # a loop
+assert "more blocks after its first sound" in run(1, "encode", "in.other", "-o", "none.aiff")[1]

@@ -206,20 +206,41 @@ ContainerSizes ReadAuSizes(const FileContent& file, Order order)
 
 constexpr int64_t kVocBlockHeader = 4; // a type, and a size of three bytes
 
+int64_t VocBlockType(const FileContent& file, int64_t position)
+{
+    return NumberAt(file, position, 1, Order::Little);
+}
+
+int64_t VocBlockEnd(const FileContent& file, int64_t position)
+{
+    return position + kVocBlockHeader + NumberAt(file, position + 1, 3, Order::Little);
+}
+
 // Goes from block to block of a VOC file. Returns how many bytes follow the one of type 0, which
 // ends the file; -1 when there is none.
 int64_t BytesAfterVocEnd(const FileContent& file, int64_t position)
 {
     constexpr int64_t kLastType = 9;
     for (int i = 0; i < kMostChunks && position < file.Size(); ++i) {
-        const int64_t type = NumberAt(file, position, 1, Order::Little);
+        const int64_t type = VocBlockType(file, position);
         if (type == 0)
             return file.Size() - position - 1;
         if (type > kLastType)
             break;
-        position += kVocBlockHeader + NumberAt(file, position + 1, 3, Order::Little);
+        position = VocBlockEnd(file, position);
     }
     return -1;
+}
+
+// Whether the first block of sound, or one that loops it, is not the last block. libsndfile takes
+// what follows for samples.
+bool IsVocSoundDivided(const FileContent& file, int64_t position)
+{
+    constexpr int64_t kBeforeSound[] = {4, 5, 8}; // marker, text, extension of the format
+    while (std::ranges::count(kBeforeSound, VocBlockType(file, position)) != 0)
+        position = VocBlockEnd(file, position);
+    return VocBlockType(file, position) != 0 &&
+           VocBlockType(file, VocBlockEnd(file, position)) != 0;
 }
 
 // Some programs make a block of type 9 too small by a part of its header, so that it seems to end
@@ -231,12 +252,15 @@ ContainerSizes ReadVocSizes(const FileContent& file)
     constexpr int64_t kMissed = 8;
     ContainerSizes sizes;
     const int64_t start = NumberAt(file, kHeaderSizeAt, 2, Order::Little);
-    const int64_t next = start + kVocBlockHeader + NumberAt(file, start + 1, 3, Order::Little);
+    const int64_t next = VocBlockEnd(file, start);
     const int64_t left = BytesAfterVocEnd(file, start);
-    const bool isSmall = NumberAt(file, start, 1, Order::Little) == kNewSound &&
-                         BytesAfterVocEnd(file, next + kMissed) >= 0;
+    const bool isSmall =
+        VocBlockType(file, start) == kNewSound && BytesAfterVocEnd(file, next + kMissed) >= 0;
     if (left != 0 && left <= kMissed && !isSmall)
         sizes.damage = kSoundIsCut;
+    if (left == 0 && IsVocSoundDivided(file, start))
+        sizes.obstacle = "has more blocks after its first sound, and only VOC files with one block "
+                         "of sound, at their end, can be encoded";
     return sizes;
 }
 

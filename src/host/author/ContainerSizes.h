@@ -15,6 +15,8 @@ namespace aiff::host
 struct ContainerSizes {
     int64_t soundBytes = -1; // as the file says; -1 when it does not say it or is not known
     Problem damage;          // what the file says it has and does not
+    // Why more than the sound, or not all of it, would be read as one.
+    Problem obstacle;
 };
 
 // Reads the size fields of a WAV, RF64, BW64, Wave64, CAF, IFF, AU or VOC file; what looks

@@ -105,6 +105,8 @@ Problem SndfileSource::Open(const std::string& path)
     const int bits = IntegerBits(m_info.format);
     if (bits == 0)
         return "holds " + SubtypeName(m_info.format) + kOnlyPcm;
+    if (Problem problem = ReadContainerSizes(*m_content).obstacle)
+        return problem;
     SetFormat(m_info.channels, m_info.samplerate, bits);
     m_coded = IsCoded(m_info.format);
     m_raw = HoldsBareSamples(m_file.get(), m_info.format);

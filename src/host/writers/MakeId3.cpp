@@ -54,7 +54,7 @@ void JoinTotals(PropertyMap& texts)
                 continue;
             StringList& numbers = texts[number];
             const StringList& totals = texts[total];
-            if (numbers.size() != 1 || totals.size() != 1)
+            if (numbers.size() != 1 || totals.size() != 1 || totals.front().find("/") >= 0)
                 continue;
             const String end = "/" + totals.front();
             if (numbers.front().find("/") < 0)

@@ -130,6 +130,30 @@ void ReadAu(const DiskFile& file, bool isLittle, TagContent& content)
         Add("comment", value, content);
 }
 
+// A sequence of blocks: a type, a size of three bytes, and so many bytes. One of type 0 ends it.
+void ReadVoc(const DiskFile& file, TagContent& content)
+{
+    constexpr int64_t kHeader = 4;
+    constexpr uint64_t kMarker = 4;
+    constexpr uint64_t kText = 5;
+    constexpr uint64_t kLastType = 9;
+    auto position = static_cast<int64_t>(NumberAt(file, 20, 2, true));
+    while (position < file.Size()) {
+        const uint64_t type = NumberAt(file, position, 1);
+        const uint64_t size = NumberAt(file, position + 1, 3, true);
+        if (type == 0 || type > kLastType)
+            break;
+        position += kHeader;
+        if (type == kMarker)
+            content.leftOut.insert("markers");
+        const std::string text = type == kText ? BytesAt(file, position, size) : "";
+        for (const std::string& value : ChunkTexts(
+                 {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, OldText::Riff))
+            Add("comment", value, content);
+        position += static_cast<int64_t>(size);
+    }
+}
+
 } // namespace
 
 bool ReadHeaderTexts(const std::string& path, TagContent& content)
@@ -141,6 +165,8 @@ bool ReadHeaderTexts(const std::string& path, TagContent& content)
         ReadCaf(*file, content);
     else if (magic == ".snd" || magic == "dns.")
         ReadAu(*file, magic == "dns.", content);
+    else if (magic == "Crea")
+        ReadVoc(*file, content);
     else
         return false;
     return true;

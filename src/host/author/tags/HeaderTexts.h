@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-// The texts of CAF and AU files.
+// The texts of CAF, AU and VOC files.
 #pragma once
 
 #include "host/writers/TagContent.h"
@@ -10,7 +10,7 @@
 namespace aiff::host
 {
 
-// Reads the texts of a CAF or AU file. False, with nothing read, for any other file.
+// Reads the texts of a CAF, AU or VOC file. False, with nothing read, for any other file.
 bool ReadHeaderTexts(const std::string& path, TagContent& content);
 
 } // namespace aiff::host

@@ -255,7 +255,8 @@ void ContentReader::AddText(const std::string& id, const WireFrame& wire, Texts 
     const auto* const rule = id3parser::RuleForFrame(wire.id);
     const bool mayBeJoined = rule != nullptr && rule->read == id3parser::ReadRule::MultiValue &&
                              wire.revision < id3parser::kRevision4 && texts.size() == 1;
-    if (mayBeJoined && texts.front().find('/') != std::string::npos) {
+    if (mayBeJoined && texts.front().find('/') != std::string::npos &&
+        texts.front().find_first_not_of('/') != std::string::npos) {
         m_content.joined.insert(name);
         texts = SplitAtSlashes(texts.front());
     }

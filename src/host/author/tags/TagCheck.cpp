@@ -56,7 +56,8 @@ std::string WhyNotRead(std::span<const uint8_t> bytes)
     if (tag.revision != kRevision4 || frame == tag.frames.end())
         return {};
     const bool isCompressed = frame->formatFlags & format4::kCompressed;
-    return " because its frame " + frame->Name() + (isCompressed ? " is compressed" : " is damaged") +
+    return " because its frame " + frame->Name() +
+           (isCompressed ? " is compressed" : " is damaged") +
            " (other programs may show it, and an edit keeps that frame)";
 }
 

@@ -32,12 +32,14 @@ struct ChunkLayout {
     size_t sizeSize;
     uint64_t counted; // bytes before the data of a chunk that its size counts, too
     int64_t alignment;
+    bool isBigEndian = false;
 
     size_t HeaderSize() const { return idSize + sizeSize; }
     // The form begins like a chunk, with an identifier of its own before the first one.
     int64_t First() const { return static_cast<int64_t>(HeaderSize() + idSize); }
 };
 constexpr ChunkLayout kLayouts[] = {{"RIFF", "WAV", 4, 4, 0, 2},
+                                    {"RIFX", "WAV", 4, 4, 0, 2, true},
                                     {"RF64", "WAV", 4, 4, 0, 2},
                                     {"BW64", "WAV", 4, 4, 0, 2},
                                     {"riff", "Wave64", 16, 8, 24, 8}};
@@ -51,20 +53,30 @@ std::string_view CodeAt(std::span<const uint8_t> bytes, size_t at)
     return {reinterpret_cast<const char*>(&bytes[at]), 4};
 }
 
-uint64_t NumberAt(std::span<const uint8_t> bytes, size_t at, size_t size)
+uint64_t NumberAt(std::span<const uint8_t> bytes, size_t at, size_t size, bool isBigEndian = false)
 {
     uint64_t number = 0;
-    for (size_t i = size; i-- > 0;)
-        number = number << 8 | bytes[at + i];
+    for (size_t i = 0; i < size; ++i)
+        number = number << 8 | bytes[at + (isBigEndian ? i : size - 1 - i)];
     return number;
 }
 
+// In quotation marks, but for chunks of Wave64 files that have no letters.
+std::string ChunkName(std::string_view code)
+{
+    if (code == "\xBC\x94\x5F\x92")
+        return "a summary list";
+    if (code == "\x56\x62\xF7\xAB")
+        return "markers";
+    return "'" + std::string(code) + "'";
+}
+
 // An INFO list is a sequence of chunks itself, each with a text.
-void ReadInfo(std::span<const uint8_t> left, TagLib::PropertyMap& info)
+void ReadInfo(std::span<const uint8_t> left, bool isBigEndian, TagLib::PropertyMap& info)
 {
     while (left.size() >= kHeaderSize) {
         const std::string_view code = CodeAt(left, 0);
-        const uint64_t claim = NumberAt(left, 4, 4);
+        const uint64_t claim = NumberAt(left, 4, 4, isBigEndian);
         left = left.subspan(kHeaderSize);
         const size_t size = std::min<uint64_t>(claim, left.size());
         const std::string_view known = PropertyOfInfo(code);
@@ -88,14 +100,14 @@ private:
         return m_file.ReadAt(position, bytes) == bytes.size();
     }
     bool ReadChunk(const ChunkLayout& layout, int64_t& position);
-    void TakeChunk(std::string_view code, std::span<const uint8_t> data);
+    void TakeChunk(std::string_view code, bool isBigEndian, std::span<const uint8_t> data);
 
     const DiskFile& m_file;
     WavTags m_tags;
     uint64_t m_soundSize = kInLargeSizes; // of an RF64 file
 };
 
-void WavReader::TakeChunk(std::string_view code, std::span<const uint8_t> data)
+void WavReader::TakeChunk(std::string_view code, bool isBigEndian, std::span<const uint8_t> data)
 {
     constexpr std::string_view kInfo = "INFO";
     const bool isList = EqualNoCase(code, "LIST") && data.size() >= kInfo.size();
@@ -104,12 +116,12 @@ void WavReader::TakeChunk(std::string_view code, std::span<const uint8_t> data)
     else if (EqualNoCase(code, "id3 "))
         m_tags.others.insert("a second 'ID3 '");
     else if (isList && CodeAt(data, 0) == kInfo)
-        ReadInfo(data.subspan(kInfo.size()), m_tags.info);
+        ReadInfo(data.subspan(kInfo.size()), isBigEndian, m_tags.info);
     else if (isList)
         m_tags.others.insert("'LIST' of '" + std::string(CodeAt(data, 0)) + "'");
     else if (std::ranges::none_of(kNeededByWavOnly,
                                   [code](std::string_view id) { return EqualNoCase(code, id); }))
-        m_tags.others.insert("'" + std::string(code) + "'");
+        m_tags.others.insert(ChunkName(code));
 }
 
 // Moves the position on. False at the end; what is cut off is told as damage.
@@ -122,7 +134,7 @@ bool WavReader::ReadChunk(const ChunkLayout& layout, int64_t& position)
     position += std::ssize(header);
     const std::string_view code = CodeAt(header, 0);
     const bool isSound = EqualNoCase(code, "data");
-    uint64_t size = NumberAt(header, layout.idSize, layout.sizeSize);
+    uint64_t size = NumberAt(header, layout.idSize, layout.sizeSize, layout.isBigEndian);
     if (isSound && size == kInLargeSizes)
         size = m_soundSize;
     if (size < layout.counted ||
@@ -134,7 +146,7 @@ bool WavReader::ReadChunk(const ChunkLayout& layout, int64_t& position)
         return false;
     if (code == "ds64" && size >= 16)
         m_soundSize = NumberAt(data, 8, 8);
-    TakeChunk(code, data);
+    TakeChunk(code, layout.isBigEndian, data);
     const int64_t end = position + static_cast<int64_t>(size);
     position = (end + layout.alignment - 1) / layout.alignment * layout.alignment;
     return true;
