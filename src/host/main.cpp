@@ -107,7 +107,10 @@ int Run(int argc, char** argv)
         if (global.trace.onTerminal)
             global.trace.descriptor = host::PrintableTerminal(trace->descriptor);
     }
-    return WithOutputWritten(commands.Run(global));
+    const host::ExitCode code = commands.Run(global);
+    if (const host::Problem problem = host::EndTrace(global.trace))
+        return WithOutputWritten(host::FailWith(host::kExitSomeFailed, problem));
+    return WithOutputWritten(code);
 }
 
 } // namespace

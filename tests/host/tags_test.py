@@ -224,5 +224,7 @@ with subprocess.Popen(traced, stderr=terminal) as process:
         pass
 assert process.returncode == 0 and b"a?[2Jb" in lines and b"\x1b" not in lines, lines
 assert b"->->  [Open]" in lines and lines.count(b"\n") > 20, lines
+if os.path.exists("/dev/full"):
+    assert "No space left" in run(1, "--trace", "debug=/dev/full", "info", "t.aiff")[1]
 for words in (["frob"], ["tags", "frob", "x"]):
     assert f"there is no command '{' '.join(words[:2])}'" in run(2, *words)[1]

@@ -96,8 +96,7 @@ FileResult FileEncoding::SumUp() const
     result.seconds = static_cast<double>(result.frames) / rate;
     if (const std::string leftOut = m_source->LeftOut(); !leftOut.empty())
         result.notes.push_back(leftOut);
-    if (!m_input->note.empty())
-        result.notes.push_back(m_input->note);
+    result.fetched = m_input->fetched;
     Problem damage = m_input->incomplete ? m_input->incomplete : m_source->Damage();
     if (!damage && m_written < m_source->ExpectedBytes())
         damage = "ends before its sound data is complete";

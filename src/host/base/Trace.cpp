@@ -2,6 +2,7 @@
 #include "host/base/Trace.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -55,7 +56,7 @@ Result<Trace> ParseTrace(const std::string& text, const std::vector<std::string>
     trace.descriptor = STDERR_FILENO;
     if (equals == std::string::npos)
         return trace;
-    const std::string file = text.substr(equals + 1);
+    const std::string& file = trace.file = text.substr(equals + 1);
     if (IsInUse(file, arguments))
         return Problem("the trace would replace '" + file + "', which the command works on");
     constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC;
@@ -63,6 +64,19 @@ Result<Trace> ParseTrace(const std::string& text, const std::vector<std::string>
     if (trace.descriptor < 0)
         return Problem::FromErrno().About("cannot write the trace to '" + file + "'");
     return trace;
+}
+
+Problem EndTrace(const Trace& trace)
+{
+    std::string_view rest = "End of the trace.\n";
+    while (!trace.file.empty() && !rest.empty()) {
+        const ssize_t count = write(trace.descriptor, rest.data(), rest.size());
+        if (count < 0 && errno != EINTR)
+            return Problem::FromErrno().About("cannot write all of the trace to '" + trace.file +
+                                              "'");
+        rest.remove_prefix(static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return {};
 }
 
 } // namespace aiff::host

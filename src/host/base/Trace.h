@@ -17,6 +17,7 @@ struct Trace {
 
     Level level = Level::Off;
     int descriptor = -1; // stays open as long as the program runs
+    std::string file;    // its name; empty for standard error
     bool onTerminal = false;
 
     bool IsOn() const { return level != Level::Off; }
@@ -28,5 +29,9 @@ struct Trace {
 //
 // arguments  all of the command line
 Result<Trace> ParseTrace(const std::string& text, const std::vector<std::string>& arguments);
+
+// Writes a last line to the trace if it is in a file. A problem when that is full: then lines of
+// decoders may be missing before it, which the decoders do not tell.
+Problem EndTrace(const Trace& trace);
 
 } // namespace aiff::host

@@ -43,6 +43,9 @@ const char* StatusName(ConvertOutcome outcome)
 void PrintResult(const OutputPlan::Item& item, const FileResult& result, double elapsed)
 {
     const bool written = result.frames >= 0;
+    std::vector<std::string> notes = result.notes;
+    if (!result.fetched.empty())
+        notes.insert(notes.begin(), result.fetched);
     const Json line = {{"input", item.input.Name()},
                        {"output", item.output},
                        {"status", StatusName(result.outcome)},
@@ -50,7 +53,7 @@ void PrintResult(const OutputPlan::Item& item, const FileResult& result, double 
                        {"seconds", written ? Json(result.seconds) : Json()},
                        {"elapsed", elapsed},
                        {"problem", result.problem ? Json(result.problem.Text()) : Json()},
-                       {"notes", result.notes}};
+                       {"notes", notes}};
     const std::string text = JsonText(line, JsonLayout::OneLine);
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
@@ -169,6 +172,8 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
         counts.Add(result.outcome);
         progress.FileDone(worker);
         lines.Done(index, [&progress, &options, &item, result, elapsed] {
+            if (!result.fetched.empty() && !options.quiet)
+                progress.ShowProblem(Problem(result.fetched).About(item.input.Name()));
             for (const std::string& note : result.notes)
                 progress.ShowProblem(Problem(note).About(item.input.Name()));
             if (result.problem)

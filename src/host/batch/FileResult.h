@@ -26,6 +26,7 @@ struct FileResult {
     double seconds = 0;  // their duration
     // What else there is to say, such as what was left out.
     std::vector<std::string> notes = {};
+    std::string fetched = {}; // that the input was fetched, and why; mostly empty
 };
 
 } // namespace aiff::host

@@ -79,8 +79,7 @@ FileFindings CheckCommand::Check(const InputName& name) const
     const Problem problem = source ? source->input.FileProblem() : source.Why();
     if (problem)
         return {problem, {}};
-    if (!source->note.empty())
-        SayProblem(Problem(source->note).About(input.Name()));
+    SayHowItCame(*source, input.Name(), m_quiet);
     FileFindings findings = CheckFile(source->input.Path());
     if (source->incomplete)
         findings.irregular.insert(findings.irregular.begin(), source->incomplete.Text());

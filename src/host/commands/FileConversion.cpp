@@ -42,7 +42,8 @@ FileResult FileConversion::ConvertAtHand(const OutputPlan::Item& item, const Out
     Result<FileResult> result = Convert(source->input, item.output, rules);
     if (!result)
         return {ConvertOutcome::Failed, source->incomplete ? source->incomplete : result.Why()};
-    for (const std::string& note : {source->note, m_sound.leftOut}) {
+    result->fetched = source->fetched;
+    for (const std::string& note : {source->leftOut, m_sound.leftOut}) {
         if (!note.empty())
             result->notes.push_back(note);
     }

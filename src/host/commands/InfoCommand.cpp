@@ -152,7 +152,7 @@ ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& rep
 {
     const Input input(name.name);
     const Result<InputAtHand> source =
-        BringToHand(loader, report, input, Wanted::SoundAndTags, m_fetch, [](int64_t) {});
+        BringToHand(loader, report, input, Wanted::Description, m_fetch, [](int64_t) {});
     DecoderSession session(loader, report);
     Problem problem = name.problem ? name.problem
                       : source     ? source->input.FileProblem()
@@ -164,8 +164,7 @@ ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& rep
         list.push_back({{"file", input.Name()}, {"error", problem.Text()}});
         return FailWith(kExitSomeFailed, problem.About(input.Name()));
     }
-    if (!source->note.empty())
-        SayProblem(Problem(source->note).About(input.Name()));
+    SayHowItCame(*source, input.Name(), m_quiet);
     const Problem warning = source->incomplete ? source->incomplete : DamageWarning(session);
     const std::optional<FileTags> whole = ReadFileTags(source->input);
     const std::vector<TagItem> tags = whole ? whole->items : session.Tags();

@@ -92,8 +92,8 @@ private:
         if (Problem problem = source->incomplete ? source->incomplete : file.Read())
             return problem;
         const Result<size_t> pictures = Export(file, item, folders);
-        if (pictures && !source->note.empty())
-            SayProblem(Problem(source->note).About(item.input.Name()));
+        if (pictures)
+            SayHowItCame(*source, item.input.Name(), m_quiet);
         return pictures;
     }
 

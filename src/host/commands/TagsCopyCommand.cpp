@@ -40,8 +40,7 @@ private:
         EditedFile source(loader, report, input->input, m_options);
         if (Problem problem = input->incomplete ? input->incomplete : source.Read())
             return FailWith(kExitSomeFailed, problem.About(m_from));
-        if (!input->note.empty())
-            SayProblem(Problem(input->note).About(m_from));
+        SayHowItCame(*input, m_from, m_options.quiet);
         const FileTags* const tags = source.Tags();
         std::vector<TagItem> items = source.Items();
         std::erase_if(items, [](const TagItem& item) { return item.IsInformation(); });

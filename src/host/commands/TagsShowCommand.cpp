@@ -57,8 +57,7 @@ private:
             file.Tags() != nullptr ? file.Tags()->hidden : std::vector<std::string>();
         if (source->incomplete)
             problems.push_back(source->incomplete.Text());
-        if (!source->note.empty())
-            SayProblem(Problem(source->note).About(name));
+        SayHowItCame(*source, name, m_quiet);
         if (!m_json && !m_quiet)
             Print(name, file.Items(), problems.empty());
         return problems.empty() ? kExitDone : ShowProblems(name, problems, list.back());

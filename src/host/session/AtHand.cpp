@@ -32,6 +32,7 @@ uint64_t Number(std::span<const uint8_t> bytes)
 struct StreamStart {
     bool isRegular; // the sound is as long as promised, and begins where expected
     bool goesOn;    // there is more after the sound
+    bool hasLength; // the server says how much there is
 };
 
 // None before the header of the sound is there.
@@ -53,14 +54,17 @@ std::optional<StreamStart> ReadStart(std::span<const uint8_t> start, int64_t who
         if (code == "SSND" && body.size() >= kSoundPrefix)
             return StreamStart{Number(body) == 0 && size == soundBytes + kSoundPrefix,
                                at < Number(start.subspan(4)) + kChunkHeader ||
-                                   static_cast<int64_t>(at) < whole};
+                                   static_cast<int64_t>(at) < whole,
+                               whole >= 0};
     }
     return std::nullopt;
 }
 
 // Why decoders do not read from the stream what is wanted; nothing when they do.
+//
+// hasLength  becomes false when the server does not say how much there is
 Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
-                      Wanted wanted)
+                      Wanted wanted, bool& hasLength)
 {
     DecoderSession session(loader, report);
     if (!session.Open(input, QV_OPEN_AUDIO_INFO))
@@ -77,7 +81,21 @@ Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, 
         return problem;
     if (!headers || !headers->isRegular)
         return "has sizes that contradict each other, which are better judged in a file";
-    return headers->goesOn && wanted == Wanted::SoundAndTags ? kMoreAfterSound : Problem();
+    hasLength = headers->hasLength;
+    return headers->goesOn && wanted != Wanted::Sound ? kMoreAfterSound : Problem();
+}
+
+// What the end of a stream lacks. Reads it all.
+Problem FindDamage(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input)
+{
+    DecoderSession session(loader, report);
+    if (!session.Open(input, QV_OPEN_PREPARE_DECODE))
+        return FailureReason(session);
+    std::span<const uint8_t> pcm;
+    DecoderSession::Step step = session.Next(pcm);
+    while (step == DecoderSession::Step::Block)
+        step = session.Next(pcm);
+    return step == DecoderSession::Step::End ? DamageWarning(session) : FailureReason(session);
 }
 
 // Copies the input.
@@ -91,13 +109,20 @@ Result<InputAtHand> CopyToHand(const Input& input, const Problem& reason, Fetch 
     Result<LocalCopy> copy = MakeLocalCopy(input, received);
     if (!copy)
         return copy.Why();
-    std::string note = input.IsUrl() ? "was fetched as a whole" : "";
+    std::string fetched = input.IsUrl() ? "was fetched as a whole" : "";
     if (reason && fetch != Fetch::Always)
-        note += ", because it " + reason.Text();
-    return InputAtHand{std::move(copy->input), std::move(copy->incomplete), note};
+        fetched += ", because it " + reason.Text();
+    return InputAtHand{std::move(copy->input), std::move(copy->incomplete), fetched};
 }
 
 } // namespace
+
+void SayHowItCame(const InputAtHand& input, const std::string& name, bool isQuiet)
+{
+    for (const std::string& text : {isQuiet ? std::string() : input.fetched, input.leftOut})
+        if (!text.empty())
+            SayProblem(Problem(text).About(name));
+}
 
 Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture& report,
                                 const Input& input, Wanted wanted, Fetch fetch,
@@ -105,13 +130,18 @@ Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture
 {
     if (!input.IsUrl() || fetch == Fetch::Always)
         return BringFileToHand(input, fetch, received);
-    const Problem reason = input.NeedsCopy() ? Problem("is at an https:// address")
-                                             : StreamProblem(loader, report, input, wanted);
-    if (!reason)
-        return InputAtHand{input};
-    if (fetch == Fetch::Never && reason.Text() == kMoreAfterSound)
+    bool hasLength = true;
+    const Problem reason = input.NeedsCopy()
+                               ? Problem("is at an https:// address")
+                               : StreamProblem(loader, report, input, wanted, hasLength);
+    const bool isStream = !reason || (fetch == Fetch::Never && reason.Text() == kMoreAfterSound);
+    if (isStream) {
+        const bool isRead = wanted == Wanted::Description && !hasLength;
+        const std::string leftOut =
+            reason ? std::string(kMoreAfterSound) + ", which --no-fetch leaves out" : "";
         return InputAtHand{
-            input, {}, std::string(kMoreAfterSound) + ", which --no-fetch leaves out"};
+            input, isRead ? FindDamage(loader, report, input) : Problem(), {}, leftOut};
+    }
     return CopyToHand(input, reason, fetch, received);
 }
 
