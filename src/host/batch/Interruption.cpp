@@ -5,7 +5,6 @@
 
 #include <csignal>
 #include <mutex>
-#include <ranges>
 #include <set>
 #include <shared_mutex>
 #include <string_view>
@@ -42,8 +41,8 @@ Registry& Registered()
     registry.steps.lock();
     for (const std::string& path : registry.files)
         unlink(path.c_str());
-    for (const std::string& path : std::views::reverse(registry.folders)) // inner ones first
-        rmdir(path.c_str());
+    for (auto path = registry.folders.rbegin(); path != registry.folders.rend(); ++path)
+        rmdir(path->c_str()); // inner ones first
     if (registry.atEnd)
         registry.atEnd();
     constexpr std::string_view kMessage = "\naiffconv: interrupted\n";

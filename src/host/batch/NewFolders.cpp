@@ -6,7 +6,6 @@
 #include "host/batch/OutputFile.h"
 
 #include <cerrno>
-#include <ranges>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,8 +24,8 @@ bool IsFolder(const std::string& path)
 
 NewFolders::~NewFolders()
 {
-    for (const std::string& path : std::views::reverse(m_made))
-        rmdir(path.c_str()); // fails when there is something in it
+    for (auto path = m_made.rbegin(); path != m_made.rend(); ++path)
+        rmdir(path->c_str()); // fails when there is something in it
 }
 
 Problem NewFolders::Make(const std::string& path)
