@@ -211,8 +211,8 @@ void CarriedFrames::DropRepeatedFrames(std::vector<size_t>& ends)
     std::vector<uint32_t> order(m_frames.size());
     std::iota(order.begin(), order.end(), 0);
     std::ranges::sort(order, [&](uint32_t a, uint32_t b) {
-        const auto comparison = key(a) <=> key(b);
-        return comparison < 0 || (comparison == 0 && a < b);
+        const auto first = key(a), second = key(b);
+        return first != second ? first < second : a < b;
     });
     std::vector<bool> isRepeated(m_frames.size());
     size_t end = 0; // of the tag with the first of the present ones
