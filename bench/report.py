@@ -64,10 +64,12 @@ class Bench:
         self.repetitions = 1 if options.quick else options.repetitions
         self.codec = [self.build / "bench/bench_codec", self.build / "Codecs/Bin/decoder/AIFF.so"]
 
-    def go(self, path, *ways, measured=True, restore=False):
+    def go(self, path, *ways, measured=True, restored=0):
+        """With `restored`, as many times the repetitions, of files that are put back each time."""
         program, plugin = self.codec
-        return json.loads(run([program, *["--restore"] * restore, plugin,
-                               self.repetitions * measured, path, *ways]))
+        repetitions = self.repetitions * (restored or measured)
+        return json.loads(run([program, *["--restore"] * (restored > 0), plugin, repetitions,
+                               path, *ways]))
 
     def verdict(self, reached):
         return "-" if self.quick else "ok" if reached else "MISSED"
@@ -208,12 +210,14 @@ EDITED = {"set a title, no tag yet": ("edit",),
 
 
 def edit_layout(bench, rows, name, way, *chunks):
-    """One edit of many alike files; adds a row with the median of what each turn has shown."""
-    folder, count = bench.folder / "layout", 2 if bench.quick else 40
+    """One edit of two files, in short turns, so that few are disturbed; adds a row with the median
+    of what each turn has shown."""
+    folder, count = bench.folder / "layout", 2
     folder.mkdir()
     for number in range(count):
         (folder / f"{number}.aiff").write_bytes(file_of(1 << 18, *chunks))
-    done = bench.go(folder, f"{way}_plugin", f"{way}_taglib", restore=True)
+    done = bench.go(folder, f"{way}_plugin", f"{way}_taglib",
+                    restored=1 if bench.quick else 50)
     shutil.rmtree(folder)
     ours, rival = (done[f"{way}_{program}"]["seconds"] for program in ("plugin", "taglib"))
     ratio = median(theirs / own for own, theirs in zip(ours, rival))
