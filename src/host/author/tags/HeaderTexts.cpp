@@ -134,18 +134,16 @@ void ReadAu(const DiskFile& file, bool isLittle, TagContent& content)
 void ReadVoc(const DiskFile& file, TagContent& content)
 {
     constexpr int64_t kHeader = 4;
-    constexpr uint64_t kMarker = 4;
     constexpr uint64_t kText = 5;
     constexpr uint64_t kLastType = 9;
+    constexpr int kMostBlocks = 100'000;
     auto position = static_cast<int64_t>(NumberAt(file, 20, 2, true));
-    while (position < file.Size()) {
+    for (int i = 0; i < kMostBlocks && position < file.Size(); ++i) {
         const uint64_t type = NumberAt(file, position, 1);
         const uint64_t size = NumberAt(file, position + 1, 3, true);
         if (type == 0 || type > kLastType)
             break;
         position += kHeader;
-        if (type == kMarker)
-            content.leftOut.insert("markers");
         const std::string text = type == kText ? BytesAt(file, position, size) : "";
         for (const std::string& value : ChunkTexts(
                  {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, OldText::Riff))

@@ -23,9 +23,13 @@ bool HoldsAll(const StringList& values, const StringList& wanted)
     return std::includes(found.begin(), found.end(), sought.begin(), sought.end());
 }
 
-std::string Quoted(const StringList& values)
+// A text of any length in a line.
+std::string Quoted(const StringList& values, const char* separator = "; ")
 {
-    return "\"" + Utf8Of(values.toString("; ")) + "\"";
+    constexpr unsigned kMostShown = 100;
+    const String text = values.toString(separator);
+    const std::string end = text.size() > kMostShown ? "...\"" : "\"";
+    return "\"" + Utf8Of(text.substr(0, kMostShown)) + end;
 }
 
 bool IsSame(const TagPicture& one, const TagPicture& other)
@@ -50,8 +54,8 @@ std::vector<std::string> TagDifferences(TagContent wanted, TagContent made)
         else if (!HoldsAll(found, values))
             notes.push_back(what + " reads back as " + Quoted(found));
         else if (isSplit)
-            notes.push_back(Utf8Of(property) + " \"" + Utf8Of(values.toString("/")) +
-                            "\" becomes several values, as \"/\" separates values in its tag");
+            notes.push_back(Utf8Of(property) + " " + Quoted(values, "/") +
+                            " becomes several values, as \"/\" separates values in its tag");
     }
     const auto isLost = [&made](const TagPicture& picture) {
         return std::ranges::none_of(
