@@ -65,9 +65,9 @@ private:
     std::optional<InputAtHand> m_input; // keeps the copy that the source reads
     std::unique_ptr<SoundSource> m_source;
     std::string m_outputName;
-    int64_t m_room = 0;    // bytes of sound that the new file can hold
-    int64_t m_written = 0; // bytes of sound in it
-    SoundSum m_sum{8};     // of its samples, to verify it
+    int64_t m_room = 0;            // bytes of sound that the new file can hold
+    int64_t m_written = 0;         // bytes of sound in it
+    std::optional<SoundSum> m_sum; // of its samples, to verify it
     bool m_isNotAsSummed = false;
 };
 
@@ -123,10 +123,12 @@ Problem FileEncoding::Encode(const OutputPlan::Item& item, const OutputRules& ru
     OutputFile output({});
     if (Problem problem = OpenOutput(item.output, rules, output))
         return problem;
-    m_sum = SoundSum((m_source->Format().nBitsPerSample + 7) / 8 * 8);
+    m_sum.reset();
+    if (m_options.verify)
+        m_sum.emplace((m_source->Format().nBitsPerSample + 7) / 8 * 8);
     if (Problem problem = WriteFile(output, chunks))
         return problem;
-    if (Problem problem = m_options.verify ? Verify(output) : Problem())
+    if (Problem problem = m_sum ? Verify(output) : Problem())
         return problem;
     return output.Commit();
 }
@@ -134,7 +136,7 @@ Problem FileEncoding::Encode(const OutputPlan::Item& item, const OutputRules& ru
 // Of the source, too, where it knows what its sound is.
 Problem FileEncoding::Verify(OutputFile& output)
 {
-    const Result<std::string> sum = m_sum.Hex();
+    const Result<std::string> sum = m_sum->Hex();
     if (!sum)
         return sum.Why();
     const std::string own = m_source->OwnSum();
@@ -198,8 +200,8 @@ Problem FileEncoding::WriteSound(clAIFFHandler& aiff, const OutputContent& conte
             return kTooLarge;
         if (!aiff.Write(m_block.View()))
             return content.Failure().About(m_outputName);
-        if (m_options.verify && m_source->SampleBytes(m_written) > 0)
-            m_sum.AddAiff(m_block); // which it leaves in another order
+        if (m_sum && m_source->SampleBytes(m_written) > 0)
+            m_sum->AddAiff(m_block); // which it leaves in another order
         m_progress(static_cast<double>(m_written) / expected);
     }
 }

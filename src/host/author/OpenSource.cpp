@@ -7,7 +7,7 @@
 namespace aiff::host
 {
 
-Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path)
+Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path, Samples samples)
 {
     std::unique_ptr<SoundSource> source;
     Problem problem;
@@ -16,7 +16,7 @@ Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path)
         source = std::move(aiff);
     } else {
         auto other = std::make_unique<SndfileSource>();
-        problem = other->Open(path);
+        problem = other->Open(path, samples);
         source = std::move(other);
     }
     if (problem)

@@ -12,6 +12,7 @@ namespace aiff::host
 {
 
 // Opens an AIFF file, or anything with integer PCM that libsndfile can read.
-Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path);
+Result<std::unique_ptr<SoundSource>> OpenSource(const std::string& path,
+                                                Samples samples = Samples::Integers);
 
 } // namespace aiff::host

@@ -39,6 +39,13 @@ int IntegerBits(int format)
     }
 }
 
+// 0 for anything but floating-point samples.
+int FloatBits(int format)
+{
+    const int coding = format & SF_FORMAT_SUBMASK;
+    return coding == SF_FORMAT_FLOAT ? 32 : coding == SF_FORMAT_DOUBLE ? 64 : 0;
+}
+
 std::string SubtypeName(int format)
 {
     SF_FORMAT_INFO info{};
@@ -98,18 +105,20 @@ bool LooksLikeMpeg(const FileContent& file)
 
 } // namespace
 
-Problem SndfileSource::Open(const std::string& path)
+Problem SndfileSource::Open(const std::string& path, Samples samples)
 {
     if (Problem problem = OpenAny(path))
         return problem;
-    const int bits = IntegerBits(m_info.format);
+    m_raw = HoldsBareSamples(m_file.get(), m_info.format);
+    int bits = IntegerBits(m_info.format);
+    if (bits == 0 && m_raw && samples == Samples::Bare)
+        bits = FloatBits(m_info.format);
     if (bits == 0)
         return "holds " + SubtypeName(m_info.format) + kOnlyPcm;
     if (Problem problem = ReadContainerSizes(*m_content).obstacle)
         return problem;
     SetFormat(m_info.channels, m_info.samplerate, bits);
     m_coded = IsCoded(m_info.format);
-    m_raw = HoldsBareSamples(m_file.get(), m_info.format);
     if (m_info.frames < SF_COUNT_MAX / m_format.nBlockAlign)
         m_expected = m_info.frames * m_format.nBlockAlign;
     return {};

@@ -17,7 +17,7 @@ namespace aiff::host
 class SndfileSource : public SoundSource
 {
 public:
-    Problem Open(const std::string& path);
+    Problem Open(const std::string& path, Samples samples);
     // The same for any coding, only to look at Damage() and HasLastFrame().
     Problem OpenAny(const std::string& path);
 

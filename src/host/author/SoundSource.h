@@ -25,6 +25,10 @@ struct ExactFields {
     std::vector<uint8_t> prefix; // 8 bytes before the samples; empty: zeros
 };
 
+// Which samples a source may have: integers, as an AIFF file has them, or also floating-point
+// ones that lie bare in their file, for those who only compare bytes.
+enum class Samples { Integers, Bare };
+
 // An input of the encoder: integer PCM in the byte order of AIFF files, and the chunks that
 // go with it.
 class SoundSource

@@ -26,8 +26,6 @@ SoundSum::SoundSum(int bits) : m_context(std::make_unique<Context>()), m_bits(bi
         m_context.reset();
 }
 
-SoundSum::SoundSum(SoundSum&&) noexcept = default;
-SoundSum& SoundSum::operator=(SoundSum&&) noexcept = default;
 SoundSum::~SoundSum() = default;
 
 void SoundSum::AddAiff(XMem& samples)
@@ -106,7 +104,8 @@ Problem AddAll(SoundSource& source, SoundSum& sum)
 
 FileSum SumOfFile(const std::string& path, SampleWidth width)
 {
-    const Result<std::unique_ptr<SoundSource>> source = OpenSource(path);
+    const Result<std::unique_ptr<SoundSource>> source =
+        OpenSource(path, width == SampleWidth::Bytes ? Samples::Bare : Samples::Integers);
     if (!source)
         return {{}, source.Why()};
     const STQvWaveFormat format = (*source)->Format();

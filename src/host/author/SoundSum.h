@@ -21,10 +21,8 @@ namespace aiff::host
 class SoundSum
 {
 public:
-    // bits  significant bits of a sample, 1 to 32
+    // bits  significant bits of a sample, 1 to 32, or 64 to take its bytes as they are
     explicit SoundSum(int bits);
-    SoundSum(SoundSum&&) noexcept;
-    SoundSum& operator=(SoundSum&&) noexcept;
     ~SoundSum();
 
     // Whole samples in the form of AIFF files, their significant bits first; changes them.
