@@ -149,11 +149,11 @@ def bench_tree(aiffconv, work, files, rounds):
         folder.mkdir(parents=True, exist_ok=True)
         shutil.copy(small, folder / f"{i % 10}.aiff")
     loop = f'cd {library} && for f in */*.aiff; do mkdir -p "{target}/${{f%/*}}" && ' \
-           f'%s "{target}/${{f%.aiff}}.wav"; done'
+           f'COMMAND "{target}/${{f%.aiff}}.wav"; done'
     ways = [("aiffconv --jobs 2", [aiffconv, "convert", library, "-o", target, "-j2", "-q"])]
     for name, command in (("sox", 'sox "$f"'), ("ffmpeg", 'ffmpeg -v error -nostdin -y -i "$f"')):
         if available(name):
-            ways.append((f"shell loop over {name}", ["sh", "-c", loop % command]))
+            ways.append((f"shell loop over {name}", ["sh", "-c", loop.replace("COMMAND", command)]))
 
     def clean():
         shutil.rmtree(target, ignore_errors=True)
