@@ -14,7 +14,9 @@ target_compile_options(aiff_settings INTERFACE
   -fvisibility=hidden $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>)
 
 if(AIFF_FUZZ)
-  target_compile_options(aiff_settings INTERFACE -fsanitize=fuzzer-no-link)
+  # Dictionaries and structured mutations find what tracing comparisons would, in half the time.
+  target_compile_options(aiff_settings INTERFACE
+    -fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp)
 endif()
 if(AIFF_SANITIZE)
   # gcc 12 reports a huge size when a vector is made smaller, and uninitialised members of
@@ -24,7 +26,8 @@ if(AIFF_SANITIZE)
     $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_compile_options(aiff_settings INTERFACE
-    -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g -O1)
+    -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
+    -g$<$<BOOL:${AIFF_FUZZ}>:1> -O$<IF:$<BOOL:${AIFF_FUZZ}>,2,1>)
   target_link_options(aiff_settings INTERFACE -fsanitize=${AIFF_SANITIZE})
 else()
   # Hardening. Fortify needs an optimising build.

@@ -121,6 +121,11 @@ std::vector<Bytes> Seeds()
                   AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(65538)))};
 }
 
+size_t StructureAt(const Bytes& input)
+{
+    return input.size() < 2 ? 2 : 2 + std::min<size_t>(input[1], kMostCommands) * kCommandSize;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
     const size_t commands = size < 2 ? 0 : std::min<size_t>(bytes[1], kMostCommands);

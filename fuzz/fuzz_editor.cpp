@@ -2,29 +2,29 @@
 
 // An edit of the tags of a hostile file. An input is a byte that chooses the edit, and
 // the file. Whatever the file is: a refused edit leaves it alone, a successful one
-// leaves a well-formed file that has lost no chunk, and reading gives what was set.
+// leaves a well-formed file that has lost no chunk, and reading gives what was set. The file is
+// in memory; some edits are made on disk, too, and give the same.
 
 #include "Fuzz.h"
+#include "InMemory.h"
 #include "decode/TagWriter.h"
 #include "edits/Layouts.h"
 #include "support/TempDir.h"
 
 #include <functional>
+#include <numeric>
 #include <set>
 #include <tuple>
 
 using namespace aiff;
 
-// Whether the disk holds the bytes is not what is tested here.
-extern "C" int fsync(int)
-{
-    return 0;
-}
-
 namespace
 {
 
-enum Choice { kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack, kChoices };
+enum Choice : uint8_t { kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack, kChoices };
+
+// The bits of the first byte.
+constexpr uint8_t kChoice = 0x07, kFlushed = 0x08;
 
 using Chunks = std::vector<WalkedChunk>;
 
@@ -103,7 +103,7 @@ NTag Untouched(int choice, NTag tags)
     return tags;
 }
 
-bool EditFile(int choice, const std::wstring& path, const NTag& tags)
+bool EditFile(int choice, Durability durability, const std::wstring& path, const NTag& tags)
 {
     NTag list;
     if (choice == kSetTitle || choice == kDeleteTitle)
@@ -115,7 +115,7 @@ bool EditFile(int choice, const std::wstring& path, const NTag& tags)
     const TagWriter::Task task = choice == kDeleteTitle ? TagWriter::Task::DeleteFields
                                  : choice == kDeleteAll ? TagWriter::Task::DeleteAll
                                                         : TagWriter::Task::Write;
-    return TagWriter(kSilent, Durability::Unflushed).Run(path.c_str(), std::move(list), task);
+    return TagWriter(kSilent, durability).Run(path.c_str(), std::move(list), task);
 }
 
 // Whether the tag keeps its revision: in another one some values cannot be told apart.
@@ -156,6 +156,16 @@ void CheckFile(int choice, Chunks before, const Bytes& after)
     Require(walk.chunks == before, "all other chunks are kept");
 }
 
+void CheckOnDisk(int choice, Durability durability, const Bytes& before, const NTag& tags,
+                 bool isDone, const Bytes& after)
+{
+    static const TempDir dir;
+    const std::string name = dir.Write("a.aiff", before);
+    Require(EditFile(choice, durability, {name.begin(), name.end()}, tags) == isDone &&
+                ReadFile(name) == after,
+            "an edit does the same on disk as in memory");
+}
+
 } // namespace
 
 std::vector<Bytes> Seeds()
@@ -172,39 +182,47 @@ std::vector<Bytes> Seeds()
         files.push_back(layout.file);
     std::vector<Bytes> seeds;
     for (const Bytes& file : files)
-        for (uint8_t choice = 0; choice < kChoices; ++choice)
+        for (const uint8_t choice : {kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack})
             seeds.push_back(Join({{choice}, file}));
+    for (const Bytes& file : files)
+        seeds.push_back(Join({{kSetTitle | kFlushed}, file}));
     return seeds;
+}
+
+size_t StructureAt(const Bytes&)
+{
+    return 1;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
-    static const TempDir dir;
     if (size < 1)
         return 0;
-    const int choice = bytes[0] % kChoices;
+    const int choice = (bytes[0] & kChoice) % kChoices;
+    const Durability durability =
+        (bytes[0] & kFlushed) != 0 ? Durability::Flushed : Durability::Unflushed;
     const Bytes before(bytes + 1, bytes + size);
-    const std::string name = dir.Write("a.aiff", before);
-    const std::wstring path(name.begin(), name.end());
+    const std::wstring path = InMemory::OnlyFile(before);
     bool isTag = false, isStillTag = false;
     const NTag tags = ReadTags(path, isTag);
     if (choice == kWriteBack && tags.Count() == 0)
         return 0;
-    const bool isDone = EditFile(choice, path, tags);
-    const Bytes after = ReadFile(name);
+    const bool isDone = EditFile(choice, durability, path, tags);
+    const Bytes after = InMemory::File();
     Require(isDone || after == before, "a refused edit leaves the file alone");
-    Require(std::distance(std::filesystem::directory_iterator(dir.Path("")), {}) == 1,
-            "no other file is left");
+    Require(InMemory::Files().size() == 1, "no other file is left");
+    if (std::accumulate(bytes, bytes + size, 0u) % 64 == 0) // a disk takes its time
+        CheckOnDisk(choice, durability, before, tags, isDone, after);
     if (!isDone || after == before)
         return 0;
     const Walk parts = PartsOf(before);
     CheckFile(choice, parts.chunks, after);
     const NTag changed = ReadTags(path, isStillTag);
     CheckTags(choice, KeepsRevision(parts), tags, changed);
-    Require(EditFile(choice, path, changed), "the edit can be made once more");
+    Require(EditFile(choice, durability, path, changed), "the edit can be made once more");
     // What an unreadable tag hid may show in another revision, and be replaced then.
     if (!isTag && std::ranges::any_of(parts.chunks, &WalkedChunk::IsTag))
         return 0;
-    Require(ReadFile(name) == after, "the same edit once more changes nothing");
+    Require(InMemory::File() == after, "the same edit once more changes nothing");
     return 0;
 }

@@ -43,6 +43,11 @@ std::vector<Bytes> Seeds()
     return seeds;
 }
 
+size_t StructureAt(const Bytes& input)
+{
+    return input.size();
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 2)

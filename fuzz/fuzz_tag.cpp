@@ -5,6 +5,7 @@
 // of reading agree; a list that was read and is written back changes nothing that
 // reading shows; an edit keeps every frame that it does not concern; a blob decodes as encoded.
 #include "Fuzz.h"
+#include "host/session/TagBlob.h"
 #include "support/TagList.h"
 #include "support/TempDir.h"
 #include "tags/TagBuilder.h"
@@ -61,10 +62,36 @@ bool IsShown(uint32_t id)
     return id == id3parser::kFrameAPIC || id3parser::RuleForFrame(id) != nullptr;
 }
 
+// A pair of 16-bit units is two characters of a list and one of the host.
+std::string Joined(const XStr& text)
+{
+    return ToUtf8(std::u16string(text.begin(), text.end()));
+}
+
+// The host stops at the first item that is not whole, of which the plug-in keeps what is there.
+void CheckReaders(const NTag& list, const std::vector<host::TagItem>& items)
+{
+    Require(std::ssize(items) <= list.Count(), "the host reads no item that is not there");
+    for (size_t i = 0; i < items.size(); ++i) {
+        const auto& own = list[static_cast<long>(i)];
+        Require(items[i].name == Joined(own.name) && items[i].value == Joined(own.value) &&
+                    std::ranges::equal(items[i].data, own.data),
+                "the host reads the same items");
+    }
+    const auto blob = host::MakeTagBlob(items);
+    Require(!blob || Decoded(*blob).Count() == std::ssize(items), "what the host makes is read");
+}
+
 void CheckBlob(View bytes, bool utf8)
 {
     const NTag first = Decoded(bytes, utf8);
     const Bytes blob = Encoded(first, utf8);
+    const auto items = host::ReadTagBlob(blob);
+    if (!utf8) {
+        CheckReaders(first, host::ReadTagBlob(bytes));
+        CheckReaders(first, items);
+        Require(std::ssize(items) == first.Count(), "the host reads whole lists");
+    }
     const NTag second = Decoded(blob, utf8);
     Require(!blob.empty() && first.Count() == second.Count(), "a list comes back");
     for (long i = 0; i < first.Count(); ++i)
@@ -166,6 +193,11 @@ std::vector<Bytes> Seeds()
     for (const bool utf8 : {false, true})
         seeds.push_back(Join({{uint8_t(utf8 ? 64 : 0), 255}, Encoded(list, utf8)}));
     return seeds;
+}
+
+size_t StructureAt(const Bytes& input)
+{
+    return input.size() < 2 ? input.size() : 2 + input[1] * size_t{4};
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

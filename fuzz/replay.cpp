@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 
-// Runs a fuzz target without libFuzzer: over the files named, or over its seeds and
-// all cuts and single-byte changes of the small ones. "--write DIR" stores the seeds instead.
+// Runs a fuzz target without libFuzzer: over the files named; or over a folder of inputs, and
+// over its seeds and all cuts and single-byte changes of the small ones. "--write DIR" stores the
+// seeds instead.
 
 #include "Fuzz.h"
 #include "support/TempDir.h"
@@ -18,10 +19,11 @@ static void Run(const Bytes& input)
     ++runs;
 }
 
-static void RunAround(const Bytes& seed)
+// Of many seeds, each is changed at other places.
+static void RunAround(const Bytes& seed, size_t first, size_t step)
 {
     Run(seed);
-    for (size_t at = 0; at < seed.size() && seed.size() < 1000; ++at) {
+    for (size_t at = first; at < seed.size() && seed.size() < 1000; at += step) {
         Run(Bytes(seed.begin(), seed.begin() + static_cast<ptrdiff_t>(at)));
         for (const int value : {0x00, 0x01, 0x7F, 0x80, 0xFF, seed[at] + 1, seed[at] ^ 0x20}) {
             Bytes changed = seed;
@@ -36,13 +38,19 @@ int main(int count, char** words)
     const bool writes = count == 3 && std::strcmp(words[1], "--write") == 0;
     if (writes)
         std::filesystem::create_directories(words[2]);
-    for (int i = 1; i < count && !writes; ++i)
+    const bool isFolder = count == 2 && std::filesystem::is_directory(words[1]);
+    for (int i = 1; i < count && !writes && !isFolder; ++i)
         Run(ReadFile(words[i]));
-    for (const Bytes& seed : count == 1 || writes ? Seeds() : std::vector<Bytes>())
+    const auto seeds = count == 1 || writes || isFolder ? Seeds() : std::vector<Bytes>();
+    const size_t step = seeds.size() / 16 + 1;
+    for (size_t i = 0; i < seeds.size(); ++i)
         if (writes)
-            WriteFile(std::string(words[2]) + "/seed" + std::to_string(runs++), seed);
+            WriteFile(std::string(words[2]) + "/seed" + std::to_string(runs++), seeds[i]);
         else
-            RunAround(seed);
+            RunAround(seeds[i], i % step, step);
+    if (isFolder)
+        for (const auto& entry : std::filesystem::directory_iterator(words[1]))
+            Run(ReadFile(entry.path()));
     std::printf("%ld inputs\n", runs);
     return runs > 0 ? 0 : 1;
 }

@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: MIT
+#undef _FORTIFY_SOURCE // its headers would define open and others here
+#include "InMemory.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace InMemory
+{
+
+namespace
+{
+
+constexpr int kFirst = 1 << 20;  // descriptor; the system's are lower
+constexpr off_t kMost = 1 << 26; // bytes of a file
+const std::string kName = kFolder + "a.aiff";
+
+struct Node {
+    Bytes bytes;
+    long number = 0, changes = 0;
+    nlink_t names = 1;
+};
+
+struct Descriptor {
+    std::shared_ptr<Node> file;
+};
+
+std::map<std::string, std::shared_ptr<Node>> names;
+std::vector<std::unique_ptr<Descriptor>> descriptors;
+long nodes = 0;
+
+int Add(std::shared_ptr<Node> file)
+{
+    auto free = std::find(descriptors.begin(), descriptors.end(), nullptr);
+    if (free == descriptors.end())
+        free = descriptors.insert(free, nullptr);
+    *free = std::make_unique<Descriptor>();
+    (*free)->file = std::move(file);
+    return kFirst + static_cast<int>(free - descriptors.begin());
+}
+
+Descriptor* Find(int fd)
+{
+    return fd < kFirst ? nullptr : descriptors.at(static_cast<size_t>(fd - kFirst)).get();
+}
+
+Node* FileOf(int fd)
+{
+    Descriptor* const found = Find(fd);
+    return found == nullptr ? nullptr : found->file.get();
+}
+
+bool IsHere(const char* path)
+{
+    return std::strncmp(path, kFolder.c_str(), kFolder.size()) == 0;
+}
+
+int Fail(int error)
+{
+    return errno = error, -1;
+}
+
+int Tell(const Node* node, struct stat* status)
+{
+    if (node == nullptr)
+        return Fail(ENOENT);
+    static const uid_t self = geteuid();
+    *status = {};
+    status->st_uid = self;
+    status->st_mode = S_IFREG | 0644;
+    status->st_ino = static_cast<ino_t>(node->number);
+    status->st_nlink = node->names;
+    status->st_size = std::ssize(node->bytes);
+    status->st_mtim.tv_nsec = status->st_ctim.tv_nsec = node->changes;
+    return 0;
+}
+
+const std::shared_ptr<Node>& Named(const char* path)
+{
+    static const std::shared_ptr<Node> none;
+    const auto found = names.find(path);
+    return found == names.end() ? none : found->second;
+}
+
+int OpenFile(const char* path, int flags)
+{
+    std::shared_ptr<Node> node = Named(path);
+    if (node == nullptr && (flags & O_CREAT) != 0)
+        node = names[path] = std::make_shared<Node>(Node{{}, ++nodes});
+    else if (node == nullptr || (flags & O_EXCL) != 0)
+        return Fail(node == nullptr ? ENOENT : EEXIST);
+    return Add(node);
+}
+
+int Release(int fd)
+{
+    descriptors[static_cast<size_t>(fd - kFirst)] = nullptr;
+    return 0;
+}
+
+ssize_t Read(const Node& node, void* out, size_t size, off_t position)
+{
+    const auto from = static_cast<size_t>(std::min<off_t>(position, std::ssize(node.bytes)));
+    size = std::min(size, node.bytes.size() - from);
+    std::copy_n(node.bytes.data() + from, size, static_cast<uint8_t*>(out));
+    return static_cast<ssize_t>(size);
+}
+
+int Resize(Node& node, off_t size)
+{
+    if (size > kMost)
+        return Fail(EFBIG);
+    node.bytes.resize(static_cast<size_t>(size));
+    ++node.changes;
+    return 0;
+}
+
+ssize_t Write(Node& node, const void* bytes, size_t size, off_t position)
+{
+    const off_t end = position + static_cast<off_t>(size);
+    if (Resize(node, std::max<off_t>(end, std::ssize(node.bytes))) != 0)
+        return -1;
+    std::copy_n(static_cast<const uint8_t*>(bytes), size, node.bytes.data() + position);
+    return static_cast<ssize_t>(size);
+}
+
+int Remove(const char* path)
+{
+    --Named(path)->names;
+    names.erase(path);
+    return 0;
+}
+
+int Rename(const char* from, const char* to)
+{
+    const std::shared_ptr<Node> node = Named(from);
+    names.erase(from);
+    if (names.contains(to))
+        Remove(to);
+    names[to] = node;
+    return 0;
+}
+
+} // namespace
+
+std::wstring OnlyFile(const Bytes& content)
+{
+    names = {{kName, std::make_shared<Node>(Node{content, ++nodes})}};
+    return {kName.begin(), kName.end()};
+}
+
+std::map<std::string, Bytes> Files()
+{
+    std::map<std::string, Bytes> files;
+    for (const auto& [name, node] : names)
+        files[name] = node->bytes;
+    return files;
+}
+
+const Bytes& File()
+{
+    return names.at(kName)->bytes;
+}
+
+} // namespace InMemory
+
+using namespace InMemory;
+
+// What is not in memory is the system's.
+#define AIFF_IN_FRONT(type, name, parameters, isHere, here, ...)                                   \
+    extern "C" type name parameters                                                                \
+    {                                                                                              \
+        return static_cast<type>((isHere) ? (here) : syscall(__VA_ARGS__));                        \
+    }
+
+AIFF_IN_FRONT(int, fstat, (int fd, struct stat* status), FileOf(fd), Tell(FileOf(fd), status),
+              SYS_fstat, fd, status)
+AIFF_IN_FRONT(int, stat, (const char* path, struct stat* status), IsHere(path),
+              Tell(Named(path).get(), status), SYS_newfstatat, AT_FDCWD, path, status, 0)
+AIFF_IN_FRONT(ssize_t, pread, (int fd, void* out, size_t size, off_t position), FileOf(fd),
+              Read(*FileOf(fd), out, size, position), SYS_pread64, fd, out, size, position)
+AIFF_IN_FRONT(ssize_t, pwrite, (int fd, const void* bytes, size_t size, off_t position), FileOf(fd),
+              Write(*FileOf(fd), bytes, size, position), SYS_pwrite64, fd, bytes, size, position)
+AIFF_IN_FRONT(ssize_t, write, (int fd, const void* bytes, size_t size), FileOf(fd),
+              static_cast<ssize_t>(size), SYS_write, fd, bytes, size) // a report that nobody reads
+AIFF_IN_FRONT(int, ftruncate, (int fd, off_t size), FileOf(fd), Resize(*FileOf(fd), size),
+              SYS_ftruncate, fd, size)
+AIFF_IN_FRONT(off_t, lseek, (int fd, off_t offset, int whence), FileOf(fd),
+              whence == SEEK_DATA ? offset : std::ssize(FileOf(fd)->bytes), SYS_lseek, fd, offset,
+              whence)
+AIFF_IN_FRONT(int, fsync, (int), true, 0, SYS_fsync) // a disk keeps its pace for nobody
+AIFF_IN_FRONT(int, fdatasync, (int), true, 0, SYS_fdatasync)
+AIFF_IN_FRONT(int, fchmod, (int fd, mode_t mode), FileOf(fd), 0, SYS_fchmod, fd, mode)
+AIFF_IN_FRONT(ssize_t, flistxattr, (int fd, char* list, size_t size), FileOf(fd), 0, SYS_flistxattr,
+              fd, list, size)
+AIFF_IN_FRONT(int, unlink, (const char* path), IsHere(path), Remove(path), SYS_unlinkat, AT_FDCWD,
+              path, 0)
+AIFF_IN_FRONT(int, rename, (const char* from, const char* to), IsHere(to), Rename(from, to),
+              SYS_renameat, AT_FDCWD, from, AT_FDCWD, to)
+AIFF_IN_FRONT(int, close, (int fd), Find(fd), Release(fd), SYS_close, fd)
+// Under its own name it would hide the record of fcntl.
+extern "C" int LockFile(int fd, int operation) __asm__("flock");
+AIFF_IN_FRONT(int, LockFile, (int fd, int operation), FileOf(fd), 0, SYS_flock, fd, operation)
+
+extern "C" int open(const char* path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const int mode = (flags & O_CREAT) != 0 ? va_arg(more, int) : 0;
+    va_end(more);
+    return IsHere(path) ? OpenFile(path, flags)
+                        : static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+extern "C" int __open_2(const char* path, int flags)
+{
+    return open(path, flags);
+}
