@@ -169,9 +169,9 @@ for version, frames, expected, told in OLD:
 # Texts of chunks where the tag has none, and what only AIFF has.
 chunks = [row[:2] for row in TEXTS]
 mine = tag_of(4, F["TIT2"](3, ["mine"]))
-write_aiff(*chunks, (b"MARK", b"\0\0"), (b"ID3 ", mine), (b"ID3 ", whole))
+write_aiff(*chunks, (b"APPL", b"\0\0"), (b"ID3 ", mine), (b"ID3 ", whole))
 notes = notes_of("convert", "in.aiff", "out.flac")
-told = ("2 ID3v2 tags", "chunks that only AIFF files hold ('MARK')", "left out: TITLE outside its")
+told = ("2 ID3v2 tags", "chunks that only AIFF files hold ('APPL')", "left out: TITLE outside its")
 assert len(notes) == 3 and all(map(str.__contains__, notes, told)), notes
 same(comments(), sorted([row[2:] for row in TEXTS[1:]] + [("TITLE", "mine")]), "chunks")
 for output in ("none.flac", "none.wav"):
@@ -190,9 +190,9 @@ same(comments(), [("ARTIST", "One"), ("ARTIST", "Two")], "values of ID3v2.3, wit
 info = b"INFO" + b"".join(chunk(*row[:2], "<") for row in INFO)
 own = [F["TIT2"](3, ["mine"]), F["TIPL"](3, [["mix", "Bob"]]), F["GEOB"](3, "m", "f", "d", b"x")]
 for version in (3, 4):
-    write_wav((b"LIST", info), (b"bext", bytes(602)), (b"id3 ", tag_of(version, *own)))
+    write_wav((b"LIST", info), (b"acid", bytes(24)), (b"id3 ", tag_of(version, *own)))
     notes = notes_of("encode", "in.wav", "out.aiff")
-    assert len(notes) == 2 and "'bext'" in notes[0] and "TITLE in its INFO list" in notes[1], notes
+    assert len(notes) == 2 and "'acid'" in notes[0] and "TITLE in its INFO list" in notes[1], notes
     tags = AIFF("out.aiff").tags
     same([tags.getall(row[2])[0].text[0] for row in INFO], [row[3] for row in INFO], "INFO")
     same([tags.version[1], len(tags), tags["TIPL"].people],
@@ -222,7 +222,7 @@ GUID = bytes.fromhex("f3acd3118cd100c04f8edb8a")
 sound = struct.pack("<HHLLHH", 1, 1, 44100, 88200, 2, 16)
 own = [F["TIT2"](1, ["mine"]), F["PRIV"]("o", b"x")]
 w64 = b"wave" + GUID + chunks_of("<", GUID, (b"fmt ", sound), (b"data", bytes(20)),
-                                 (b"id3 ", tag_of(3, *own)), (b"bext", b"x"),
+                                 (b"id3 ", tag_of(3, *own)), (b"acid", b"x"),
                                  (b"\xBC\x94\x5F\x92", b"summary"))
 w64 = b"riff" + bytes.fromhex("2e91cf11a5d628db04c10000") + struct.pack("<Q", len(w64) + 24) + w64
 caf = b"caff\0\1\0\0" + chunks_of(
@@ -235,7 +235,7 @@ rifx = form(b"RIFX", b"WAVE", [
 voc = b"Creative Voice File\x1a\x1a\0\x0a\1\x29\x11\5\2\0\0\xE9\0\x01\x0c\0\0\x83\0" + bytes(10)
 texts = [F["TIT2"](3, ["T"]), F["COMM"](3, "XXX", "", ["\u00E9"]), F["TXXX"](3, "OWN KEY", ["v"])]
 for source, expected, told in (
-        (w64, own, "files hold ('bext', a summary list)"), (rifx, texts[:1], ""),
+        (w64, own, "files hold ('acid', a summary list)"), (rifx, texts[:1], ""),
         (voc + b"\0", texts[1:2], ""), (caf, texts, "chunk 'mark'"),
         (au % b"Title=T\n\0", texts[:1], ""), (au % b"\xE9\0", texts[1:2], "")):
     write("in.other", source)

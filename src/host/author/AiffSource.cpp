@@ -21,6 +21,8 @@ constexpr int64_t kMostPassedBytes = 256 * 1024 * 1024;
 constexpr size_t kRateOffset = 8;
 constexpr size_t kRateSize = 10;
 
+constexpr char kEndsWithinPacket[] = "ends its sound within a packet of samples, which is left out";
+
 } // namespace
 
 bool AiffSource::IsAiff(const std::string& path)
@@ -36,16 +38,16 @@ bool AiffSource::IsAiff(const std::string& path)
            clAIFFHandler::CompareID(type, kFormTypeAIFC, true);
 }
 
-Problem AiffSource::Open()
+Problem AiffSource::Open(Codings accepted)
 {
     if (!m_aiff.Initialize(m_file, {}))
         return "cannot be read";
-    if (Problem problem = ReadFormat())
+    if (Problem problem = ReadFormat(accepted))
         return problem;
     return FindSound();
 }
 
-Problem AiffSource::ReadFormat()
+Problem AiffSource::ReadFormat(Codings accepted)
 {
     const STRIFFChunk* chunk = m_aiff.FindChunkForRead(kChunkCommon, false);
     if (chunk == nullptr || chunk->nSize < kLeastCommonSize || chunk->nSize > kMostCommonSize)
@@ -59,12 +61,23 @@ Problem AiffSource::ReadFormat()
     // Signed: a damaged chunk may count below zero.
     const int channels = clAIFFHandler::SizeToInt(body.data());
     const int bits = clAIFFHandler::SizeToInt(&body[6]);
-    m_frames = clAIFFHandler::SizeToInt64(&body[2]);
-    if (common.wfx.FormatTag() != kTagPCM)
+    const Coding* coding = FindCoding(common.compressionType);
+    m_isCoded = common.wfx.FormatTag() != kTagPCM;
+    if (m_isCoded && accepted == Codings::Plain)
         return "holds audio coded as " + CodeText(common.compressionType) +
                ", and of AIFF-C only 'NONE' and 'sowt' can be encoded";
-    if (channels < 1 || bits < 1 || bits > kMostBits || channels * ((bits + 7) / 8) > UINT16_MAX)
+    const bool isByBits = !m_isCoded || (coding != nullptr && coding->unitBytes == 0);
+    const int unitBytes = isByBits            ? (bits + 7) / 8
+                          : coding == nullptr ? 1
+                                              : std::max(coding->unitBytes, 1);
+    if (channels < 1 || (isByBits && (bits < 1 || bits > kMostBits)) ||
+        channels * unitBytes > UINT16_MAX)
         return ImpossibleFormat(channels, bits);
+    m_unitBytes = int64_t{channels} * unitBytes;
+    m_layout.coding = coding;
+    m_layout.code = common.compressionType;
+    m_layout.bits = bits;
+    m_layout.frames = clAIFFHandler::SizeToInt64(&body[2]);
     SetFormat(channels, common.wfx.SamplesPerSec(), bits);
     m_exact.rate.assign(body.begin() + kRateOffset, body.begin() + kRateOffset + kRateSize);
     return {};
@@ -82,7 +95,9 @@ Problem AiffSource::FindSound()
     const int64_t offset = clAIFFHandler::SizeToInt64(prefix.data());
     m_offset = offset < size - kSoundPrefixSize ? offset : 0;
     m_sampleBytes = size - kSoundPrefixSize - m_offset;
-    m_expected = m_offset + m_sampleBytes / m_format.nBlockAlign * m_format.nBlockAlign;
+    m_layout.position = m_position + m_offset;
+    m_layout.bytes = m_sampleBytes / m_unitBytes * m_unitBytes;
+    m_expected = m_offset + m_layout.bytes;
     m_end = m_position + m_expected;
     if (m_offset != 0)
         m_exact.prefix = std::move(prefix);
@@ -168,10 +183,19 @@ std::string AiffSource::LeftOut() const
 
 Problem AiffSource::Disagreement() const
 {
-    const int64_t held = m_sampleBytes / m_format.nBlockAlign;
-    if (held != m_frames)
-        return FramesDiffer(m_frames, held);
-    return m_sampleBytes % m_format.nBlockAlign == 0 ? Problem() : kEndsWithinFrame;
+    const Coding* coding = m_layout.coding;
+    if (coding == nullptr || coding->unitBytes < 0)
+        return {};
+    const int perUnit = coding->unitFrames;
+    const int64_t held = m_sampleBytes / m_unitBytes * perUnit;
+    const int64_t counted = m_layout.frames;
+    // Of packets, programs count these, their frames, or the frames without those that fill the
+    // last one.
+    if (counted > held || (perUnit == 1 && counted != held))
+        return FramesDiffer(counted, held);
+    if (m_sampleBytes % m_unitBytes == 0)
+        return {};
+    return perUnit == 1 ? kEndsWithinFrame : kEndsWithinPacket;
 }
 
 } // namespace aiff::host

@@ -3,6 +3,8 @@
 
 #include "aiff/AIFFHandler.h"
 #include "host/author/ContainerSizes.h"
+#include "host/author/marks/AiffMarks.h"
+#include "host/author/marks/WavMarks.h"
 #include "host/author/tags/SourceTags.h"
 #include "host/base/Printable.h"
 #include "host/writers/OpenSndfile.h"
@@ -156,7 +158,15 @@ Problem SndfileSource::ListChunks(clPassAIFFChunks& chunks)
         return read.Why();
     const std::vector<uint8_t>& tag = read->id3v2;
     m_notes = read->notes;
+    SoundMarks marks = ReadWavMarks(read->marks);
+    if (m_info.frames < SF_COUNT_MAX)
+        TellMarksBeyond(marks, m_info.frames);
+    const std::vector<RawChunk> markChunks = MakeAiffMarks(marks);
+    m_notes.insert(m_notes.end(), marks.notes.begin(), marks.notes.end());
     chunks.AddInternal(FourCC(kChunkCommon), nullptr, 0, false);
+    for (const auto& [code, data] : markChunks)
+        chunks.AddInternal(FourCC(code.c_str()), data.data(), static_cast<uint32_t>(data.size()),
+                           false);
     chunks.AddInternal(FourCC(kChunkSound), nullptr, 0, false);
     if (!tag.empty())
         chunks.AddInternal(FourCC(kChunkID3), tag.data(), static_cast<uint32_t>(tag.size()), false);

@@ -2,6 +2,7 @@
 #include "host/author/SoundCheck.h"
 
 #include "aiff/AIFFHandler.h"
+#include "host/author/Coding.h"
 #include "host/author/tags/AiffForm.h"
 #include "host/base/Printable.h"
 
@@ -15,28 +16,6 @@ namespace
 {
 
 constexpr const char* kChunkVersion = "FVER";
-
-// The registered compression types, with the bytes of a sample: 0 as the COMM chunk's bits tell,
-// -1 where samples have no bytes of their own.
-constexpr struct Coding {
-    const char* code;
-    int sampleBytes;
-} kCodings[] = {
-    {"NONE", 0},  {"sowt", 0},  {"twos", 0},  {"raw ", 0},  {"in24", 3},  {"42ni", 3},
-    {"in32", 4},  {"23ni", 4},  {"fl32", 4},  {"fl64", 8},  {"alaw", 1},  {"ulaw", 1},
-    {"ACE2", -1}, {"ACE8", -1}, {"ADP4", -1}, {"DWVW", -1}, {"G722", -1}, {"G726", -1},
-    {"G728", -1}, {"GSM ", -1}, {"MAC3", -1}, {"MAC6", -1}, {"QDM2", -1}, {"QDMC", -1},
-    {"Qclp", -1}, {"SDX2", -1}, {"ima4", -1}, {"rt24", -1}, {"rt29", -1},
-};
-
-// Null for a type that is not registered. Upper and lower case are the same.
-const Coding* FindCoding(uint32_t code)
-{
-    const auto* const found = std::ranges::find_if(kCodings, [code](const Coding& coding) {
-        return code == FourCC(coding.code) || clAIFFHandler::CompareID(code, coding.code, true);
-    });
-    return found == std::end(kCodings) ? nullptr : found;
-}
 
 } // namespace
 
@@ -110,7 +89,7 @@ void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
     const bool named = isAifc && m_namesCompression;
     const Coding* coding = FindCoding(named ? m_compression : FourCC(kCompressionNone));
     constexpr int kDoubleBits = 64;
-    const bool isDouble = coding != nullptr && coding->sampleBytes * 8 == kDoubleBits;
+    const bool isDouble = coding != nullptr && coding->unitBytes * 8 == kDoubleBits;
     const bool possible =
         m_channels >= 1 && m_bits >= 1 && m_bits <= (isDouble ? kDoubleBits : kMostBits);
     if (!possible)
@@ -121,8 +100,8 @@ void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
         say("is AIFF-C and does not name its compression");
     else if (coding == nullptr)
         say("has an unknown compression " + CodeText(m_compression));
-    else if (coding->sampleBytes >= 0 && possible && m_soundKnown)
-        CompareFrames(coding->sampleBytes == 0 ? (m_bits + 7) / 8 : coding->sampleBytes, say);
+    else if (coding->unitBytes >= 0 && coding->unitFrames == 1 && possible && m_soundKnown)
+        CompareFrames(coding->unitBytes == 0 ? (m_bits + 7) / 8 : coding->unitBytes, say);
 }
 
 void SoundCheck::CompareFrames(int sampleBytes, const Say& say) const

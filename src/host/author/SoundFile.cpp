@@ -51,9 +51,10 @@ Problem SoundFileDamage(const std::string& path)
 AiffSound ReadAiffSound(const std::string& path)
 {
     AiffSource source;
-    if (!source.IsAiff(path) || source.Open())
+    if (!source.IsAiff(path) || source.Open(AiffSource::Codings::All))
         return {};
-    return {source.SampleOffset(), source.Damage(), source.LeftOut()};
+    const bool isCoded = source.IsCoded();
+    return {isCoded, isCoded ? 0 : source.SampleOffset(), source.Damage(), source.LeftOut()};
 }
 
 } // namespace aiff::host

@@ -17,7 +17,9 @@ Problem SoundFileDamage(const std::string& path);
 
 // What the chunks of an AIFF file say of its sound beyond what decoders look at.
 struct AiffSound {
-    int64_t offset = 0; // bytes of the sound chunk before the samples
+    // Whether it is anything but integers of 8, 16, 24 or 32 bits as decoders take them.
+    bool isCoded = false;
+    int64_t offset = 0; // bytes of the sound chunk before plain samples
     Problem damage;
     std::string leftOut; // what no output gets, although nothing is wrong with it
 };

@@ -41,6 +41,12 @@ void AddQuietOption(CommandLine command, bool& quiet)
     command.AddFlag("-q,--quiet", quiet, "Show problems only");
 }
 
+void AddPluginOnlyOption(CommandLine command, bool& pluginOnly)
+{
+    command.AddFlag("--plugin-only", pluginOnly,
+                    "Refuse what decoder plug-ins refuse, such as floating-point AIFF-C");
+}
+
 ExitCode FailWith(ExitCode code, const Problem& problem)
 {
     SayProblem(problem);

@@ -48,6 +48,9 @@ private:
 // Adds -q, --quiet.
 void AddQuietOption(CommandLine command, bool& quiet);
 
+// Adds --plugin-only: what decoders refuse is not decoded otherwise.
+void AddPluginOnlyOption(CommandLine command, bool& pluginOnly);
+
 // Shows why a command ends here; returns `code`.
 ExitCode FailWith(ExitCode code, const Problem& problem);
 

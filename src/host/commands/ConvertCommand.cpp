@@ -87,6 +87,7 @@ CommandLine ConvertCommand::AddTo(CommandLine program)
                    "wav or flac (default: as the output's extension says, else wav)")
         .OneOf({kWav, kFlac});
     command.AddFlag("--no-tags", m_noTags, "Do not copy tags and pictures");
+    AddPluginOnlyOption(command, m_options.pluginOnly);
     AddFetchOptions(command, m_options.fetch);
     AddBatchOptions(command, m_batch);
     command.Footer(kExamples);

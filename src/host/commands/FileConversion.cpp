@@ -2,8 +2,11 @@
 #include "host/commands/FileConversion.h"
 
 #include "host/author/VerifyOutput.h"
+#include "host/author/marks/AiffMarks.h"
+#include "host/author/marks/WavMarks.h"
 #include "host/author/tags/ReadCarriedTags.h"
 #include "host/session/Reason.h"
+#include "host/session/SessionReader.h"
 
 #include <algorithm>
 #include <limits>
@@ -43,7 +46,7 @@ FileResult FileConversion::ConvertAtHand(const OutputPlan::Item& item, const Out
     if (!result)
         return {ConvertOutcome::Failed, source->incomplete ? source->incomplete : result.Why()};
     result->fetched = source->fetched;
-    for (const std::string& note : {source->leftOut, m_sound.leftOut}) {
+    for (const std::string& note : {source->leftOut, m_way, m_sound.leftOut}) {
         if (!note.empty())
             result->notes.push_back(note);
     }
@@ -59,19 +62,70 @@ Result<FileResult> FileConversion::Convert(const Input& input, const std::string
 {
     if (Problem problem = input.FileProblem())
         return problem;
-    m_sound = input.IsStream() ? AiffSound() : ReadAiffSound(input.Path());
+    m_isStream = input.IsStream();
+    m_way.clear();
+    m_sound = m_isStream ? AiffSound() : ReadAiffSound(input.Path());
     const Result<FrameRange> range = ResolveRange(input);
     if (!range)
         return range.Why();
     DecoderSession session(m_loader, m_report);
     const uint32_t tags = m_options.tags ? QV_OPEN_READ_TAGS : 0;
-    if (!session.Open(input, QV_OPEN_PREPARE_DECODE | tags, *range))
+    const bool isOpen = session.Open(input, QV_OPEN_PREPARE_DECODE | tags, *range);
+    if (m_sound.isCoded && !m_options.pluginOnly &&
+        (!isOpen || session.AudioInfo().WaveFormat.nBitsPerSample % 8 != 0)) {
+        if (const Result<CodedSound> coded = OpenCodedSound(input.Path(), *range)) {
+            m_way = coded->Way();
+            return ConvertFrom(*coded->reader, input, {}, {output, rules});
+        }
+    }
+    if (!isOpen)
         return FailureReason(session);
-    if ((m_options.start || m_options.end) && session.AudioInfo().nLengthBytes <= 0)
+    SessionReader reader(session);
+    return ConvertFrom(reader, input, session.Tags(), {output, rules});
+}
+
+Result<FileResult> FileConversion::ConvertFrom(PcmReader& reader, const Input& input,
+                                               const std::vector<TagItem>& tags,
+                                               const Target& target)
+{
+    if ((m_options.start || m_options.end) && reader.Length() == 0)
         return Problem("holds no audio between --start and --end");
-    if (Problem problem = Write(session, output, rules))
+    CarriedTags carried = m_options.tags ? ReadCarriedTags(input, tags) : CarriedTags();
+    if (!m_isStream)
+        AddMarks(input, reader, carried);
+    if (Problem problem = Write(reader, carried, target))
         return problem;
-    return SumUp(session);
+    return SumUp(reader);
+}
+
+// Broadcast data and comments are no tags, but no part of the sound either.
+void FileConversion::AddMarks(const Input& input, const PcmReader& reader,
+                              CarriedTags& carried) const
+{
+    SoundMarks marks = ReadAiffMarks(input.Path());
+    if (!m_options.tags) {
+        marks.bext.clear();
+        marks.ixml.clear();
+        marks.comments.clear();
+    }
+    const STQvWaveFormat format = reader.Format();
+    const int64_t frames = reader.Length() / std::max<int64_t>(format.nBlockAlign, 1);
+    if (m_options.start || m_options.end)
+        CutMarks(marks, m_first, m_first + frames);
+    else
+        TellMarksBeyond(marks, frames);
+    TagLib::PropertyMap comments;
+    for (const std::string& comment : marks.comments)
+        comments.insert("COMMENT", TagText(comment));
+    if (!carried.content.AddMissing(comments).isEmpty())
+        carried.notes.emplace_back("left out: comments in its chunk 'COMT', where its tag or "
+                                   "another chunk says something else");
+    if (m_options.format == AudioFormat::Wav) {
+        carried.wavChunks = MakeWavMarks(marks, format.nSamplesPerSec);
+        carried.notes.insert(carried.notes.end(), marks.notes.begin(), marks.notes.end());
+    } else if (const std::string contents = marks.Contents(); !contents.empty()) {
+        carried.notes.push_back("left out, as FLAC cannot hold them: " + contents);
+    }
 }
 
 // Seconds need the sample rate, and an offset before the samples, which decoders take for
@@ -101,35 +155,32 @@ Result<FrameRange> FileConversion::ResolveRange(const Input& input)
         return frame > std::numeric_limits<int64_t>::max() - skipped ? frame : frame + skipped;
     };
     FrameRange range;
-    range.first = inChunk(start ? start->Frame(rate) : 0);
+    m_first = start ? start->Frame(rate) : 0;
+    range.first = inChunk(m_first);
     if (end)
         range.end = inChunk(end->Frame(rate));
     return range;
 }
 
-Problem FileConversion::Write(DecoderSession& session, const std::string& path,
-                              const OutputRules& rules)
+Problem FileConversion::Write(PcmReader& reader, const CarriedTags& tags, const Target& target)
 {
-    m_format = session.AudioInfo().WaveFormat;
+    m_format = reader.Format();
     m_written = 0;
-    const int64_t length = std::max<int64_t>(session.AudioInfo().nLengthBytes, 0);
     const int64_t frame = std::max<int64_t>(m_format.nBlockAlign, 1);
-    m_expected = session.HasUnknownLength() ? kUnknownLength : length - length % frame;
+    m_expected = reader.Length() < 0 ? kUnknownLength : reader.Length() - reader.Length() % frame;
     m_sum.reset();
     if (m_options.verify)
         m_sum.emplace(m_format.nBitsPerSample);
     OutputFile output(m_buffer);
-    if (Problem problem = output.Open(path, rules))
+    if (Problem problem = output.Open(target.path, target.rules))
         return problem;
-    const bool reserve = m_options.format == AudioFormat::Wav && !session.Source().IsStream();
+    const bool reserve = m_options.format == AudioFormat::Wav && !m_isStream;
     if (Problem problem = reserve ? output.Reserve(m_expected) : Problem())
         return problem;
-    const CarriedTags tags =
-        m_options.tags ? ReadCarriedTags(session.Source(), session.Tags()) : CarriedTags();
     const std::unique_ptr<AudioWriter> writer = MakeAudioWriter(m_options.format, output, tags);
     if (Problem problem = writer->Begin(m_format, m_expected))
         return problem;
-    if (Problem problem = WriteAudio(session, *writer))
+    if (Problem problem = WriteAudio(reader, *writer))
         return problem;
     if (Problem problem = writer->End())
         return problem;
@@ -141,12 +192,12 @@ Problem FileConversion::Write(DecoderSession& session, const std::string& path,
 
 // Never writes more than the expected bytes, which the header has promised. What came of a
 // stream before it broke off is kept.
-Problem FileConversion::WriteAudio(DecoderSession& session, AudioWriter& writer)
+Problem FileConversion::WriteAudio(PcmReader& reader, AudioWriter& writer)
 {
     const bool unknown = m_expected == kUnknownLength;
     std::span<const uint8_t> pcm;
-    DecoderSession::Step step = session.Next(pcm);
-    for (; step == DecoderSession::Step::Block; step = session.Next(pcm)) {
+    PcmReader::Step step = reader.Next(pcm);
+    for (; step == PcmReader::Step::Block; step = reader.Next(pcm)) {
         if (!unknown)
             pcm = pcm.first(
                 static_cast<size_t>(std::min<int64_t>(std::ssize(pcm), m_expected - m_written)));
@@ -157,8 +208,8 @@ Problem FileConversion::WriteAudio(DecoderSession& session, AudioWriter& writer)
             m_sum->AddWav(pcm);
         ShowProgress();
     }
-    m_break = step == DecoderSession::Step::End ? Problem() : FailureReason(session);
-    return session.Source().IsStream() ? Problem() : m_break;
+    m_break = step == PcmReader::Step::End ? Problem() : reader.Failure();
+    return m_isStream ? Problem() : m_break;
 }
 
 Problem FileConversion::Verify(OutputFile& output)
@@ -175,17 +226,19 @@ void FileConversion::ShowProgress() const
                                             : Advance(written / expected));
 }
 
-FileResult FileConversion::SumUp(const DecoderSession& session) const
+FileResult FileConversion::SumUp(const PcmReader& reader) const
 {
     FileResult result;
     result.outcome = ConvertOutcome::Converted;
     result.notes = m_notes;
+    if (!reader.Note().empty())
+        result.notes.push_back(reader.Note());
     result.frames = m_written / std::max<int64_t>(m_format.nBlockAlign, 1);
     result.seconds = static_cast<double>(result.frames) / m_format.nSamplesPerSec;
     const bool isShort = m_expected != kUnknownLength && m_written != m_expected;
     Problem damage = m_break   ? m_break
                      : isShort ? Problem("ends before its sound data is complete")
-                               : DamageWarning(session);
+                               : reader.Damage();
     if (!damage)
         damage = m_sound.damage;
     if (!damage)

@@ -3,6 +3,7 @@
 // The conversion of one file.
 #pragma once
 
+#include "host/author/CodedSound.h"
 #include "host/author/SoundFile.h"
 #include "host/author/SoundSum.h"
 #include "host/batch/FileResult.h"
@@ -23,6 +24,7 @@ namespace aiff::host
 struct ConvertOptions {
     bool tags = true; // copied to the output, with the pictures
     bool verify = false;
+    bool pluginOnly = false; // or what decoders refuse is decoded otherwise
     Fetch fetch = Fetch::WhenNeeded;
     AudioFormat format = AudioFormat::Wav;
     std::optional<TimePoint> start;
@@ -45,11 +47,19 @@ private:
     Result<FileResult> Convert(const Input& input, const std::string& output,
                                const OutputRules& rules);
     Result<FrameRange> ResolveRange(const Input& input);
-    Problem Write(DecoderSession& session, const std::string& path, const OutputRules& rules);
-    Problem WriteAudio(DecoderSession& session, AudioWriter& writer);
+    // Where an output goes.
+    struct Target {
+        const std::string& path;
+        const OutputRules& rules;
+    };
+    Result<FileResult> ConvertFrom(PcmReader& reader, const Input& input,
+                                   const std::vector<TagItem>& tags, const Target& target);
+    void AddMarks(const Input& input, const PcmReader& reader, CarriedTags& carried) const;
+    Problem Write(PcmReader& reader, const CarriedTags& tags, const Target& target);
+    Problem WriteAudio(PcmReader& reader, AudioWriter& writer);
     Problem Verify(OutputFile& output);
     void ShowProgress() const;
-    FileResult SumUp(const DecoderSession& session) const;
+    FileResult SumUp(const PcmReader& reader) const;
 
     const codecs::CodecLoader& m_loader;
     const ConvertOptions& m_options;
@@ -57,7 +67,10 @@ private:
     ProgressFunction m_progress;
     std::vector<uint8_t> m_buffer; // of the output
     // Of the current file.
+    bool m_isStream = false;
     AiffSound m_sound;
+    int64_t m_first = 0; // frame of the sound with which the output begins
+    std::string m_way;   // in which what decoders refuse is decoded
     STQvWaveFormat m_format{};
     int64_t m_expected = 0;           // bytes of PCM, or kUnknownLength
     int64_t m_written = 0;            // bytes of PCM

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "host/author/CodedSound.h"
+#include "host/author/SoundFile.h"
+#include "host/author/marks/AiffMarks.h"
 #include "host/author/tags/ReadFileTags.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
@@ -65,8 +68,110 @@ Json LengthJson(const DecoderSession& session)
             {"bytes", int64_t{info.nLengthBytes}}};
 }
 
-void PrintInfo(const DecoderSession& session, const std::vector<TagItem>& tags,
-               const Problem& warning)
+// What there is to say of one input.
+struct Findings {
+    std::vector<TagItem> tags;
+    Problem warning;
+    // Where decoders refuse the sound: what `convert` makes of it.
+    bool isCoded = false;
+    std::optional<CodedSound> conversion = {};
+    SoundMarks marks = {};
+};
+
+int64_t Frames(const PcmReader& reader)
+{
+    return reader.Length() / std::max<int64_t>(reader.Format().nBlockAlign, 1);
+}
+
+int64_t Milliseconds(const PcmReader& reader)
+{
+    constexpr int64_t kPerSecond = 1000;
+    const uint32_t rate = reader.Format().nSamplesPerSec;
+    return Frames(reader) * kPerSecond / std::max<int64_t>(rate, 1);
+}
+
+void PrintConversion(const std::optional<CodedSound>& sound)
+{
+    PrintLine("Converts to", !sound ? "nothing: its coding is not supported"
+                                    : sound->Becomes() + ", " +
+                                          FormatDuration(Milliseconds(*sound->reader)) + " (" +
+                                          Counted(Frames(*sound->reader), "frame") +
+                                          "), decoded by " + sound->decoder);
+}
+
+// Null where nothing decodes the sound.
+Json ConversionJson(const std::optional<CodedSound>& sound)
+{
+    if (!sound)
+        return nullptr;
+    const STQvWaveFormat format = sound->reader->Format();
+    return {{"coding", sound->coding},
+            {"by", sound->decoder},
+            {"samples", format.nFormatTag == kFormatFloat ? "float" : "integer"},
+            {"bitsPerSample", int{format.nBitsPerSample}},
+            {"frames", Frames(*sound->reader)},
+            {"milliseconds", Milliseconds(*sound->reader)}};
+}
+
+const char* ModeName(const Loop& loop)
+{
+    return loop.mode == Loop::Mode::Forward    ? "forward"
+           : loop.mode == Loop::Mode::PingPong ? "ping-pong"
+                                               : "backward";
+}
+
+const char* KindName(const Loop& loop)
+{
+    return loop.isRelease ? "release" : "sustain";
+}
+
+void PrintMarks(const SoundMarks& marks)
+{
+    if (!marks.markers.empty())
+        std::printf("  Markers\n");
+    for (const Marker& marker : marks.markers)
+        PrintLine("  frame " + std::to_string(marker.frame),
+                  marker.comment.empty() ? marker.name : marker.name + " - " + marker.comment);
+    for (const Loop& loop : marks.loops)
+        PrintLine("Loop", std::string(KindName(loop)) + ", " + ModeName(loop) + ", frames " +
+                              std::to_string(loop.first) + " to " + std::to_string(loop.end));
+    if (marks.instrument)
+        PrintLine("Base note", std::to_string(marks.instrument->baseNote) + ", detuned by " +
+                                   Counted(marks.instrument->detune, "cent"));
+    if (!marks.bext.empty() || !marks.ixml.empty())
+        PrintLine("Broadcast data", marks.ixml.empty()   ? "bext"
+                                    : marks.bext.empty() ? "iXML"
+                                                         : "bext, iXML");
+}
+
+void AddMarksJson(const SoundMarks& marks, Json& entry)
+{
+    Json markers = Json::array();
+    for (const Marker& marker : marks.markers)
+        markers.push_back({{"id", marker.id},
+                           {"frame", marker.frame},
+                           {"name", marker.name},
+                           {"comment", marker.comment}});
+    Json loops = Json::array();
+    for (const Loop& loop : marks.loops)
+        loops.push_back({{"kind", KindName(loop)},
+                         {"mode", ModeName(loop)},
+                         {"first", loop.first},
+                         {"end", loop.end}});
+    entry["markers"] = std::move(markers);
+    entry["loops"] = std::move(loops);
+    entry["instrument"] = nullptr;
+    if (const auto& sampler = marks.instrument)
+        entry["instrument"] = {{"baseNote", sampler->baseNote},
+                               {"detune", sampler->detune},
+                               {"lowNote", sampler->lowNote},
+                               {"highNote", sampler->highNote},
+                               {"lowVelocity", sampler->lowVelocity},
+                               {"highVelocity", sampler->highVelocity},
+                               {"gain", sampler->gain}};
+}
+
+void PrintInfo(const DecoderSession& session, const Findings& findings)
 {
     const STQvAudioInfo& info = session.AudioInfo();
     std::printf("%s\n", Printable(session.Source().Name()).c_str());
@@ -74,17 +179,19 @@ void PrintInfo(const DecoderSession& session, const std::vector<TagItem>& tags,
     PrintLine("Length", LengthText(session));
     PrintLine("Bit rate", std::to_string(info.nBitRate / 1000) + " kbit/s");
     PrintLine("Decoder", ToUtf8(session.UsedDecoder().description));
-    if (warning)
-        PrintLine("Problem", warning.Text());
+    if (findings.isCoded)
+        PrintConversion(findings.conversion);
+    PrintMarks(findings.marks);
+    if (findings.warning)
+        PrintLine("Problem", findings.warning.Text());
     for (const TagItem& item : session.Properties())
         PrintLine(item.name, item.value);
-    if (!tags.empty())
+    if (!findings.tags.empty())
         std::printf("  Tags\n");
-    PrintTags(tags, 4);
+    PrintTags(findings.tags, 4);
 }
 
-Json InfoJson(const DecoderSession& session, const std::vector<TagItem>& tags,
-              const Problem& warning)
+Json InfoJson(const DecoderSession& session, const Findings& findings)
 {
     const STQvAudioInfo info = session.AudioInfo();
     const STQvWaveFormat format = info.WaveFormat;
@@ -101,9 +208,12 @@ Json InfoJson(const DecoderSession& session, const std::vector<TagItem>& tags,
                     {"bitRate", uint32_t{info.nBitRate}}}},
                   {"length", LengthJson(session)},
                   {"properties", std::move(properties)},
-                  {"tags", TagsJson(tags)}};
-    if (warning)
-        entry["problem"] = warning.Text();
+                  {"tags", TagsJson(findings.tags)}};
+    AddMarksJson(findings.marks, entry);
+    if (findings.isCoded)
+        entry["conversion"] = ConversionJson(findings.conversion);
+    if (findings.warning)
+        entry["problem"] = findings.warning.Text();
     return entry;
 }
 
@@ -116,9 +226,11 @@ private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override;
     ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const InputName& name,
                   Json& list) const;
+    Findings Find(const DecoderSession& session, const Input& input) const;
 
     std::vector<std::string> m_inputs;
     Fetch m_fetch = Fetch::WhenNeeded;
+    bool m_pluginOnly = false;
     bool m_json = false;
     bool m_quiet = false;
 };
@@ -128,6 +240,7 @@ CommandLine InfoCommand::AddTo(CommandLine program)
     const CommandLine command =
         program.AddCommand("info", "Show format, length, properties and tags");
     command.AddOption("IN", m_inputs, kInputs).Required();
+    AddPluginOnlyOption(command, m_pluginOnly);
     AddFetchOptions(command, m_fetch);
     command.AddFlag("--json", m_json, "Write a JSON array with one object per input");
     AddQuietOption(command, m_quiet);
@@ -165,16 +278,32 @@ ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& rep
         return FailWith(kExitSomeFailed, problem.About(input.Name()));
     }
     SayHowItCame(*source, input.Name(), m_quiet);
-    const Problem warning = source->incomplete ? source->incomplete : DamageWarning(session);
-    const std::optional<FileTags> whole = ReadFileTags(source->input);
-    const std::vector<TagItem> tags = whole ? whole->items : session.Tags();
+    Findings findings = Find(session, source->input);
+    if (source->incomplete)
+        findings.warning = source->incomplete;
     if (m_json)
-        list.push_back(InfoJson(session, tags, warning));
+        list.push_back(InfoJson(session, findings));
     else if (!m_quiet)
-        PrintInfo(session, tags, warning);
-    else if (warning)
-        SayProblem(warning.About(input.Name()));
-    return warning ? kExitDamaged : kExitDone;
+        PrintInfo(session, findings);
+    else if (findings.warning)
+        SayProblem(findings.warning.About(input.Name()));
+    return findings.warning ? kExitDamaged : kExitDone;
+}
+
+Findings InfoCommand::Find(const DecoderSession& session, const Input& input) const
+{
+    const std::optional<FileTags> whole = ReadFileTags(input);
+    Findings findings{whole ? whole->items : session.Tags(), DamageWarning(session)};
+    if (!input.IsStream())
+        findings.marks = ReadAiffMarks(input.Path());
+    if (input.IsStream() || m_pluginOnly)
+        return findings;
+    findings.isCoded = ReadAiffSound(input.Path()).isCoded;
+    Result<CodedSound> sound =
+        findings.isCoded ? OpenCodedSound(input.Path(), {}) : Problem("is not coded");
+    if (sound)
+        findings.conversion = std::move(*sound);
+    return findings;
 }
 
 } // namespace

@@ -3,7 +3,10 @@
 
 #include "host/session/DecoderSession.h"
 #include "host/session/Reason.h"
+#include "support/text/Ascii.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -14,6 +17,10 @@ namespace
 {
 
 constexpr char kMoreAfterSound[] = "has data after its sound, where tags may be";
+constexpr char kMarksBeforeSound[] =
+    "has markers, loops, comments or broadcast data, which a stream does not show";
+// The chunks with these.
+constexpr std::string_view kMarks[] = {"MARK", "INST", "COMT", "bext", "iXML"};
 constexpr char kNeedsFile[] = "can only be read as a file here";
 // Enough for all chunks that may come before the sound of a stream.
 constexpr size_t kStart = 256 * 1024;
@@ -31,14 +38,32 @@ uint64_t Number(std::span<const uint8_t> bytes)
 // What the headers up to the sound say that a stream does not show.
 struct StreamStart {
     bool isRegular; // the sound is as long as promised, and begins where expected
+    bool isPlain;   // its samples are integers of whole bytes, not coded in another way
+    bool hasMarks;  // one of kMarks comes before the sound
     bool goesOn;    // there is more after the sound
     bool hasLength; // the server says how much there is
 };
+
+// Whether decoders take the samples that a COMM chunk describes: integers of whole bytes.
+bool IsPlain(bool isAifc, std::span<const uint8_t> body)
+{
+    constexpr size_t kCoding = 18; // four characters
+    constexpr size_t kBitsLowByte = 7;
+    if (body[kBitsLowByte] % 8 != 0)
+        return false;
+    if (!isAifc || body.size() < kCoding + 4)
+        return true;
+    const std::string_view coding{reinterpret_cast<const char*>(&body[kCoding]), 4};
+    return EqualNoCase(coding, "NONE") || EqualNoCase(coding, "sowt");
+}
 
 // None before the header of the sound is there.
 std::optional<StreamStart> ReadStart(std::span<const uint8_t> start, int64_t whole)
 {
     uint64_t soundBytes = 0; // as COMM promises
+    bool isPlain = true;
+    bool hasMarks = false;
+    const bool isAifc = start.size() >= kFormHeader && start[kFormHeader - 1] == 'C';
     uint64_t at = kFormHeader;
     while (at + kChunkHeader <= start.size()) {
         const auto chunk = start.subspan(at);
@@ -50,12 +75,14 @@ std::optional<StreamStart> ReadStart(std::span<const uint8_t> start, int64_t who
             const uint64_t channels = Number(body) >> 16;
             const uint64_t bits = Number(body.subspan(4)) & 0xFFFF;
             soundBytes = Number(body.subspan(2)) * channels * ((bits + 7) / 8);
+            isPlain = IsPlain(isAifc, body);
         }
+        hasMarks |= std::ranges::find(kMarks, code) != std::end(kMarks);
         if (code == "SSND" && body.size() >= kSoundPrefix)
-            return StreamStart{Number(body) == 0 && size == soundBytes + kSoundPrefix,
-                               at < Number(start.subspan(4)) + kChunkHeader ||
-                                   static_cast<int64_t>(at) < whole,
-                               whole >= 0};
+            return StreamStart{
+                Number(body) == 0 && size == soundBytes + kSoundPrefix, isPlain, hasMarks,
+                at < Number(start.subspan(4)) + kChunkHeader || static_cast<int64_t>(at) < whole,
+                whole >= 0};
     }
     return std::nullopt;
 }
@@ -79,9 +106,14 @@ Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, 
         });
     if (problem && !headers)
         return problem;
+    if (headers && !headers->isPlain)
+        return "has samples that are coded or do not fill their bytes, which are decoded from a "
+               "file";
     if (!headers || !headers->isRegular)
         return "has sizes that contradict each other, which are better judged in a file";
     hasLength = headers->hasLength;
+    if (headers->hasMarks && wanted != Wanted::Sound)
+        return kMarksBeforeSound;
     return headers->goesOn && wanted != Wanted::Sound ? kMoreAfterSound : Problem();
 }
 
@@ -134,11 +166,11 @@ Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture
     const Problem reason = input.NeedsCopy()
                                ? Problem("is at an https:// address")
                                : StreamProblem(loader, report, input, wanted, hasLength);
-    const bool isStream = !reason || (fetch == Fetch::Never && reason.Text() == kMoreAfterSound);
+    const bool isOfMore = reason.Text() == kMoreAfterSound || reason.Text() == kMarksBeforeSound;
+    const bool isStream = !reason || (fetch == Fetch::Never && isOfMore);
     if (isStream) {
         const bool isRead = wanted == Wanted::Description && !hasLength;
-        const std::string leftOut =
-            reason ? std::string(kMoreAfterSound) + ", which --no-fetch leaves out" : "";
+        const std::string leftOut = reason ? reason.Text() + ", which --no-fetch leaves out" : "";
         return InputAtHand{
             input, isRead ? FindDamage(loader, report, input) : Problem(), {}, leftOut};
     }

@@ -6,6 +6,7 @@
 #include "codecs/CodecLoader.h"
 #include "codecs/DecoderInstance.h"
 #include "host/base/Input.h"
+#include "host/session/PcmReader.h"
 #include "host/session/ReportCapture.h"
 #include "host/session/TagBlob.h"
 
@@ -29,7 +30,7 @@ struct FrameRange {
 class DecoderSession
 {
 public:
-    enum class Step { Block, End, Failed };
+    using Step = PcmReader::Step;
 
     // Both must outlive the session.
     DecoderSession(const codecs::CodecLoader& loader, ReportCapture& report);

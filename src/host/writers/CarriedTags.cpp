@@ -119,7 +119,7 @@ bool AppendBlock(std::vector<uint8_t>& blocks, uint8_t type, const ByteVector& d
 
 TagBytes WavTagChunks(const CarriedTags& tags)
 {
-    TagBytes chunks{{}, tags.notes};
+    TagBytes chunks{tags.wavChunks, tags.notes};
     const ByteVector info = InfoList(tags.content);
     if (!info.isEmpty())
         AppendChunk(chunks.bytes, "LIST", info);

@@ -18,6 +18,8 @@ namespace aiff::host
 struct CarriedTags {
     // An ID3v2 tag, byte for byte; empty when there is none.
     std::vector<uint8_t> id3v2;
+    // Whole chunks that a WAV file gets beside the tags; of even size.
+    std::vector<uint8_t> wavChunks;
     // What it says, and texts outside of it.
     TagContent content;
     // Sentences for people about what no output can hold.

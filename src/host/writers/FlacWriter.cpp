@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/writers/FlacWriter.h"
 
+#include "host/session/PcmReader.h"
 #include "host/writers/OpenSndfile.h"
 
 #include <algorithm>
@@ -80,6 +81,8 @@ Problem FlacWriter::Begin(const STQvWaveFormat& format, int64_t)
 {
     m_format = format;
     const int bits = format.nBitsPerSample;
+    if (format.nFormatTag == kFormatFloat)
+        return "holds floating-point samples (FLAC takes integers only; --format wav takes them)";
     if (format.nFormatTag != QV_FORMAT_PCM || SampleFormat(bits) == 0)
         return "has samples of " + std::to_string(bits) +
                " bits (FLAC takes 8, 16 and 24; --format wav takes all)";

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/writers/WavHeader.h"
 
+#include "host/session/PcmReader.h"
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -22,9 +24,9 @@ constexpr int64_t kChunkHeader = 8;
 enum class WavKind { Classic, ClassicWithRoom, Rf64 };
 
 constexpr uint16_t kFormatExtensible = 0xFFFE;
-// What follows the format tag in the identifier of PCM in an extensible format.
-constexpr std::array<uint8_t, 14> kPcmSubformatEnd = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
-                                                      0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+// What follows the format tag in the identifier in an extensible format.
+constexpr std::array<uint8_t, 14> kSubformatEnd = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
+                                                   0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
 // The loudspeakers of so many channels, in the order of AIFF and FLAC files. These are the
 // masks that FLAC encoders accept; for more channels there is none.
 constexpr std::array<uint32_t, 9> kChannelMasks = {0,    0x4,  0x3,   0x7,  0x33,
@@ -34,9 +36,10 @@ constexpr std::array<uint32_t, 9> kChannelMasks = {0,    0x4,  0x3,   0x7,  0x33
 Problem FormatProblem(const STQvWaveFormat& format)
 {
     const int bits = format.nBitsPerSample;
-    if (format.nFormatTag != QV_FORMAT_PCM)
-        return "holds no integer PCM";
-    if (bits != 8 && bits != 16 && bits != 24 && bits != 32)
+    const bool isFloat = format.nFormatTag == kFormatFloat;
+    if (format.nFormatTag != QV_FORMAT_PCM && !isFloat)
+        return "holds no plain PCM";
+    if (isFloat ? bits != 32 && bits != 64 : bits != 8 && bits != 16 && bits != 24 && bits != 32)
         return "has samples of " + std::to_string(bits) +
                " bits (only 8, 16, 24 and 32 can be written)";
     if (format.nChannels == 0 || format.nBlockAlign != format.nChannels * bits / 8)
@@ -70,25 +73,33 @@ bool IsExtensible(const STQvWaveFormat& format, WavKind kind)
     return kind != WavKind::Classic || format.nChannels > 2;
 }
 
+// Only integer PCM may do without the size of an extension.
+int64_t FormatChunkSize(const STQvWaveFormat& format, bool isExtensible)
+{
+    return isExtensible ? 40 : format.nFormatTag == kFormatFloat ? 18 : 16;
+}
+
 void PutFormatChunk(HeaderBytes& header, const STQvWaveFormat& format, bool isExtensible)
 {
     const uint64_t bytesPerSecond = uint64_t{format.nSamplesPerSec} * format.nBlockAlign;
     header.Put("fmt ");
-    header.Put(isExtensible ? 40 : 16, 4);
-    header.Put(isExtensible ? kFormatExtensible : QV_FORMAT_PCM, 2);
+    header.Put(static_cast<uint64_t>(FormatChunkSize(format, isExtensible)), 4);
+    header.Put(isExtensible ? kFormatExtensible : format.nFormatTag, 2);
     header.Put(format.nChannels, 2);
     header.Put(format.nSamplesPerSec, 4);
     header.Put(std::min<uint64_t>(bytesPerSecond, kMaxClassic), 4);
     header.Put(format.nBlockAlign, 2);
     header.Put(format.nBitsPerSample, 2);
+    if (!isExtensible && format.nFormatTag == kFormatFloat)
+        header.Put(0, 2); // bytes that follow
     if (!isExtensible)
         return;
     const bool hasMask = format.nChannels < kChannelMasks.size();
     header.Put(22, 2); // bytes that follow
     header.Put(format.nBitsPerSample, 2);
     header.Put(hasMask ? kChannelMasks[format.nChannels] : 0, 4);
-    header.Put(QV_FORMAT_PCM, 2);
-    header.Put(kPcmSubformatEnd);
+    header.Put(format.nFormatTag, 2);
+    header.Put(kSubformatEnd);
 }
 
 std::vector<uint8_t> Header(const STQvWaveFormat& format, int64_t pcmBytes, int64_t chunksAfter,
@@ -96,8 +107,11 @@ std::vector<uint8_t> Header(const STQvWaveFormat& format, int64_t pcmBytes, int6
 {
     const bool isRf64 = kind == WavKind::Rf64;
     const bool isExtensible = IsExtensible(format, kind);
-    const int64_t headerSize =
-        (isExtensible ? 68 : 44) + (kind == WavKind::Classic ? 0 : kChunkHeader + 28);
+    // Which every format but integer PCM must have, by the number of frames.
+    const bool hasFact = format.nFormatTag == kFormatFloat;
+    const int64_t headerSize = 12 + kChunkHeader + FormatChunkSize(format, isExtensible) +
+                               kChunkHeader + (hasFact ? kChunkHeader + 4 : 0) +
+                               (kind == WavKind::Classic ? 0 : kChunkHeader + 28);
     const bool isKnown = pcmBytes != kUnknownLength;
     const int64_t riffSize = headerSize - kChunkHeader + pcmBytes + pcmBytes % 2 + chunksAfter;
     HeaderBytes header;
@@ -112,6 +126,13 @@ std::vector<uint8_t> Header(const STQvWaveFormat& format, int64_t pcmBytes, int6
         header.Put(0, 4); // a table of no sizes
     }
     PutFormatChunk(header, format, isExtensible);
+    if (hasFact) {
+        header.Put("fact");
+        header.Put(4, 4);
+        header.Put(isRf64 || !isKnown ? kMaxClassic
+                                      : static_cast<uint64_t>(pcmBytes / format.nBlockAlign),
+                   4);
+    }
     header.Put("data");
     header.Put(static_cast<uint64_t>(isRf64 || !isKnown ? kMaxClassic : pcmBytes), 4);
     return header.Take();

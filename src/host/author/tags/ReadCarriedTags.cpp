@@ -32,6 +32,9 @@ constexpr TextChunk kTextChunks[] = {
 // The form itself and what only fills it.
 constexpr const char* kNeededByAiffOnly[] = {"FVER", "FLLR", "PAD ", "JUNK"};
 
+// What is carried as markers, loops and broadcast data.
+constexpr const char* kMarks[] = {"MARK", "INST", "COMT", "bext", "iXML"};
+
 class ChunkReader
 {
 public:
@@ -90,7 +93,8 @@ void ChunkReader::ReadOther(const STRIFFChunk& chunk)
     if (found != std::end(kTextChunks) && ReadData(chunk, data)) {
         for (const std::string& text : ChunkTexts(data, OldText::Aiff))
             m_texts.insert(found->property, TagText(text));
-    } else if (IsTextCode(chunk.ID) && std::ranges::none_of(kNeededByAiffOnly, is)) {
+    } else if (IsTextCode(chunk.ID) && std::ranges::none_of(kNeededByAiffOnly, is) &&
+               std::ranges::none_of(kMarks, is)) {
         m_leftOut.insert(CodeText(chunk.ID));
     }
 }

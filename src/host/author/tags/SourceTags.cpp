@@ -75,6 +75,7 @@ Result<SourceTags> TagsOfWav(WavTags wav)
 {
     SourceTags source;
     source.id3v2 = std::move(wav.id3v2);
+    source.marks = std::move(wav.marks);
     if (!wav.others.empty())
         source.notes.push_back("left out: chunks that only " + std::string(wav.format) +
                                " files hold (" + Enumerated(wav.others) + ")");

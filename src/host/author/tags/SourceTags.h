@@ -3,6 +3,7 @@
 // The tags of the files that are encoded.
 #pragma once
 
+#include "host/author/tags/RawChunk.h"
 #include "host/base/Problem.h"
 
 #include <cstdint>
@@ -15,6 +16,8 @@ namespace aiff::host
 
 struct SourceTags {
     std::vector<uint8_t> id3v2; // of even size; empty when there are no tags
+    // Those of a WAV file with markers, loops and broadcast data, which are no tags.
+    std::vector<RawChunk> marks;
     // Sentences for people about what is not in the tag.
     std::vector<std::string> notes;
 };

@@ -48,6 +48,9 @@ constexpr ChunkLayout kLayouts[] = {{"RIFF", "WAV", 4, 4, 0, 2},
 constexpr std::string_view kNeededByWavOnly[] = {"fmt ", "data", "fact", "PEAK",
                                                  "ds64", "JUNK", "PAD ", "FLLR"};
 
+// Chunks with markers, loops and broadcast data, beside LIST adtl.
+constexpr std::string_view kMarks[] = {"cue ", "smpl", "inst", "bext", "iXML"};
+
 std::string_view CodeAt(std::span<const uint8_t> bytes, size_t at)
 {
     return {reinterpret_cast<const char*>(&bytes[at]), 4};
@@ -111,12 +114,18 @@ void WavReader::TakeChunk(std::string_view code, bool isBigEndian, std::span<con
 {
     constexpr std::string_view kInfo = "INFO";
     const bool isList = EqualNoCase(code, "LIST") && data.size() >= kInfo.size();
+    const auto* const mark =
+        std::ranges::find_if(kMarks, [code](std::string_view id) { return EqualNoCase(code, id); });
     if (EqualNoCase(code, "id3 ") && m_tags.id3v2.empty() && !data.empty())
         m_tags.id3v2.assign(data.begin(), data.end());
     else if (EqualNoCase(code, "id3 "))
         m_tags.others.insert("a second 'ID3 '");
     else if (isList && CodeAt(data, 0) == kInfo)
         ReadInfo(data.subspan(kInfo.size()), isBigEndian, m_tags.info);
+    else if (isList && !isBigEndian && EqualNoCase(CodeAt(data, 0), "adtl"))
+        m_tags.marks.push_back({"LIST", {data.begin(), data.end()}});
+    else if (mark != std::end(kMarks) && !isBigEndian && !data.empty())
+        m_tags.marks.push_back({std::string(*mark), {data.begin(), data.end()}});
     else if (isList)
         m_tags.others.insert("'LIST' of '" + std::string(CodeAt(data, 0)) + "'");
     else if (std::ranges::none_of(kNeededByWavOnly,
