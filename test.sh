@@ -6,7 +6,8 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 preset=${1:-release}
 
-scripts/setup.sh build test
+case $preset in clang | asan | tsan) compiler=clang ;; *) compiler= ;; esac
+scripts/setup.sh build test $compiler
 cmake --preset "$preset" -DAIFF_TESTS=ON >/dev/null
 cmake --build --preset "$preset"
-ctest --preset "$preset" -j "$(getconf _NPROCESSORS_ONLN)"
+scripts/run_tests.py "$preset" -j "$(getconf _NPROCESSORS_ONLN)"

@@ -19,12 +19,6 @@ if(AIFF_FUZZ)
     -fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp)
 endif()
 if(AIFF_SANITIZE)
-  # gcc 12 reports a huge size when a vector is made smaller, and uninitialised members of
-  # std::regex.
-  target_compile_options(aiff_settings INTERFACE
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds>
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_compile_options(aiff_settings INTERFACE
     -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
     -g$<$<BOOL:${AIFF_FUZZ}>:1> -O$<IF:$<BOOL:${AIFF_FUZZ}>,2,1>)
@@ -38,4 +32,12 @@ else()
     target_link_options(aiff_settings INTERFACE
       -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
   endif()
+endif()
+
+# For builds from scratch, where most of the time goes into reading the standard headers.
+if(AIFF_PRECOMPILE)
+  foreach(header algorithm array cstdint filesystem functional limits map memory optional set
+      span string string_view vector)
+    target_precompile_headers(aiff_settings INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:<${header}$<ANGLE-R>>")
+  endforeach()
 endif()

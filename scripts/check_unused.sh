@@ -7,7 +7,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=build/unused
 export LC_ALL=C # one order for sort and comm
 # Without inlining every function is there by its name, in a section of its own.
-cmake -S . -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DAIFF_TESTS=OFF -DAIFF_BENCH=OFF \
+cmake -S . -B $build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DAIFF_TESTS=OFF -DAIFF_BENCH=OFF -DAIFF_PRECOMPILE=ON \
     -DCMAKE_CXX_FLAGS="-O0 -g0 -ffunction-sections" \
     -DCMAKE_EXE_LINKER_FLAGS=-Wl,--gc-sections \
     -DCMAKE_MODULE_LINKER_FLAGS=-Wl,--gc-sections >/dev/null

@@ -4,9 +4,11 @@
 #
 #   scripts/setup.sh build         what building the plug-in and the host needs
 #   scripts/setup.sh build test    plus what the tests need
+#   scripts/setup.sh build test clang
+#                                  plus clang, for the presets that sanitise
 #   scripts/setup.sh build test coverage
 #                                  plus what scripts/coverage.sh needs
-#   scripts/setup.sh build test ci cross
+#   scripts/setup.sh build test clang ci cross
 #                                  plus what the checks of .ci/run need, those for other
 #                                  platforms included (Debian only)
 #
@@ -23,12 +25,14 @@ packages_for() { # purpose
         nlohmann-json3-dev libtag1-dev libcurl4-openssl-dev libssl-dev ;;
     apt-test) echo libgtest-dev nginx-light python3 python3-mutagen ;;
     apt-coverage) echo gcovr jq ;;
-    apt-ci) echo clang clang-format clang-tidy libclang-rt-14-dev debhelper fakeroot lintian \
-        strace sox sndfile-programs ffmpeg ;;
+    apt-clang) echo clang libclang-rt-14-dev ;;
+    apt-ci) echo clang-format clang-tidy debhelper fakeroot lintian strace sox sndfile-programs \
+        ffmpeg ;;
     apt-cross) echo g++-aarch64-linux-gnu qemu-user libsndfile1-dev:arm64 libtag1-dev:arm64 \
         libcurl4-openssl-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64 npm lld llvm ;;
     brew-build) echo cmake ninja pkgconf libsndfile cli11 nlohmann-json taglib curl openssl@3 ;;
     brew-test) echo googletest nginx ;;
+    brew-clang) ;; # the system's compiler
     brew-coverage) echo gcovr jq ;;
     *)
         echo "scripts/setup.sh knows no packages for '$1' on this system." >&2
