@@ -268,6 +268,10 @@ TEST(Batch, DoesTheSameWithAnyNumberOfWorkersAndDescriptors)
     // One process per file, as GNU parallel starts them.
     place.Run("for i in *.wav; do @ encode $i -o out/ 2>>log & done; wait; cat out/* | cksum", 0,
               one.substr(one.rfind('\n', one.size() - 2) + 1));
+    // One that fails removes the folder that it made, though another one has begun to use it.
+    place.Run("{ (sleep 1; echo junk) | @ encode - -o new/; } 2>>log & sleep 0.3;"
+              "(sleep 1.5; cat 4.wav) | @ encode - -o new/ 2>>log; ls new",
+              0, "stdin.aiff\n");
 }
 
 } // namespace

@@ -20,7 +20,7 @@ namespace aiff::host
 namespace
 {
 
-// Makes the folder of an output.
+// Makes the folder of an output; empty when that is not ours to make.
 using FolderMaker = std::function<Problem(const std::string& output)>;
 
 const char* StatusName(ConvertOutcome outcome)
@@ -95,6 +95,8 @@ FileResult RunFile(const OutputPlan::Item& item, const FileWork& work, const Bat
     if (item.problem)
         return {ConvertOutcome::Failed, item.problem};
     OutputRules rules{options.overwrite ? IfExists::Replace : IfExists::Fail, options.sync};
+    if (makeFolder)
+        rules.makeFolder = [&] { return makeFolder(item.output); };
     Problem replaced;
     if (options.skipExisting && IsFile(item.output)) {
         replaced = task.outputDamage(item.output);
@@ -102,7 +104,7 @@ FileResult RunFile(const OutputPlan::Item& item, const FileWork& work, const Bat
             return Skipped();
         rules.ifExists = IfExists::Replace;
     }
-    if (Problem problem = makeFolder(item.output))
+    if (Problem problem = makeFolder ? makeFolder(item.output) : Problem())
         return {ConvertOutcome::Failed, problem};
     FileResult result = RunOnSteadyInput(item, work, rules);
     const bool failed = result.outcome == ConvertOutcome::Failed;
@@ -197,9 +199,9 @@ ExitCode RunBatch(const OutputPlan& plan, const BatchOptions& options, const Tra
         SayProblem(problem);
         return kExitSomeFailed;
     }
-    const auto makeFolder = [&](const std::string& output) {
-        return plan.folder.empty() ? Problem() : folders.Make(FolderOf(output));
-    };
+    FolderMaker makeFolder;
+    if (!plan.folder.empty())
+        makeFolder = [&](const std::string& output) { return folders.Make(FolderOf(output)); };
     Counts counts;
     RunAll(plan, options, trace, task, makeFolder, counts);
     if (counts.failed != 0)

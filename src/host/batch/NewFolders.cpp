@@ -31,34 +31,37 @@ NewFolders::~NewFolders()
 Problem NewFolders::Make(const std::string& path)
 {
     const std::lock_guard lock(m_access);
-    if (m_there.contains(path))
-        return {};
-    for (size_t end = 0; end != std::string::npos;) {
+    for (size_t end = 0; end != std::string::npos && !IsFolder(path);) {
         end = path.find('/', end + 1);
         if (Problem problem = MakeOne(path.substr(0, end)))
             return problem;
     }
-    m_there.insert(path);
     return {};
 }
 
 Problem NewFolders::MakeOne(const std::string& path)
 {
-    if (m_there.contains(path) || IsFolder(path))
-        return {};
-    const bool made = Interruption::Undisturbed([&] {
+    const auto make = [&] {
         if (mkdir(path.c_str(), 0777) != 0)
             return false;
         Interruption::RegisterFolder(path);
+        m_made.push_back(path);
         return true;
-    });
-    if (!made && (errno != EEXIST || !IsFolder(path)))
-        return Problem::FromErrno().About("cannot make the folder '" + path + "'");
-    m_there.insert(path);
-    if (!made)
-        return {};
-    m_made.push_back(path);
-    return m_sync ? SyncFolderOf(path) : Problem();
+    };
+    constexpr int kAttempts = 100; // as many processes may make and remove it just then
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (Interruption::Undisturbed(make))
+            return m_sync ? SyncFolderOf(path) : Problem();
+        const int reason = errno;
+        struct stat status;
+        const bool isThere = stat(path.c_str(), &status) == 0;
+        if (isThere && S_ISDIR(status.st_mode))
+            return {};
+        errno = reason;
+        if (isThere || reason != EEXIST)
+            break;
+    }
+    return Problem::FromErrno().About("cannot make the folder '" + path + "'");
 }
 
 } // namespace aiff::host

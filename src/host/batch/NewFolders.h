@@ -6,7 +6,6 @@
 #include "host/base/Problem.h"
 
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -33,7 +32,6 @@ private:
 
     const bool m_sync;
     std::mutex m_access;
-    std::set<std::string> m_there; // need not be looked for again
     std::vector<std::string> m_made;
 };
 

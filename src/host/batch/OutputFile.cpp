@@ -105,18 +105,32 @@ Problem OutputFile::OpenDirect()
     return m_descriptor >= 0 ? Problem() : FailedCall();
 }
 
+// Makes a call again that found no folder, if the folder can be made again. False, with errno
+// set, when it fails.
+template <class Call>
+bool OutputFile::InFolder(Call call) const
+{
+    constexpr int kAttempts = 100; // as many processes may end just then
+    for (int attempt = 0; !call(); ++attempt) {
+        if (errno != ENOENT || !m_rules.makeFolder || attempt == kAttempts)
+            return false;
+        (void)m_rules.makeFolder(); // if that fails, the call says so
+    }
+    return true;
+}
+
 Problem OutputFile::OpenTemporary()
 {
-    m_descriptor = OpenUnnamed(FolderOf(m_target));
-    if (m_descriptor >= 0)
-        return {};
-    m_descriptor = CreateTemporary(
-        m_target,
-        [](const std::string& name) {
-            return open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        },
-        m_temporary);
-    return m_descriptor >= 0 ? Problem() : FailedCall();
+    const auto createNamed = [](const std::string& name) {
+        return open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    };
+    const bool isOpen = InFolder([&] {
+        m_descriptor = OpenUnnamed(FolderOf(m_target));
+        if (m_descriptor < 0)
+            m_descriptor = CreateTemporary(m_target, createNamed, m_temporary);
+        return m_descriptor >= 0;
+    });
+    return isOpen ? Problem() : FailedCall();
 }
 
 Problem OutputFile::Reserve(int64_t size)
@@ -182,7 +196,7 @@ Problem OutputFile::Commit()
         return problem;
     if (Problem problem = Secure())
         return problem;
-    if (!IsDirect() && !PutInPlace())
+    if (!IsDirect() && !InFolder([this] { return PutInPlace(); }))
         return errno == EEXIST ? Problem(kExists).About(Name()) : FailedCall();
     close(std::exchange(m_descriptor, -1));
     return m_rules.sync && !IsDirect() ? SyncFolderOf(m_target).About(Name()) : Problem();

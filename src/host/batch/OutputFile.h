@@ -6,6 +6,7 @@
 #include "host/base/Problem.h"
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 
@@ -19,6 +20,9 @@ enum class IfExists { Fail, Replace };
 struct OutputRules {
     IfExists ifExists = IfExists::Fail;
     bool sync = false; // Commit() returns when it will survive a loss of power
+    // Makes the output's folder again. A process that has made a folder removes it when it has
+    // nothing to put there, though another may be about to. May be empty.
+    std::function<Problem()> makeFolder = {};
 };
 
 // The part of a path that names its folder, with the "/" at its end; "./" if there is none.
@@ -68,6 +72,8 @@ private:
     Problem OpenTemporary();
     Problem Flush();
     Problem Secure() const;
+    template <class Call>
+    bool InFolder(Call call) const;
     bool PutInPlace();
     bool TakeTemporaryName();
     Problem FailedCall() const;
