@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Builds Debian's packages from a copy of the project and checks them: lintian, installing them
-# into an empty root, use of the program and of the SDK from there, and purging. Debug symbols,
-# which nothing here looks at, are left out to save time.
+# into an empty root, use of the program and of the SDK from there, and purging. Optimisation and
+# debug symbols, which nothing here looks at, are left out to save time.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 project=$PWD
@@ -17,7 +17,7 @@ files_of_root() { find "$root" -path "$root/var/lib/dpkg" -prune -o ! -type d -p
 
 git ls-files -z | xargs -0 cp --parents -t "$work/aiffconv"
 cd "$work/aiffconv"
-export DEB_BUILD_OPTIONS="nocheck noautodbgsym parallel=2" DEB_CFLAGS_STRIP=-g DEB_CXXFLAGS_STRIP=-g
+export DEB_BUILD_OPTIONS="nocheck noopt noautodbgsym parallel=2" DEB_CFLAGS_STRIP=-g DEB_CXXFLAGS_STRIP=-g
 quietly dpkg-buildpackage -us -uc -b
 version=$(dpkg-parsechangelog -S Version)
 cd "$work"

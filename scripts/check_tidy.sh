@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 cmake --preset asan -DAIFF_TESTS=ON >/dev/null
-cmake --build --preset asan # for its precompiled headers
+cmake --build --preset asan >/dev/null # for its precompiled headers
 if [ $# -gt 0 ]; then
     printf '%s\n' "$@"
 else
