@@ -21,7 +21,7 @@ endif()
 if(AIFF_SANITIZE)
   target_compile_options(aiff_settings INTERFACE
     -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
-    -g1 $<$<BOOL:${AIFF_FUZZ}>:-O2>)
+    -g1 -O$<IF:$<BOOL:${AIFF_FUZZ}>,2,1>)
   target_link_options(aiff_settings INTERFACE -fsanitize=${AIFF_SANITIZE})
 else()
   # Hardening. Fortify needs an optimising build.
