@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 preset=${1:-release}
 
-case $preset in clang | asan | tsan) compiler=clang ;; *) compiler= ;; esac
+case $preset in clang | asan) compiler=clang ;; *) compiler= ;; esac
 scripts/setup.sh build test $compiler
 cmake --preset "$preset" -DAIFF_TESTS=ON >/dev/null
 cmake --build --preset "$preset"
