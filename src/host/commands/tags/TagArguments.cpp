@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/commands/TagArguments.h"
+#include "host/commands/tags/TagArguments.h"
 
 #include "support/text/Ascii.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "host/commands/TagArguments.h"
-#include "host/commands/TagWork.h"
+#include "host/commands/tags/TagArguments.h"
+#include "host/commands/tags/TagWork.h"
 
 namespace aiff::host
 {

@@ -6,7 +6,7 @@
 #include "host/batch/OutputPlan.h"
 #include "host/commands/CommandGroup.h"
 #include "host/commands/FetchArguments.h"
-#include "host/commands/TagWork.h"
+#include "host/commands/tags/TagWork.h"
 #include "host/writers/PictureKinds.h"
 
 #include <cstdio>

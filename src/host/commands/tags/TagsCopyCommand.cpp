@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/base/Printable.h"
 #include "host/commands/FetchArguments.h"
-#include "host/commands/TagWork.h"
+#include "host/commands/tags/TagWork.h"
 
 #include <algorithm>
 

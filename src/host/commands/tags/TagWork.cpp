@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/commands/TagWork.h"
+#include "host/commands/tags/TagWork.h"
 
 #include "host/author/tags/CopyTags.h"
 #include "host/author/tags/ReadFileTags.h"

@@ -3,7 +3,7 @@
 #include "host/base/Printable.h"
 #include "host/batch/FindInputs.h"
 #include "host/commands/FetchArguments.h"
-#include "host/commands/TagWork.h"
+#include "host/commands/tags/TagWork.h"
 #include "host/session/TagText.h"
 
 #include <cstdio>
