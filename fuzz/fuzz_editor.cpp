@@ -10,6 +10,7 @@
 #include "decode/TagWriter.h"
 #include "edits/Layouts.h"
 #include "support/TempDir.h"
+#include "tags/TagPictures.h"
 
 #include <functional>
 #include <numeric>
@@ -84,16 +85,21 @@ NTag ReadTags(const std::wstring& path, bool& isTag)
     return tags;
 }
 
+// Without the pictures' numbers: an edit moves front covers before the others.
 std::multiset<std::tuple<XStr, XStr, Bytes>> Items(const NTag& list)
 {
     std::multiset<std::tuple<XStr, XStr, Bytes>> items;
-    for (long i = 0; i < list.Count(); ++i)
-        items.emplace(list[i].name, list[i].value, list[i].data);
+    for (long i = 0; i < list.Count(); ++i) {
+        XStr name = list[i].name;
+        if (IsAlbumArt(list[i]))
+            name.erase(0, name.find(L'_', XStr(kAlbumArtPrefix).size()));
+        items.emplace(name, list[i].value, list[i].data);
+    }
     return items;
 }
 
-// The items that an edit does not name. The pictures' names count them, so they are
-// compared only where none comes or goes.
+// The items that an edit does not name. A picture that is set replaces some of the others,
+// so none is compared then.
 NTag Untouched(int choice, NTag tags)
 {
     if (choice == kSetTitle || choice == kDeleteTitle)
@@ -172,7 +178,8 @@ std::vector<Bytes> Seeds()
 {
     const std::string notes =
         "TIT2:Old|PRIV=own\0bytes|TPE1:|TPE2:a/b|TYER:2004|TDAT:1503|TCON:(17)|COMM:engx\0y|"
-        "USLT:eng\0|TXXX:k\0|POPM=a\0\x40|WXXX:\0http://b|APIC:image/png\0\3\0\x89PNG"s;
+        "USLT:eng\0|TXXX:k\0|POPM=a\0\x40|WXXX:\0http://b|APIC:image/jpeg\0\0\0other|"
+        "APIC:image/png\0\3\0\x89PNG"s;
     const Bytes padded = TagOf(4, Frames(4, notes) + std::string(20, '\0'));
     AiffBuilder last, first;
     last.Chunk("COMM", kCommon.data).Chunk("SSND", kSound.data).Chunk("ID3 ", Tag(3, notes));
