@@ -67,5 +67,6 @@ std::unique_ptr<Command> MakeTagsRemoveCommand();
 std::unique_ptr<Command> MakeTagsClearCommand();
 std::unique_ptr<Command> MakeTagsArtCommand();
 std::unique_ptr<Command> MakeTagsCopyCommand();
+std::unique_ptr<Command> MakeTagsNamesCommand();
 
 } // namespace aiff::host

@@ -26,15 +26,25 @@ constexpr InfoName kOtherInfoNames[] = {
 };
 
 constexpr PropertyAlias kAliases[] = {
-    {"ALBUM ARTIST", "ALBUMARTIST"}, {"CONTENTGROUP", "WORK"},        {"DESCRIPTION", "COMMENT"},
-    {"ENCODER", "ENCODING"},         {"ENCODERSETTINGS", "ENCODING"}, {"ORGANIZATION", "LABEL"},
-    {"PUBLISHER", "LABEL"},          {"UNSYNCEDLYRICS", "LYRICS"},    {"YEAR", "DATE"},
+    {"ALBUM ARTIST", "ALBUMARTIST"},
+    {"CONTENTGROUP", "WORK"},
+    {"DESCRIPTION", "COMMENT"},
+    {"ENCODER", "ENCODING"},
+    {"ENCODERSETTINGS", "ENCODING"},
+    {"KEY", "INITIALKEY"},
+    {"ORGANIZATION", "LABEL"},
+    {"PUBLISHER", "LABEL"},
+    {"TEMPO", "BPM"},
+    {"UNSYNCEDLYRICS", "LYRICS"},
+    {"YEAR", "DATE"},
 };
 
 constexpr PropertyAlias kDescribed[] = {
     {"MusicBrainz Album Release Country", "RELEASECOUNTRY"},
     {"MusicBrainz Album Status", "RELEASESTATUS"},
     {"MusicBrainz Album Type", "RELEASETYPE"},
+    {"MusicBrainz Disc Id", "MUSICBRAINZ_DISCID"},
+    {"MusicBrainz Track Id", "MUSICBRAINZ_TRACKID"},
 };
 
 constexpr NumberedProperty kNumbered[] = {

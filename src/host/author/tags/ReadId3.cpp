@@ -3,6 +3,7 @@
 #include "host/author/tags/ReadId3.h"
 
 #include "host/author/tags/FrameBody.h"
+#include "host/author/tags/FrameProperties.h"
 #include "host/session/TagBlob.h"
 #include "host/writers/TagNames.h"
 #include "support/Rating.h"
@@ -68,50 +69,6 @@ std::string Described(const std::string& id)
         if (id == known)
             return std::string(meaning) + " (" + known + ")";
     return id;
-}
-
-// TagLib tells properties of whole tags only.
-PropertyMap PropertiesOf(ID3v2::Frame& frame)
-{
-    ID3v2::Tag tag;
-    tag.addFrame(&frame);
-    PropertyMap properties = tag.properties();
-    tag.removeFrame(&frame, false); // stays its owner's
-    return properties;
-}
-
-String NameOf(ID3v2::Frame& frame)
-{
-    const PropertyMap named = PropertiesOf(frame);
-    return named.isEmpty() ? String() : named.begin()->first;
-}
-
-// TagLib takes the recording dates of ID3v2.3, which are free text, for the date.
-String TextFrameName(const std::string& id)
-{
-    if (id == "TRDA")
-        return {};
-    ID3v2::TextIdentificationFrame frame(ByteVector(id.c_str()), String::UTF8);
-    frame.setText("1");
-    return NameOf(frame);
-}
-
-String UserTextName(const std::string& description)
-{
-    if (description.empty())
-        return {};
-    for (const PropertyAlias& known : DescribedProperties())
-        if (EqualNoCase(known.alias, description))
-            return TagText(known.property);
-    ID3v2::UserTextIdentificationFrame frame(TagText(description), StringList("1"), String::UTF8);
-    return NameOf(frame);
-}
-
-// "LYRICS:VERSE"
-String NameWithDescription(const std::string& base, const std::string& description)
-{
-    const String name = TagText(description).upper();
-    return name.isEmpty() || name == base ? String(base) : base + ":" + name;
 }
 
 // A time is set off from its day by a blank outside ID3v2.
@@ -246,11 +203,10 @@ void ContentReader::AddText(const std::string& id, const WireFrame& wire, Texts 
     String name;
     if (id == "TXXX") {
         texts.resize(std::max<size_t>(texts.size(), 1));
-        name = UserTextName(texts.front());
+        name = PropertyOfUserText(texts.front());
         texts.erase(texts.begin());
     } else {
-        name = TextFrameName(id == "TORY" ? "TDOR" : id);
-        name = name.isEmpty() ? String(id) : name;
+        name = PropertyOfText(id);
     }
     const auto* const rule = id3parser::RuleForFrame(wire.id);
     const bool mayBeJoined = rule != nullptr && rule->read == id3parser::ReadRule::MultiValue &&
@@ -288,7 +244,7 @@ void ContentReader::AddWithLanguage(const std::string& id, const std::string& ba
     const Texts values = texts.Rest();
     if (std::ranges::all_of(values, &std::string::empty))
         return description.empty() ? void() : LeaveOut(id);
-    Add(id, NameWithDescription(base, description), values);
+    Add(id, PropertyWithDescription(base, description), values);
     const bool isKnown = !EqualNoCase(language, "und") && !EqualNoCase(language, "xxx");
     if (isKnown && std::ranges::all_of(language, IsAsciiLetter<char>))
         m_content.leftOut.insert("the language \"" + language + "\" of " + base);
@@ -302,16 +258,10 @@ void ContentReader::AddUrl(const std::string& id, std::span<const uint8_t> body)
         FrameTexts texts(body[0], body.subspan(1));
         if (!texts.IsKnown())
             return LeaveOut(id);
-        name = NameWithDescription("URL", texts.Next());
+        name = PropertyWithDescription("URL", texts.Next());
         body = texts.Left();
-    } else if (id == "WCOM") {
-        name = TagText(kCommercialUrl);
-    } else if (id == "WFED") {
-        name = "PODCASTURL";
     } else {
-        ID3v2::UrlLinkFrame frame(ByteVector(id.c_str()));
-        frame.setUrl("1");
-        name = NameOf(frame);
+        name = PropertyOfUrl(id);
     }
     if (name.isEmpty())
         return LeaveOut(id);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/commands/tags/TagArguments.h"
 
+#include "host/author/tags/KnownFields.h"
+#include "host/base/Printable.h"
 #include "support/text/Ascii.h"
 
 #include <algorithm>
@@ -30,6 +32,20 @@ bool Exists(const std::string& argument)
     return stat(argument.c_str(), &status) == 0;
 }
 
+namespace
+{
+
+void SayOwnField(const std::string& name)
+{
+    if (TagItem{name, {}, {}}.IsInformation())
+        return;
+    const std::string nearest = NearestFieldName(name);
+    SayProblem("\"" + name + "\" is no known name and makes a field of its own (TXXX)" +
+               (nearest.empty() ? "" : "; was \"" + nearest + "\" meant?"));
+}
+
+} // namespace
+
 Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& assignments)
 {
     std::vector<TagItem> items;
@@ -40,16 +56,46 @@ Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& ass
             return Problem("'" + text + "' is not of the form NAME=VALUE");
         if (name.starts_with('_'))
             return Problem("'" + name + "': a field's name cannot begin with \"_\"");
+        const std::string field = FieldName(name);
         const std::string value = text.substr(equals + 1);
         const auto same = std::ranges::find_if(
-            items, [&name](const TagItem& item) { return EqualNoCase(item.name, name); });
+            items, [&field](const TagItem& item) { return EqualNoCase(item.name, field); });
+        if (same == items.end() && !value.empty() && MakesOwnField(name))
+            SayOwnField(name);
         if (same == items.end())
-            items.push_back({name, value, {}});
+            items.push_back({field, value, {}});
         else
             same->value += "\r" + value;
     }
     if (const auto blob = MakeTagBlob(items); !blob)
         return blob.Why();
+    return items;
+}
+
+Result<std::vector<TagItem>> JoinTotals(std::vector<TagItem> items, const std::vector<TagItem>& own)
+{
+    std::vector<TagItem> joined;
+    for (const TagItem& total : items) {
+        const KnownField* const field = FindKnownField(total.name);
+        if (field == nullptr || field->totalOf.empty() || field->name != total.name)
+            continue;
+        const TagItem* number = FindItem(items, field->totalOf);
+        number = number != nullptr ? number : FindItem(own, field->totalOf);
+        std::string value =
+            number == nullptr ? "" : number->value.substr(0, number->value.find('/'));
+        if (value.empty() && !total.value.empty())
+            return Problem("has no " + field->totalOf + " that a total could go with; give " +
+                           field->totalOf + "=NUMBER, too");
+        if (!total.value.empty())
+            value += "/" + total.value;
+        joined.push_back({field->totalOf, value, {}});
+    }
+    std::erase_if(items, [&joined](const TagItem& item) {
+        const KnownField* const field = FindKnownField(item.name);
+        return FindItem(joined, item.name) != nullptr ||
+               (field != nullptr && !field->totalOf.empty() && field->name == item.name);
+    });
+    std::ranges::copy(joined, std::back_inserter(items));
     return items;
 }
 

@@ -30,9 +30,14 @@ Result<FilesAndRest> SplitArguments(const std::vector<std::string>& arguments,
 
 bool Exists(const std::string& argument);
 
-// The items for "NAME=VALUE" texts. Texts with the same name become several values of one
-// item; an empty value stays and removes the field. Refuses other texts, and names and
-// values that no field can have.
+// The items for "NAME=VALUE" texts, with the names of the fields that are meant. Texts of one field
+// become several values of one item; an empty value stays and removes the field. Refuses other
+// texts, and names and values that no field can have. Says which names make fields of their own.
 Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& assignments);
+
+// Puts totals into the numbers that they belong to, which may be the file's own: "3" and a total
+// of "12" become "3/12". An empty total removes it. A total without a number is a problem.
+Result<std::vector<TagItem>> JoinTotals(std::vector<TagItem> items,
+                                        const std::vector<TagItem>& own);
 
 } // namespace aiff::host

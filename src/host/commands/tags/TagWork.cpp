@@ -7,6 +7,7 @@
 #include "host/batch/FindInputs.h"
 #include "host/batch/Jobs.h"
 #include "host/commands/BatchArguments.h"
+#include "host/commands/tags/TagArguments.h"
 #include "support/text/XStr.h"
 
 #include <algorithm>
@@ -241,10 +242,11 @@ ExitCode WriteToEach(const std::vector<std::string>& names, const std::vector<Ta
                      const Trace& trace, const EditOptions& options)
 {
     return ForEachTagFile(names, loader, trace, options, [&](EditedFile& file) {
-        Problem problem = file.Write(items);
+        const Result<std::vector<TagItem>> joined = JoinTotals(items, file.Items());
+        Problem problem = joined ? file.Write(*joined) : joined.Why();
         if (!problem) {
             file.Say(summary);
-            file.SayWhatDiffers(items);
+            file.SayWhatDiffers(*joined);
         }
         return problem;
     });

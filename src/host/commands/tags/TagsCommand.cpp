@@ -14,7 +14,8 @@ constexpr char kExamples[] = R"(Examples:
   aiffconv tags clear *.aiff
   aiffconv tags art set *.aiff cover.jpg
   aiffconv tags art export song.aiff -o pictures/
-  aiffconv tags copy from.aiff to.aiff)";
+  aiffconv tags copy from.aiff to.aiff
+  aiffconv tags names                      what fields are called)";
 
 } // namespace
 
@@ -23,7 +24,8 @@ std::unique_ptr<Command> MakeTagsCommand()
     return std::make_unique<CommandGroup>(
         "tags", "Show and edit tags", kExamples,
         CommandSet::Makers{MakeTagsShowCommand, MakeTagsSetCommand, MakeTagsRemoveCommand,
-                           MakeTagsClearCommand, MakeTagsArtCommand, MakeTagsCopyCommand});
+                           MakeTagsClearCommand, MakeTagsArtCommand, MakeTagsCopyCommand,
+                           MakeTagsNamesCommand});
 }
 
 } // namespace aiff::host

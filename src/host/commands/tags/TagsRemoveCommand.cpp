@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "host/author/tags/KnownFields.h"
 #include "host/commands/tags/TagArguments.h"
 #include "host/commands/tags/TagWork.h"
 #include "support/text/XStr.h"
@@ -18,10 +19,26 @@ Problem RemoveFields(EditedFile& file, const std::vector<std::string>& names)
 {
     std::vector<std::string> present;
     std::vector<std::string> missing;
-    for (const std::string& name : names)
-        (FindItem(file.Items(), name) != nullptr ? present : missing).push_back(name);
+    std::vector<TagItem> totals;
+    for (const std::string& name : names) {
+        const std::string field = FieldName(name);
+        const KnownField* const known = FindKnownField(name);
+        const TagItem* const number =
+            known == nullptr ? nullptr : FindItem(file.Items(), known->totalOf);
+        if (number != nullptr && number->value.find('/') != std::string::npos)
+            totals.push_back({field, "", {}});
+        else if (FindItem(file.Items(), field) != nullptr)
+            present.push_back(field);
+        else // the file may have a field of its own with this name
+            (FindItem(file.Items(), name) != nullptr ? present : missing).push_back(name);
+    }
+    const Result<std::vector<TagItem>> numbers = JoinTotals(totals, file.Items());
+    if (Problem problem = totals.empty() ? Problem() : file.Write(*numbers))
+        return problem;
     if (Problem problem = present.empty() ? Problem() : file.Remove(present))
         return problem;
+    for (const TagItem& total : totals)
+        present.push_back(total.name);
     std::string what = present.empty() ? "" : "removed " + Joined(present);
     if (!missing.empty())
         what += (what.empty() ? "has no " : "; has no ") + Joined(missing);
