@@ -1,16 +1,24 @@
 // SPDX-License-Identifier: MIT
 
-// The nine functions over a hostile file, in a hostile order. An input is a byte of
-// flags for Open, a byte with the number of commands, the commands of nine bytes each
-// (what to do, and a little-endian number), and then the file.
+// The nine functions over a hostile file or server, in a hostile order. An input is a byte of
+// flags for Open, one that describes the server, one with the number of commands, the commands
+// of nine bytes each (what to do, and a little-endian number), and then the file, which the
+// server has, too. What a call gives, and whether it succeeds, is worked out anew: each block is
+// what the file holds at its place, swapped here, for a stream as for a file.
 
 #include "Fuzz.h"
+#include "InMemory.h"
+#include "Server.h"
+#include "Sound.h"
+#include "host/session/TagBlob.h"
 #include "qvcodec.h"
+#include "support/StdReport.h"
 
+#include <array>
 #include <cstring>
 #include <fcntl.h>
+#include <numeric>
 #include <type_traits>
-#include <unistd.h>
 #include <utility>
 
 #define AIFF_DECLARE(name, type) extern "C" std::remove_pointer_t<type> name;
@@ -19,9 +27,29 @@ QV_DECODER_FUNCTIONS(AIFF_DECLARE)
 namespace
 {
 
-constexpr size_t kCommandSize = 9, kMostCommands = 16;
-constexpr uint8_t kWithReport = 0x80;
-enum Command { kDecode, kDecodeAll, kSeek, kRangeFrom, kRangeTo, kReopen, kClose, kCut, kGet };
+constexpr size_t kHead = 3, kCommandSize = 9, kMostCommands = 8;
+
+// Bits of the first byte: the flags of Open; more sound follows; the network delivers little at a
+// time.
+constexpr uint8_t kFlags = 0x1F, kIsLong = 0x20, kTrickles = 0x40;
+// A bit of the second byte besides those of Service.
+constexpr uint8_t kExact = 0x40;
+
+enum Command : uint8_t {
+    kDecode,
+    kDecodeAll,
+    kSeek,
+    kRange, // the low half of the number is the start, the other one the end
+    kOpenFile,
+    kOpenStream,
+    kClose,
+    kCut,
+    kGet,
+    kSetTags,
+    kDelete,
+    kDurable,
+    kCommands
+};
 
 // Reads what was handed out, for the sanitizers to see.
 void Touch(const uint8_t* bytes, size_t size)
@@ -32,127 +60,439 @@ void Touch(const uint8_t* bytes, size_t size)
         sum = static_cast<uint8_t>(sum + bytes[i]);
 }
 
-// A file that exists only as this descriptor.
-const int kFile = fileno(std::tmpfile());
+// A stream as it has been read so far.
+struct Connection {
+    Wide position = 0, end = 0;
+    bool isTorn = false, isBroken = false;
 
-void Resize(size_t size)
-{
-    Require(ftruncate(kFile, static_cast<off_t>(size)) == 0, "the file is resized");
-}
+    // How many bytes a read of so many gets.
+    Wide Take(Wide wanted)
+    {
+        const Wide count = std::min(wanted, end - position);
+        position += count;
+        isBroken = isBroken || (isTorn && count < wanted);
+        return count;
+    }
+};
 
-void OpenFile(void* handle, uint32_t flags)
+// A host that knows what it has to get.
+class Host
 {
-    static const std::wstring name = L"/dev/fd/" + std::to_wstring(kFile);
-    STQvOpenDecoder open = {};
-    open.pFileName = name.c_str();
-    open.nFlags = flags;
-    if (Open(handle, &open) == 0)
-        return;
-    Touch(open.pTagData, open.nTagDataSize);
-    Touch(open.pPropertiesData, open.nPropertiesDataSize);
-    if ((flags & (QV_OPEN_PREPARE_DECODE | QV_OPEN_AUDIO_INFO)) != 0)
-        Require(open.AudioInfo.WaveFormat.nBlockAlign > 0 && open.AudioInfo.nLengthBytes >= 0,
-                "the format makes sense");
-}
+public:
+    // The file must outlive the host.
+    Host(uint8_t flags, uint8_t service, bool reports, const Bytes& file)
+        : m_flags(flags), m_service(service), m_reports(reports), m_server(service, file),
+          m_path(InMemory::OnlyFile(file)), m_served(file)
+    {
+        InMemory::piece = (flags & kTrickles) != 0 ? 5 : SIZE_MAX;
+        InMemory::server = m_server;
+        Restart();
+    }
+    ~Host()
+    {
+        // Every failure has indented the trace of the whole process, which would fill up.
+        for (int i = 0; i < 64; ++i)
+            aiff::StdReport::WriteDEBUG(L"<-<-", STNStdReport{});
+        Require(Destroy(m_handle) == 1, "Destroy succeeds");
+    }
 
-// True when there may be more.
-bool Decode(void* handle)
-{
-    STQvAudioBlock block = {};
-    if (DecodeBlock(handle, &block) == 0)
-        return false;
-    Touch(block.pData, block.nDataSize);
-    Require(block.nDataSize <= 65536, "a block holds 64 KiB at most");
-    if (block.nLastBlock == 0)
-        Require(block.nDataSize > 0 && block.nDataSize % block.WaveFormat.nBlockAlign == 0,
-                "every block but the last has whole frames");
-    return block.nLastBlock == 0;
-}
+    void Perform(uint8_t command, int64_t number)
+    {
+        switch (command) {
+        case kSeek:
+            return Seek(number);
+        case kRange:
+            return SetRange(static_cast<int32_t>(number), number >> 32);
+        case kOpenFile:
+        case kOpenStream:
+            return OpenInput(command == kOpenStream);
+        case kClose:
+            m_isKnown = false;
+            return Require(Close(m_handle, nullptr) == 1, "Close succeeds");
+        case kCut:
+            InMemory::Cut(static_cast<uint64_t>(number) % (InMemory::File().size() + 1));
+            m_isTouched = true;
+            return;
+        case kGet:
+            return Ask(static_cast<uint32_t>(number));
+        case kSetTags:
+            return SetTags(static_cast<uint64_t>(number));
+        case kDelete:
+            return Delete(static_cast<uint64_t>(number));
+        case kDurable:
+            return Choose(QV_KEY_DURABLE_EDITS, number & 1);
+        default:
+            for (size_t blocks = 0; Decode() && command == kDecodeAll; ++blocks)
+                Require(blocks <= m_served.size(), "the last block comes");
+        }
+    }
 
-void Perform(void* handle, uint8_t command, int64_t number, size_t fileSize, uint32_t flags)
-{
-    STQvCodecGetSet record = {};
-    record.nItemIndex = static_cast<uint32_t>(number);
-    record.nValue1 = command == kRangeTo ? 0 : number;
-    record.nValue2 = command == kRangeTo ? number : QV_RANGE_TO_END;
-    if (command == kSeek)
-        SetPosition(handle, number);
-    else if (command == kRangeFrom || command == kRangeTo)
-        Require(Set(handle, QV_KEY_SET_DECODE_RANGE, &record) == 1, "a range is taken");
-    else if (command == kReopen)
-        OpenFile(handle, flags);
-    else if (command == kClose)
-        Require(Close(handle, nullptr) == 1, "Close succeeds");
-    else if (command == kCut)
-        Resize(static_cast<uint64_t>(number) % (fileSize + 1));
-    else if (command == kGet)
-        Get(handle, QV_KEY_STREAMING_DECODES, &record);
-    else
-        for (size_t blocks = 0; Decode(handle) && command == kDecodeAll; ++blocks)
-            Require(blocks <= fileSize, "the last block comes");
-}
+private:
+    void Restart()
+    {
+        static const auto sink = intptr_t{open((InMemory::kFolder + "report").c_str(), O_CREAT)};
+        void* const output = m_reports ? reinterpret_cast<void*>(sink) : nullptr;
+        const STNStdReport report = {output, output, output};
+        Destroy(m_handle);
+        m_handle = Create(&report);
+        Choose(QV_KEY_EXACT_STREAMS, (m_service & kExact) != 0);
+        SetRange(0, -1);
+        m_isTouched = m_isKnown = false;
+        m_last = {Bytes(), Bytes()};
+    }
 
-Bytes Input(uint8_t flags, const std::vector<std::pair<Command, int64_t>>& commands,
-            const AiffBuilder& file)
+    void Choose(const wchar_t* key, int64_t choice)
+    {
+        STQvCodecGetSet record = {};
+        record.nValue1 = choice;
+        Require(Set(m_handle, key, &record) == 1, "a choice is taken");
+    }
+
+    void SetRange(int64_t first, int64_t end)
+    {
+        STQvCodecGetSet record = {};
+        record.nValue1 = first;
+        record.nValue2 = end;
+        m_rangeStart = first;
+        m_rangeEnd = end;
+        Require(Set(m_handle, QV_KEY_SET_DECODE_RANGE, &record) == 1, "a range is taken");
+    }
+
+    void Ask(uint32_t index)
+    {
+        STQvCodecGetSet record = {};
+        record.nItemIndex = index;
+        Require(Get(m_handle, QV_KEY_STREAMING_DECODES, &record) == (index < 8), "a list ends");
+        Require(Get(m_handle, QV_KEY_DECODES, &record) == (index < 3), "a list ends");
+    }
+
+    void OpenInput(bool isStream)
+    {
+        if (m_isTouched) // an instance is for one file
+            Restart();
+        m_isStream = isStream;
+        m_flagsUsed = m_flags & kFlags;
+        STQvOpenDecoder open = {};
+        open.pFileName = isStream ? L"HTTP://host:8/a/b" : m_path.c_str();
+        open.nFlags = m_flagsUsed;
+        InMemory::server = m_server; // raw answers come again from the first one
+        const bool isOpen = Open(m_handle, &open) == 1;
+        m_isKnown = false;
+        if (isStream && (m_service & kRaw) != 0)
+            return Touch(open.pTagData, open.nTagDataSize);
+        Require(isOpen == ExpectOpen(), "an input is opened that can be read");
+        if (!isOpen)
+            return;
+        Touch(open.pTagData, open.nTagDataSize);
+        Touch(open.pPropertiesData, open.nPropertiesDataSize);
+        m_format = open.AudioInfo.WaveFormat;
+        if ((m_flagsUsed & (QV_OPEN_PREPARE_DECODE | QV_OPEN_AUDIO_INFO)) == 0)
+            return;
+        Require(m_format.nBlockAlign == m_sound.frame && m_format.nBitsPerSample == m_sound.bits,
+                "the format is that of the file");
+        Require(open.AudioInfo.nLengthBytes == std::max<Wide>(m_to - m_from, 0),
+                "the length is that of the range");
+        Require(open.AudioInfo.nLengthMS == Milliseconds(open.AudioInfo.nLengthBytes),
+                "the length is that of the bytes");
+        m_isKnown = (m_flagsUsed & QV_OPEN_PREPARE_DECODE) != 0;
+    }
+
+    Wide Milliseconds(Wide bytes) const
+    {
+        return m_sound.isEndless ? 0 : bytes * 1000 / m_format.nAvgBytesPerSec;
+    }
+
+    // Works out what is opened, and whether it is.
+    bool ExpectOpen()
+    {
+        if ((m_flagsUsed & QV_OPEN_EXTERNAL_PACKETS) != 0)
+            return false;
+        Delivery by = {m_isStream, (m_service & kExact) != 0, false, -1};
+        if (m_isStream)
+            Connect(0);
+        if (m_isStream && m_server.TellsLength())
+            by.size = std::ssize(m_served);
+        by.isSeekable = m_isSeekable = by.size > 0 && (m_service & kRanges) != 0;
+        const Sound::Input served(m_served);
+        m_sound = Sound(m_isStream ? served.first(size_t(m_connection.end)) : InMemory::File(), by);
+        if (m_isStream)
+            m_last[1] = Bytes();
+        m_from = m_sound.Within(m_rangeStart * m_sound.frame);
+        m_to = m_sound.Within(m_rangeEnd == -1 ? m_sound.Aligned(m_sound.end - m_sound.start)
+                                               : m_rangeEnd * m_sound.frame);
+        m_position = m_from;
+        m_left = std::max<Wide>(m_to - m_from, 0);
+        if (!m_isStream && !m_sound.isForm)
+            return InMemory::File().empty() && (m_flagsUsed & 5) == 0;
+        if ((m_flagsUsed & 5) == 0)
+            return true;
+        if (!m_sound.isFound || (m_flagsUsed & QV_OPEN_PREPARE_DECODE) == 0)
+            return m_sound.isFound;
+        m_connection.position = m_sound.headEnd;
+        return m_sound.isPcm && (!m_isStream || m_left == 0 || Advance());
+    }
+
+    // From the sound chunk's header to the first byte to decode.
+    bool Advance()
+    {
+        const Wide gap = m_from - m_connection.position;
+        if (gap > 65536 && m_isSeekable && SeekStream(m_from))
+            return true;
+        return m_connection.Take(gap) == gap;
+    }
+
+    void Connect(Wide first)
+    {
+        const size_t size = m_served.size() - static_cast<size_t>(first);
+        m_connection = {first, first + Wide(m_server.Sent(size)), m_server.IsTorn(size), false};
+    }
+
+    bool SeekStream(Wide position)
+    {
+        if (position > std::ssize(m_served))
+            return false;
+        if (position == std::ssize(m_served))
+            m_connection = {position, position, false, false};
+        else if (position != m_connection.position || m_connection.isBroken)
+            Connect(position);
+        return true;
+    }
+
+    void Seek(int64_t frame)
+    {
+        const bool isDone = SetPosition(m_handle, frame) == 1;
+        if (!m_isKnown)
+            return;
+        Wide target = std::min(m_from + Wide{frame} * m_sound.frame, m_to);
+        if (m_isStream)
+            target = std::max(target, m_sound.start);
+        const bool isPossible = m_isStream ? m_isSeekable && SeekStream(target) : target >= 0;
+        Require(isDone == isPossible, "a place within the input is reached");
+        if (isDone) {
+            m_position = target;
+            m_left = m_to - target;
+        }
+    }
+
+    // True when there may be more.
+    bool Decode()
+    {
+        STQvAudioBlock block = {};
+        const bool isDone = DecodeBlock(m_handle, &block) == 1;
+        if (isDone)
+            Touch(block.pData, block.nDataSize);
+        Require(!isDone || block.nDataSize <= 65536, "a block holds 64 KiB at most");
+        if (!m_isKnown)
+            return isDone && block.nLastBlock == 0;
+        const Wide start = m_position;
+        Require(isDone == ExpectBlock(), "what can be read is decoded");
+        if (!isDone)
+            return false;
+        Require(block.nLastBlock == (m_left == 0), "the last block is marked");
+        Require(block.nPositionMS == Milliseconds(start - m_from), "a block tells its place");
+        const std::optional<Bytes>& expected =
+            m_isEmpty ? std::optional(Bytes()) : m_last[m_isStream];
+        Require(!expected || (block.nDataSize == expected->size() &&
+                              std::equal(expected->begin(), expected->end(), block.pData)),
+                "a block is what the file holds");
+        return block.nLastBlock == 0;
+    }
+
+    // Works out the next block, and whether there is one.
+    bool ExpectBlock()
+    {
+        std::optional<Bytes>& last = m_last[m_isStream];
+        m_isEmpty = m_left == 0;
+        if (m_isEmpty)
+            return true;
+        if (m_left < m_sound.frame) { // the block before comes once more
+            m_left = 0;
+            if (last)
+                last = m_sound.Swapped(*last);
+            return true;
+        }
+        const Wide wanted = std::min(m_sound.Aligned(65536), m_left);
+        const Wide count = m_isStream ? CountOfStream(wanted) : CountOfFile(wanted);
+        last.reset(); // what a failed read leaves is not said
+        if (count == 0 && m_left != 0)
+            return false;
+        const Bytes& input = m_isStream ? m_served : InMemory::File();
+        const auto at = input.begin() + static_cast<ptrdiff_t>(m_position);
+        last = m_sound.Swapped(Bytes(at, at + static_cast<ptrdiff_t>(count)));
+        m_position += count;
+        m_left -= count;
+        return true;
+    }
+
+    Wide CountOfFile(Wide wanted) const
+    {
+        return m_position + wanted <= std::ssize(InMemory::File()) ? wanted : 0;
+    }
+
+    Wide CountOfStream(Wide wanted)
+    {
+        const Wide count = m_connection.Take(wanted), whole = m_sound.Aligned(count);
+        if (count == wanted || (m_service & kExact) == 0)
+            return count == wanted ? count : 0;
+        if (m_sound.isEndless && !m_connection.isBroken)
+            m_left = whole;
+        return whole;
+    }
+
+    void SetTags(uint64_t number)
+    {
+        using Items = std::vector<aiff::host::TagItem>;
+        const Bytes before = InMemory::File(), picture = Noise(99);
+        const Bytes blob = number % 4 == 0 ? *aiff::host::MakeTagBlob(Items{{"Title", "New", {}}})
+                           : number % 4 == 1
+                               ? *aiff::host::MakeTagBlob(Items{{"_albumart_1_Media", "", picture}})
+                               : From(before, number / 4 % (before.size() + 1));
+        STQvCodecGetSet record = {};
+        record.pText1 = m_path.c_str();
+        record.pData = blob.data();
+        record.nDataSize = static_cast<int32_t>(blob.size());
+        CheckEdit(before, Set(m_handle, QV_KEY_ID_TAGS, &record));
+        Require(number % 4 != 0 || InMemory::File() == before || Shows("New"),
+                "what was set is shown");
+    }
+
+    void Delete(uint64_t number)
+    {
+        static constexpr wchar_t names[] = L"Artist\0Title\0_albumart_1_Media\0";
+        const Bytes before = InMemory::File();
+        CheckEdit(before, DeleteATag(m_handle, m_path.c_str(), number % 2 == 0 ? nullptr : names));
+        Require(InMemory::File() == before || Shows(""), "what was deleted is gone");
+    }
+
+    void CheckEdit(const Bytes& before, int32_t result)
+    {
+        const bool isChanged = InMemory::File() != before;
+        Require(result == 1 || !isChanged, "a refused edit leaves the file alone");
+        m_isTouched = m_isTouched || isChanged;
+        m_isKnown = m_isKnown && (m_isStream || !isChanged);
+    }
+
+    // Whether the title is shown, if tags are: without COMM and SSND there are none.
+    bool Shows(const std::string& title) const
+    {
+        STQvOpenDecoder other = {};
+        other.pFileName = m_path.c_str();
+        other.nFlags = QV_OPEN_READ_TAGS;
+        void* const handle = Create(nullptr);
+        Require(Open(handle, &other) == 1, "an edited file can be opened");
+        const bool shows =
+            other.pTagData == nullptr ||
+            aiff::host::FindValue(aiff::host::ReadTagBlob({other.pTagData, other.nTagDataSize}),
+                                  "Title") == title;
+        Destroy(handle);
+        return shows;
+    }
+
+    uint8_t m_flags, m_service;
+    bool m_reports;
+    Server m_server;
+    std::wstring m_path;
+    const Bytes& m_served; // what the server has
+    void* m_handle = nullptr;
+    bool m_isTouched = false; // the file, since the instance was made
+
+    // The input that is open.
+    bool m_isKnown = false; // what comes next
+    bool m_isStream = false, m_isSeekable = false;
+    uint32_t m_flagsUsed = 0;
+    STQvWaveFormat m_format = {};
+    Sound m_sound;
+    Connection m_connection;
+    Wide m_rangeStart = 0, m_rangeEnd = -1;     // in frames
+    Wide m_from = 0, m_to = 0;                  // the range
+    Wide m_position = 0, m_left = 0;            // of the next block
+    bool m_isEmpty = false;                     // the last block
+    std::array<std::optional<Bytes>, 2> m_last; // block of the file and of the stream
+};
+
+using Commands = std::vector<std::pair<Command, int64_t>>;
+
+// The part of an input before the file.
+Bytes Start(int flags, size_t service, const Commands& commands)
 {
-    Bytes out = {flags, static_cast<uint8_t>(commands.size())};
+    Bytes start = {static_cast<uint8_t>(flags), static_cast<uint8_t>(service),
+                   static_cast<uint8_t>(commands.size())};
     for (const auto& [command, number] : commands) {
         Bytes operand = Big(static_cast<uint64_t>(number), 8);
         std::reverse(operand.begin(), operand.end());
-        Append(out, Join({{static_cast<uint8_t>(command)}, operand}));
+        Append(start, Join({{command}, operand}));
     }
-    return Append(out, file.Build());
+    return start;
 }
 
 } // namespace
 
 std::vector<Bytes> Seeds()
 {
-    constexpr uint8_t kAll = kWithReport + 1 + 4 + 8 + 16;
-    AiffBuilder tagged;
-    tagged.Chunk("NAME", Text("odd")).Comm(3, 12, 0.5, "ulaw").Ssnd(Noise(7));
-    tagged.Chunk("ID3 ", Text("ID3\3" + std::string(6, '\0')));
-    return {Input(kAll, {{kDecodeAll, 0}, {kSeek, -3}, {kDecode, 0}, {kCut, 60}, {kDecode, 0}},
-                  AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(64))),
-            Input(1, {{kRangeFrom, 2}, {kReopen, 0}, {kDecodeAll, 0}, {kGet, 3}},
-                  AiffBuilder().Comm(1, 24, 8000, "sowt").Ssnd(Noise(30))),
-            Input(kAll, {{kClose, 0}, {kReopen, 0}, {kDecode, 0}}, tagged),
-            Input(1, {{kRangeTo, 1000000}, {kReopen, 0}, {kDecodeAll, 0}},
-                  AiffBuilder().Comm(2, 16, 44100).Ssnd(Noise(65538)))};
+    const Commands orders[] = {
+        {{kOpenFile, 0}, {kDecodeAll, 0}, {kSeek, 1}, {kDecode, 0}, {kSeek, -3}, {kDecode, 0}},
+        {{kOpenStream, 0}, {kDecodeAll, 0}, {kSeek, 1}, {kDecode, 0}, {kOpenFile, 0}, {kGet, 3}},
+        {{kRange, int64_t{-1} << 32 | 2},
+         {kOpenFile, 0},
+         {kDecodeAll, 0},
+         {kOpenStream, 0},
+         {kDecodeAll, 0},
+         {kRange, int64_t{3} << 32 | 1},
+         {kOpenStream, 0},
+         {kDecode, 0}},
+        {{kDurable, 0}, {kSetTags, 0}, {kOpenFile, 0}, {kDecodeAll, 0}, {kDelete, 1}, {kDelete, 0}},
+        {{kSetTags, 1}, {kSetTags, 222}, {kOpenFile, 0}, {kCut, 60}, {kDecode, 0}, {kClose, 0}}};
+    std::vector<Bytes> files;
+    for (const char* type : {"", "sowt", "NONE", "ulaw"})
+        for (const int bits : {8, 12, 16, 24, 32})
+            files.push_back(AiffBuilder().Comm(2, bits, 44100, type).Ssnd(Noise(50)).Build());
+    files.push_back(AiffBuilder()
+                        .Chunk("NAME", Text("odd"))
+                        .Comm(1, 16, 0.5)
+                        .Ssnd(Noise(7))
+                        .Chunk("ID3 ", Text("ID3\3" + std::string(6, '\0'))));
+    files.push_back(AiffBuilder().Comm(1, 16, 9).Ssnd({}, 0).FormSize(0x80000000u));
+    files.push_back(AiffBuilder().Comm(2, 24, 8000).Ssnd(Noise(30), 70000));
+    std::vector<Bytes> seeds;
+    for (const Bytes& file : files)
+        for (const Commands& order : orders) {
+            const size_t number = seeds.size(); // most are without texts, which take their time
+            const int flags = number % 4 == 0 ? 1 + 4 + 8 + 16 : 1;
+            const int more = &file == &files.back() ? kIsLong : number % 7 == 0 ? kTrickles : 0;
+            const size_t service = number * 11 % 128 & (0xFFu - kRaw);
+            seeds.push_back(Join({Start(flags | more, service, order), file}));
+        }
+    const std::string answers[] = {
+        "HTTP/1.1 302 Found\r\nLocation: //b/c\r\n\r\n",
+        "HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nContent-Length: 112\r\n\r\n",
+        "HTTP/1.1 206 P\r\nContent-Range: bytes 58-111/112\r\n\r\n"};
+    const Bytes next(kNextAnswer.begin(), kNextAnswer.end());
+    seeds.push_back(Join({Start(1, kRaw, orders[1]), Text(answers[0]), next, Text(answers[1]),
+                          files[2], next, Text(answers[2]), From(files[2], 58)}));
+    return seeds;
 }
 
 size_t StructureAt(const Bytes& input)
 {
-    return input.size() < 2 ? 2 : 2 + std::min<size_t>(input[1], kMostCommands) * kCommandSize;
+    return input.size() < kHead ? kHead : kHead + input[2] % (kMostCommands + 1) * kCommandSize;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
-    const size_t commands = size < 2 ? 0 : std::min<size_t>(bytes[1], kMostCommands);
-    if (size < 2 + commands * kCommandSize)
+    const Bytes input(bytes, bytes + size);
+    const size_t start = StructureAt(input);
+    if (start > size)
         return 0;
-    const uint8_t* const file = bytes + 2 + commands * kCommandSize;
-    const auto fileSize = static_cast<size_t>(bytes + size - file);
-    Resize(0);
-    Require(pwrite(kFile, file, fileSize, 0) == ssize_t(fileSize), "the file is written");
-    static const int sink = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    const bool reports = (bytes[0] & kWithReport) != 0;
-    void* const output = reports ? reinterpret_cast<void*>(intptr_t{sink}) : nullptr;
-    const STNStdReport report = {output, output, output};
-    void* const handle = Create(&report);
-    OpenFile(handle, bytes[0] & 0x1F);
-    for (const uint8_t* command = bytes + 2; command != file; command += kCommandSize) {
+    Bytes file = From(input, start);
+    static const Bytes more = Noise(70000);
+    if ((bytes[0] & kIsLong) != 0)
+        Append(file, more);
+    const bool reports = std::accumulate(bytes, bytes + size, 0u) % 16 == 0; // takes its time
+    Host host(bytes[0], bytes[1], reports, file);
+    for (size_t at = kHead; at < start; at += kCommandSize) {
         int64_t number = 0;
-        std::memcpy(&number, command + 1, sizeof number);
-        Perform(handle, command[0], number, fileSize, bytes[0] & 0x1F);
+        std::memcpy(&number, bytes + at + 1, sizeof number);
+        host.Perform(bytes[at] % kCommands, number);
     }
-    Require(Destroy(handle) == 1, "Destroy succeeds");
-
-    // Every failure has indented the trace of the whole process, which would fill up.
-    void* const silent = Create(nullptr);
-    STQvCodecGetSet record = {};
-    for (int i = 0; i < 100; ++i)
-        Get(silent, L"<-<-", &record);
-    Destroy(silent);
     return 0;
 }
