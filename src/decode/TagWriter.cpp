@@ -3,7 +3,6 @@
 
 #include "aiff/CommitEdit.h"
 #include "tags/TagFields.h"
-#include "tags/TagID3v2.h"
 
 #include <limits>
 
@@ -144,6 +143,8 @@ bool TagWriter::WriteTag(int index, NTag&& tags, Task task)
     tag.SetOption(ID3v2Option::kEncodeUni);
     for (const std::span<const uint8_t> foreign : m_foreign)
         tag.AddForeignTag(foreign);
+    if (m_maker)
+        tag.SetMaker(m_maker);
     bool isLast = true;
     for (int i = 0; i < m_aiff.Count(); ++i) {
         const STRIFFChunk& other = *m_aiff.GetChunk(i);

@@ -8,6 +8,7 @@
 #include "support/file/FileEdit.h"
 #include "support/file/FlushFile.h"
 #include "tags/NTag.h"
+#include "tags/TagID3v2.h"
 #include "tags/TagItems.h"
 
 namespace aiff
@@ -42,6 +43,9 @@ public:
     // TagID3v2::AddForeignTag.
     void AddForeignTag(std::span<const uint8_t> tag) { m_foreign.push_back(tag); }
 
+    // Makes the tag that Run writes, in the place of its list.
+    void SetMaker(TagMaker maker) { m_maker = std::move(maker); }
+
     // True on success, and also for a file that is not an AIFF file, which is left alone.
     // False, with the reason reported, when the file cannot be opened, is locked by
     // another writer, would lose something, or cannot be written. Consumes the list.
@@ -65,6 +69,7 @@ private:
     Durability m_durability;
     clAIFFHandler m_aiff;
     std::vector<std::span<const uint8_t>> m_foreign;
+    TagMaker m_maker;
 };
 
 } // namespace aiff

@@ -102,6 +102,31 @@ std::vector<uint8_t> TagID3v2::LoneForeignTag(std::span<const std::vector<uint8_
     return tag;
 }
 
+bool TagID3v2::MakeTag(std::span<const std::vector<uint8_t>> old, const NTag& tags, bool deleteMode,
+                       std::vector<uint8_t>& tag)
+{
+    std::vector<std::span<const uint8_t>> views = m_foreign;
+    views.insert(views.end(), old.begin(), old.end());
+    TagRoom room{0, 0, m_alignment};
+    if (m_regionUse == RegionUse::Fill)
+        room = {static_cast<uint64_t>(Aligned(OwnRegion().size)),
+                std::numeric_limits<uint64_t>::max(), m_alignment};
+    if (m_maker) {
+        m_obstacle = L"no new tag can be made of its old one.";
+        return m_maker(views, room, tag);
+    }
+    const TagUpdate update(m_options, views, tags, TaskOf(deleteMode));
+    m_obstacle = update.IsLost() ? L"no frame can be told apart in its old tag."
+                                 : L"the new tag would be too large.";
+    tag = LoneForeignTag(old);
+    if (!tag.empty())
+        return true;
+    if (!update.Write(room.available, room.maxPadding, room.alignment, tag))
+        return false;
+    m_leftOut = FromUtf8(update.LeftOut());
+    return true;
+}
+
 // At most three times the tag's size is held at once: the old bytes, the list and the new
 // bytes.
 bool TagID3v2::Write(const NTag& tags, bool deleteMode)
@@ -112,20 +137,8 @@ bool TagID3v2::Write(const NTag& tags, bool deleteMode)
         m_obstacle = L"its old tag cannot be read.";
         if (!ReadOldTags(old))
             return false;
-        tag = LoneForeignTag(old);
-        std::vector<std::span<const uint8_t>> views = m_foreign;
-        views.insert(views.end(), old.begin(), old.end());
-        const TagUpdate update(m_options, views, tags, TaskOf(deleteMode));
-        constexpr uint64_t kAnyPadding = std::numeric_limits<uint64_t>::max();
-        const bool fill = m_regionUse == RegionUse::Fill;
-        const auto room = static_cast<uint64_t>(Aligned(OwnRegion().size));
-        m_obstacle = update.IsLost() ? L"no frame can be told apart in its old tag."
-                                     : L"the new tag would be too large.";
-        if (tag.empty()) {
-            if (!update.Write(fill ? room : 0, fill ? kAnyPadding : 0, m_alignment, tag))
-                return false;
-            m_leftOut = FromUtf8(update.LeftOut());
-        }
+        if (!MakeTag(old, tags, deleteMode, tag))
+            return false;
         m_writtenSize = static_cast<int64_t>(tag.size());
         // Writing back what is there would only put it at risk.
         if (std::ranges::equal(tag, old.back()))

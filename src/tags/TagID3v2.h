@@ -8,6 +8,7 @@
 #include "tags/TagItems.h"
 #include "tags/TagOptions.h"
 
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -34,6 +35,17 @@ public:
     [[nodiscard]] virtual bool DeleteAllTags() = 0;
     [[nodiscard]] virtual bool DeleteATag(const wchar_t* name) = 0;
 };
+
+// How much a new tag may take, as id3parser::t_tag::Write describes it.
+struct TagRoom {
+    uint64_t available = 0;
+    uint64_t maxPadding = 0;
+    size_t alignment = 1;
+};
+
+// Makes the new tag of the old ones, for what no list can say. False when that cannot be done.
+using TagMaker = std::function<bool(std::span<const std::span<const uint8_t>> old,
+                                    const TagRoom& room, std::vector<uint8_t>& tag)>;
 
 class TagID3v2 : public BaseTag
 {
@@ -65,6 +77,9 @@ public:
     // when it is written. One that meets no other tag is written byte for byte. The bytes must
     // outlive the object.
     void AddForeignTag(std::span<const uint8_t> tag) { m_foreign.push_back(tag); }
+
+    // Makes the tag that Write writes, in the place of the list.
+    void SetMaker(TagMaker maker) { m_maker = std::move(maker); }
 
     // Bytes that the tag says it takes, footer included, without looking at the region;
     // 0 when there is none.
@@ -105,6 +120,8 @@ private:
     [[nodiscard]] bool ReadBytes(const Region& region, std::vector<uint8_t>& bytes) const;
     [[nodiscard]] bool ReadOldTags(std::vector<std::vector<uint8_t>>& old) const;
     std::vector<uint8_t> LoneForeignTag(std::span<const std::vector<uint8_t>> old) const;
+    [[nodiscard]] bool MakeTag(std::span<const std::vector<uint8_t>> old, const NTag& tags,
+                               bool deleteMode, std::vector<uint8_t>& tag);
     [[nodiscard]] bool PlaceTag(std::vector<uint8_t> tag);
 
     XFile m_file;
@@ -113,6 +130,7 @@ private:
     RegionUse m_regionUse = RegionUse::Shrink;
     std::vector<Region> m_earlier;
     std::vector<std::span<const uint8_t>> m_foreign;
+    TagMaker m_maker;
     TagOptions m_options;
     unsigned m_alignment = 1;
     int64_t m_writtenSize = 0;

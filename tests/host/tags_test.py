@@ -41,12 +41,12 @@ write("bad.aiff", b"no AIFF file at all")
 out, err = run(1, "tags", "set", "a.aiff", "bad.aiff", "missing.aiff", "b=c.aiff", "Title=T = 1",
                "Artist=One", "artist=\u65e5", "Own=x", "TagVersion=2", "--set", "Year=2004-05-06")
 for part in ("bad.aiff: is not an AIFF file", "missing.aiff: No such file",
-             '"TagVersion" cannot be changed', 'a.aiff: "Year" reads back as "2004"'):
+             '"TagVersion" cannot be changed'):
     assert part in err, err
 assert out == "".join(f"{name}: set Title, Artist, Own, Year\n" for name in ("a.aiff", "b=c.aiff"))
 for name in ("a.aiff", "b=c.aiff"):
     texts = {key: str(frame) for key, frame in aiff.AIFF(name).tags.items()}
-    assert texts == {"TDRC": "2004", "TIT2": "T = 1", "TPE1": "One/\u65e5", "TXXX:Own": "x"}, texts
+    assert texts == {"TDRC": "2004-05-06", "TIT2": "T = 1", "TPE1": "One/\u65e5", "TXXX:Own": "x"}, texts
     assert bare[12:] in read(name)
 assert fields_of("a.aiff")["Artist"] == "One\r\u65e5"
 assert run(0, "tags", "remove", "a.aiff", "own", "No")[0] == "a.aiff: removed own; has no No\n"
@@ -94,6 +94,16 @@ offered = run(0, "tags", "art", "set", "--help")[0].split("Types:\n")[1].strip()
 for kind in offered:
     run(0, "tags", "art", "set", "b=c.aiff", "p.png", "--type", kind, "--description", kind)
 assert {text: int(number) for number, _, text, _ in pictures_of("b=c.aiff")} == numbers
+
+out = run(0, "tags", "art", "remove", "a.aiff", "--type", "front")[0]
+assert out == "a.aiff: removed 1 picture: Front Album Cover\n" and pictures_of("a.aiff") == [back]
+assert "has no picture front" in run(0, "tags", "art", "remove", "a.aiff", "--type", "front")[0]
+held = len(pictures_of("b=c.aiff"))
+out = run(1, "tags", "art", "remove", "bad.aiff", "a.aiff", "b=c.aiff")[0].splitlines()
+assert out[0].endswith("1 picture: Back Album Cover") and f"removed {held} pictures" in out[1], out
+assert not pictures_of("a.aiff") + pictures_of("b=c.aiff") and bare[12:] in read("a.aiff")
+assert run(0, "tags", "art", "remove", "a.aiff")[0] == "a.aiff: has no pictures\n"
+assert "takes one of" in run(2, "tags", "art", "remove", "a.aiff", "--type", "x")[1]
 
 # Every kind of value is written in both versions, and other frames stay.
 given = ["Title=T\u00efle \U0001f600", "Artist=A", "Artist=B", "Album=\u00ff\u0100", "Year=2004",

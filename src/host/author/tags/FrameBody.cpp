@@ -48,15 +48,20 @@ bool IsLittleEndian(std::span<const uint8_t> bytes)
 
 } // namespace
 
+std::string FrameName(uint32_t id)
+{
+    std::string name;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        name.push_back(static_cast<char>(id >> shift));
+    return name;
+}
+
 std::string FrameName(const WireFrame& wire)
 {
     constexpr size_t kHeader_v2 = 6;
     if (wire.id == 0)
         return {wire.bytes - kHeader_v2, wire.bytes - kHeader_v2 + 3};
-    std::string name;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        name.push_back(static_cast<char>(wire.id >> shift));
-    return name;
+    return FrameName(wire.id);
 }
 
 std::optional<ByteVector> FrameBody(const WireFrame& wire)
@@ -121,6 +126,31 @@ std::vector<std::string> FrameTexts::Rest()
     while (!m_left.empty())
         texts.push_back(Next());
     return texts;
+}
+
+std::vector<std::string> TextsOf(const WireFrame& wire)
+{
+    const std::optional<ByteVector> body = FrameBody(wire);
+    if (!body || body->isEmpty())
+        return {};
+    FrameTexts texts(BytesOf(*body)[0], BytesOf(*body).subspan(1));
+    return texts.IsKnown() ? texts.Rest() : std::vector<std::string>();
+}
+
+std::string FrameKey(const std::string& name, std::span<const uint8_t> body)
+{
+    constexpr size_t kLanguage = 3;
+    const bool isPicture = name == "APIC";
+    if (body.empty() || (!isPicture && name != "COMM" && name != "TXXX" && name != "WXXX"))
+        return name;
+    const size_t before = name == "COMM" ? 1 + kLanguage : 1;
+    // The MIME type of a picture is in ISO 8859-1.
+    FrameTexts texts(isPicture ? uint8_t{id3parser::kEncodingISO} : body[0],
+                     body.subspan(std::min(before, body.size())));
+    const std::string first = texts.IsKnown() ? texts.Next() : "";
+    if (!isPicture)
+        return name + ":" + first;
+    return name + ":" + (texts.Left().empty() ? "" : std::to_string(texts.Left().front()));
 }
 
 } // namespace aiff::host

@@ -14,7 +14,8 @@
 namespace aiff::host
 {
 
-// Four characters; the three of an ID3v2.2 name that no later version has.
+std::string FrameName(uint32_t id); // four characters
+// The same; the three of an ID3v2.2 name that no later version has.
 std::string FrameName(const id3parser::WireFrame& wire);
 
 // Without what its flags stand for; nothing for a frame that is compressed or encrypted.
@@ -43,5 +44,18 @@ private:
     std::span<const uint8_t> m_left;
     std::optional<bool> m_isLittle; // the byte order of the last mark
 };
+
+// The texts of a frame that has nothing else; none when they cannot be read.
+std::vector<std::string> TextsOf(const id3parser::WireFrame& wire);
+
+// What frames in a tag are told apart by: those with a description by it, APIC frames by the types
+// of their pictures. Other frames with one name have one key.
+std::string FrameKey(const std::string& name, std::span<const uint8_t> body);
+
+// A view of the bytes of a body.
+inline std::span<const uint8_t> BytesOf(const TagLib::ByteVector& body)
+{
+    return {reinterpret_cast<const uint8_t*>(body.data()), body.size()};
+}
 
 } // namespace aiff::host

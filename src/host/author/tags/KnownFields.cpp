@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/author/tags/KnownFields.h"
 
+#include "host/author/tags/FrameBody.h"
 #include "host/author/tags/FrameProperties.h"
 #include "host/writers/TagContent.h"
 #include "host/writers/TagNames.h"
@@ -108,14 +109,6 @@ std::string Folded(std::string_view name)
     return folded;
 }
 
-std::string IdOf(const FrameRule& rule)
-{
-    std::string id;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        id.push_back(static_cast<char>(rule.id >> shift));
-    return id;
-}
-
 class Fields
 {
 public:
@@ -172,7 +165,7 @@ void Fields::AddName(std::string_view name, size_t index)
 
 void Fields::AddRule(const FrameRule& rule)
 {
-    const std::string id = IdOf(rule);
+    const std::string id = FrameName(rule.id);
     const auto* const fixed = std::ranges::find(kFixed, id, &FixedField::frame);
     const bool isFixed = fixed != std::end(kFixed);
     if (rule.field.empty() && !isFixed)

@@ -3,11 +3,16 @@
 
 #include "aiff/AIFFHandler.h"
 #include "host/author/tags/AiffForm.h"
+#include "host/author/tags/FrameBody.h"
 #include "host/author/tags/TagCheck.h"
 #include "host/base/Printable.h"
 #include "support/file/DiskFile.h"
 #include "support/text/XStr.h"
 #include "tags/NTag.h"
+#include "tags/id3parser/frames/FrameRules.h"
+#include "tags/id3parser/frames/WireTag.h"
+
+#include <set>
 
 namespace aiff::host
 {
@@ -18,6 +23,27 @@ namespace
 std::string Utf8(const XStr& text)
 {
     return ToUtf8(text.c_str());
+}
+
+// Adds the texts after the first of frames that decoders show the first one of.
+void AddFurtherTexts(std::span<const uint8_t> tag, NTag& list)
+{
+    std::set<const id3parser::FrameRule*> seen; // the first frame of a kind counts
+    const id3parser::WireTag wireTag = id3parser::ReadWireTag(tag);
+    for (const id3parser::WireFrame& wire : wireTag.frames) {
+        const id3parser::FrameRule* const rule = id3parser::RuleForFrame(wire.id);
+        if (rule == nullptr || rule->read != id3parser::ReadRule::Single ||
+            wire.revision != id3parser::kRevision4 || !seen.insert(rule).second)
+            continue;
+        const std::vector<std::string> texts = TextsOf(wire);
+        long at = 0;
+        while (at < list.Count() && list[at].name != FromUtf8(std::string(rule->field)))
+            ++at;
+        if (texts.size() < 2 || at == list.Count() || Utf8(list[at].value) != texts.front())
+            continue;
+        for (const std::string& text : std::span(texts).subspan(1))
+            list[at].value += L'\r' + FromUtf8(text);
+    }
 }
 
 // Items of one name are shown once, as decoders do.
@@ -37,6 +63,7 @@ void ReadItems(const clAIFFHandler& aiff, FileTags& tags)
             tags.hidden.push_back(problem.Text());
             continue;
         }
+        AddFurtherTexts(bytes, list);
         tags.id3v2.push_back(std::move(bytes));
         for (long k = 0; k < list.Count(); ++k)
             all.AddTag(std::move(list[k]));

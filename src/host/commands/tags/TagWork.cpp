@@ -104,6 +104,14 @@ void AddEditOptions(CommandLine command, EditOptions& options)
     AddQuietOption(command, options.quiet);
 }
 
+void AddVersionOption(CommandLine command, EditOptions& options)
+{
+    command.AddFlag(
+        "--id3v2.4", options.wantsV24,
+        "Write the tag as ID3v2.4, which keeps dates and several values whole (otherwise "
+        "new tags are ID3v2.3, and others keep their version)");
+}
+
 EditedFile::EditedFile(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
                        const EditOptions& options)
     : m_loader(loader), m_input(input), m_options(options),
@@ -145,7 +153,31 @@ Problem EditedFile::Checked(Change change)
 
 Problem EditedFile::Write(const std::vector<TagItem>& items)
 {
-    return Checked([&] { return m_file.Write(items); });
+    if (m_tags)
+        return Carry(PlanEdit(items, *m_tags, m_options.wantsV24));
+    m_expected = items;
+    return m_options.wantsV24 ? "is no AIFF file, whose tags alone can become ID3v2.4"
+                              : m_file.Write(items);
+}
+
+Problem EditedFile::Carry(EditPlan plan)
+{
+    m_expected = std::move(plan.expected);
+    const Problem problem = Checked([&] {
+        if (plan.suitsDecoder)
+            return m_file.Write(plan.edit.items);
+        return m_file.Change([&](const STNStdReport& report) {
+            return EditTags(plan.edit, m_input.Path(), Flushing(), report);
+        });
+    });
+    for (const std::string& note : problem ? std::vector<std::string>() : plan.notes)
+        SayProblem(note);
+    return problem;
+}
+
+aiff::Durability EditedFile::Flushing() const
+{
+    return m_options.noSync ? aiff::Durability::Unflushed : aiff::Durability::Flushed;
 }
 
 Problem EditedFile::Remove(const std::vector<std::string>& names)
@@ -163,18 +195,16 @@ Problem EditedFile::Copy(const std::vector<TagItem>& items, const FileTags* tags
     if (tags == nullptr || !m_tags)
         return Write(items);
     return Checked([&] {
-        const auto durability =
-            m_options.noSync ? aiff::Durability::Unflushed : aiff::Durability::Flushed;
         return m_file.Change([&](const STNStdReport& report) {
-            return CopyTags(*tags, m_input.Path(), durability, report);
+            return CopyTags(*tags, m_input.Path(), Flushing(), report);
         });
     });
 }
 
-void EditedFile::SayCopyDifferences(const std::vector<TagItem>& items, const FileTags* tags)
+void EditedFile::SayCopyDifferences(const FileTags* tags)
 {
     if (tags == nullptr || !m_tags)
-        return SayWhatDiffers(items);
+        return SayWhatDiffers();
     const std::optional<FileTags> after = ReadFileTags(m_input);
     if (!after)
         return;
@@ -187,9 +217,25 @@ void EditedFile::AddLine(FileLine::Kind kind, const std::string& text)
     m_lines.push_back({kind, m_input.Name() + ": " + text});
 }
 
-void EditedFile::SayWhatDiffers(const std::vector<TagItem>& items)
+namespace
 {
-    if (std::ranges::all_of(items, &TagItem::IsPicture))
+
+std::string ValuesText(const TagItem& wanted, const TagItem& found)
+{
+    std::vector<std::string> values = found.Values();
+    for (std::string& value : values)
+        value = "\"" + value + "\"";
+    const bool isSplit =
+        values.size() > wanted.Values().size() && wanted.value.find('/') != std::string::npos;
+    return Joined(values) +
+           (isSplit ? ", as \"/\" separates values in ID3v2.3 (--id3v2.4 keeps it)" : "");
+}
+
+} // namespace
+
+void EditedFile::SayWhatDiffers()
+{
+    if (std::ranges::all_of(m_expected, &TagItem::IsPicture))
         return;
     ReportCapture silent{Trace{}};
     EditedFile changed(m_loader, silent, m_input, m_options);
@@ -198,7 +244,7 @@ void EditedFile::SayWhatDiffers(const std::vector<TagItem>& items)
     std::unordered_map<std::wstring, const TagItem*> first; // by the name without case
     for (const TagItem& item : changed.Items())
         first.emplace(FoldCase(FromUtf8(item.name)), &item);
-    for (const TagItem& item : items) {
+    for (const TagItem& item : m_expected) {
         if (item.IsPicture())
             continue;
         const auto found = first.find(FoldCase(FromUtf8(item.name)));
@@ -206,7 +252,7 @@ void EditedFile::SayWhatDiffers(const std::vector<TagItem>& items)
         if (found == first.end() && !item.value.empty())
             SayProblem(name + " does not read back under this name");
         else if (found != first.end() && found->second->value != item.value)
-            SayProblem(name + " reads back as \"" + found->second->value + "\"");
+            SayProblem(name + " reads back as " + ValuesText(item, *found->second));
     }
 }
 
@@ -246,7 +292,7 @@ ExitCode WriteToEach(const std::vector<std::string>& names, const std::vector<Ta
         Problem problem = joined ? file.Write(*joined) : joined.Why();
         if (!problem) {
             file.Say(summary);
-            file.SayWhatDiffers(*joined);
+            file.SayWhatDiffers();
         }
         return problem;
     });

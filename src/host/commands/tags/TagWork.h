@@ -3,6 +3,7 @@
 // What the commands that change tags have in common.
 #pragma once
 
+#include "host/author/tags/PlanEdit.h"
 #include "host/commands/Command.h"
 #include "host/session/FileTags.h"
 #include "host/session/TagFile.h"
@@ -22,10 +23,13 @@ struct EditOptions {
     bool force = false;  // cut off what lies after the last chunk
     bool noSync = false; // do not wait for the disk
     bool quiet = false;
+    bool wantsV24 = false; // write the tag as ID3v2.4
 };
 
 // Adds them to a command. They must outlive the parsing.
 void AddEditOptions(CommandLine command, EditOptions& options);
+// Adds --id3v2.4, for commands that make tags.
+void AddVersionOption(CommandLine command, EditOptions& options);
 
 // A line about a file.
 struct FileLine {
@@ -50,7 +54,8 @@ public:
     // Null when only the decoder knows the file's format.
     const FileTags* Tags() const { return m_tags ? &*m_tags : nullptr; }
 
-    // Changes, as TagFile makes them. They refuse a file that would be cut off.
+    // Changes, as TagFile makes them; what a decoder cannot write of an AIFF file is written
+    // without one. They refuse a file that would be cut off.
     Problem Write(const std::vector<TagItem>& items);
     Problem Remove(const std::vector<std::string>& names);
     Problem RemoveAll();
@@ -60,15 +65,17 @@ public:
     // What was done to the file.
     void Say(const std::string& what) { AddLine(FileLine::Kind::Done, what); }
     void SayProblem(const Problem& problem) { AddLine(FileLine::Kind::Problem, problem.Text()); }
-    // Reads the file again and says which items are not what they were meant to be: some values
-    // are stored in another form.
-    void SayWhatDiffers(const std::vector<TagItem>& items);
+    // Reads the file again and says which items are not what the last Write was to make them: some
+    // values are stored in another form.
+    void SayWhatDiffers();
     // The same after Copy, of all that the copied tags and the file's own said.
-    void SayCopyDifferences(const std::vector<TagItem>& items, const FileTags* tags);
+    void SayCopyDifferences(const FileTags* tags);
 
     std::vector<FileLine> TakeLines() { return std::move(m_lines); }
 
 private:
+    aiff::Durability Flushing() const;
+    Problem Carry(EditPlan plan);
     void AddLine(FileLine::Kind kind, const std::string& text);
     template <class Change>
     Problem Checked(Change change);
@@ -78,6 +85,7 @@ private:
     EditOptions m_options;
     TagFile m_file;
     std::optional<FileTags> m_tags;
+    std::vector<TagItem> m_expected; // of the last Write
     std::vector<FileLine> m_lines;
 };
 

@@ -182,6 +182,7 @@ public:
             .AtLeast(2);
         command.AddOption("--type", m_type, "What it shows (default: front)");
         command.AddOption("--description", m_description, "A short description of it");
+        AddVersionOption(command, m_options);
         AddEditOptions(command, m_options);
         command.Footer("Replaces the pictures of that type. Types:\n" + TypeList());
         return command;
@@ -211,6 +212,55 @@ private:
     EditOptions m_options;
 };
 
+class RemoveCommand : public DecoderCommand
+{
+public:
+    CommandLine AddTo(CommandLine program) override
+    {
+        const CommandLine command = program.AddCommand("remove", "Remove pictures from files");
+        command.AddOption("FILE", m_files, "Files and folders to change").Required();
+        command.AddOption("--type", m_type, "Only pictures of this type");
+        AddEditOptions(command, m_options);
+        command.Footer("Types:\n" + TypeList());
+        return command;
+    }
+
+private:
+    ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
+    {
+        const PictureKind* const kind = PictureKindOfOption(m_type);
+        if (kind == nullptr && !m_type.empty())
+            return FailWith(kExitUsage, "--type takes one of:\n" + TypeList());
+        return ForEachTagFile(m_files, loader, trace, m_options,
+                              [kind](EditedFile& file) { return RemoveFrom(file, kind); });
+    }
+
+    // kind  null: of all kinds
+    static Problem RemoveFrom(EditedFile& file, const PictureKind* kind)
+    {
+        std::vector<std::string> names;
+        std::vector<std::string> roles;
+        for (const TagItem& item : file.Items()) {
+            if (!item.IsPicture() || (kind != nullptr && item.PictureRole() != kind->role))
+                continue;
+            names.push_back(item.name);
+            roles.push_back(item.PictureRole());
+        }
+        if (names.empty()) {
+            file.Say(kind == nullptr ? kNoPictures : std::string("has no picture ") + kind->option);
+            return {};
+        }
+        if (Problem problem = file.Remove(names))
+            return problem;
+        file.Say("removed " + Counted(std::ssize(names), "picture") + ": " + Joined(roles));
+        return {};
+    }
+
+    std::vector<std::string> m_files;
+    std::string m_type;
+    EditOptions m_options;
+};
+
 template <class AnyCommand>
 std::unique_ptr<Command> Make()
 {
@@ -222,8 +272,8 @@ std::unique_ptr<Command> Make()
 std::unique_ptr<Command> MakeTagsArtCommand()
 {
     return std::make_unique<CommandGroup>(
-        "art", "Export or set pictures", "",
-        CommandSet::Makers{Make<ExportCommand>, Make<SetCommand>});
+        "art", "Export, set or remove pictures", "",
+        CommandSet::Makers{Make<ExportCommand>, Make<SetCommand>, Make<RemoveCommand>});
 }
 
 } // namespace aiff::host

@@ -51,7 +51,7 @@ private:
             Problem problem = file.Copy(items, tags);
             if (!problem) {
                 file.Say(Summary(items));
-                file.SayCopyDifferences(items, tags);
+                file.SayCopyDifferences(tags);
             }
             return problem;
         });

@@ -39,6 +39,7 @@ public:
             .AddOption("-s,--set", m_assignments,
                        "NAME=VALUE, even if there is a file of that name")
             .OneValueEach();
+        AddVersionOption(command, m_options);
         AddEditOptions(command, m_options);
         command.Footer(kSetRule);
         return command;
@@ -58,6 +59,11 @@ private:
         if (!items)
             return FailWith(kExitUsage, items.Why());
         std::erase_if(*items, [](const TagItem& item) { return SkipInformation(item.name); });
+        if (const TagItem* year = FindItem(*items, "Year");
+            year != nullptr && !year->value.empty() && !IsDate(year->value))
+            return FailWith(kExitUsage, "\"" + year->value +
+                                            "\" is no date (YYYY, YYYY-MM, YYYY-MM-DD or "
+                                            "YYYY-MM-DDTHH:MM)");
         if (items->empty())
             return FailWith(kExitUsage, "there is nothing to set (NAME=VALUE)");
         return WriteToEach(split->files, *items, Summary(*items), loader, trace, m_options);
