@@ -106,8 +106,8 @@ TEST_F(DecodeTest, RangesAndSeeks)
         EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, std::max<int64_t>(to - from, 0) * 4);
         EXPECT_EQ(+host.open.AudioInfo.nLengthMS, std::max<int64_t>(to - from, 0));
         EXPECT_EQ(host.Rest(), Part(pcm, from * 4, to * 4));
-        for (int64_t frame :
-             {-1L, 0L, 1L, to - from - 1, to - from, to - from + 1, kMax / 4, kMax}) {
+        for (int64_t frame : std::initializer_list<int64_t>{-1, 0, 1, to - from - 1, to - from,
+                                                            to - from + 1, kMax / 4, kMax}) {
             frame = std::max(frame, -from);
             const int64_t place = from + std::min(frame, to - from);
             ASSERT_EQ(host.Seek(frame), 1) << frame;

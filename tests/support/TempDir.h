@@ -10,6 +10,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <unistd.h> // mkdtemp, on macOS
 #include <vector>
 
 // Writes a new file, in place of any of that name.

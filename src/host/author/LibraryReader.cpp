@@ -75,7 +75,7 @@ sf_count_t LibraryReader::ReadBytes(void* out, sf_count_t count)
     const int64_t size = std::ssize(m_header) + m_source->Layout().bytes;
     const int64_t wanted = std::clamp<int64_t>(size - m_position, 0, count);
     const std::span bytes(static_cast<uint8_t*>(out), static_cast<size_t>(wanted));
-    const auto start = static_cast<size_t>(std::min(m_position, std::ssize(m_header)));
+    const auto start = static_cast<size_t>(std::min<int64_t>(m_position, std::ssize(m_header)));
     const size_t inHeader = std::min(bytes.size(), m_header.size() - start);
     std::copy_n(m_header.begin() + static_cast<ptrdiff_t>(start), inHeader, bytes.begin());
     const int64_t inSound = std::max<int64_t>(m_position - std::ssize(m_header), 0);

@@ -95,7 +95,7 @@ bool IsTimestamp(const String& text)
 bool MayHold(const ByteVector& id, const StringList& values)
 {
     constexpr const char* kDates[] = {"TDEN", "TDOR", "TDRC", "TDRL", "TDTG"};
-    if (std::ranges::find(kDates, id) != std::end(kDates))
+    if (std::ranges::any_of(kDates, [&id](const char* date) { return id == date; }))
         return std::ranges::all_of(values, IsTimestamp);
     if (id == "UFID")
         return std::ranges::all_of(values, &String::isAscii);
