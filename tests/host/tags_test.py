@@ -46,7 +46,8 @@ for part in ("bad.aiff: is not an AIFF file", "missing.aiff: No such file",
 assert out == "".join(f"{name}: set Title, Artist, Own, Year\n" for name in ("a.aiff", "b=c.aiff"))
 for name in ("a.aiff", "b=c.aiff"):
     texts = {key: str(frame) for key, frame in aiff.AIFF(name).tags.items()}
-    assert texts == {"TDRC": "2004-05-06", "TIT2": "T = 1", "TPE1": "One/\u65e5", "TXXX:Own": "x"}, texts
+    wanted = {"TDRC": "2004-05-06", "TIT2": "T = 1", "TPE1": "One/\u65e5", "TXXX:Own": "x"}
+    assert texts == wanted, texts
     assert bare[12:] in read(name)
 assert fields_of("a.aiff")["Artist"] == "One\r\u65e5"
 assert run(0, "tags", "remove", "a.aiff", "own", "No")[0] == "a.aiff: removed own; has no No\n"

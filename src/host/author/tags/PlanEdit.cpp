@@ -73,6 +73,8 @@ void Planner::Take(TagItem item)
                         (IsV24() || rule->versions != id3parser::Versions::All);
     if (isDate && IsDate(item.value))
         FitDate(*rule, item);
+    else if (isDate && !item.value.empty()) // decoders would make a number of it
+        m_plan.suitsDecoder = false;
     m_plan.expected.push_back(item);
     const std::vector<std::string> values = item.Values();
     if (rule == nullptr || values.size() == 1) {

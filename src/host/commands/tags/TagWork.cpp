@@ -154,13 +154,13 @@ Problem EditedFile::Checked(Change change)
 Problem EditedFile::Write(const std::vector<TagItem>& items)
 {
     if (m_tags)
-        return Carry(PlanEdit(items, *m_tags, m_options.wantsV24));
+        return Write(PlanEdit(items, *m_tags, m_options.wantsV24));
     m_expected = items;
     return m_options.wantsV24 ? "is no AIFF file, whose tags alone can become ID3v2.4"
                               : m_file.Write(items);
 }
 
-Problem EditedFile::Carry(EditPlan plan)
+Problem EditedFile::Write(EditPlan plan)
 {
     m_expected = std::move(plan.expected);
     const Problem problem = Checked([&] {

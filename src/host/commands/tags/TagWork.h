@@ -49,6 +49,7 @@ public:
     // The first call.
     Problem Read();
 
+    const std::string& Name() const { return m_input.Name(); }
     // As in the file; without characters beyond U+FFFF where only the decoder knows its format.
     const std::vector<TagItem>& Items() const;
     // Null when only the decoder knows the file's format.
@@ -57,6 +58,7 @@ public:
     // Changes, as TagFile makes them; what a decoder cannot write of an AIFF file is written
     // without one. They refuse a file that would be cut off.
     Problem Write(const std::vector<TagItem>& items);
+    Problem Write(EditPlan plan);
     Problem Remove(const std::vector<std::string>& names);
     Problem RemoveAll();
     // The tags that another file has: `items`, and `tags` where that is not null.
@@ -75,7 +77,6 @@ public:
 
 private:
     aiff::Durability Flushing() const;
-    Problem Carry(EditPlan plan);
     void AddLine(FileLine::Kind kind, const std::string& text);
     template <class Change>
     Problem Checked(Change change);

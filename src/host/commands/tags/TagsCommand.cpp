@@ -11,6 +11,8 @@ constexpr char kExamples[] = R"(Examples:
   aiffconv tags set *.aiff "Album=The Album" Year=1971
   aiffconv tags set song.aiff "Artist=One" "Artist=Another" Comment=
   aiffconv tags remove song.aiff Comment "Encoded by"
+  aiffconv tags show --json --data *.aiff > tags.json
+  aiffconv tags set *.aiff --from-json tags.json
   aiffconv tags clear *.aiff
   aiffconv tags art set *.aiff cover.jpg
   aiffconv tags art export song.aiff -o pictures/

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "host/author/tags/TagsFromJson.h"
+#include "host/base/Printable.h"
 #include "host/commands/tags/TagArguments.h"
 #include "host/commands/tags/TagWork.h"
+
+#include <fstream>
+#include <iostream>
 
 namespace aiff::host
 {
@@ -25,6 +30,20 @@ std::string Summary(const std::vector<TagItem>& items)
     return text;
 }
 
+// A stream of any kind.
+Result<Json> ReadJson(const std::string& path)
+{
+    std::ifstream file;
+    if (path != "-")
+        file.open(path, std::ios::binary);
+    if (!(path == "-" ? std::cin : file))
+        return Problem::FromErrno();
+    Json json = Json::parse(path == "-" ? std::cin : file, nullptr, false);
+    if (json.is_discarded())
+        return Problem("is not valid JSON");
+    return json;
+}
+
 class SetCommand : public DecoderCommand
 {
 public:
@@ -35,10 +54,16 @@ public:
             .AddOption("FILE... NAME=VALUE", m_arguments,
                        "Files and folders, then the fields to set in them")
             .Required();
+        const Option assignments =
+            command
+                .AddOption("-s,--set", m_assignments,
+                           "NAME=VALUE, even if there is a file of that name")
+                .OneValueEach();
         command
-            .AddOption("-s,--set", m_assignments,
-                       "NAME=VALUE, even if there is a file of that name")
-            .OneValueEach();
+            .AddOption("--from-json", m_jsonFile,
+                       "Set what a JSON file (-: standard input) says: that of \"tags show "
+                       "--json\", or an object of names and values")
+            .Excludes(assignments);
         AddVersionOption(command, m_options);
         AddEditOptions(command, m_options);
         command.Footer(kSetRule);
@@ -48,6 +73,8 @@ public:
 private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override
     {
+        if (!m_jsonFile.empty())
+            return SetFromJson(loader, trace);
         const auto isFile = [](const std::string& argument) {
             return argument.find('=') == std::string::npos || Exists(argument);
         };
@@ -69,8 +96,44 @@ private:
         return WriteToEach(split->files, *items, Summary(*items), loader, trace, m_options);
     }
 
+    ExitCode SetFromJson(const codecs::CodecLoader& loader, const Trace& trace) const
+    {
+        const Result<Json> json = ReadJson(m_jsonFile);
+        if (!json)
+            return FailWith(kExitUsage, json.Why().About(m_jsonFile));
+        const JsonFiles objects(*json);
+        return ForEachTagFile(m_arguments, loader, trace, m_options,
+                              [&](EditedFile& file) { return SetFromObject(file, objects); });
+    }
+
+    Problem SetFromObject(EditedFile& file, const JsonFiles& objects) const
+    {
+        if (file.Tags() == nullptr)
+            return "is no AIFF file, whose tags alone can be set from JSON";
+        const Result<const Json*> object = objects.Find(file.Name());
+        if (!object)
+            return object.Why();
+        Result<EditPlan> plan = PlanFromJson(**object, *file.Tags(), m_options.wantsV24);
+        if (!plan)
+            return plan.Why();
+        if (plan->edit.items.empty() && plan->edit.frames.empty()) {
+            for (const std::string& note : plan->notes)
+                file.SayProblem(note);
+            file.Say("gets nothing from " + m_jsonFile);
+            return {};
+        }
+        const std::string what = Counted(std::ssize(plan->edit.items), "field") + " and " +
+                                 Counted(std::ssize(plan->edit.frames), "frame");
+        if (Problem problem = file.Write(std::move(*plan)))
+            return problem;
+        file.Say("set " + what + " from " + m_jsonFile);
+        file.SayWhatDiffers();
+        return {};
+    }
+
     std::vector<std::string> m_arguments;
     std::vector<std::string> m_assignments;
+    std::string m_jsonFile;
     EditOptions m_options;
 };
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "host/author/tags/TagsToJson.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/batch/FindInputs.h"
@@ -21,7 +22,13 @@ public:
         const CommandLine command = program.AddCommand("show", "Show fields and pictures");
         command.AddOption("IN", m_inputs, kInputs).Required();
         AddFetchOptions(command, m_fetch);
-        command.AddFlag("--json", m_json, "Write a JSON array with one object per input");
+        const Option json =
+            command.AddFlag("--json", m_json, "Write a JSON array with one object per input");
+        command
+            .AddFlag("--data", m_data,
+                     "With the bytes of pictures and of frames that have no name, for \"tags set "
+                     "--from-json\"")
+            .Needs(json);
         AddQuietOption(command, m_quiet);
         return command;
     }
@@ -52,7 +59,12 @@ private:
             list.push_back({{"file", name}, {"error", problem.Text()}});
             return FailWith(kExitSomeFailed, problem.About(name));
         }
-        list.push_back({{"file", name}, {"tags", TagsJson(file.Items())}});
+        list.push_back({{"file", name}});
+        if (file.Tags() != nullptr)
+            list.back().update(
+                TagsToJson(*file.Tags(), m_data ? FrameData::Included : FrameData::Counted));
+        else
+            list.back()["tags"] = TagsJson(file.Items());
         std::vector<std::string> problems =
             file.Tags() != nullptr ? file.Tags()->hidden : std::vector<std::string>();
         if (source->incomplete)
@@ -83,6 +95,7 @@ private:
     std::vector<std::string> m_inputs;
     Fetch m_fetch = Fetch::WhenNeeded;
     bool m_json = false;
+    bool m_data = false;
     bool m_quiet = false;
 };
 
