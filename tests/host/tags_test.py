@@ -192,6 +192,7 @@ for held, after, hidden, cut in cases:
     out, err = run(4 if hidden else 0, "tags", "show", "f.aiff")
     assert hidden in err and (": no tags" in out) == (not hidden and not held), (out, err)
     assert hidden in run(4 if hidden or after else 0, "check", "f.aiff")[0]
+    assert hidden in run(4 if hidden else 0, "info", "f.aiff")[0]
     write_aiff("bare.aiff", tag)
     for command in (["set", "f.aiff", "Title=x"], ["copy", "bare.aiff", "f.aiff"]) if cut else []:
         assert cut in run(1, "tags", *command)[1] and read("f.aiff") == before, (command, cut)

@@ -294,6 +294,8 @@ Findings InfoCommand::Find(const DecoderSession& session, const Input& input) co
 {
     const std::optional<FileTags> whole = ReadFileTags(input);
     Findings findings{whole ? whole->items : session.Tags(), DamageWarning(session)};
+    for (const std::string& text : whole ? whole->hidden : std::vector<std::string>())
+        findings.warning = findings.warning ? findings.warning.Text() + ", " + text : text;
     if (!input.IsStream())
         findings.marks = ReadAiffMarks(input.Path());
     if (input.IsStream() || m_pluginOnly)
