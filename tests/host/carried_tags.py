@@ -83,6 +83,7 @@ OLD = [
     (2, b"TYE\0\0\5\x002003" b"TDA\0\0\5\x000605" b"TIM\0\0\5\x000708",
      [("DATE", "2003-05-06 07:08")], ""),
     (2, b"PIC\0\0\x0e\0-->\3\0http://x", [], ""),
+    (4, b"TXXX\0\0\0\6\0\0\0My\0ab", [("MY", "ab")], 'in upper case, as FLAC has all names: "My"'),
     (3, b"TYER\0\0\0\5\0\0\x002003" b"TIME\0\0\0\5\0\0\x000708", [("DATE", "2003")], "time of day"),
     (3, b"TPE1\0\0\0\6\0\0\0AC/DC" b"TIT2\0\0\0\6\0\0\0AC/DC",
      [("ARTIST", "AC"), ("ARTIST", "DC"), ("TITLE", "AC/DC")], 'ARTIST "AC/DC" becomes several'),

@@ -146,6 +146,9 @@ Result<TagBytes> FlacTagBlocks(const CarriedTags& tags, std::span<const uint8_t>
         blocks.notes.push_back(Utf8Of(property) + " \"" +
                                Utf8Of(content.texts[property].toString("/")) +
                                "\" becomes several comments, as \"/\" separates values in its tag");
+    if (!content.recased.empty())
+        blocks.notes.push_back("in upper case, as FLAC has all names: " +
+                               Enumerated(content.recased));
     if (!content.leftOut.empty())
         blocks.notes.push_back("left out, as FLAC cannot hold it: " + Enumerated(content.leftOut));
     if (content.isDamaged)

@@ -28,6 +28,8 @@ struct TagContent {
     std::vector<TagPicture> pictures;
     // Properties of several values that the tag joins with slashes, as all before ID3v2.4 do.
     std::set<TagLib::String> joined;
+    // Descriptions of which properties do not keep the case, in quotation marks.
+    std::set<std::string> recased;
     // What is in the tag and not here, for people, such as "chapters (CHAP)".
     std::set<std::string> leftOut;
     bool isDamaged = false; // more may be in the tag

@@ -4,6 +4,7 @@
 
 #include "host/author/tags/FrameBody.h"
 #include "host/author/tags/FrameProperties.h"
+#include "host/author/tags/KnownFields.h"
 #include "host/session/TagBlob.h"
 #include "host/writers/TagNames.h"
 #include "support/Rating.h"
@@ -139,6 +140,7 @@ public:
 private:
     void Add(const std::string& id, const String& property, const Texts& texts);
     void AddText(const std::string& id, const WireFrame& wire, Texts texts);
+    String UserTextName(const std::string& description);
     void AddPairs(const std::string& id, std::string_view plain, const Texts& texts,
                   const std::function<String(const std::string&)>& property);
     void AddWithLanguage(const std::string& id, const std::string& base,
@@ -187,6 +189,18 @@ void ContentReader::Add(const std::string& id, const String& property, const Tex
             LeaveOut(id);
 }
 
+// Programs know some descriptions in any case. That of others gets lost.
+String ContentReader::UserTextName(const std::string& description)
+{
+    const String name = PropertyOfUserText(description);
+    const String own = TagText(description);
+    const KnownField* const known = FindKnownField(description);
+    const bool isKnown = known != nullptr && known->name == description;
+    if (name == own.upper() && name != own && !isKnown)
+        m_content.recased.insert("\"" + description + "\"");
+    return name;
+}
+
 void ContentReader::AddText(const std::string& id, const WireFrame& wire, Texts texts)
 {
     if (id == "TIPL" || id == "IPLS")
@@ -203,7 +217,7 @@ void ContentReader::AddText(const std::string& id, const WireFrame& wire, Texts 
     String name;
     if (id == "TXXX") {
         texts.resize(std::max<size_t>(texts.size(), 1));
-        name = PropertyOfUserText(texts.front());
+        name = UserTextName(texts.front());
         texts.erase(texts.begin());
     } else {
         name = PropertyOfText(id);
