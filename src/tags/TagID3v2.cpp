@@ -113,7 +113,10 @@ bool TagID3v2::MakeTag(std::span<const std::vector<uint8_t>> old, const NTag& ta
                 std::numeric_limits<uint64_t>::max(), m_alignment};
     if (m_maker) {
         m_obstacle = L"no new tag can be made of its old one.";
-        return m_maker(views, room, tag);
+        std::string leftOut;
+        const bool isMade = m_maker(views, room, tag, leftOut);
+        m_leftOut = FromUtf8(leftOut);
+        return isMade;
     }
     const TagUpdate update(m_options, views, tags, TaskOf(deleteMode));
     m_obstacle = update.IsLost() ? L"no frame can be told apart in its old tag."

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace aiff
@@ -44,8 +45,11 @@ struct TagRoom {
 };
 
 // Makes the new tag of the old ones, for what no list can say. False when that cannot be done.
-using TagMaker = std::function<bool(std::span<const std::span<const uint8_t>> old,
-                                    const TagRoom& room, std::vector<uint8_t>& tag)>;
+//
+// leftOut  becomes the names of the frames that the new tag cannot hold, as TagUpdate tells them
+using TagMaker =
+    std::function<bool(std::span<const std::span<const uint8_t>> old, const TagRoom& room,
+                       std::vector<uint8_t>& tag, std::string& leftOut)>;
 
 class TagID3v2 : public BaseTag
 {

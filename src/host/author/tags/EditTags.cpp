@@ -33,6 +33,8 @@ constexpr uint8_t kEmptyV24[] = {'I', 'D', '3', 4, 0, 0, 0, 0, 0, 0};
 constexpr uint32_t kPeople_v3 = id3parser::FrameId("IPLS");
 constexpr uint32_t kPeople_v4 = id3parser::FrameId("TIPL");
 
+constexpr size_t kRevisionAt = 3; // in the header of a tag
+
 using OldTags = std::vector<std::span<const uint8_t>>;
 
 NTag ListOf(const std::vector<TagItem>& items)
@@ -48,7 +50,7 @@ NTag ListOf(const std::vector<TagItem>& items)
 }
 
 // The tag with the fields of the list set.
-bool SetFields(OldTags old, const TagEdit& edit, std::vector<uint8_t>& tag)
+bool SetFields(OldTags old, const TagEdit& edit, std::vector<uint8_t>& tag, std::string& leftOut)
 {
     TagOptions options;
     options.SetOption(ID3v2Option::kEncodeUni);
@@ -56,7 +58,9 @@ bool SetFields(OldTags old, const TagEdit& edit, std::vector<uint8_t>& tag)
     if (edit.revision == id3parser::kRevision4)
         old.insert(old.begin(), kEmptyV24);
     const NTag list = ListOf(edit.items);
-    return TagUpdate(options, old, list, TagTask::Set).Write(0, 0, 1, tag);
+    const TagUpdate update(options, old, list, TagTask::Set);
+    leftOut = update.LeftOut();
+    return update.Write(0, 0, 1, tag);
 }
 
 std::string KeyOf(const WireFrame& wire)
@@ -84,9 +88,9 @@ void ReplaceFrames(std::span<const uint8_t> tag, const TagEdit& edit, const TagR
     if (!keys.empty())
         std::erase_if(wire.frames,
                       [&keys](const WireFrame& frame) { return keys.contains(KeyOf(frame)); });
-    const bool isV24 = edit.revision == id3parser::kRevision4;
+    const t_tagRevision revision{tag[kRevisionAt]};
     for (WireFrame& frame : wire.frames)
-        if (isV24 && frame.id == kPeople_v3)
+        if (revision == id3parser::kRevision4 && frame.id == kPeople_v3)
             frame.id = kPeople_v4;
     id3parser::streamOutBuffer out;
     const auto emit = [&](const id3parser::FrameSink& sink) {
@@ -96,18 +100,18 @@ void ReplaceFrames(std::span<const uint8_t> tag, const TagEdit& edit, const TagR
             if (!frame.body.empty())
                 sink({IdOf(frame.name), 0, 0, true, {}, frame.body});
     };
-    WriteTag(t_tagRevision{edit.revision}, emit, out, room.available, room.maxPadding,
-             room.alignment);
+    WriteTag(revision, emit, out, room.available, room.maxPadding, room.alignment);
     bytes = std::move(out.bytes);
 }
 
 bool MakeTag(const TagEdit& edit, const OldTags& old, const TagRoom& room,
-             std::vector<uint8_t>& tag)
+             std::vector<uint8_t>& tag, std::string& leftOut)
 try {
     std::vector<uint8_t> changed;
-    constexpr size_t kRevisionAt = 3;
-    if (!SetFields(old, edit, changed) || changed.size() <= kRevisionAt ||
-        changed[kRevisionAt] != edit.revision)
+    if (!SetFields(old, edit, changed, leftOut) || changed.size() <= kRevisionAt)
+        return false;
+    // A damaged tag, which nobody has read, may have another revision.
+    if (changed[kRevisionAt] != edit.revision && !edit.frames.empty())
         return false;
     ReplaceFrames(changed, edit, room, tag);
     return true;
@@ -121,7 +125,6 @@ try {
 
 int RevisionAfterEdit(const FileTags& tags, bool wantsV24)
 {
-    constexpr size_t kRevisionAt = 3;
     const bool isV24 = std::ranges::any_of(tags.id3v2, [](const std::vector<uint8_t>& tag) {
         return tag.size() > kRevisionAt && tag[kRevisionAt] == id3parser::kRevision4;
     });
@@ -133,8 +136,8 @@ bool EditTags(const TagEdit& edit, const std::string& path, Durability durabilit
 {
     TagWriter writer(report, durability);
     writer.SetMaker([&edit](std::span<const std::span<const uint8_t>> old, const TagRoom& room,
-                            std::vector<uint8_t>& tag) {
-        return MakeTag(edit, {old.begin(), old.end()}, room, tag);
+                            std::vector<uint8_t>& tag, std::string& leftOut) {
+        return MakeTag(edit, {old.begin(), old.end()}, room, tag, leftOut);
     });
     return writer.Run(FromPathBytes(path).c_str(), NTag(), TagWriter::Task::Write);
 }
@@ -144,7 +147,9 @@ std::vector<std::string> ConversionDifferences(const FileTags& tags)
     TagEdit edit;
     edit.revision = id3parser::kRevision4;
     FileTags converted;
-    if (!MakeTag(edit, {tags.id3v2.begin(), tags.id3v2.end()}, {}, converted.id3v2.emplace_back()))
+    std::string leftOut; // the edit reports it
+    if (!MakeTag(edit, {tags.id3v2.begin(), tags.id3v2.end()}, {}, converted.id3v2.emplace_back(),
+                 leftOut))
         return {}; // nor will the edit be made
     return CopyDifferences(tags, {}, converted);
 }
