@@ -89,16 +89,22 @@ void ReplaceFrames(std::span<const uint8_t> tag, const TagEdit& edit, const TagR
         std::erase_if(wire.frames,
                       [&keys](const WireFrame& frame) { return keys.contains(KeyOf(frame)); });
     const t_tagRevision revision{tag[kRevisionAt]};
+    const bool renamesPeople =
+        revision == id3parser::kRevision4 &&
+        std::ranges::find(wire.frames, kPeople_v4, &WireFrame::id) == wire.frames.end();
     for (WireFrame& frame : wire.frames)
-        if (revision == id3parser::kRevision4 && frame.id == kPeople_v3)
+        if (renamesPeople && frame.id == kPeople_v3)
             frame.id = kPeople_v4;
     id3parser::streamOutBuffer out;
     const auto emit = [&](const id3parser::FrameSink& sink) {
         for (const WireFrame& frame : wire.frames)
             sink(frame.AsItIs());
-        for (const NewFrame& frame : edit.frames)
+        for (const NewFrame& frame : edit.frames) {
+            if (frame.body.size() >= id3parser::kFrameSizeLimit) // readers would give the tag up
+                throw id3parser::writeError();
             if (!frame.body.empty())
                 sink({IdOf(frame.name), 0, 0, true, {}, frame.body});
+        }
     };
     WriteTag(revision, emit, out, room.available, room.maxPadding, room.alignment);
     bytes = std::move(out.bytes);

@@ -56,11 +56,12 @@ void Planner::FitDate(const FrameRule& rule, TagItem& item)
 {
     if (item.value.size() > kDay && item.value[kDay] == ' ')
         item.value[kDay] = 'T';
-    const size_t most = IsV24() ? item.value.size() : rule.write == WriteRule::Date ? kYear : kDay;
-    if (item.value.size() > most) {
+    const bool hasDay = rule.write == WriteRule::OldDate && item.value.size() >= kDay;
+    const size_t most = hasDay ? kDay : kYear; // in ID3v2.3
+    if (!IsV24() && item.value.size() > most) {
         item.value.resize(most);
-        Note(item.name, std::string("becomes ") + item.value + ", as ID3v2.3 holds no more (" +
-                            "--id3v2.4 keeps the whole date)");
+        Note(item.name, "becomes " + item.value +
+                            ", as ID3v2.3 holds no more (--id3v2.4 keeps the whole date)");
     }
     m_plan.suitsDecoder = m_plan.suitsDecoder && item.value.size() <= kYear;
 }
