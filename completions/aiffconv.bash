@@ -1,35 +1,48 @@
 # SPDX-License-Identifier: MIT
-# Completion for aiffconv in bash. Commands and options come from the program's own help,
-# so they always match the installed version.
-
-_aiffconv_section() # NAME COMMAND...: the entries of one section of its help
-{
-    local name=$1
-    shift
-    "$@" --help 2>/dev/null | sed -n "/^$name:/,/^\$/p" | grep '^  [^ ]'
-}
+# Completion for aiffconv in bash (4 or later). The program itself says what may come next.
 
 _aiffconv()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local program=${COMP_WORDS[0]} commands command= word
-    commands=$(_aiffconv_section Subcommands "$program" | awk '{print $1}')
-    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        case " ${commands//$'\n'/ } " in
-        *" $word "*) command=$word && break ;;
-        esac
+    local words=() word line ending i current typed value before paths endings
+    # bash takes "--type=front" for three words.
+    for ((i = 1; i <= COMP_CWORD; ++i)); do
+        word=${COMP_WORDS[i]}
+        if ((i > 1)) && { [[ $word == [=:]* ]] || [[ ${COMP_WORDS[i - 1]} == *[=:] ]]; }; then
+            words[${#words[@]} - 1]+=$word
+        else
+            words+=("$word")
+        fi
     done
-    compopt -o default 2>/dev/null # file names when nothing else fits
-    if [[ $previous == --trace ]]; then
-        COMPREPLY=($(compgen -W 'error info debug' -- "$current"))
-    elif [[ $current == -* ]]; then
-        COMPREPLY=($(compgen -W "$(_aiffconv_section Options "$program" $command |
-            grep -oE '^  (-[a-z],)?--[a-z0-9-]+' | sed 's/.*--/--/')" -- "$current"))
-    elif [[ -z $command ]]; then
-        COMPREPLY=($(compgen -W "$commands" -- "$current"))
-    else
-        COMPREPLY=()
-    fi
+    current=${words[${#words[@]} - 1]}
+    before=${current%"${COMP_WORDS[COMP_CWORD]}"} # which bash keeps as it is
+    [[ ${COMP_WORDS[COMP_CWORD]} != [=:] ]] || before=$current
+    COMPREPLY=()
+    {
+        read -r paths endings
+        while IFS=$'\t' read -r word _; do
+            [[ $word == "$current"* ]] || continue
+            word=${word#"$before"}
+            [[ $word != *= ]] || compopt -o nospace 2>/dev/null
+            [[ $word != *[^A-Za-z0-9_=./:-]* ]] || printf -v word %q "$word"
+            COMPREPLY+=("$word")
+        done
+    } < <("${COMP_WORDS[0]/#\~\//$HOME/}" --complete "${words[@]}" 2>/dev/null)
+    [[ $paths == f* ]] || return 0
+    typed=$current
+    [[ $current != --*=* ]] || typed=${current#*=}
+    IFS= read value <<<"${typed#[\"\']}" # takes the backslashes out
+    value=${value/#\~\//$HOME/}
+    while IFS= read -r line; do
+        if [[ ! -d $line ]]; then
+            [[ $paths == files ]] || continue
+            ending=.${line##*.}
+            [[ -z $endings || " $endings " == *" ${ending,,} "* ]] || continue
+        fi
+        compopt -o filenames 2>/dev/null
+        [[ $typed != \~/* ]] || line=\~/${line#"$HOME/"}
+        [[ $before != "${current%"$typed"}"?* ]] || line=${line#"${before#"${current%"$typed"}"}"}
+        COMPREPLY+=("$line")
+    done < <(compgen -f -- "$value")
 }
 
 complete -F _aiffconv aiffconv

@@ -1,29 +1,27 @@
 # SPDX-License-Identifier: MIT
-# Completion for aiffconv in fish. Commands and options come from the program's own help,
-# so they always match the installed version.
+# Completion for aiffconv in fish. The program itself says what may come next.
 
-function __aiffconv_section # NAME COMMAND...: the entries of one section of its help
-    $argv[2..-1] --help 2>/dev/null | sed -n "/^$argv[1]:/,/^\$/p" | grep '^  [^ ]'
-end
-
-function __aiffconv_commands
-    __aiffconv_section Subcommands aiffconv | sed -E 's/^ +([^ ]+) +(.*)/\1\t\2/'
-end
-
-function __aiffconv_options
-    set -l command (commandline -opc)[2..-1]
-    set -l known (__aiffconv_commands | cut -f 1)
-    set -l chosen
-    for word in $command
-        if contains -- $word $known
-            set chosen $word
-            break
+function __aiffconv_candidates
+    set -l words (commandline -opc)
+    set -l current (commandline -ct)
+    set -l lines (command $words[1] --complete $words[2..-1] "$current" 2>/dev/null)
+    printf '%s\n' $lines[2..-1]
+    set -l paths (string split ' ' -- $lines[1])
+    test "$paths[1]" = none; and return
+    set -l before (string match -r -- '^--[^=]*=' "$current")
+    set -l value (string replace -r -- '^--[^=]*=' '' "$current")
+    set -l endings (string join '|' '\\'$paths[2..-1]'$') # as a pattern
+    # What fish itself offers for a command that it does not know.
+    for path in (complete -C "__aiffconv_path $value" | string replace -r '\t.*' '')
+        if string match -qr '/$' -- $path
+            printf '%s\n' "$before$path"
+        else if test $paths[1] = files
+            if not set -q paths[2]; or string match -qir -- $endings $path
+                printf '%s\n' "$before$path"
+            end
         end
     end
-    __aiffconv_section Options aiffconv $chosen |
-        grep -oE '^  (-[a-z],)?--[a-z0-9-]+' | sed 's/.*--/--/'
 end
 
-complete -c aiffconv -n __fish_use_subcommand -f -a '(__aiffconv_commands)'
-complete -c aiffconv -n 'string match -q -- "-*" (commandline -ct)' -a '(__aiffconv_options)'
-complete -c aiffconv -l trace -x -a 'error info debug'
+complete -c aiffconv -e
+complete -c aiffconv -f -a '(__aiffconv_candidates)'

@@ -9,12 +9,14 @@
 #include "host/base/Trace.h"
 #include "host/batch/Interruption.h"
 #include "host/commands/CommandGroup.h"
+#include "host/commands/Completion.h"
 
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -35,6 +37,7 @@ constexpr char kHelp[] = R"(Examples:
   aiffconv info song.aiff                      format, length and tags
   aiffconv tags set *.aiff "Album=The Album"   edit tags (see tags --help)
   aiffconv codecs                              which decoders were found
+  aiffconv completion bash                     completion for a shell (bash, zsh, fish)
   aiffconv convert --help                      all options of a command
 
 Exit codes:
@@ -45,6 +48,10 @@ Exit codes:
   4    everything was done, but an input was damaged: its output holds what
        could be read, or it has no checksum; or "check" found irregularities
   130  interrupted; unfinished outputs were removed)";
+
+// Before the words of a command line, of which the last is to be completed; for the scripts in
+// completions/.
+constexpr char kComplete[] = "--complete";
 
 // A file opened while one of the first three descriptors is closed would take its number
 // and receive what is meant for the terminal. The stand-ins are read-only, so that writing
@@ -66,13 +73,18 @@ int WithOutputWritten(host::ExitCode code)
                           host::Problem::FromErrno().About("standard output"));
 }
 
+int ShowText(const std::string& text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return WithOutputWritten(host::kExitDone);
+}
+
 // Shows the help that was asked for, or what is wrong with the command line.
 int EndParsing(const host::Program::Outcome& outcome)
 {
     if (outcome.kind == host::Program::Outcome::Kind::Refuse)
         return host::FailWith(host::kExitUsage, outcome.text);
-    std::fwrite(outcome.text.data(), 1, outcome.text.size(), stdout);
-    return WithOutputWritten(host::kExitDone);
+    return ShowText(outcome.text);
 }
 
 int Run(int argc, char** argv)
@@ -87,11 +99,18 @@ int Run(int argc, char** argv)
     std::string traceText;
     line.AddOption("--trace", traceText,
                    "Show what the decoders report: error, info or debug; add =FILE to write "
-                   "it to a file");
+                   "it to a file")
+        .Suggest([] {
+            return std::vector<std::string>{"error", "info", "debug", "error=", "info=", "debug="};
+        });
     host::CommandSet commands;
     commands.AddTo(line, {host::MakeConvertCommand, host::MakeEncodeCommand, host::MakeInfoCommand,
                           host::MakeTagsCommand, host::MakeCheckCommand, host::MakeMd5Command,
-                          host::MakeCodecsCommand});
+                          host::MakeCodecsCommand, host::MakeCompletionCommand});
+    if (argc > 1 && argv[1] == std::string_view(kComplete)) {
+        const std::vector<std::string> words(argv + 2, argv + argc);
+        return ShowText(host::CandidateLines(host::Complete(program.Summary(), words)));
+    }
     const host::Program::Outcome outcome = program.Parse(argc, argv);
     if (outcome.kind != host::Program::Outcome::Kind::Run)
         return EndParsing(outcome);

@@ -48,7 +48,7 @@ private:
 CommandLine CheckCommand::AddTo(CommandLine program)
 {
     const CommandLine command = program.AddCommand("check", "Find irregularities in AIFF files");
-    command.AddOption("IN", m_inputs, kInputs).Required();
+    command.AddOption("IN", m_inputs, kInputs).Required().Files(kAiffEndings);
     AddFetchOptions(command, m_fetch);
     command.AddFlag("--json", m_json, "Write one JSON object per input, one per line");
     command.AddFlag("-q,--quiet", m_quiet, "Do not list clean files");

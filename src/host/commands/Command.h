@@ -56,6 +56,7 @@ ExitCode FailWith(ExitCode code, const Problem& problem);
 
 std::unique_ptr<Command> MakeCheckCommand();
 std::unique_ptr<Command> MakeCodecsCommand();
+std::unique_ptr<Command> MakeCompletionCommand();
 std::unique_ptr<Command> MakeConvertCommand();
 std::unique_ptr<Command> MakeEncodeCommand();
 std::unique_ptr<Command> MakeInfoCommand();

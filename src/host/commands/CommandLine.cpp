@@ -40,6 +40,36 @@ std::string WhatIsWrong(const CLI::App& program, const CLI::ParseError& error)
     return std::string(error.what()) + " (--help explains it)";
 }
 
+OptionSummary Summarise(const CLI::Option& option, const ValueTable& values)
+{
+    OptionSummary summary;
+    for (const std::string& name : option.get_snames())
+        summary.names.push_back("-" + name);
+    for (const std::string& name : option.get_lnames())
+        summary.names.push_back("--" + name);
+    summary.help = option.get_description();
+    summary.takesValue = option.get_items_expected_max() > 0;
+    summary.repeats = option.get_expected_max() > 1;
+    for (const CLI::Option* excluded : option.get_excludes())
+        summary.excludes.push_back(excluded->get_name());
+    if (const auto known = values.find(&option); known != values.end())
+        summary.values = known->second;
+    else if (summary.names.empty())
+        summary.values.paths = Values::Paths::Files;
+    return summary;
+}
+
+CommandSummary Summarise(const CLI::App& app, const ValueTable& values)
+{
+    CommandSummary summary{app.get_name(), app.get_description(), {}, {}};
+    for (const CLI::Option* option : app.get_options())
+        if (!option->get_group().empty()) // that of those left out of help
+            summary.options.push_back(Summarise(*option, values));
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        summary.commands.push_back(Summarise(*command, values));
+    return summary;
+}
+
 } // namespace
 
 Option Option::Required() const
@@ -62,7 +92,28 @@ Option Option::Excludes(Option other) const
 
 Option Option::OneOf(std::initializer_list<const char*> values) const
 {
-    m_option->check(CLI::IsMember(std::vector<std::string>(values.begin(), values.end())));
+    const std::vector<std::string> words(values.begin(), values.end());
+    m_option->check(CLI::IsMember(words));
+    return Suggest([words] { return words; });
+}
+
+Option Option::Suggest(std::function<std::vector<std::string>()> values) const
+{
+    (*m_values)[m_option].words = std::move(values);
+    return *this;
+}
+
+Option Option::Files(std::span<const std::string_view> endings) const
+{
+    Values& values = (*m_values)[m_option];
+    values.paths = Values::Paths::Files;
+    values.endings.assign(endings.begin(), endings.end());
+    return *this;
+}
+
+Option Option::Folders() const
+{
+    (*m_values)[m_option].paths = Values::Paths::Folders;
     return *this;
 }
 
@@ -109,40 +160,40 @@ std::string Option::Name() const
 Option CommandLine::AddOption(const std::string& names, std::string& value,
                               const std::string& help) const
 {
-    return Option(m_app->add_option(names, value, help));
+    return {m_app->add_option(names, value, help), *m_values};
 }
 
 Option CommandLine::AddOption(const std::string& names, std::vector<std::string>& value,
                               const std::string& help) const
 {
-    return Option(m_app->add_option(names, value, help));
+    return {m_app->add_option(names, value, help), *m_values};
 }
 
 Option CommandLine::AddOption(const std::string& names, size_t& value,
                               const std::string& help) const
 {
-    return Option(m_app->add_option(names, value, help));
+    return {m_app->add_option(names, value, help), *m_values};
 }
 
 Option CommandLine::AddOption(const std::string& names, int& value, const std::string& help) const
 {
-    return Option(m_app->add_option(names, value, help));
+    return {m_app->add_option(names, value, help), *m_values};
 }
 
 Option CommandLine::AddFlag(const std::string& names, bool& value, const std::string& help) const
 {
-    return Option(m_app->add_flag(names, value, help));
+    return {m_app->add_flag(names, value, help), *m_values};
 }
 
 Option CommandLine::AddFlag(const std::string& names, std::function<void()> whenGiven,
                             const std::string& help) const
 {
-    return Option(m_app->add_flag_callback(names, std::move(whenGiven), help));
+    return {m_app->add_flag_callback(names, std::move(whenGiven), help), *m_values};
 }
 
 CommandLine CommandLine::AddCommand(const std::string& name, const std::string& help) const
 {
-    return CommandLine(m_app->add_subcommand(name, help));
+    return {m_app->add_subcommand(name, help), *m_values};
 }
 
 void CommandLine::RequireCommand() const
@@ -169,9 +220,14 @@ Program::Program(const std::string& name, const std::string& help, const std::st
 
 Program::~Program() = default;
 
-CommandLine Program::Line() const
+CommandLine Program::Line()
 {
-    return CommandLine(m_app.get());
+    return {m_app.get(), m_values};
+}
+
+CommandSummary Program::Summary() const
+{
+    return Summarise(*m_app, m_values);
 }
 
 Program::Outcome Program::Parse(int argc, const char* const* argv)

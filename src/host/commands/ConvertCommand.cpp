@@ -7,6 +7,7 @@
 #include "host/commands/OutputName.h"
 #include "support/text/XStr.h"
 
+#include <array>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,6 +19,7 @@ namespace
 
 constexpr char kWav[] = "wav";
 constexpr char kFlac[] = "flac";
+constexpr std::array<std::string_view, 2> kOutputEndings = {".wav", ".flac"};
 
 constexpr char kExamples[] = R"(Examples:
   aiffconv convert song.aiff -o song.wav
@@ -75,11 +77,12 @@ CommandLine ConvertCommand::AddTo(CommandLine program)
 {
     const CommandLine command =
         program.AddCommand("convert", "Convert to WAV or FLAC, bit for bit");
-    command.AddOption("IN", m_inputs, kInputs).Required();
+    command.AddOption("IN", m_inputs, kInputs).Required().Files(kAiffEndings);
     command
         .AddOption("-o,--output", m_batch.output,
                    "File or folder to write to, or - for standard output")
-        .Required();
+        .Required()
+        .Files(kOutputEndings);
     command.AddOption("--start", m_start, "Start converting here");
     command.AddOption("--end", m_end, "Stop converting here");
     command

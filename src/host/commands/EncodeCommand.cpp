@@ -42,8 +42,10 @@ CommandLine EncodeCommand::AddTo(CommandLine program)
 {
     const CommandLine command =
         program.AddCommand("encode", "Convert other formats to AIFF, bit for bit");
-    command.AddOption("IN", m_inputs, kInputs).Required();
-    command.AddOption("-o,--output", m_batch.output, "File or folder to write to").Required();
+    command.AddOption("IN", m_inputs, kInputs).Required().Files(kSoundEndings);
+    command.AddOption("-o,--output", m_batch.output, "File or folder to write to")
+        .Required()
+        .Files(kAiffEndings);
     AddFetchOptions(command, m_fetch);
     AddBatchOptions(command, m_batch);
     command.Footer(kExamples);

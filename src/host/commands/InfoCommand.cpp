@@ -239,7 +239,7 @@ CommandLine InfoCommand::AddTo(CommandLine program)
 {
     const CommandLine command =
         program.AddCommand("info", "Show format, length, properties and tags");
-    command.AddOption("IN", m_inputs, kInputs).Required();
+    command.AddOption("IN", m_inputs, kInputs).Required().Files(kAiffEndings);
     AddPluginOnlyOption(command, m_pluginOnly);
     AddFetchOptions(command, m_fetch);
     command.AddFlag("--json", m_json, "Write a JSON array with one object per input");

@@ -85,7 +85,7 @@ private:
 CommandLine Md5Command::AddTo(CommandLine program)
 {
     const CommandLine command = program.AddCommand("md5", "Print or check MD5 sums of the sound");
-    command.AddOption("IN", m_inputs, kInputs).Required();
+    command.AddOption("IN", m_inputs, kInputs).Required().Files(kSoundEndings);
     const Option check = command.AddFlag(
         "-c,--check", m_check, "Each IN is a list of sums: compare the files in it with them");
     command.AddFlag("-q,--quiet", m_quiet, "With --check: do not list what is as it should be")

@@ -6,6 +6,7 @@
 #include "host/commands/Command.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <fcntl.h>
@@ -22,6 +23,7 @@ using validate::Check;
 using validate::Findings;
 
 constexpr int kMaxTimeLimit = 86400; // seconds
+constexpr std::array<std::string_view, 1> kPluginEndings = {".so"};
 
 std::vector<Check> Chosen(const std::vector<std::string>& names)
 {
@@ -33,11 +35,11 @@ std::vector<Check> Chosen(const std::vector<std::string>& names)
     return checks;
 }
 
-std::string CheckNames()
+std::vector<std::string> CheckNames()
 {
-    std::string names;
+    std::vector<std::string> names;
     for (const Check& check : validate::AllChecks())
-        names += (names.empty() ? "" : ", ") + std::string(check.name);
+        names.emplace_back(check.name);
     return names;
 }
 
@@ -98,16 +100,19 @@ void PluginValidation::AddTo(CommandLine command)
 {
     command
         .AddOption("--validate", m_plugin, "Check that a decoder plug-in does what hosts rely on")
-        .ValueName("PLUGIN");
+        .ValueName("PLUGIN")
+        .Files(kPluginEndings);
     const auto add = [&](const char* name, auto& value, const char* type, const char* help) {
         const Option option = command.AddOption(name, value, help).ValueName(type);
         m_details.push_back(option);
         return option;
     };
     add("--samples", m_samples, "FOLDER",
-        "With --validate: decode copies of these files, too; needed for formats other than AIFF");
+        "With --validate: decode copies of these files, too; needed for formats other than AIFF")
+        .Folders();
     add("--only", m_only, "CHECK", "With --validate: make this check only (can be repeated)")
-        .OneValueEach();
+        .OneValueEach()
+        .Suggest(CheckNames);
     add("--time-limit", m_timeLimit, "SECONDS", "With --validate: for each check (default 60)");
     m_details.push_back(command.AddFlag(
         "--in-process", m_inProcess,
@@ -124,8 +129,12 @@ Problem PluginValidation::UsageProblem() const
     if (m_timeLimit < 1 || m_timeLimit > kMaxTimeLimit)
         return "--time-limit must be 1 to " + std::to_string(kMaxTimeLimit);
     for (const std::string& name : m_only) {
-        if (validate::FindCheck(name) == nullptr)
-            return "there is no check '" + name + "', but: " + CheckNames();
+        if (validate::FindCheck(name) != nullptr)
+            continue;
+        std::string known;
+        for (const std::string& check : CheckNames())
+            known += (known.empty() ? "" : ", ") + check;
+        return "there is no check '" + name + "', but: " + known;
     }
     Problem problem = m_plugin.empty() ? Problem() : PathProblem(m_plugin, false);
     return problem || m_samples.empty() ? problem : PathProblem(m_samples, true);

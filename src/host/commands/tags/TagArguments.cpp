@@ -6,6 +6,7 @@
 #include "support/text/Ascii.h"
 
 #include <algorithm>
+#include <set>
 #include <sys/stat.h>
 
 namespace aiff::host
@@ -45,6 +46,20 @@ void SayOwnField(const std::string& name)
 }
 
 } // namespace
+
+std::vector<std::string> FieldNames(const std::string& after)
+{
+    std::set<std::string> names;
+    for (const KnownField& field : KnownFields()) {
+        names.insert({field.name, field.property});
+        names.insert(field.aliases.begin(), field.aliases.end());
+    }
+    names.erase("");
+    std::vector<std::string> list;
+    for (const std::string& name : names)
+        list.push_back(name + after);
+    return list;
+}
 
 Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& assignments)
 {

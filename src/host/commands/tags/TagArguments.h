@@ -30,6 +30,9 @@ Result<FilesAndRest> SplitArguments(const std::vector<std::string>& arguments,
 
 bool Exists(const std::string& argument);
 
+// All names of known fields, sorted, each followed by `after`.
+std::vector<std::string> FieldNames(const std::string& after = {});
+
 // The items for "NAME=VALUE" texts, with the names of the fields that are meant. Texts of one field
 // become several values of one item; an empty value stays and removes the field. Refuses other
 // texts, and names and values that no field can have. Says which names make fields of their own.

@@ -9,6 +9,7 @@
 #include "host/commands/tags/TagWork.h"
 #include "host/writers/PictureKinds.h"
 
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -40,12 +41,13 @@ public:
     CommandLine AddTo(CommandLine program) override
     {
         const CommandLine command = program.AddCommand("export", "Save the pictures as files");
-        command.AddOption("IN", m_inputs, kInputs).Required();
+        command.AddOption("IN", m_inputs, kInputs).Required().Files(kAiffEndings);
         command
             .AddOption("-o,--output", m_folder,
                        "Folder for 1-front.jpg, 2-back.png, ...; of several files and those in "
                        "folders, each gets one of its own in there")
-            .Required();
+            .Required()
+            .Folders();
         command.AddFlag("--overwrite", m_overwrite, "Replace existing files");
         AddFetchOptions(command, m_fetch);
         AddQuietOption(command, m_quiet);
@@ -140,12 +142,15 @@ private:
     bool m_quiet = false;
 };
 
-std::string TypeList()
+constexpr std::array<std::string_view, 6> kAiffAndPictureEndings = {".aif",  ".aifc", ".aiff",
+                                                                    ".jpeg", ".jpg",  ".png"};
+
+std::vector<std::string> TypeNames()
 {
     std::vector<std::string> options;
     for (const PictureKind& kind : PictureKinds())
         options.emplace_back(kind.option);
-    return Joined(options);
+    return options;
 }
 
 Result<std::vector<uint8_t>> ReadPicture(const std::string& path)
@@ -179,12 +184,13 @@ public:
             .AddOption("FILE... IMAGE", m_arguments,
                        "Files and folders, then a PNG or JPEG picture")
             .Required()
+            .Files(kAiffAndPictureEndings)
             .AtLeast(2);
-        command.AddOption("--type", m_type, "What it shows (default: front)");
+        command.AddOption("--type", m_type, "What it shows (default: front)").Suggest(TypeNames);
         command.AddOption("--description", m_description, "A short description of it");
         AddVersionOption(command, m_options);
         AddEditOptions(command, m_options);
-        command.Footer("Replaces the pictures of that type. Types:\n" + TypeList());
+        command.Footer("Replaces the pictures of that type. Types:\n" + Joined(TypeNames()));
         return command;
     }
 
@@ -193,7 +199,7 @@ private:
     {
         const PictureKind* kind = PictureKindOfOption(m_type);
         if (kind == nullptr)
-            return FailWith(kExitUsage, "--type takes one of:\n" + TypeList());
+            return FailWith(kExitUsage, "--type takes one of:\n" + Joined(TypeNames()));
         const std::string path = m_arguments.back();
         const Result<std::vector<uint8_t>> picture = ReadPicture(path);
         if (!picture)
@@ -218,10 +224,12 @@ public:
     CommandLine AddTo(CommandLine program) override
     {
         const CommandLine command = program.AddCommand("remove", "Remove pictures from files");
-        command.AddOption("FILE", m_files, "Files and folders to change").Required();
-        command.AddOption("--type", m_type, "Only pictures of this type");
+        command.AddOption("FILE", m_files, "Files and folders to change")
+            .Required()
+            .Files(kAiffEndings);
+        command.AddOption("--type", m_type, "Only pictures of this type").Suggest(TypeNames);
         AddEditOptions(command, m_options);
-        command.Footer("Types:\n" + TypeList());
+        command.Footer("Types:\n" + Joined(TypeNames()));
         return command;
     }
 
@@ -230,7 +238,7 @@ private:
     {
         const PictureKind* const kind = PictureKindOfOption(m_type);
         if (kind == nullptr && !m_type.empty())
-            return FailWith(kExitUsage, "--type takes one of:\n" + TypeList());
+            return FailWith(kExitUsage, "--type takes one of:\n" + Joined(TypeNames()));
         return ForEachTagFile(m_files, loader, trace, m_options,
                               [kind](EditedFile& file) { return RemoveFrom(file, kind); });
     }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "host/batch/FindInputs.h"
 #include "host/commands/tags/TagWork.h"
 
 namespace aiff::host
@@ -12,7 +13,9 @@ public:
     CommandLine AddTo(CommandLine program) override
     {
         const CommandLine command = program.AddCommand("clear", "Remove all tags");
-        command.AddOption("FILE", m_files, "Files and folders to change").Required();
+        command.AddOption("FILE", m_files, "Files and folders to change")
+            .Required()
+            .Files(kAiffEndings);
         AddEditOptions(command, m_options);
         return command;
     }

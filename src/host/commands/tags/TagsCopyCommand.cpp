@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/base/Printable.h"
+#include "host/batch/FindInputs.h"
 #include "host/commands/FetchArguments.h"
 #include "host/commands/tags/TagWork.h"
 
@@ -21,8 +22,10 @@ public:
     {
         const CommandLine command =
             program.AddCommand("copy", "Copy the tag of one file to others");
-        command.AddOption("FROM", m_from, "A file, a URL, or - for standard input").Required();
-        command.AddOption("TO", m_to, "Files and folders to change").Required();
+        command.AddOption("FROM", m_from, "A file, a URL, or - for standard input")
+            .Required()
+            .Files(kAiffEndings);
+        command.AddOption("TO", m_to, "Files and folders to change").Required().Files(kAiffEndings);
         AddFetchOptions(command, m_fetch);
         AddEditOptions(command, m_options);
         command.Footer(kCopyRule);

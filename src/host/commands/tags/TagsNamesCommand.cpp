@@ -2,11 +2,11 @@
 #include "host/author/tags/KnownFields.h"
 #include "host/base/Json.h"
 #include "host/commands/Command.h"
+#include "host/commands/tags/TagArguments.h"
 #include "host/commands/tags/TagWork.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <set>
 
 namespace aiff::host
 {
@@ -52,12 +52,7 @@ private:
 
     static void PrintPlain()
     {
-        std::set<std::string> names;
-        for (const KnownField& field : KnownFields()) {
-            names.insert({field.name, field.property});
-            names.insert(field.aliases.begin(), field.aliases.end());
-        }
-        for (const std::string& name : names)
+        for (const std::string& name : FieldNames())
             std::printf("%s\n", name.c_str());
     }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/author/tags/KnownFields.h"
+#include "host/batch/FindInputs.h"
 #include "host/commands/tags/TagArguments.h"
 #include "host/commands/tags/TagWork.h"
 #include "support/text/XStr.h"
@@ -54,11 +55,14 @@ public:
         const CommandLine command = program.AddCommand("remove", "Remove fields");
         command
             .AddOption("FILE... NAME", m_arguments, "Files and folders, then the fields to remove")
-            .Required();
+            .Required()
+            .Files(kAiffEndings)
+            .Suggest([] { return FieldNames(); });
         command
             .AddOption("-n,--name", m_names,
                        "A field to remove, even if there is a file of that name")
-            .OneValueEach();
+            .OneValueEach()
+            .Suggest([] { return FieldNames(); });
         AddEditOptions(command, m_options);
         command.Footer(kRemoveRule);
         return command;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/author/tags/TagsFromJson.h"
 #include "host/base/Printable.h"
+#include "host/batch/FindInputs.h"
 #include "host/commands/tags/TagArguments.h"
 #include "host/commands/tags/TagWork.h"
 
+#include <array>
 #include <fstream>
 #include <iostream>
 
@@ -11,6 +13,8 @@ namespace aiff::host
 {
 namespace
 {
+
+constexpr std::array<std::string_view, 1> kJsonEndings = {".json"};
 
 constexpr char kSetRule[] =
     R"(Files come first. An argument is an assignment if it contains a "=" and no file
@@ -53,16 +57,20 @@ public:
         command
             .AddOption("FILE... NAME=VALUE", m_arguments,
                        "Files and folders, then the fields to set in them")
-            .Required();
+            .Required()
+            .Files(kAiffEndings)
+            .Suggest([] { return FieldNames("="); });
         const Option assignments =
             command
                 .AddOption("-s,--set", m_assignments,
                            "NAME=VALUE, even if there is a file of that name")
-                .OneValueEach();
+                .OneValueEach()
+                .Suggest([] { return FieldNames("="); });
         command
             .AddOption("--from-json", m_jsonFile,
                        "Set what a JSON file (-: standard input) says: that of \"tags show "
                        "--json\", or an object of names and values")
+            .Files(kJsonEndings)
             .Excludes(assignments);
         AddVersionOption(command, m_options);
         AddEditOptions(command, m_options);

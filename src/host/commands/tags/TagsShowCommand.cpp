@@ -20,7 +20,7 @@ public:
     CommandLine AddTo(CommandLine program) override
     {
         const CommandLine command = program.AddCommand("show", "Show fields and pictures");
-        command.AddOption("IN", m_inputs, kInputs).Required();
+        command.AddOption("IN", m_inputs, kInputs).Required().Files(kAiffEndings);
         AddFetchOptions(command, m_fetch);
         const Option json =
             command.AddFlag("--json", m_json, "Write a JSON array with one object per input");
