@@ -72,7 +72,7 @@ Problem AiffSource::ReadFormat(Codings accepted)
                                               : std::max(coding->unitBytes, 1);
     if (channels < 1 || (isByBits && (bits < 1 || bits > kMostBits)) ||
         channels * unitBytes > UINT16_MAX)
-        return ImpossibleFormat(channels, bits);
+        return ImpossibleFormatText(channels, bits);
     m_unitBytes = int64_t{channels} * unitBytes;
     m_layout.coding = coding;
     m_layout.code = common.compressionType;
@@ -192,7 +192,7 @@ Problem AiffSource::Disagreement() const
     // Of packets, programs count these, their frames, or the frames without those that fill the
     // last one.
     if (counted > held || (perUnit == 1 && counted != held))
-        return FramesDiffer(counted, held);
+        return FramesDifferText(counted, held);
     if (m_sampleBytes % m_unitBytes == 0)
         return {};
     return perUnit == 1 ? kEndsWithinFrame : kEndsWithinPacket;

@@ -3,9 +3,11 @@
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/HeaderReader.h"
+#include "host/author/OpenSource.h"
 #include "host/author/SoundCheck.h"
 #include "host/author/tags/AiffForm.h"
 #include "host/author/tags/TagCheck.h"
+#include "host/author/tags/UpdateTag.h"
 #include "host/base/Printable.h"
 #include "support/file/DiskFile.h"
 #include "tags/NTag.h"
@@ -14,6 +16,8 @@ namespace aiff::host
 {
 namespace
 {
+
+using enum IrregularityKind;
 
 // Nobody reads more than this.
 constexpr size_t kMostFindings = 100;
@@ -26,6 +30,15 @@ struct ChunkHeader {
 std::string Number(int64_t value)
 {
     return std::to_string(value);
+}
+
+// Of a tag that cannot be read; empty where there is none of the size that is claimed.
+IrregularityKind KindOfProblem(const std::vector<uint8_t>& tag)
+{
+    std::vector<uint8_t> updated;
+    if (tag.empty())
+        return MisfitTag;
+    return UpdateTag(tag, NTag(), updated) ? RefusedFrame : UnreadableTag;
 }
 
 class FormCheck
@@ -43,17 +56,23 @@ public:
         while (m_position < m_end && CheckChunk()) {
         }
         if (m_tags > 1)
-            Say("has " + Number(m_tags) + " tag chunks; most readers show only one of them");
-        m_sound.Finish(m_isCompressedForm, [this](const std::string& text) { Say(text); });
+            Say(SeveralTags,
+                "has " + Number(m_tags) + " tag chunks; most readers show only one of them");
+        m_sound.Finish(m_isCompressedForm, Sayer());
     }
 
 private:
-    void Say(const std::string& text)
+    void Say(IrregularityKind kind, const std::string& text)
     {
         if (m_findings.irregular.size() < kMostFindings)
-            m_findings.irregular.push_back(text);
+            m_findings.irregular.push_back({kind, text});
         else if (m_findings.irregular.size() == kMostFindings)
-            m_findings.irregular.push_back("has more irregularities, which are left out here");
+            m_findings.irregular.push_back(
+                {MoreThanListed, "has more irregularities, which are left out here"});
+    }
+    SoundCheck::Say Sayer()
+    {
+        return [this](IrregularityKind kind, const std::string& text) { Say(kind, text); };
     }
 
     bool CheckForm();
@@ -91,23 +110,24 @@ bool FormCheck::CheckForm()
     }
     m_isCompressedForm = type == FourCC(kFormTypeAIFC);
     if (type != FourCC(kFormTypeAIFF) && !m_isCompressedForm)
-        Say("is a form of type " + CodeText(type) + ", neither 'AIFF' nor 'AIFC'");
+        Say(UnknownFormType, "is a form of type " + CodeText(type) + ", neither 'AIFF' nor 'AIFC'");
     if (code != FourCC(kChunkForm))
-        Say("begins with " + CodeText(code) + " instead of 'FORM'");
+        Say(FormInLowerCase, "begins with " + CodeText(code) + " instead of 'FORM'");
     const int64_t size = clAIFFHandler::SizeToInt64(&header[4]);
     const int64_t formEnd = size + kChunkHeaderSize;
     if (size % 2 != 0)
-        Say("has a form of odd size (" + Counted(size, "byte") + ")");
+        Say(OddFormSize, "has a form of odd size (" + Counted(size, "byte") + ")");
     if (formEnd > m_fileSize)
-        Say("is cut off: its form lacks " + Counted(formEnd - m_fileSize, "byte") + " at the end");
+        Say(CutOff,
+            "is cut off: its form lacks " + Counted(formEnd - m_fileSize, "byte") + " at the end");
     m_end = std::min(formEnd, m_fileSize);
     if (formEnd < kFormHeaderSize || (formEnd == kFormHeaderSize && m_fileSize > formEnd)) {
-        Say("was never finished: its form says that it is empty");
+        Say(NeverFinished, "was never finished: its form says that it is empty");
         m_end = m_fileSize;
     } else if (formEnd < m_fileSize) {
         const TrailingBytes trailing = ReadTrailingBytes(m_file, formEnd);
-        Say("has " + Counted(trailing.count, "byte") + " after the end of its form (" +
-            trailing.Looks() + ")");
+        Say(AfterForm, "has " + Counted(trailing.count, "byte") + " after the end of its form (" +
+                           trailing.Looks() + ")");
     }
     return true;
 }
@@ -131,16 +151,17 @@ bool FormCheck::FindHeader(ChunkHeader& chunk)
     ChunkHeader earlier;
     if (m_afterOddChunk && ReadHeader(m_position - 1, earlier) && IsTextCode(earlier.code) &&
         earlier.nSize <= m_end - m_position + 1 - kChunkHeaderSize) {
-        Say("lacks the pad byte after the chunk " + m_previous + ", which has an odd size");
+        Say(MissingPad,
+            "lacks the pad byte after the chunk " + m_previous + ", which has an odd size");
         --m_position;
         chunk = earlier;
         return true;
     }
     if (found)
-        Say("has no chunk where one is due, at byte " + Number(m_position));
+        Say(NoChunk, "has no chunk where one is due, at byte " + Number(m_position));
     else
-        Say("has " + Counted(m_end - m_position, "stray byte") +
-            " at its end, too few for a chunk");
+        Say(StrayBytes, "has " + Counted(m_end - m_position, "stray byte") +
+                            " at its end, too few for a chunk");
     return false;
 }
 
@@ -154,13 +175,12 @@ bool FormCheck::CheckChunk()
     const int64_t left = m_end - start;
     const int64_t size = std::min(chunk.nSize, left);
     if (chunk.nSize > left)
-        Say("has a chunk " + name + " that claims " + Counted(chunk.nSize, "byte") + " where " +
-            Number(left) + (left == 1 ? " is left" : " are left"));
+        Say(ChunkTooLarge, "has a chunk " + name + " that claims " + Counted(chunk.nSize, "byte") +
+                               " where " + Number(left) + (left == 1 ? " is left" : " are left"));
     if (clAIFFHandler::CompareID(chunk.code, kChunkID3, true))
         CheckTag(name, start, size);
     else
-        m_sound.Take(chunk.code, m_file, start, size,
-                     [this](const std::string& text) { Say(text); });
+        m_sound.Take(chunk.code, m_file, start, size, Sayer());
     m_previous = name;
     m_afterOddChunk = size % 2 != 0;
     m_position = start + PaddedSize(size);
@@ -172,27 +192,50 @@ bool FormCheck::CheckChunk()
 void FormCheck::CheckPad(uint32_t code, int64_t position)
 {
     if (position >= m_end) {
-        Say("ends without the pad byte of its last chunk " + CodeText(code));
+        Say(NoLastPad, "ends without the pad byte of its last chunk " + CodeText(code));
         return;
     }
     ChunkHeader next;
     const bool missing = ReadHeader(position, next) && IsTextCode(next.code);
     const auto pad = m_headers.At(position, 1);
     if (!missing && !pad.empty() && pad[0] != 0)
-        Say("has a pad byte that is not zero, after the chunk " + m_previous);
+        Say(PadNotZero, "has a pad byte that is not zero, after the chunk " + m_previous);
 }
 
 void FormCheck::CheckTag(const std::string& name, int64_t position, int64_t size)
 {
     ++m_tags;
     if (size == 0) {
-        Say("has an empty tag chunk " + name);
+        Say(EmptyTagChunk, "has an empty tag chunk " + name);
         return;
     }
     std::vector<uint8_t> tag;
     NTag list;
     if (const Problem problem = ReadChunkTag(m_file, position, size, name, tag, list))
-        Say(problem.Text());
+        Say(KindOfProblem(tag), problem.Text());
+}
+
+// Whether tags can be changed: an edit refuses a file whose chunks it cannot follow.
+bool CanBeEdited(const std::string& path)
+{
+    std::error_code error;
+    clAIFFHandler aiff;
+    return aiff.Initialize(DiskFile::Open(path, DiskFile::Access::Read, error), {}) &&
+           aiff.PrepareForEdit() && aiff.HasSoundData();
+}
+
+void FindMending(const std::string& path, std::vector<Irregularity>& irregular)
+{
+    if (irregular.empty())
+        return;
+    const bool canEdit = CanBeEdited(path);
+    const bool canEncode = static_cast<bool>(OpenSource(path));
+    for (Irregularity& found : irregular) {
+        const IrregularityRule& rule = RuleOf(found.kind);
+        found.mending = rule.isMendedByTagEdit && canEdit    ? Mending::TagEdit
+                        : rule.isMendedByEncode && canEncode ? Mending::Encode
+                                                             : Mending::None;
+    }
 }
 
 } // namespace
@@ -206,6 +249,7 @@ FileFindings CheckFile(const std::string& path)
         findings.problem = error.message();
     else
         FormCheck(file, findings).Run();
+    FindMending(path, findings.irregular);
     return findings;
 }
 

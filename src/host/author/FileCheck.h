@@ -3,6 +3,7 @@
 // Checking AIFF files.
 #pragma once
 
+#include "host/author/Irregularities.h"
 #include "host/base/Problem.h"
 
 #include <string>
@@ -13,8 +14,8 @@ namespace aiff::host
 
 // What a check of an AIFF or AIFF-C file has found.
 struct FileFindings {
-    Problem problem;                    // why it cannot be read as such a file
-    std::vector<std::string> irregular; // sentences for people, in the order of the file
+    Problem problem;                     // why it cannot be read as such a file
+    std::vector<Irregularity> irregular; // in the order of the file
 
     bool IsReadable() const { return !problem; }
     bool IsClean() const { return !problem && irregular.empty(); }

@@ -15,6 +15,8 @@ namespace aiff::host
 namespace
 {
 
+using enum IrregularityKind;
+
 constexpr const char* kChunkVersion = "FVER";
 
 } // namespace
@@ -29,7 +31,8 @@ void SoundCheck::Take(uint32_t code, const XFile& file, int64_t position, int64_
         if (++m_sounds == 1)
             TakeSound(file, position, size, say);
     } else if (IsCommonOrSound(code)) {
-        say("has a COMM or SSND chunk in lower-case letters, which most readers overlook");
+        say(LowerCaseSound,
+            "has a COMM or SSND chunk in lower-case letters, which most readers overlook");
     }
     m_hasVersion |= code == FourCC(kChunkVersion);
 }
@@ -40,7 +43,8 @@ void SoundCheck::TakeCommon(const XFile& file, int64_t position, int64_t size, c
     const size_t wanted = static_cast<size_t>(std::min<int64_t>(size, std::ssize(body)));
     if (size < kLeastCommonSize || size > kMostCommonSize ||
         file.ReadAt(position, std::span(body).first(wanted)) != wanted) {
-        say("has a COMM chunk of " + Counted(size, "byte") + ", which cannot be used");
+        say(UnusableCommon,
+            "has a COMM chunk of " + Counted(size, "byte") + ", which cannot be used");
         return;
     }
     m_formatKnown = true;
@@ -56,32 +60,34 @@ void SoundCheck::TakeSound(const XFile& file, int64_t position, int64_t size, co
 {
     std::array<uint8_t, kSoundPrefixSize> prefix{};
     if (size < kSoundPrefixSize || file.ReadAt(position, prefix) != prefix.size()) {
-        say("has an SSND chunk that is too short for its own fields");
+        say(ShortSoundChunk, "has an SSND chunk that is too short for its own fields");
         return;
     }
     m_soundKnown = true;
     const int64_t offset = clAIFFHandler::SizeToInt64(prefix.data());
     if (offset != 0)
-        say("has its samples " + Counted(offset, "byte") +
-            " into its SSND chunk, which some readers ignore");
+        say(SampleOffset, "has its samples " + Counted(offset, "byte") +
+                              " into its SSND chunk, which some readers ignore");
     m_soundBytes = std::max<int64_t>(size - kSoundPrefixSize - offset, 0);
 }
 
 void SoundCheck::Finish(bool isAifc, const Say& say) const
 {
     if (m_commons == 0)
-        say("has no COMM chunk, so its audio format is unknown");
+        say(NoCommon, "has no COMM chunk, so its audio format is unknown");
     if (m_commons > 1)
-        say("has " + std::to_string(m_commons) + " COMM chunks, where one is allowed");
+        say(SeveralCommons,
+            "has " + std::to_string(m_commons) + " COMM chunks, where one is allowed");
     if (m_sounds > 1)
-        say("has " + std::to_string(m_sounds) + " SSND chunks, where one is allowed");
+        say(SeveralSounds,
+            "has " + std::to_string(m_sounds) + " SSND chunks, where one is allowed");
     if (isAifc && !m_hasVersion)
-        say("is AIFF-C and has no FVER chunk");
+        say(NoVersion, "is AIFF-C and has no FVER chunk");
     if (m_formatKnown)
         CheckFormat(isAifc, say);
     if (m_sounds == 0 && m_frames > 0)
-        say("has no SSND chunk, although its COMM chunk counts " +
-            Counted(m_frames, "sample frame"));
+        say(NoSound, "has no SSND chunk, although its COMM chunk counts " +
+                         Counted(m_frames, "sample frame"));
 }
 
 void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
@@ -93,13 +99,13 @@ void SoundCheck::CheckFormat(bool isAifc, const Say& say) const
     const bool possible =
         m_channels >= 1 && m_bits >= 1 && m_bits <= (isDouble ? kDoubleBits : kMostBits);
     if (!possible)
-        say(ImpossibleFormat(m_channels, m_bits));
+        say(ImpossibleFormat, ImpossibleFormatText(m_channels, m_bits));
     if (m_rate <= 0)
-        say("has an impossible sample rate");
+        say(ImpossibleRate, "has an impossible sample rate");
     if (isAifc && !m_namesCompression)
-        say("is AIFF-C and does not name its compression");
+        say(NoCompressionName, "is AIFF-C and does not name its compression");
     else if (coding == nullptr)
-        say("has an unknown compression " + CodeText(m_compression));
+        say(UnknownCompression, "has an unknown compression " + CodeText(m_compression));
     else if (coding->unitBytes >= 0 && coding->unitFrames == 1 && possible && m_soundKnown)
         CompareFrames(coding->unitBytes == 0 ? (m_bits + 7) / 8 : coding->unitBytes, say);
 }
@@ -109,10 +115,10 @@ void SoundCheck::CompareFrames(int sampleBytes, const Say& say) const
     const int64_t frameBytes = int64_t{m_channels} * sampleBytes;
     const int64_t held = m_soundBytes / frameBytes;
     if (m_soundBytes % frameBytes != 0)
-        say("has " + Counted(m_soundBytes % frameBytes, "byte") +
-            " of sound beyond its last whole sample frame");
+        say(PartOfFrame, "has " + Counted(m_soundBytes % frameBytes, "byte") +
+                             " of sound beyond its last whole sample frame");
     if (held != m_frames)
-        say(FramesDiffer(m_frames, held));
+        say(FramesDiffer, FramesDifferText(m_frames, held));
 }
 
 } // namespace aiff::host

@@ -3,6 +3,7 @@
 // The checks of the chunks that describe and hold the sound.
 #pragma once
 
+#include "host/author/Irregularities.h"
 #include "support/file/XFile.h"
 
 #include <cstdint>
@@ -16,7 +17,7 @@ namespace aiff::host
 class SoundCheck
 {
 public:
-    using Say = std::function<void(const std::string&)>;
+    using Say = std::function<void(IrregularityKind, const std::string&)>;
 
     // Takes a chunk whose `size` bytes of data begin at `position` in the file.
     void Take(uint32_t code, const XFile& file, int64_t position, int64_t size, const Say& say);

@@ -29,6 +29,15 @@ const char* StatusName(const FileFindings& findings)
     return findings.IsClean() ? "clean" : "irregular";
 }
 
+Json DetailJson(const Irregularity& found)
+{
+    const char* const command = CommandOf(found.mending);
+    return {{"kind", RuleOf(found.kind).name},
+            {"text", found.text},
+            {"meaning", RuleOf(found.kind).meaning},
+            {"mendedBy", command == nullptr ? Json() : Json(command)}};
+}
+
 class CheckCommand : public Command
 {
 public:
@@ -82,17 +91,25 @@ FileFindings CheckCommand::Check(const InputName& name) const
     SayHowItCame(*source, input.Name(), m_quiet);
     FileFindings findings = CheckFile(source->input.Path());
     if (source->incomplete)
-        findings.irregular.insert(findings.irregular.begin(), source->incomplete.Text());
+        findings.irregular.insert(findings.irregular.begin(), {IrregularityKind::IncompleteTransfer,
+                                                               source->incomplete.Text()});
     return findings;
 }
 
 void CheckCommand::Show(const std::string& name, const FileFindings& findings) const
 {
     if (m_json) {
+        Json texts = Json::array();
+        Json details = Json::array();
+        for (const Irregularity& found : findings.irregular) {
+            texts.push_back(found.text);
+            details.push_back(DetailJson(found));
+        }
         const Json line = {
             {"file", name},
             {"status", StatusName(findings)},
-            {"findings", findings.irregular},
+            {"findings", std::move(texts)},
+            {"details", std::move(details)},
             {"problem", findings.IsReadable() ? Json() : Json(findings.problem.Text())}};
         PrintJson(line, JsonLayout::OneLine);
         return;
@@ -101,8 +118,9 @@ void CheckCommand::Show(const std::string& name, const FileFindings& findings) c
         SayProblem(findings.problem.About(name));
     else
         std::printf("%s: %s\n", Printable(name).c_str(), StatusName(findings));
-    for (const std::string& text : findings.irregular)
-        std::printf("  %s\n", Printable(text).c_str());
+    for (const Irregularity& found : findings.irregular)
+        std::printf("  %s\n      %s %s\n", Printable(found.text).c_str(),
+                    RuleOf(found.kind).meaning, Advice(found.mending));
 }
 
 } // namespace

@@ -53,13 +53,13 @@ inline bool IsCommonOrSound(uint32_t code)
 
 inline constexpr int kMostBits = 32; // of a sample
 
-inline std::string ImpossibleFormat(int channels, int bits)
+inline std::string ImpossibleFormatText(int channels, int bits)
 {
     return "has an impossible format: " + Counted(channels, "channel") + ", " +
            Counted(bits, "bit");
 }
 
-inline std::string FramesDiffer(int64_t counted, int64_t held)
+inline std::string FramesDifferText(int64_t counted, int64_t held)
 {
     return "counts " + Counted(counted, "sample frame") + " in its COMM chunk and holds " +
            std::to_string(held) + " in its SSND chunk";
