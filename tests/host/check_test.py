@@ -101,12 +101,40 @@ def mend(content, details):
                 detail, left)
 
 
+def walk(content):
+    """Offset, code and data size of the chunks of a whole file, strictly."""
+    at, chunks = 12, []
+    while at < 8 + int.from_bytes(content[4:8], "big"):
+        size = int.from_bytes(content[at + 4:at + 8], "big")
+        chunks.append((at, content[at:at + 4].decode(), size))
+        at += 8 + size + size % 2
+    return chunks
+
+
+def pieces(name, content):
+    """What a map lists, which is the file from end to end but for what is left out."""
+    done = subprocess.run([aiffconv, "info", "--map", "--json", name], capture_output=True,
+                          check=False)
+    mapped = json.loads(done.stdout)[0]["map"]
+    at = gaps = 0
+    for piece in mapped["pieces"]:
+        gaps += piece["offset"] - at
+        assert piece["offset"] >= at and piece["bytes"] > 0, (mapped, name)
+        at = piece["offset"] + piece["bytes"]
+    assert at == len(content) and gaps == mapped["leftOutBytes"], (mapped, len(content))
+    return mapped["pieces"], mapped["leftOut"]
+
+
 for content, finding in CASES:
     write("in.aiff", content)
     told = json.loads(run(4 if finding else 0, "check", "in.aiff", "--json")[0])
     assert told["status"] == ("irregular" if finding else "clean"), (finding, told)
     explained.update(detail["kind"] for detail in told["details"])
     mend(content, told["details"])
+    listed = pieces("in.aiff", content)[0]
+    if not finding:
+        assert walk(content) == [
+            (piece["offset"], piece["chunk"], piece["dataBytes"]) for piece in listed[1:]], listed
     starts = [text[:len(finding)] for text in told["findings"]]
     assert finding in starts if finding else starts == [], (finding, told)
 
@@ -116,6 +144,9 @@ names = ["good", "none"]
 for size in range(1, len(whole), 7):
     names.append(f"cut{size}")
     write(names[-1], whole[:size])
+    if size >= 12 and size % 4 == 0:
+        last = pieces(names[-1], whole[:size])[0]
+        assert any(piece["beyondEnd"] for piece in last), (size, last)
 write("in.aiff", whole[:300])
 mend(whole[:300], json.loads(run(4, "check", "--json", "in.aiff")[0])["details"])
 out, err = run(1, "check", "-q", *names)
@@ -124,6 +155,13 @@ for part in ("none: No such file", "cut8: is too short to be an AIFF file",
     assert part in out + err, (out, err)
 assert "clean" not in out and out.count("irregular") + err.count("too short") == len(names) - 2
 assert run(0, "check", "good")[0] == "good: clean\n"
+# Of many chunks, few are listed.
+many = write("many", form(b"FORM", b"AIFF", [COMM, *[(b"JUNK", b"")] * 100000, SSND]))
+listed, left = pieces("many", many)
+assert left + len(listed) == 100003 and len(listed) < 2000, left
+assert [piece["what"] for piece in listed[:2] + listed[-1:]] == [
+    "the form, of type 'AIFF'", "format of the sound", "sound"], listed[-1]
+
 project = os.path.join(os.path.dirname(__file__), "../..")
 table = read(project + "/src/host/author/Irregularities.cpp").decode()
 manual = read(project + "/docs/aiffconv.1").decode().replace("\\", "")

@@ -12,6 +12,8 @@
 #include "support/file/DiskFile.h"
 #include "tags/NTag.h"
 
+#include <optional>
+
 namespace aiff::host
 {
 namespace
@@ -44,8 +46,9 @@ IrregularityKind KindOfProblem(const std::vector<uint8_t>& tag)
 class FormCheck
 {
 public:
-    FormCheck(XFile& file, FileFindings& findings)
-        : m_file(file), m_headers(file, file.Size()), m_findings(findings), m_fileSize(file.Size())
+    FormCheck(XFile& file, FileFindings& findings, FileMap& map)
+        : m_file(file), m_headers(file, file.Size()), m_findings(findings), m_map(map),
+          m_fileSize(file.Size())
     {
     }
 
@@ -55,6 +58,9 @@ public:
             return;
         while (m_position < m_end && CheckChunk()) {
         }
+        if (m_chunk)
+            m_map.Add(std::move(*m_chunk));
+        AddRest();
         if (m_tags > 1)
             Say(SeveralTags,
                 "has " + Number(m_tags) + " tag chunks; most readers show only one of them");
@@ -80,11 +86,15 @@ private:
     bool ReadHeader(int64_t position, ChunkHeader& chunk);
     bool FindHeader(ChunkHeader& chunk);
     void CheckPad(uint32_t code, int64_t position);
+    void MapChunk(const ChunkHeader& chunk, int64_t held);
+    void AddRest();
     void CheckTag(const std::string& name, int64_t position, int64_t size);
 
     XFile& m_file;
     HeaderReader m_headers;
     FileFindings& m_findings;
+    FileMap& m_map;
+    std::optional<FilePiece> m_chunk; // the last one, whose pad byte the next one decides
     SoundCheck m_sound;
     int64_t m_fileSize;
     int64_t m_position = kFormHeaderSize;
@@ -129,6 +139,8 @@ bool FormCheck::CheckForm()
         Say(AfterForm, "has " + Counted(trailing.count, "byte") + " after the end of its form (" +
                            trailing.Looks() + ")");
     }
+    m_map.Add({0, kFormHeaderSize, CodeText(code).substr(1, sizeof code), size, false,
+               std::max<int64_t>(formEnd - m_fileSize, 0), "the form, of type " + CodeText(type)});
     return true;
 }
 
@@ -154,6 +166,8 @@ bool FormCheck::FindHeader(ChunkHeader& chunk)
         Say(MissingPad,
             "lacks the pad byte after the chunk " + m_previous + ", which has an odd size");
         --m_position;
+        --m_chunk->size;
+        m_chunk->isPadded = false;
         chunk = earlier;
         return true;
     }
@@ -181,12 +195,45 @@ bool FormCheck::CheckChunk()
         CheckTag(name, start, size);
     else
         m_sound.Take(chunk.code, m_file, start, size, Sayer());
+    MapChunk(chunk, size);
     m_previous = name;
     m_afterOddChunk = size % 2 != 0;
     m_position = start + PaddedSize(size);
     if (m_afterOddChunk)
         CheckPad(chunk.code, start + size);
     return chunk.nSize <= left;
+}
+
+void FormCheck::MapChunk(const ChunkHeader& chunk, int64_t held)
+{
+    if (m_chunk)
+        m_map.Add(std::move(*m_chunk));
+    const std::string code = CodeText(chunk.code).substr(1, sizeof chunk.code);
+    const int64_t end = m_position + kChunkHeaderSize + held;
+    const bool isPadded = held % 2 != 0 && end < m_end;
+    m_chunk = {m_position,
+               end + (isPadded ? 1 : 0) - m_position,
+               code,
+               chunk.nSize,
+               isPadded,
+               chunk.nSize - held,
+               ChunkPurpose(code)};
+}
+
+// What lies after the last chunk, in the form and after it.
+void FormCheck::AddRest()
+{
+    const int64_t position = m_map.pieces.empty() ? 0 : m_position;
+    if (position < m_end)
+        m_map.Add({position, m_end - position, {}, 0, false, 0, "no chunk, but in the form"});
+    if (m_end < m_fileSize)
+        m_map.Add({m_end,
+                   m_fileSize - m_end,
+                   {},
+                   0,
+                   false,
+                   0,
+                   "after the form: " + ReadTrailingBytes(m_file, m_end).Looks()});
 }
 
 void FormCheck::CheckPad(uint32_t code, int64_t position)
@@ -238,9 +285,7 @@ void FindMending(const std::string& path, std::vector<Irregularity>& irregular)
     }
 }
 
-} // namespace
-
-FileFindings CheckFile(const std::string& path)
+FileFindings Walk(const std::string& path, FileMap& map)
 {
     FileFindings findings;
     XFile file;
@@ -248,9 +293,25 @@ FileFindings CheckFile(const std::string& path)
     if (!file.Open(DiskFile::Open(path, DiskFile::Access::Read, error)))
         findings.problem = error.message();
     else
-        FormCheck(file, findings).Run();
+        FormCheck(file, findings, map).Run();
+    return findings;
+}
+
+} // namespace
+
+FileFindings CheckFile(const std::string& path)
+{
+    FileMap map;
+    FileFindings findings = Walk(path, map);
     FindMending(path, findings.irregular);
     return findings;
+}
+
+FileMap MapFile(const std::string& path)
+{
+    FileMap map;
+    (void)Walk(path, map);
+    return map;
 }
 
 } // namespace aiff::host

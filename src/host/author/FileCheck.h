@@ -3,6 +3,7 @@
 // Checking AIFF files.
 #pragma once
 
+#include "host/author/FileMap.h"
 #include "host/author/Irregularities.h"
 #include "host/base/Problem.h"
 
@@ -24,5 +25,8 @@ struct FileFindings {
 // Checks sizes, pad bytes, the tag, and the audio format against the sound. Reads headers
 // and tags, but not the sound.
 FileFindings CheckFile(const std::string& path);
+
+// The parts of the file as that check finds them; none of a file that is no AIFF file.
+FileMap MapFile(const std::string& path);
 
 } // namespace aiff::host

@@ -24,8 +24,9 @@ constexpr IrregularityRule kRules[] = {
     {NeverFinished, "never-finished",
      "The program that wrote it was stopped: many players show no sound.", true, false},
     {AfterForm, "after-form",
-     "Players ignore what is there; few programs see tags in it, and editors may cut it off.", true,
-     true},
+     "Players ignore what is there; few programs see tags in it, and editors may cut it off, as "
+     "'tags set --force' does.",
+     true, true},
     {MissingPad, "missing-pad",
      "Readers that follow the sizes lose what comes after it; editors may destroy that.", false,
      true},
@@ -94,8 +95,7 @@ const char* Advice(Mending mending)
 {
     switch (mending) {
     case Mending::TagEdit:
-        return "Any change of its tags mends that, such as 'aiffconv tags set FILE Title=...' "
-               "(--force where bytes are cut off).";
+        return "Any change of its tags mends that, such as 'aiffconv tags set FILE Title=...'.";
     case Mending::Encode:
         return "'aiffconv encode' makes a right file of what can be read of it.";
     case Mending::None:

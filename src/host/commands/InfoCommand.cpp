@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/author/CodedSound.h"
+#include "host/author/FileCheck.h"
 #include "host/author/SoundFile.h"
 #include "host/author/marks/AiffMarks.h"
 #include "host/author/tags/ReadFileTags.h"
@@ -8,6 +9,7 @@
 #include "host/batch/FindInputs.h"
 #include "host/commands/Command.h"
 #include "host/commands/FetchArguments.h"
+#include "host/commands/MapText.h"
 #include "host/commands/TimePoint.h"
 #include "host/session/DecoderSession.h"
 #include "host/session/Reason.h"
@@ -24,6 +26,7 @@ namespace
 
 constexpr char kExamples[] = R"(Examples:
   aiffconv info song.aiff
+  aiffconv info --map song.aiff                with the chunks of the file
   aiffconv info *.aiff --json | jq '.[].format')";
 
 int64_t Frames(const STQvAudioInfo& info)
@@ -76,6 +79,7 @@ struct Findings {
     bool isCoded = false;
     std::optional<CodedSound> conversion = {};
     SoundMarks marks = {};
+    std::optional<FileMap> map = {};
 };
 
 int64_t Frames(const PcmReader& reader)
@@ -178,17 +182,19 @@ void PrintInfo(const DecoderSession& session, const Findings& findings)
     PrintLine("Format", FormatText(info));
     PrintLine("Length", LengthText(session));
     PrintLine("Bit rate", std::to_string(info.nBitRate / 1000) + " kbit/s");
-    PrintLine("Decoder", ToUtf8(session.UsedDecoder().description));
     if (findings.isCoded)
         PrintConversion(findings.conversion);
-    PrintMarks(findings.marks);
     if (findings.warning)
         PrintLine("Problem", findings.warning.Text());
-    for (const TagItem& item : session.Properties())
-        PrintLine(item.name, item.value);
     if (!findings.tags.empty())
         std::printf("  Tags\n");
     PrintTags(findings.tags, 4);
+    PrintMarks(findings.marks);
+    for (const TagItem& item : session.Properties())
+        PrintLine(item.name, item.value);
+    PrintLine("Decoder", ToUtf8(session.UsedDecoder().description));
+    if (findings.map)
+        PrintMap(*findings.map);
 }
 
 Json InfoJson(const DecoderSession& session, const Findings& findings)
@@ -214,6 +220,8 @@ Json InfoJson(const DecoderSession& session, const Findings& findings)
         entry["conversion"] = ConversionJson(findings.conversion);
     if (findings.warning)
         entry["problem"] = findings.warning.Text();
+    if (findings.map)
+        entry["map"] = MapJson(*findings.map);
     return entry;
 }
 
@@ -226,11 +234,14 @@ private:
     ExitCode Work(const codecs::CodecLoader& loader, const Trace& trace) override;
     ExitCode Show(const codecs::CodecLoader& loader, ReportCapture& report, const InputName& name,
                   Json& list) const;
+    ExitCode Fail(const std::string& name, const Problem& problem, const FileMap& map,
+                  Json& list) const;
     Findings Find(const DecoderSession& session, const Input& input) const;
 
     std::vector<std::string> m_inputs;
     Fetch m_fetch = Fetch::WhenNeeded;
     bool m_pluginOnly = false;
+    bool m_map = false;
     bool m_json = false;
     bool m_quiet = false;
 };
@@ -242,6 +253,8 @@ CommandLine InfoCommand::AddTo(CommandLine program)
     command.AddOption("IN", m_inputs, kInputs).Required().Files(kAiffEndings);
     AddPluginOnlyOption(command, m_pluginOnly);
     AddFetchOptions(command, m_fetch);
+    command.AddFlag("--map", m_map,
+                    "Show also where the chunks of an AIFF file lie, and what they are for");
     command.AddFlag("--json", m_json, "Write a JSON array with one object per input");
     AddQuietOption(command, m_quiet);
     command.Footer(kExamples);
@@ -265,22 +278,24 @@ ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& rep
 {
     const Input input(name.name);
     const Result<InputAtHand> source =
-        BringToHand(loader, report, input, Wanted::Description, m_fetch, [](int64_t) {});
+        m_map ? BringFileToHand(input, m_fetch, [](int64_t) {})
+              : BringToHand(loader, report, input, Wanted::Description, m_fetch, [](int64_t) {});
     DecoderSession session(loader, report);
     Problem problem = name.problem ? name.problem
                       : source     ? source->input.FileProblem()
                                    : source.Why();
+    const FileMap map = m_map && !problem ? MapFile(source->input.Path()) : FileMap();
     constexpr uint32_t kFlags = QV_OPEN_AUDIO_INFO | QV_OPEN_READ_TAGS | QV_OPEN_PROPERTIES;
     if (!problem && !session.Open(source->input, kFlags))
         problem = source->incomplete ? source->incomplete : FailureReason(session);
-    if (problem) {
-        list.push_back({{"file", input.Name()}, {"error", problem.Text()}});
-        return FailWith(kExitSomeFailed, problem.About(input.Name()));
-    }
+    if (problem)
+        return Fail(input.Name(), problem, map, list);
     SayHowItCame(*source, input.Name(), m_quiet);
     Findings findings = Find(session, source->input);
     if (source->incomplete)
         findings.warning = source->incomplete;
+    if (m_map)
+        findings.map = map;
     if (m_json)
         list.push_back(InfoJson(session, findings));
     else if (!m_quiet)
@@ -288,6 +303,21 @@ ExitCode InfoCommand::Show(const codecs::CodecLoader& loader, ReportCapture& rep
     else if (findings.warning)
         SayProblem(findings.warning.About(input.Name()));
     return findings.warning ? kExitDamaged : kExitDone;
+}
+
+// A file that no decoder takes may have a map all the same.
+ExitCode InfoCommand::Fail(const std::string& name, const Problem& problem, const FileMap& map,
+                           Json& list) const
+{
+    list.push_back({{"file", name}, {"error", problem.Text()}});
+    if (m_map)
+        list.back()["map"] = MapJson(map);
+    const ExitCode code = FailWith(kExitSomeFailed, problem.About(name));
+    if (!map.pieces.empty() && !m_json && !m_quiet) {
+        std::printf("%s\n", Printable(name).c_str());
+        PrintMap(map);
+    }
+    return code;
 }
 
 Findings InfoCommand::Find(const DecoderSession& session, const Input& input) const
