@@ -11,6 +11,7 @@
 #include "host/commands/CommandGroup.h"
 #include "host/commands/Completion.h"
 
+#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -137,6 +138,7 @@ int Run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     KeepStandardDescriptors();
+    std::setlocale(LC_CTYPE, "");  // how wide characters are on the terminal
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone away makes a write fail
     std::signal(SIGXFSZ, SIG_IGN); // and so does a file that may not grow further
     host::Interruption::Watch();

@@ -9,9 +9,12 @@
 #include "host/batch/Jobs.h"
 #include "host/batch/NewFolders.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -148,8 +151,18 @@ Progress::Style ProgressStyle(const BatchOptions& options, const Trace& trace)
 {
     if (options.quiet || options.json)
         return Progress::Style::Quiet;
-    const bool bar = isatty(STDERR_FILENO) != 0 && !trace.onTerminal;
+    const char* const terminal = std::getenv("TERM");
+    const bool canErase = terminal != nullptr && terminal != std::string_view("dumb");
+    const bool bar = isatty(STDERR_FILENO) != 0 && canErase && !trace.onTerminal;
     return bar ? Progress::Style::Bar : Progress::Style::Lines;
+}
+
+// Negative where it is unknown.
+int64_t SizeOf(const Input& input)
+{
+    struct stat status;
+    const bool isFile = input.IsFile() && stat(input.Path().c_str(), &status) == 0;
+    return isFile && S_ISREG(status.st_mode) ? status.st_size : input.IsFile() ? 0 : -1;
 }
 
 void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& trace,
@@ -160,7 +173,11 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
     // A trace shows one file at a time, so that its lines do not mix.
     const size_t workers =
         WithinDescriptorLimit(WorkerCount(files, trace.IsOn() ? 1 : options.jobs));
-    Progress progress(ProgressStyle(options, trace), files, workers);
+    const Progress::Style style = ProgressStyle(options, trace);
+    std::vector<int64_t> sizes(files);
+    if (style == Progress::Style::Bar)
+        std::ranges::transform(plan.items, sizes.begin(), SizeOf, &OutputPlan::Item::input);
+    Progress progress(style, std::move(sizes), workers);
     std::vector<FileWork> works;
     for (size_t worker = 0; worker < workers; ++worker)
         works.push_back(task.makeWork(
@@ -168,6 +185,7 @@ void RunAll(const OutputPlan& plan, const BatchOptions& options, const Trace& tr
     InOrder lines(files);
     RunJobs(files, workers, [&](size_t index, size_t worker) {
         const OutputPlan::Item& item = plan.items[index];
+        progress.Begin(worker, index, item.input.BaseName());
         const Clock::time_point start = Clock::now();
         const FileResult result = RunFile(item, works[worker], options, task, makeFolder);
         const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();

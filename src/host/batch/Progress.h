@@ -4,14 +4,17 @@
 #pragma once
 
 #include "host/base/Problem.h"
+#include "host/batch/ProgressBar.h"
 
 #include <atomic>
-#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace aiff::host
@@ -45,14 +48,17 @@ public:
         Bar
     };
 
-    Progress(Style style, size_t files, size_t workers);
+    // sizes  of the files in bytes; negative where that is unknown
+    Progress(Style style, std::vector<int64_t> sizes, size_t workers);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    // A worker has got this far with its current file.
+    // A worker begins the file with an index into the sizes.
+    void Begin(size_t worker, size_t index, std::string_view name);
+    // It has got this far with the file.
     void Update(size_t worker, Advance advance);
-    // A worker has finished a file, successfully or not.
+    // It has finished the file, successfully or not.
     void FileDone(size_t worker);
     // How a file went, unless `line` is empty. Shown in the style Lines, and in the style Bar
     // when there is only one file.
@@ -63,22 +69,33 @@ public:
     void ShowProblem(const Problem& problem);
 
 private:
-    using Clock = std::chrono::steady_clock;
+    struct File {
+        size_t index;
+        std::string name; // as Printable makes it
+    };
 
-    void Draw();
-    std::string ReceivedText() const;
+    void DrawUntilEnd();
+    ProgressState State();
+    int64_t BytesOf(size_t worker) const;
     void Erase();
     void Write(std::string_view line);
 
     const Style m_style;
-    const size_t m_files;
+    const std::vector<int64_t> m_sizes;
     // Of each worker's current file.
     std::vector<std::atomic<float>> m_fractions;
     std::vector<std::atomic<int64_t>> m_received;
-    std::atomic<Clock::rep> m_nextDraw{0};
     std::mutex m_access; // guards what follows, and standard error
+    std::vector<std::optional<File>> m_current;
     size_t m_filesDone = 0;
+    int64_t m_bytesDone = 0; // of these files
+    int64_t m_total = 0;     // bytes of known sizes, done and to do
+    size_t m_unknown = 0;    // files to do whose size is unknown
+    Speed m_speed;
     bool m_drawn = false;
+    bool m_ends = false;
+    std::condition_variable m_end;
+    std::thread m_drawing;
 };
 
 } // namespace aiff::host
