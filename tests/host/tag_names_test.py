@@ -29,7 +29,7 @@ TYPED = {
     "Encoded-By": "TENC", "Subtitle": "TIT3", "artist sort": "TSOP", "SortTitle": "TSOT",
     "AlbumSort": "TSOA", "sort_album_artist": "TSO2", "COMPOSERSORT": "TSOC", "compilation": "TCMP",
     "OriginalDate": "TDOR", "Website": "WXXX:", "COMMENT:Mine": "COMM:Mine:eng", "tenc": "TENC",
-    "Mood": "TXXX:MOOD", "MUSICBRAINZ_ALBUMID": "TXXX:MusicBrainz Album Id", "TXXX:Key": "TXXX:Key",
+    "Podcast Category": "TCAT", "MOVEMENTNAME": "MVNM", "Original-Filename": "TOFN", "MUSICBRAINZ_ALBUMID": "TXXX:MusicBrainz Album Id", "TXXX:Key": "TXXX:Key",
     "ReplayGain Track Gain": "TXXX:replaygain_track_gain", "ReleaseCountry":
     "TXXX:MusicBrainz Album Release Country", "copyright": "TCOP", "original artist": "TOPE",
 }
@@ -38,7 +38,11 @@ for version in (3, 4):
     err = run(0, "tags", "set", "t.aiff", *(f"{name}=2004" for name in TYPED))[1]
     assert "own" not in err, err
     assert texts("t.aiff").keys() == {"TALB", *TYPED.values()}, texts("t.aiff")
-    run(0, "tags", "remove", "t.aiff", *TYPED)
+    for mood in ("calm", "wild"):
+        run(0, "tags", "set", "t.aiff", "MOOD=" + mood)
+        assert texts("t.aiff")["TMOO" if version == 4 else "TXXX:Mood"] == mood
+    assert sum("moo" in key.lower() for key in texts("t.aiff")) == 1, texts("t.aiff")
+    run(0, "tags", "remove", "t.aiff", "Mood", *TYPED)
     assert texts("t.aiff") == {"TALB": "kept"}, texts("t.aiff")
 
 # A name that makes a field of its own is said once, and what it may have been meant to be.

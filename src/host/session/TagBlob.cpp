@@ -132,6 +132,14 @@ std::vector<std::string> TagItem::Values() const
     return values;
 }
 
+std::string JoinedItem(const std::vector<std::string>& values)
+{
+    std::string item;
+    for (size_t i = 0; i < values.size(); ++i)
+        item += (i == 0 ? "" : "\r") + values[i];
+    return item;
+}
+
 std::string TagItem::PictureDescription() const
 {
     const size_t separator = name.find(kSubDescription);

@@ -33,6 +33,9 @@ struct TagItem {
     bool IsInformation() const;
 };
 
+// The value of an item with several values.
+std::string JoinedItem(const std::vector<std::string>& values);
+
 // Reads the items of a tag blob, whose layout qvcodec.h describes. Reading stops at the
 // first inconsistency and keeps the items before it; nothing outside the blob is read.
 std::vector<TagItem> ReadTagBlob(std::span<const uint8_t> blob);

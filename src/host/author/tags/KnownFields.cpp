@@ -19,7 +19,6 @@ namespace
 {
 
 using id3parser::FrameRule;
-using id3parser::ReadRule;
 
 constexpr std::string_view kUserText = "TXXX";
 constexpr std::string_view kUserTextPrefix = "TXXX:";
@@ -53,7 +52,6 @@ constexpr const char* kUserTexts[] = {
     "ENERGYLEVEL",
     "LICENSE",
     "MIXER",
-    "MOOD",
     "MusicBrainz Album Artist Id",
     "MusicBrainz Album Id",
     "MusicBrainz Album Release Country",
@@ -72,6 +70,29 @@ constexpr const char* kUserTexts[] = {
     "replaygain_track_gain",
     "replaygain_track_peak",
     "SCRIPT",
+};
+
+// Text frames that decoders have no field for.
+struct FrameField {
+    std::string_view name;
+    std::string_view frame;
+    bool isV24 = false; // ID3v2.3 has no such frame
+};
+constexpr FrameField kFrameFields[] = {
+    {"Encoding time", "TDEN", true},
+    {"File type", "TFLT"},
+    {"Mood", "TMOO", true},
+    {"Movement", "MVNM"},
+    {"Movement number", "MVIN"},
+    {"Original file name", "TOFN"},
+    {"Original lyricist", "TOLY"},
+    {"Playlist delay", "TDLY"},
+    {"Podcast category", "TCAT"},
+    {"Podcast description", "TDES"},
+    {"Podcast id", "TGID"},
+    {"Podcast keywords", "TKWD"},
+    {"Produced notice", "TPRO", true},
+    {"Tagging time", "TDTG", true},
 };
 
 // What people call fields, beside the names of frames, of properties and of TagNames.
@@ -186,6 +207,13 @@ Fields::Fields()
 {
     for (const FrameRule& rule : id3parser::FrameRules())
         AddRule(rule);
+    for (const FrameField& field : kFrameFields) {
+        const std::string frame(field.frame);
+        KnownField& known = m_fields[IndexOf(field.name, Utf8Of(PropertyOfText(frame)))];
+        known.v23 = field.isV24 ? "" : frame;
+        known.v24 = frame;
+        m_byName.try_emplace(Folded(frame), static_cast<size_t>(&known - m_fields.data()));
+    }
     for (const char* const name : kUserTexts)
         IndexOf(name, Utf8Of(PropertyOfUserText(name)));
     for (const NumberedProperty& numbered : NumberedProperties()) {
@@ -270,6 +298,20 @@ std::string FieldName(const std::string& name)
         return "User defined URL link " + *description;
     const KnownField* const field = FindKnownField(name);
     return field == nullptr ? name : field->name;
+}
+
+std::string FrameOfField(std::string_view name, int revision)
+{
+    for (const FrameField& field : kFrameFields)
+        if (EqualNoCase(field.name, name) && (!field.isV24 || revision == kNewestVersion))
+            return std::string(field.frame);
+    return {};
+}
+
+std::string FieldOfFrame(std::string_view frame)
+{
+    const auto* const found = std::ranges::find(kFrameFields, frame, &FrameField::frame);
+    return found == std::end(kFrameFields) ? "" : std::string(found->name);
 }
 
 bool MakesOwnField(const std::string& name)

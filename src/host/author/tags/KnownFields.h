@@ -29,6 +29,14 @@ const KnownField* FindKnownField(std::string_view name);
 // are a comment and a URL with a description, and what follows "TXXX:" is taken as it is.
 std::string FieldName(const std::string& name);
 
+inline constexpr int kNewestVersion = 4; // has all frames
+
+// The text frame that holds a field in a version, where decoders have no field for that frame: they
+// would write another one. Empty for other fields.
+std::string FrameOfField(std::string_view name, int revision);
+// The other way round.
+std::string FieldOfFrame(std::string_view frame);
+
 // Whether a field with that name gets a frame of its own with this name, and programs do not know
 // it: "TXXX:" before the name says that this is meant.
 bool MakesOwnField(const std::string& name);

@@ -15,7 +15,6 @@ namespace
 {
 
 using id3parser::FrameRule;
-using id3parser::ReadRule;
 using id3parser::WriteRule;
 
 constexpr size_t kYear = 4; // characters of a date
@@ -78,7 +77,14 @@ void Planner::Take(TagItem item)
         m_plan.suitsDecoder = false;
     m_plan.expected.push_back(item);
     const std::vector<std::string> values = item.Values();
-    if (rule == nullptr || values.size() == 1) {
+    const int revision = item.value.empty() ? kNewestVersion : m_plan.edit.revision;
+    if (const std::string frame = FrameOfField(item.name, revision); !frame.empty()) {
+        m_plan.edit.frames.push_back(item.value.empty()
+                                         ? NewFrame{frame, {}}
+                                         : MakeTextFrame(frame, values, m_plan.edit.revision));
+        m_plan.edit.items.push_back({item.name, "", {}}); // as decoders would have it
+        m_plan.suitsDecoder = false;
+    } else if (rule == nullptr || values.size() == 1) {
         m_plan.edit.items.push_back(std::move(item));
     } else if (IsV24()) {
         m_plan.edit.frames.push_back(

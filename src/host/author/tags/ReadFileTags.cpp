@@ -4,6 +4,7 @@
 #include "aiff/AIFFHandler.h"
 #include "host/author/tags/AiffForm.h"
 #include "host/author/tags/FrameBody.h"
+#include "host/author/tags/KnownFields.h"
 #include "host/author/tags/TagCheck.h"
 #include "host/base/Printable.h"
 #include "support/file/DiskFile.h"
@@ -46,6 +47,24 @@ void AddFurtherTexts(std::span<const uint8_t> tag, NTag& list)
     }
 }
 
+// Adds the fields of frames that decoders do not show, before the pictures.
+void AddFurtherFields(FileTags& tags)
+{
+    std::set<std::string> seen; // the first frame of a kind counts
+    for (const std::vector<uint8_t>& bytes : tags.id3v2) {
+        const id3parser::WireTag tag = id3parser::ReadWireTag(bytes);
+        for (const id3parser::WireFrame& wire : tag.frames) {
+            const std::string name = FieldOfFrame(FrameName(wire));
+            const bool isFirst = !name.empty() && seen.insert(name).second;
+            const std::vector<std::string> texts =
+                isFirst ? TextsOf(wire) : std::vector<std::string>();
+            if (!texts.empty() && FindItem(tags.items, name) == nullptr)
+                tags.items.insert(std::ranges::find_if(tags.items, &TagItem::IsPicture),
+                                  {name, JoinedItem(texts), {}});
+        }
+    }
+}
+
 // Items of one name are shown once, as decoders do.
 void ReadItems(const clAIFFHandler& aiff, FileTags& tags)
 {
@@ -76,6 +95,7 @@ void ReadItems(const clAIFFHandler& aiff, FileTags& tags)
         if (!item.data.empty())
             tags.items.back().data = tags.pictures.emplace_back(std::move(item.data));
     }
+    AddFurtherFields(tags);
 }
 
 } // namespace

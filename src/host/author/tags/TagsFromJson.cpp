@@ -50,14 +50,6 @@ std::optional<Texts> TextsOf(const Json* value)
     return texts;
 }
 
-std::string JoinedItem(const Texts& values)
-{
-    std::string item;
-    for (const std::string& value : values)
-        item += (&value == &values.front() ? "" : "\r") + value;
-    return item;
-}
-
 class JsonReader
 {
 public:

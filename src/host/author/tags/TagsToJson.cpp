@@ -3,6 +3,7 @@
 
 #include "host/author/tags/Base64.h"
 #include "host/author/tags/FrameBody.h"
+#include "host/author/tags/KnownFields.h"
 #include "host/session/TagText.h"
 #include "host/writers/PictureKinds.h"
 #include "support/text/XStr.h"
@@ -25,7 +26,7 @@ using id3parser::WireFrame;
 class FrameDetails
 {
 public:
-    FrameDetails(const FileTags& tags, FrameData data) : m_data(data)
+    FrameDetails(const FileTags& tags, FrameData data) : m_tags(tags), m_data(data)
     {
         for (const std::vector<uint8_t>& tag : tags.id3v2)
             Read(tag);
@@ -40,6 +41,18 @@ private:
     void ReadPicture(const WireFrame& wire);
     void AddFrame(const WireFrame& wire);
 
+    // Whether an item stands for a frame that no decoder shows.
+    bool IsItem(const WireFrame& wire)
+    {
+        const std::string name = FieldOfFrame(FrameName(wire));
+        if (name.empty() || !m_seen.insert(name).second) // the first frame of a kind counts
+            return false;
+        const TagItem* const item = FindItem(m_tags.items, name);
+        return item != nullptr && item->value == JoinedItem(TextsOf(wire));
+    }
+
+    const FileTags& m_tags;
+    std::set<std::string> m_seen;
     FrameData m_data;
     std::map<std::wstring, Json> m_fields; // by the names without case
     std::map<std::wstring, Json> m_pictures;
@@ -140,7 +153,7 @@ void FrameDetails::Read(std::span<const uint8_t> bytes)
     for (size_t i = 0; i < tag.frames.size(); ++i) {
         if (tag.frames[i].id == id3parser::kFrameAPIC)
             ReadPicture(tag.frames[i]);
-        else if (!named.contains(i))
+        else if (!named.contains(i) && !IsItem(tag.frames[i]))
             AddFrame(tag.frames[i]);
     }
 }

@@ -20,26 +20,28 @@ Problem RemoveFields(EditedFile& file, const std::vector<std::string>& names)
 {
     std::vector<std::string> present;
     std::vector<std::string> missing;
-    std::vector<TagItem> totals;
+    std::vector<TagItem> emptied; // by writing, as decoders cannot
     for (const std::string& name : names) {
         const std::string field = FieldName(name);
         const KnownField* const known = FindKnownField(name);
         const TagItem* const number =
             known == nullptr ? nullptr : FindItem(file.Items(), known->totalOf);
-        if (number != nullptr && number->value.find('/') != std::string::npos)
-            totals.push_back({field, "", {}});
-        else if (FindItem(file.Items(), field) != nullptr)
+        const bool isThere = FindItem(file.Items(), field) != nullptr;
+        if ((number != nullptr && number->value.find('/') != std::string::npos) ||
+            (isThere && !FrameOfField(field, kNewestVersion).empty()))
+            emptied.push_back({field, "", {}});
+        else if (isThere)
             present.push_back(field);
         else // the file may have a field of its own with this name
             (FindItem(file.Items(), name) != nullptr ? present : missing).push_back(name);
     }
-    const Result<std::vector<TagItem>> numbers = JoinTotals(totals, file.Items());
-    if (Problem problem = totals.empty() ? Problem() : file.Write(*numbers))
+    const Result<std::vector<TagItem>> numbers = JoinTotals(emptied, file.Items());
+    if (Problem problem = emptied.empty() ? Problem() : file.Write(*numbers))
         return problem;
     if (Problem problem = present.empty() ? Problem() : file.Remove(present))
         return problem;
-    for (const TagItem& total : totals)
-        present.push_back(total.name);
+    for (const TagItem& item : emptied)
+        present.push_back(item.name);
     std::string what = present.empty() ? "" : "removed " + Joined(present);
     if (!missing.empty())
         what += (what.empty() ? "has no " : "; has no ") + Joined(missing);

@@ -8,6 +8,7 @@
 #include <array>
 #include <fstream>
 #include <iostream>
+#include <sys/stat.h>
 
 namespace aiff::host
 {
@@ -38,6 +39,9 @@ std::string Summary(const std::vector<TagItem>& items)
 Result<Json> ReadJson(const std::string& path)
 {
     std::ifstream file;
+    struct stat status;
+    if (path != "-" && stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+        return Problem("is a folder");
     if (path != "-")
         file.open(path, std::ios::binary);
     if (!(path == "-" ? std::cin : file))
