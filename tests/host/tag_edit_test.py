@@ -167,6 +167,7 @@ for given, code, told in (
         (b'{"tags": [{"name": "Rating", "ratings": [{"byte": 256}]}]}', 1, "0 to 255"),
         (b'{"tags": [{"name": "_x", "picture": {"number": 3, "data": "*"}}]}', 1, "base64"),
         (b'{"tags": [], "frames": [{"id": "GEOB", "data": "eA=="}]}', 0, "another version"),
-        (b'{"tags": [], "frames": [{"id": "x"}]}', 0, "has not what it holds")):
+        (b'{"tags": [], "frames": [{"id": "x"}]}', 0, "has not what it holds"),
+        (b'{"Aritst": "x"}', 0, 'was "Artist" meant?')):
     err = run(code, "tags", "set", "-q", "c.aiff", "--from-json", "-", given=given)[1]
     assert told in err and (code == 0 or read("c.aiff") == before), (given, err)

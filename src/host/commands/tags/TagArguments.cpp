@@ -33,19 +33,14 @@ bool Exists(const std::string& argument)
     return stat(argument.c_str(), &status) == 0;
 }
 
-namespace
-{
-
 void SayOwnField(const std::string& name)
 {
-    if (TagItem{name, {}, {}}.IsInformation())
+    if (!MakesOwnField(name) || TagItem{name, {}, {}}.IsInformation())
         return;
     const std::string nearest = NearestFieldName(name);
     SayProblem("\"" + name + "\" is no known name and makes a field of its own (TXXX)" +
                (nearest.empty() ? "" : "; was \"" + nearest + "\" meant?"));
 }
-
-} // namespace
 
 std::vector<std::string> FieldNames(const std::string& after)
 {
@@ -75,7 +70,7 @@ Result<std::vector<TagItem>> ReadAssignments(const std::vector<std::string>& ass
         const std::string value = text.substr(equals + 1);
         const auto same = std::ranges::find_if(
             items, [&field](const TagItem& item) { return EqualNoCase(item.name, field); });
-        if (same == items.end() && !value.empty() && MakesOwnField(name))
+        if (same == items.end() && !value.empty())
             SayOwnField(name);
         if (same == items.end())
             items.push_back({field, value, {}});

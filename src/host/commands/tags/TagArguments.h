@@ -33,6 +33,9 @@ bool Exists(const std::string& argument);
 // All names of known fields, sorted, each followed by `after`.
 std::vector<std::string> FieldNames(const std::string& after = {});
 
+// Says so if a name makes a field of its own, and which other one may have been meant.
+void SayOwnField(const std::string& name);
+
 // The items for "NAME=VALUE" texts, with the names of the fields that are meant. Texts of one field
 // become several values of one item; an empty value stays and removes the field. Refuses other
 // texts, and names and values that no field can have. Says which names make fields of their own.

@@ -114,6 +114,9 @@ private:
         if (!json)
             return FailWith(kExitUsage, json.Why().About(m_jsonFile));
         const JsonFiles objects(*json);
+        if (json->is_object() && !json->contains("tags"))
+            for (const auto& [name, value] : json->items())
+                SayOwnField(name);
         return ForEachTagFile(m_arguments, loader, trace, m_options,
                               [&](EditedFile& file) { return SetFromObject(file, objects); });
     }
