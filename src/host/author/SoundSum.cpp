@@ -2,7 +2,9 @@
 #include "host/author/SoundSum.h"
 
 #include "aiff/AIFFHandler.h"
+#include "host/author/CodedSound.h"
 #include "host/author/OpenSource.h"
+#include "host/author/SoundFile.h"
 #include "host/base/Printable.h"
 
 #include <algorithm>
@@ -100,12 +102,34 @@ Problem AddAll(SoundSource& source, SoundSum& sum)
     return isShort ? Problem("ends before its sound data is complete") : source.Damage();
 }
 
+FileSum SumOfCoded(const std::string& path)
+{
+    const Result<CodedSound> sound = OpenCodedSound(path, {});
+    if (!sound)
+        return {{}, sound.Why()};
+    PcmReader& reader = *sound->reader;
+    const STQvWaveFormat format = reader.Format();
+    SoundSum sum(format.nBitsPerSample);
+    std::span<const uint8_t> pcm;
+    PcmReader::Step step = reader.Next(pcm);
+    for (; step == PcmReader::Step::Block; step = reader.Next(pcm))
+        sum.AddWav(pcm);
+    Problem damage = step == PcmReader::Step::Failed ? reader.Failure() : reader.Damage();
+    if (!damage)
+        damage = ReadAiffSound(path).damage;
+    if (damage)
+        return {{}, damage, true, format};
+    const Result<std::string> hex = sum.Hex();
+    return hex ? FileSum{*hex, {}, false, format} : FileSum{{}, hex.Why()};
+}
+
 } // namespace
 
 FileSum SumOfFile(const std::string& path, SampleWidth width)
 {
-    const Result<std::unique_ptr<SoundSource>> source =
-        OpenSource(path, width == SampleWidth::Bytes ? Samples::Bare : Samples::Integers);
+    const Result<std::unique_ptr<SoundSource>> source = OpenSource(path, Samples::Bare);
+    if (!source && ReadAiffSound(path).isCoded)
+        return SumOfCoded(path);
     if (!source)
         return {{}, source.Why()};
     const STQvWaveFormat format = (*source)->Format();

@@ -57,7 +57,8 @@ struct FileSum {
 // What of a sample is summed up: its significant bits, as FLAC does it, or its bytes as they are.
 enum class SampleWidth { Bits, Bytes };
 
-// The sum of a file that the encoder reads.
+// The sum of a file that the encoder reads; by bits, also of floating-point samples and of those
+// that are coded in AIFF-C: the sum of what they are decoded to.
 FileSum SumOfFile(const std::string& path, SampleWidth width);
 
 } // namespace aiff::host
