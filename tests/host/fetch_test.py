@@ -79,7 +79,7 @@ for path, options, code, said, same in [
     ("/missing.aifc", "", 1, "404", False),
     ("/stream.aifc", "", 0, "data after its sound", True),
     ("/stream.aifc", "--no-fetch", 0, "--no-fetch leaves out", False),
-    ("/stream.aifc", "--no-tags", 0, "", False),
+    ("/stream.aifc", "--no-tags", 0, "where tags and markers may be (left out; --fetch", False),
     ("/tail.aifc", "", 0, "(an ID3v1 tag)", False),
     ("/lower.aifc", "", 1, "no COMM chunk", False),
     ("/stream.aifc", "--no-tags --fetch", 0, "fetched", False),

@@ -16,7 +16,7 @@ namespace aiff::host
 namespace
 {
 
-constexpr char kMoreAfterSound[] = "has data after its sound, where tags may be";
+constexpr char kMoreAfterSound[] = "has data after its sound, where tags and markers may be";
 constexpr char kMarksBeforeSound[] =
     "has markers, loops, comments or broadcast data, which a stream does not show";
 // The chunks with these.
@@ -87,11 +87,11 @@ std::optional<StreamStart> ReadStart(std::span<const uint8_t> start, int64_t who
     return std::nullopt;
 }
 
-// Why decoders do not read from the stream what is wanted; nothing when they do.
+// Why decoders do not read all from the stream; nothing when they do.
 //
 // hasLength  becomes false when the server does not say how much there is
 Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, const Input& input,
-                      Wanted wanted, bool& hasLength)
+                      bool& hasLength)
 {
     DecoderSession session(loader, report);
     if (!session.Open(input, QV_OPEN_AUDIO_INFO))
@@ -112,9 +112,9 @@ Problem StreamProblem(const codecs::CodecLoader& loader, ReportCapture& report, 
     if (!headers || !headers->isRegular)
         return "has sizes that contradict each other, which are better judged in a file";
     hasLength = headers->hasLength;
-    if (headers->hasMarks && wanted != Wanted::Sound)
+    if (headers->hasMarks)
         return kMarksBeforeSound;
-    return headers->goesOn && wanted != Wanted::Sound ? kMoreAfterSound : Problem();
+    return headers->goesOn ? kMoreAfterSound : Problem();
 }
 
 // What the end of a stream lacks. Reads it all.
@@ -163,14 +163,16 @@ Result<InputAtHand> BringToHand(const codecs::CodecLoader& loader, ReportCapture
     if (!input.IsUrl() || fetch == Fetch::Always)
         return BringFileToHand(input, fetch, received);
     bool hasLength = true;
-    const Problem reason = input.NeedsCopy()
-                               ? Problem("is at an https:// address")
-                               : StreamProblem(loader, report, input, wanted, hasLength);
+    const Problem reason = input.NeedsCopy() ? Problem("is at an https:// address")
+                                             : StreamProblem(loader, report, input, hasLength);
     const bool isOfMore = reason.Text() == kMoreAfterSound || reason.Text() == kMarksBeforeSound;
-    const bool isStream = !reason || (fetch == Fetch::Never && isOfMore);
+    const bool isEnough = fetch == Fetch::Never || wanted == Wanted::Sound;
+    const bool isStream = !reason || (isEnough && isOfMore);
     if (isStream) {
         const bool isRead = wanted == Wanted::Description && !hasLength;
-        const std::string leftOut = reason ? reason.Text() + ", which --no-fetch leaves out" : "";
+        const char* const why = fetch == Fetch::Never ? ", which --no-fetch leaves out"
+                                                      : " (left out; --fetch reads it as a file)";
+        const std::string leftOut = reason ? reason.Text() + why : "";
         return InputAtHand{
             input, isRead ? FindDamage(loader, report, input) : Problem(), {}, leftOut};
     }
