@@ -140,7 +140,7 @@ for chunks, told, count in (
         ([mark((1, 5, b""), (2, 9, b"")), inst(0, 0, (1, 1, 2), (1, 1, 2))],
          ["1 release loop, which WAV"], 2),
         ([(b"INST", bytes(19))], ["'INST', which is too short"], 0),
-        ([comt((5, 0, b"x"), (0, 0, b"y"))], ["1 of the times at which"], 0)):
+        ([comt((5, 0, b"x"), (0, 0, b"y"))], ["left out: the date of its comment"], 0)):
     write_aiff(*chunks)
     lines = notes("convert", "in.aiff", "out.wav")
     assert len(lines) == len(told) and all(map(str.__contains__, lines, told)), (chunks, lines)

@@ -65,7 +65,8 @@ Problem AiffSource::ReadFormat(Codings accepted)
     m_isCoded = common.wfx.FormatTag() != kTagPCM;
     if (m_isCoded && accepted == Codings::Plain)
         return "holds audio coded as " + CodeText(common.compressionType) +
-               ", and of AIFF-C only 'NONE' and 'sowt' can be encoded";
+               ", and of AIFF-C only 'NONE' and 'sowt' can be encoded; 'aiffconv convert' makes "
+               "WAV of most others";
     const bool isByBits = !m_isCoded || (coding != nullptr && coding->unitBytes == 0);
     const int unitBytes = isByBits            ? (bits + 7) / 8
                           : coding == nullptr ? 1

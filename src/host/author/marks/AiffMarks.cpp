@@ -113,7 +113,9 @@ void AiffMarkReader::ReadComments(Fields fields)
         comment += (comment.empty() ? "" : "\n") + text;
     }
     NoteLeftOut(m_marks, left, "of its comments, which its chunk 'COMT' counts and does not hold");
-    NoteLeftOut(m_marks, dated, "of the times at which its comments were made");
+    if (dated != 0)
+        m_marks.notes.push_back(dated == 1 ? "left out: the date of its comment"
+                                           : "left out: the dates of its comments");
 }
 
 void AiffMarkReader::ReadLoop(Fields fields, bool isRelease)
