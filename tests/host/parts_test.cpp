@@ -29,6 +29,7 @@ TEST(Printable, NothingInATextSteersTheTerminal)
         {"a\rb\nc\r\n", "a; b; c; ; "},
         {"\x1B[2J\t\x7F", "?[2J??"},
         {"\xC2\x80\xC2\x9F\xC2\xA0", "??\xC2\xA0"}, // control characters beyond ASCII
+        {"\xE2\x80\xAE\xE2\x81\xA7\xE2\x80\xA8\xE2\x80\xAF", "???\xE2\x80\xAF"}, // directions
         {std::string("a\0b", 3), "a?b"},
         {"\x9B\xE2\x82(\xED\xA0\x80", "???"
                                       "(???"}, // not UTF-8

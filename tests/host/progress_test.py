@@ -88,6 +88,24 @@ with subprocess.Popen([aiffconv, "convert", "-", "-o", "piped.wav"], stdin=subpr
     process.stdin.close()
     assert b"%" not in told and process.wait() == 0, told
 
+# Nor does anything else reach a terminal as it is that a file says in its name, tag and chunks.
+BAD = "\033]0;x\7\u202e\u2067\x9b31m\r"
+LYING = form(b"FORM", b"AIFF", [
+    (b"COMM", common(1, 50, 16)), (b"MARK", b"\0\1\0\1\0\0\0\1" + bytes([7]) + b"\033[2Jxyz"),
+    (b"NAME", BAD.encode()), (b"\033[2J", b""), (b"SSND", bytes(108))])
+write(BAD, LYING)
+write("odd.aiff", LYING.replace(b"\033[2J\0\0\0\0", b"JUNK\0\0\0\0"))
+run(0, "tags", "set", "odd.aiff", "Title=" + BAD, BAD.replace("\r", "") + "=x")
+for arguments in (["info", "--map", BAD, "odd.aiff"], ["check", BAD, "odd.aiff"],
+                  ["tags", "show", BAD, "odd.aiff"], ["encode", BAD, "-o", BAD + "/.aiff"],
+                  ["convert", BAD, "-o", BAD + "x.wav"], ["tags", "set", BAD, "Title=" + BAD],
+                  ["md5", BAD, "odd.aiff"], ["convert", "odd.aiff", "--" + BAD]):
+    terminal, inner = pty.openpty()
+    subprocess.run([aiffconv, *arguments], stdout=inner, stderr=inner, check=False)
+    told = os.read(terminal, 1 << 20).decode().replace("\r\n", "\n").replace("\r\x1b[K", "")
+    assert told and not re.search("[\0-\x09\x0b-\x1f\x7f-\x9f\u202a-\u202e\u2066-\u2069]", told), (
+        arguments, told)
+
 # Nothing of it is in a file, nor on a terminal that cannot erase it.
 write("\033[31m.aiff", SOUND)
 out, err = run(0, "convert", "\033[31m.aiff", "-o", "again.wav")

@@ -6,6 +6,18 @@
 namespace aiff::host
 {
 
+namespace
+{
+
+// Control characters, and those that change the direction or the place of the text around them.
+bool Steers(uint32_t c)
+{
+    return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x2028 && c <= 0x202E) ||
+           (c >= 0x2066 && c <= 0x2069);
+}
+
+} // namespace
+
 std::string Printable(std::string_view utf8)
 {
     std::string line;
@@ -19,7 +31,7 @@ std::string Printable(std::string_view utf8)
         if (c == '\r' || c == '\n')
             line += "; ";
         else
-            AppendUtf8(line, c < 0x20 || (c >= 0x7F && c < 0xA0) ? '?' : c);
+            AppendUtf8(line, Steers(c) ? '?' : c);
     }
     return line;
 }

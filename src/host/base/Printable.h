@@ -13,7 +13,7 @@ namespace aiff::host
 {
 
 // The same text for a terminal, one line: line breaks become "; ", other control
-// characters and bytes that are not UTF-8 become "?", so nothing in a file name
+// characters, those of direction and bytes that are not UTF-8 become "?", so nothing in a file name
 // or tag can steer the terminal.
 std::string Printable(std::string_view utf8);
 
