@@ -219,14 +219,12 @@ Problem JsonReader::ReadPicture(const std::string& name, const Json& picture)
         return kNotBase64;
     if (number == nullptr || !number->is_number_unsigned() || number->get<uint64_t>() > kMostTypes)
         return "has no \"number\" from 0 to 255";
-    // The encoding, which comes first, and the description.
-    const Bytes description =
-        MakeTextFrame("TIT2", {TextMember(picture, "description")}, m_revision).body;
-    const std::string mimeType = TextMember(picture, "mimeType");
-    NewFrame frame{"APIC", {description.front()}};
-    frame.body.insert(frame.body.end(), mimeType.c_str(), mimeType.c_str() + mimeType.size() + 1);
-    frame.body.push_back(number->get<uint8_t>());
-    frame.body.insert(frame.body.end(), description.begin() + 1, description.end());
+    // After the encoding come the MIME type, the type and the description.
+    NewFrame frame = MakeTextFrame("APIC", {TextMember(picture, "description")}, m_revision);
+    std::string head = TextMember(picture, "mimeType");
+    head.push_back('\0');
+    head.push_back(static_cast<char>(number->get<uint8_t>()));
+    frame.body.insert(frame.body.begin() + 1, head.begin(), head.end());
     frame.body.insert(frame.body.end(), bytes->begin(), bytes->end());
     m_frames.push_back(std::move(frame));
     return {};
