@@ -34,7 +34,6 @@ using id3parser::WireFrame;
 using TagLib::ByteVector;
 using TagLib::PropertyMap;
 using TagLib::String;
-using TagLib::StringList;
 namespace ID3v2 = TagLib::ID3v2;
 
 using Texts = std::vector<std::string>;

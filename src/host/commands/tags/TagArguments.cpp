@@ -51,6 +51,7 @@ std::vector<std::string> FieldNames(const std::string& after)
     }
     names.erase("");
     std::vector<std::string> list;
+    list.reserve(names.size());
     for (const std::string& name : names)
         list.push_back(name + after);
     return list;
