@@ -42,6 +42,7 @@ CASES = [
     (changed(4, bytes(4)), "was never finished: its form says that it is empty"),
     (larger(aiff()[:23], aiff()[24:]), "lacks the pad byte after the chunk 'NAME'"),
     (changed(23, b"\7"), "has a pad byte that is not zero, after the chunk 'NAME'"),
+    (changed(23, b"x"), "has a pad byte that is not zero, after the chunk 'NAME'"),
     (larger(aiff(), chunk(b"AUTH", b"abc")[:-1]), "ends without the pad byte of its last chunk"),
     (larger(aiff(), b"AUTH\0\0\3\xe8abcd"), "has a chunk 'AUTH' at byte 466 that claims 1000"),
     (changed(37, b"c"), "counts 99 sample frames in its COMM chunk and holds 100"),

@@ -243,7 +243,8 @@ void FormCheck::CheckPad(uint32_t code, int64_t position)
         return;
     }
     ChunkHeader next;
-    const bool missing = ReadHeader(position, next) && IsTextCode(next.code);
+    const auto begins = [&](int64_t at) { return ReadHeader(at, next) && IsTextCode(next.code); };
+    const bool missing = !begins(m_position) && begins(position);
     const auto pad = m_headers.At(position, 1);
     if (!missing && !pad.empty() && pad[0] != 0)
         Say(PadNotZero, "has a pad byte that is not zero, after the chunk " + m_previous);
