@@ -23,6 +23,10 @@ if(AIFF_SANITIZE)
     -fsanitize=${AIFF_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
     -g1 -O$<IF:$<BOOL:${AIFF_FUZZ}>,2,1>)
   target_link_options(aiff_settings INTERFACE -fsanitize=${AIFF_SANITIZE})
+  if(AIFF_FUZZ) # the corpus is replayed with these checks, of each access
+    target_compile_options(aiff_settings INTERFACE
+      -fno-sanitize=alignment,null,object-size,vptr)
+  endif()
 else()
   # Hardening. Fortify needs an optimising build.
   target_compile_options(aiff_settings INTERFACE

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstring>
 #include <fcntl.h>
+#include <map>
 #include <memory>
 #include <netdb.h>
 #include <poll.h>
@@ -164,22 +165,14 @@ std::wstring OnlyFile(const Bytes& content)
     return {kName.begin(), kName.end()};
 }
 
-std::map<std::string, Bytes> Files()
+size_t CountFiles()
 {
-    std::map<std::string, Bytes> files;
-    for (const auto& [name, node] : names)
-        files[name] = node->bytes;
-    return files;
+    return names.size();
 }
 
-const Bytes& File()
+Bytes& File()
 {
     return names.at(kName)->bytes;
-}
-
-void Cut(size_t size)
-{
-    Resize(*names.at(kName), static_cast<off_t>(std::min(size, File().size())));
 }
 
 } // namespace InMemory

@@ -8,7 +8,6 @@
 #include "support/AiffBuilder.h"
 
 #include <functional>
-#include <map>
 
 namespace InMemory
 {
@@ -18,10 +17,9 @@ inline const std::string kFolder = "/in-memory/";
 // Replaces all files by one, which gets a new inode, and returns its wide path.
 std::wstring OnlyFile(const Bytes& content);
 
-// The content under each name.
-std::map<std::string, Bytes> Files();
-const Bytes& File();   // of the file that OnlyFile has named, whatever it is by now
-void Cut(size_t size); // makes it shorter, as another program does
+size_t CountFiles();
+// That of the file which OnlyFile has named, whatever it is by now; other programs may change it.
+Bytes& File();
 
 // What each connection sends when it has got a request, and how many bytes of it a read gets at
 // most. Without bytes, the connection is refused.

@@ -89,14 +89,14 @@ private:
     }
 
     // Whether there is that code, in upper case or, if that is allowed, all in lower case.
-    static bool Is(Input in, size_t at, const std::string& code, bool mayBeLower)
+    static bool Is(Input in, size_t at, const char* code, bool mayBeLower)
     {
-        std::string lower = code;
-        for (char& c : lower)
-            c = static_cast<char>(c | 0x20);
-        const std::string here(in.begin() + static_cast<ptrdiff_t>(at),
-                               in.begin() + static_cast<ptrdiff_t>(at) + 4);
-        return here == code || (mayBeLower && here == lower);
+        bool isUpper = true, isLower = mayBeLower;
+        for (size_t i = 0; i < 4; ++i) {
+            isUpper = isUpper && in[at + i] == code[i];
+            isLower = isLower && in[at + i] == (code[i] | 0x20);
+        }
+        return isUpper || isLower;
     }
 
     bool ReadCommon(Input in, Wide at, Wide size)

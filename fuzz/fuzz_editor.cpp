@@ -217,7 +217,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     const bool isDone = EditFile(choice, durability, path, tags);
     const Bytes after = InMemory::File();
     Require(isDone || after == before, "a refused edit leaves the file alone");
-    Require(InMemory::Files().size() == 1, "no other file is left");
+    Require(InMemory::CountFiles() == 1, "no other file is left");
     if (std::accumulate(bytes, bytes + size, 0u) % 64 == 0) // a disk takes its time
         CheckOnDisk(choice, durability, before, tags, isDone, after);
     if (!isDone || after == before)
@@ -229,6 +229,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     Require(EditFile(choice, durability, path, changed), "the edit can be made once more");
     // What an unreadable tag hid may show in another revision, and be replaced then.
     if (!isTag && std::ranges::any_of(parts.chunks, &WalkedChunk::IsTag))
+        return 0;
+    // Of several tags, reading shows one, and writing that back leaves more to be shown.
+    if (choice == kWriteBack && Items(changed) != Items(tags))
         return 0;
     Require(InMemory::File() == after, "the same edit once more changes nothing");
     return 0;

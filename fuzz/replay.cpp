@@ -42,7 +42,10 @@ int main(int count, char** words)
     for (int i = 1; i < count && !writes && !isFolder; ++i)
         Run(ReadFile(words[i]));
     const auto seeds = count == 1 || writes || isFolder ? Seeds() : std::vector<Bytes>();
-    const size_t step = seeds.size() / 16 + 1;
+    size_t bytes = 0;
+    for (const Bytes& seed : seeds)
+        bytes += seed.size() < 1000 ? seed.size() : 0;
+    const size_t step = bytes / 1000 + 1;
     for (size_t i = 0; i < seeds.size(); ++i)
         if (writes)
             WriteFile(std::string(words[2]) + "/seed" + std::to_string(runs++), seeds[i]);

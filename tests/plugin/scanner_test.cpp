@@ -111,14 +111,4 @@ TEST_F(ScannerTest, RepairsAndReports)
     }
 }
 
-TEST_F(ScannerTest, FirstOfSeveralChunksCounts)
-{
-    const Bytes comm = Join({Big(1, 2), Big(9, 4), Big(8, 2), Extended(8000)});
-    AiffBuilder file;
-    file.Ssnd(Text("abcd")).Chunk("COMM", comm).Comm(2, 16, 44100).Ssnd(Text("wxyz"));
-    Instance host(plugin, File(file), 1);
-    EXPECT_EQ(host.Rest(), HostOrder(Text("abcd"), 8));
-    EXPECT_EQ(+host.open.AudioInfo.WaveFormat.nSamplesPerSec, 8000u);
-}
-
 } // namespace
