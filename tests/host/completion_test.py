@@ -74,7 +74,6 @@ def zsh(lines):
     write("lines", "".join(line + "\n" for line in lines).encode())
     write(".zshrc", b"""autoload -U compinit && compinit -D -u
         eval "$(aiffconv completion zsh)"
-        setopt extendedglob
         compadd() {
             local -a offered
             builtin compadd -O offered "$@"
