@@ -55,14 +55,14 @@ def at_terminal(widths, arguments, seconds):
 
 
 write(NAME, SOUND)
-shown, remains = at_terminal([20, 9, 80, 300], ["convert", NAME, "-o", "-"], 2.5)
+shown, remains = at_terminal([20, 9, 80, 300], ["convert", NAME, "-o", "-"], 3)
 assert remains == NAME.replace("\033", "?") + " -> -\n", remains
 for width, bars in shown.items():
     assert bars and all(columns(bar) < width for bar in bars), (width, bars)
     assert all(re.search(r" {0,2}\d+%", bar) for bar in bars), bars
     assert not any(c < " " or "\x7f" <= c < "\xa0" for bar in bars for c in bar), bars
 assert re.fullmatch(r"\[#+-+\]  \d\d%", shown[20][-1]), shown
-assert re.search(r"\d\d%  0:0\d left  \d\.\d MB/s  音楽\?\[31me.*\.\.\.$",
+assert re.search(r"\d\d%  \d:\d\d left  \d+\.\d MB/s  音楽\?\[31me.*\.\.\.$",
                  shown[80][-1]), shown
 assert shown[300][-1].endswith(".aiff"), shown
 
