@@ -223,9 +223,8 @@ void FormCheck::MapChunk(const ChunkHeader& chunk, int64_t held)
 // What lies after the last chunk, in the form and after it.
 void FormCheck::AddRest()
 {
-    const int64_t position = m_map.pieces.empty() ? 0 : m_position;
-    if (position < m_end)
-        m_map.Add({position, m_end - position, {}, 0, false, 0, "no chunk, but in the form"});
+    if (m_position < m_end)
+        m_map.Add({m_position, m_end - m_position, {}, 0, false, 0, "no chunk, but in the form"});
     if (m_end < m_fileSize)
         m_map.Add({m_end,
                    m_fileSize - m_end,
