@@ -56,6 +56,34 @@ TEST_F(DecodeTest, EveryFormatEqualsLibsndfile)
             }
 }
 
+TEST_F(DecodeTest, BlocksAreWholeFramesUpTo64KiB)
+{
+    const std::tuple<int, int, int64_t, int64_t> rows[] = {
+        {1, 8, 1, 65536},   {2, 16, 4, 65536}, {2, 24, 6, 65532},
+        {5, 32, 20, 65520}, {1, 12, 1, 65536}, {2, 12, 3, 65535},
+        {7, 20, 17, 65535}, {0, 16, 1, 65536}, {9000, 32, 36000, 36000}};
+    for (const auto& [channels, bits, align, wholeBlock] : rows) {
+        SCOPED_TRACE(std::to_string(channels) + " x " + std::to_string(bits));
+        // Frames without a byte take one byte of the file, and no time's worth of it.
+        const int64_t size = 200001 / align * align, perSecond = channels == 0 ? 1 : align * 8000;
+        const Bytes sound = Noise(static_cast<size_t>(size));
+        Instance host(plugin, File(AiffBuilder().Comm(channels, bits, 8000).Ssnd(sound)), 1);
+        EXPECT_EQ(+host.open.AudioInfo.WaveFormat.nBlockAlign, align);
+        Bytes all;
+        for (int64_t done = 0; done < size; done = std::ssize(all)) {
+            ASSERT_EQ(host.Next(), 1);
+            EXPECT_EQ(+host.block.nDataSize, std::min(wholeBlock, size - done));
+            EXPECT_EQ(+host.block.nPositionMS, done * 1000 / perSecond);
+            EXPECT_EQ(+host.block.nDurationMS, int64_t{host.block.nDataSize} * 1000 / perSecond);
+            Append(all, host.Data());
+            EXPECT_EQ(+host.block.nLastBlock, std::ssize(all) == size ? 1 : 0);
+            ASSERT_FALSE(host.Data().empty());
+        }
+        EXPECT_EQ(all, bits % 8 == 0 ? HostOrder(sound, bits) : sound);
+        EXPECT_EQ(Join({host.Rest(), host.Rest()}), Bytes()); // at the end, and again
+    }
+}
+
 // Frames of 4 bytes, a millisecond each; compared with slices of the whole.
 TEST_F(DecodeTest, RangesAndSeeks)
 {
@@ -90,6 +118,43 @@ TEST_F(DecodeTest, RangesAndSeeks)
     }
 }
 
+TEST_F(DecodeTest, SeekBeforeTheFileFailsAndMovesNothing)
+{
+    const Bytes sound = Noise(8000);
+    Instance host(plugin, report);
+    ASSERT_EQ(host.Open(File(AiffBuilder().Comm(2, 16, 8000).Ssnd(sound)), 1), 1);
+    // 54 bytes stand before the sound: 13 frames back is still inside the file.
+    EXPECT_EQ(host.Seek(-13), 1);
+    EXPECT_EQ(host.Rest().size(), 8000u + 52);
+    EXPECT_EQ(host.Seek(100), 1);
+    EXPECT_EQ(report.Take(kError), "");
+    for (const int64_t frame : {int64_t{-14}, int64_t{-1000000}, kMin / 4, kMin}) {
+        EXPECT_EQ(host.Seek(frame), 0) << frame;
+        EXPECT_EQ(report.Take(kError), Lines("Error SetPosition returned false.  [SetPosition]\n"));
+    }
+    EXPECT_EQ(host.Rest(), Part(HostOrder(sound, 16), 400, 8000));
+}
+
+TEST_F(DecodeTest, PartialFrameAtTheEnd)
+{
+    for (const size_t torso : {1u, 2u, 3u}) {
+        const Bytes sound = Noise(65536 + torso), pcm = HostOrder(sound, 16);
+        const std::string path = File(AiffBuilder().Comm(2, 16, 8000).Ssnd(sound));
+        Instance host(plugin, path, 1);
+        EXPECT_EQ(host.Rest(), Part(pcm, 0, 65536)); // to the end of the audio: whole frames
+        // An end after the data: the torso is dropped, and the last block comes once more
+        // with its bytes swapped back.
+        host.Range(0, 1000000);
+        ASSERT_EQ(host.Open(path, 1), 1);
+        EXPECT_EQ(+host.open.AudioInfo.nLengthBytes, std::ssize(sound));
+        EXPECT_EQ(host.Rest(), Join({Part(pcm, 0, 65536), Part(sound, 0, 65536)}));
+        EXPECT_EQ(host.Rest(), Bytes());
+        // After whole frames of the same block it is handed out.
+        ASSERT_EQ(host.Seek(16000), 1);
+        EXPECT_EQ(host.Rest(), Part(pcm, 64000, std::ssize(sound)));
+    }
+}
+
 // One instance serves one file: the format and the place of the sound stay.
 TEST_F(DecodeTest, ReopenedInstanceKeepsTheFirstFormat)
 {
@@ -113,6 +178,29 @@ TEST_F(DecodeTest, ReopenedInstanceKeepsTheFirstFormat)
     EXPECT_EQ(host.Open(dir.Path("missing"), 1), 0); // lets the first file go
     EXPECT_EQ(host.Next(), 0);
     EXPECT_EQ(host.Seek(0), 0);
+}
+
+TEST_F(DecodeTest, FileCutWhileItIsDecodedResumesWhenItIsWhole)
+{
+    const Bytes sound = Noise(200000), pcm = HostOrder(sound, 16);
+    const AiffBuilder file = AiffBuilder().Comm(2, 16, 8000).Ssnd(sound);
+    const std::string path = File(file);
+    Instance host(plugin, report);
+    ASSERT_EQ(host.Open(path, 1), 1);
+    ASSERT_EQ(host.Next(), 1);
+    ASSERT_EQ(truncate(path.c_str(), 100000), 0);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(host.Next(), 0);
+        EXPECT_EQ(report.Take(kError), Lines("Error reading data from file.  [ReadDataBlock]\n"));
+    }
+    ASSERT_EQ(host.Seek(100), 1);
+    ASSERT_EQ(host.Next(), 1);
+    EXPECT_EQ(host.Data(), Part(pcm, 400, 400 + 65536));
+    EXPECT_EQ(host.Next(), 0);
+    const Bytes whole = file.Build();
+    std::fstream(path, std::ios::in | std::ios::out)
+        .write(reinterpret_cast<const char*>(whole.data()), std::ssize(whole));
+    EXPECT_EQ(host.Rest(), Part(pcm, 400 + 65536, 200000));
 }
 
 TEST_F(DecodeTest, RealFilesEqualLibsndfile)
