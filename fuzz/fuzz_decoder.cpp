@@ -132,7 +132,8 @@ public:
 private:
     void Restart()
     {
-        static const auto sink = intptr_t{open((InMemory::kFolder + "report").c_str(), O_CREAT)};
+        static const auto sink =
+            intptr_t{open((InMemory::kFolder + "report").c_str(), O_CREAT, 0600)};
         void* const output = m_reports ? reinterpret_cast<void*>(sink) : nullptr;
         const STNStdReport report = {output, output, output};
         Destroy(m_handle);

@@ -17,8 +17,7 @@ using Bytes = std::vector<uint8_t>;
 inline Bytes& Append(Bytes& out, const Bytes& more)
 {
     // gcc 12 at -O3 sees an overflow in a range insert that is not there.
-    out.resize(out.size() + more.size());
-    std::copy(more.begin(), more.end(), out.end() - std::ssize(more));
+    std::copy(more.begin(), more.end(), std::back_inserter(out));
     return out;
 }
 
