@@ -228,10 +228,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     const id3parser::WireTag wire = id3parser::ReadWireTag(tag);
     CheckParsing(tag, wire);
-    // An edit may show frames whose names reading does not know.
+    // An edit may show frames whose names reading does not know. An unsynchronised frame may end
+    // with the tag before its first byte: an edit writes it empty, and the next one drops it.
     if (wire.parses && wire.revision >= id3parser::kRevision3 &&
         wire.sizes == id3parser::FrameSizes::OfRevision &&
-        std::ranges::none_of(wire.frames, &id3parser::WireFrame::isHidden))
+        std::ranges::none_of(wire.frames, [](const id3parser::WireFrame& frame) {
+            return frame.isHidden || frame.size == 0;
+        }))
         (choice == 2 ? CheckWritingBack : CheckTitle)(tag, options);
     return 0;
 }
