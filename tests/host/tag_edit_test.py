@@ -72,7 +72,7 @@ def held(name):
     """The frames, but for the encodings of their texts."""
     frames = []
     for frame in aiff.AIFF(name).tags.values():
-        fields = {spec: getattr(frame, spec, None) for spec in
+        fields = {part: getattr(frame, part, None) for part in
                   [known.name for known in frame._framespec + frame._optionalspec]}
         fields.pop("encoding", None)
         frames.append((frame.FrameID, repr(sorted(fields.items()))))
