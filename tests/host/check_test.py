@@ -164,7 +164,7 @@ assert [piece["what"] for piece in listed[:2] + listed[-1:]] == [
     "the form, of type 'AIFF'", "format of the sound", "sound"], listed[-1]
 
 project = os.path.join(os.path.dirname(__file__), "../..")
-table = read(project + "/src/host/author/Irregularities.cpp").decode()
+table = read(project + "/src/host/author/check/Irregularities.cpp").decode()
 manual = read(project + "/docs/aiffconv.1").decode().replace("\\", "")
 known = set(re.findall(r'{[A-Z][A-Za-z]+,\s+"([a-z-]+)"', table))
 assert known - explained == {"more", "incomplete-transfer"}, (known - explained, explained)

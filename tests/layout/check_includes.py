@@ -60,9 +60,11 @@ def seen_from(file, seen):
 
 
 for file in files:
-    for keeper in rows.get(folder_of(file), (set(), set()))[0] & rows.keys():
+    named = rows.get(folder_of(file), (set(), set()))[0]
+    for keeper in named & rows.keys():
         problems += [f"{file}: sees {target} through {keeper}"
-                     for target in seen_from(file, set()) if folder_of(target) in rows[keeper][1]]
+                     for target in seen_from(file, set())
+                     if folder_of(target) in rows[keeper][1] - named]
 
 units = defaultdict(set)
 for file in files:

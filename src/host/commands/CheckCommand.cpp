@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/FileCheck.h"
+#include "host/author/check/FileCheck.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/batch/FindInputs.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/author/CodedSound.h"
-#include "host/author/FileCheck.h"
 #include "host/author/SoundFile.h"
+#include "host/author/check/FileCheck.h"
 #include "host/author/marks/AiffMarks.h"
 #include "host/author/tags/ReadFileTags.h"
 #include "host/base/Json.h"

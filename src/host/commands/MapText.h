@@ -3,7 +3,7 @@
 // The map of a file, as `info` shows it.
 #pragma once
 
-#include "host/author/FileMap.h"
+#include "host/author/check/FileMap.h"
 #include "host/base/Json.h"
 
 namespace aiff::host

@@ -3,7 +3,7 @@
 // What the commands that change tags have in common.
 #pragma once
 
-#include "host/author/tags/PlanEdit.h"
+#include "host/author/edits/PlanEdit.h"
 #include "host/commands/Command.h"
 #include "host/session/FileTags.h"
 #include "host/session/TagFile.h"

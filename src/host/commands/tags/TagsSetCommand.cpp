@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/tags/TagsFromJson.h"
+#include "host/author/edits/TagsFromJson.h"
 #include "host/base/Printable.h"
 #include "host/batch/FindInputs.h"
 #include "host/commands/tags/TagArguments.h"

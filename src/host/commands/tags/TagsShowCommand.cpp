@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/tags/TagsToJson.h"
+#include "host/author/edits/TagsToJson.h"
 #include "host/base/Json.h"
 #include "host/base/Printable.h"
 #include "host/batch/FindInputs.h"

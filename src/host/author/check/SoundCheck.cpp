@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/SoundCheck.h"
+#include "host/author/check/SoundCheck.h"
 
 #include "aiff/AIFFHandler.h"
 #include "host/author/Coding.h"

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/FileCheck.h"
+#include "host/author/check/FileCheck.h"
 
 #include "aiff/AIFFHandler.h"
 #include "aiff/HeaderReader.h"
 #include "host/author/OpenSource.h"
-#include "host/author/SoundCheck.h"
+#include "host/author/check/SoundCheck.h"
 #include "host/author/tags/AiffForm.h"
 #include "host/author/tags/TagCheck.h"
 #include "host/author/tags/UpdateTag.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/tags/TagsFromJson.h"
+#include "host/author/edits/TagsFromJson.h"
 
-#include "host/author/tags/Base64.h"
+#include "host/author/edits/Base64.h"
 #include "host/author/tags/KnownFields.h"
 #include "host/base/Printable.h"
 #include "support/text/Ascii.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/tags/TagsToJson.h"
+#include "host/author/edits/TagsToJson.h"
 
-#include "host/author/tags/Base64.h"
+#include "host/author/edits/Base64.h"
 #include "host/author/tags/FrameBody.h"
 #include "host/author/tags/KnownFields.h"
 #include "host/session/TagText.h"

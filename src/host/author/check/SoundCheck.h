@@ -3,7 +3,7 @@
 // The checks of the chunks that describe and hold the sound.
 #pragma once
 
-#include "host/author/Irregularities.h"
+#include "host/author/check/Irregularities.h"
 #include "support/file/XFile.h"
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/tags/EditTags.h"
+#include "host/author/edits/EditTags.h"
 
 #include "decode/TagWriter.h"
 #include "host/author/tags/CopyTags.h"

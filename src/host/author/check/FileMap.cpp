@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/FileMap.h"
+#include "host/author/check/FileMap.h"
 
 #include <algorithm>
 #include <string_view>

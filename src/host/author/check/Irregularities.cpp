@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/Irregularities.h"
+#include "host/author/check/Irregularities.h"
 
 #include <iterator>
 

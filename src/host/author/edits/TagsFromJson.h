@@ -3,7 +3,7 @@
 // Making tags of what TagsToJson has made of others, or of names and values.
 #pragma once
 
-#include "host/author/tags/PlanEdit.h"
+#include "host/author/edits/PlanEdit.h"
 #include "host/base/Json.h"
 #include "host/base/Problem.h"
 

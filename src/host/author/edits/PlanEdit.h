@@ -3,7 +3,7 @@
 // What it takes to set fields in the tag of a file.
 #pragma once
 
-#include "host/author/tags/EditTags.h"
+#include "host/author/edits/EditTags.h"
 
 #include <string>
 #include <string_view>

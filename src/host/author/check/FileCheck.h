@@ -3,8 +3,8 @@
 // Checking AIFF files.
 #pragma once
 
-#include "host/author/FileMap.h"
-#include "host/author/Irregularities.h"
+#include "host/author/check/FileMap.h"
+#include "host/author/check/Irregularities.h"
 #include "host/base/Problem.h"
 
 #include <string>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/tags/Base64.h"
+#include "host/author/edits/Base64.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/author/tags/PlanEdit.h"
+#include "host/author/edits/PlanEdit.h"
 
 #include "host/author/tags/FrameBody.h"
 #include "host/author/tags/KnownFields.h"
