@@ -1,6 +1,9 @@
 # SPDX-License-Identifier: MIT
 """Draws the results of report.py as horizontal bars in an SVG picture."""
+from statistics import median
 from xml.sax.saxutils import escape
+
+from tables import over, ratios
 
 OURS, RIVAL, LIMIT = "#1f77b4", "#c7c7c7", "#2ca02c"
 LABEL, PLOT, ROW = 150, 520, 13  # pixels
@@ -10,18 +13,21 @@ def diagrams(results):
     """Per diagram: title, value of a limit or None, [(group, [(bar, value)])]."""
     if "decode" in results:
         yield "Decoding: time relative to plain read()", 1, [
-            (row["name"], [("plug-in", row["plugin_to_read"]),
-                           ("libsndfile", row["libsndfile_to_read"])])
+            (row["name"], [(name, over(row, way, "read"))
+                           for name, way in (("plug-in", "plugin"), ("libsndfile", "libsndfile"),
+                                             ("libsndfile, raw", "libsndfile_raw"))])
             for row in results["decode"]]
     if "opening" in results:
         names = ("plug-in", "plug-in, with tags", "libsndfile")
         yield "Opening and closing a small file: microseconds", None, [
-            (f"{row['name']} files", list(zip(names, row["microseconds"].values())))
-            for row in results["opening"]]
-    if "convert" in results:
-        medians = results["convert"]["medians"]
-        yield "Converting to WAV: time relative to cp", 1, [
-            (name, [(name, seconds / medians["cp"])]) for name, seconds in medians.items()]
+            (f"{kind} files", [(name, seconds * 1e6) for name, seconds in
+                               zip(names, row["seconds"].values())])
+            for kind, row in results["opening"].items()]
+    for part, title in (("convert", "AIFF to WAV"), ("encode", "WAV to AIFF")):
+        if part in results:
+            programs = results[part]["programs"]
+            yield f"{title}: time relative to cp", 1, [
+                (name, [(name, median(ratios(programs, name, "cp")))]) for name in programs]
 
 
 def text(x, y, words, size=11, anchor="start"):

@@ -27,7 +27,7 @@ packages_for() { # purpose
     apt-coverage) echo gcovr jq ;;
     apt-clang) echo clang libclang-rt-14-dev ;;
     apt-ci) echo clang-format clang-tidy debhelper fakeroot lintian strace sox sndfile-programs \
-        ffmpeg zsh fish ;;
+        ffmpeg flac curl zsh fish ;;
     apt-cross) echo g++-aarch64-linux-gnu qemu-user libsndfile1-dev:arm64 libtag1-dev:arm64 \
         libcurl4-openssl-dev:arm64 libssl-dev:arm64 libgtest-dev:arm64 npm lld llvm ;;
     brew-build) echo cmake ninja pkgconf libsndfile cli11 nlohmann-json taglib curl openssl@3 ;;

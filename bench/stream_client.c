@@ -2,7 +2,7 @@
 
 /* Decodes one stream through the plug-in as a host does, report off, and prints the
  * bytes of audio and by how many KiB the process has grown since before Create, looked
- * at after each 256th block and the last. */
+ * at after each 256th block and the last. The audio goes into a file if one is named. */
 #include "qvcodec.h"
 
 #include <dlfcn.h>
@@ -45,14 +45,19 @@ static long ResidentKiB(void)
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) {
-        fprintf(stderr, "usage: stream_client PLUGIN URL\n");
+    if (argc != 3 && argc != 4) {
+        fprintf(stderr, "usage: stream_client PLUGIN URL [FILE]\n");
         return 2;
     }
     Load(argv[1]);
     wchar_t url[1024];
     if (mbstowcs(url, argv[2], 1024) >= 1024)
         return 2;
+    FILE* output = argc == 4 ? fopen(argv[3], "wb") : NULL;
+    if (argc == 4 && output == NULL) {
+        perror(argv[3]);
+        return 1;
+    }
     const long before = ResidentKiB();
     void* decoder = pCreate(NULL);
     STQvOpenDecoder open;
@@ -74,6 +79,8 @@ int main(int argc, char** argv)
             return 1;
         }
         bytes += block.nDataSize;
+        if (output != NULL)
+            fwrite(block.pData, 1, (size_t)block.nDataSize, output);
         if (blocks++ % 256 == 255 || block.nLastBlock) {
             const long now = ResidentKiB();
             most = now > most ? now : most;
@@ -81,6 +88,10 @@ int main(int argc, char** argv)
     } while (!block.nLastBlock);
     pClose(decoder, NULL);
     pDestroy(decoder);
+    if (output != NULL && fclose(output) != 0) {
+        perror(argv[3]);
+        return 1;
+    }
     printf("%lld %ld\n", bytes, most - before);
     return 0;
 }
