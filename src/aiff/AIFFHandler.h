@@ -196,10 +196,10 @@ public:
     // Wave format tag of an AIFF-C compression type; kTagUnknown for others.
     static uint16_t CompID2WFXFormatTag(uint32_t code);
 
-    // Converts the used bytes of a block between file order and host order, in place:
-    // samples of 16, 24 and 32 bits are reversed, 8-bit ones change between signed and
-    // unsigned. Other widths and a partial sample at the end stay as they are.
-    static void ByteSwap(XMem& block, int bitsPerSample);
+    // Converts bytes of sound between file order and host order, in place: samples of 16, 24
+    // and 32 bits are reversed, 8-bit ones change between signed and unsigned. Other widths
+    // and a partial sample at the end stay as they are.
+    static void ByteSwap(std::span<uint8_t> sound, int bitsPerSample);
 
 private:
     // Texts of failures that several operations report.

@@ -67,18 +67,18 @@ const Kernels& Best()
 
 } // namespace ByteSwap
 
-void clAIFFHandler::ByteSwap(XMem& block, int bitsPerSample)
+void clAIFFHandler::ByteSwap(std::span<uint8_t> sound, int bitsPerSample)
 {
     const ByteSwap::Kernels& kernels = ByteSwap::Best();
     switch (bitsPerSample) {
     case 8:
-        return kernels.flipSign8(block.Data(), block.Used());
+        return kernels.flipSign8(sound.data(), sound.size());
     case 16:
-        return kernels.reverse16(block.Data(), block.Used() / 2);
+        return kernels.reverse16(sound.data(), sound.size() / 2);
     case 24:
-        return kernels.reverse24(block.Data(), block.Used() / 3);
+        return kernels.reverse24(sound.data(), sound.size() / 3);
     case 32:
-        return kernels.reverse32(block.Data(), block.Used() / 4);
+        return kernels.reverse32(sound.data(), sound.size() / 4);
     default:
         return;
     }

@@ -37,16 +37,40 @@ AIFF_AVX2 void Store(uint8_t* bytes, __m256i vector)
 // exceeds the first-level cache, which still holds its end. They are unrolled, because a
 // short loop runs at half the speed when its code happens to straddle a cache line.
 
-AIFF_AVX2 void FlipSign8(uint8_t* bytes, size_t count)
+// Converts the bytes of whole vectors, or of the groups of them that a kernel takes at a time.
+using Vectors = void (*)(uint8_t* bytes, size_t size);
+
+// Applies `vectors` from the first place on where a sample starts and that is aligned, if there is
+// one, and the portable kernel to what is before and after: an access that straddles two cache
+// lines takes twice as long.
+void Convert(uint8_t* bytes, size_t count, size_t width, Kernel portable, size_t group,
+             Vectors vectors)
+{
+    const size_t size = count * width;
+    size_t head = -reinterpret_cast<uintptr_t>(bytes) % kVector;
+    while (head % width != 0 && head < width * kVector)
+        head += kVector;
+    if (head % width != 0 || head > size)
+        head = 0;
+    const size_t whole = (size - head) / group * group;
+    portable(bytes, head / width);
+    portable(bytes + head + whole, (size - head - whole) / width);
+    vectors(bytes + head, whole);
+}
+
+AIFF_AVX2 void FlipSigns(uint8_t* bytes, size_t size)
 {
     const __m256i sign = _mm256_set1_epi8(static_cast<char>(0x80));
-    size_t left = count / kVector * kVector;
-    Portable().flipSign8(bytes + left, count - left);
 #pragma GCC unroll 4
-    for (; left != 0; left -= kVector) {
+    for (size_t left = size; left != 0; left -= kVector) {
         uint8_t* vector = bytes + left - kVector;
         Store(vector, _mm256_xor_si256(Load(vector), sign));
     }
+}
+
+void FlipSign8(uint8_t* bytes, size_t count)
+{
+    Convert(bytes, count, 1, Portable().flipSign8, kVector, FlipSigns);
 }
 
 // Applies one shuffle to both halves of every vector in `size` bytes, which must be a
@@ -60,22 +84,28 @@ AIFF_AVX2 void Shuffle(uint8_t* bytes, size_t size, __m256i order)
     }
 }
 
-AIFF_AVX2 void Reverse16(uint8_t* bytes, size_t count)
+AIFF_AVX2 void ReverseVectors16(uint8_t* bytes, size_t size)
 {
     const __m256i order = _mm256_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14, 1,
                                            0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
-    const size_t whole = count * 2 / kVector * kVector;
-    Portable().reverse16(bytes + whole, count - whole / 2);
-    Shuffle(bytes, whole, order);
+    Shuffle(bytes, size, order);
 }
 
-AIFF_AVX2 void Reverse32(uint8_t* bytes, size_t count)
+void Reverse16(uint8_t* bytes, size_t count)
+{
+    Convert(bytes, count, 2, Portable().reverse16, kVector, ReverseVectors16);
+}
+
+AIFF_AVX2 void ReverseVectors32(uint8_t* bytes, size_t size)
 {
     const __m256i order = _mm256_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12, 3,
                                            2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
-    const size_t whole = count * 4 / kVector * kVector;
-    Portable().reverse32(bytes + whole, count - whole / 4);
-    Shuffle(bytes, whole, order);
+    Shuffle(bytes, size, order);
+}
+
+void Reverse32(uint8_t* bytes, size_t count)
+{
+    Convert(bytes, count, 4, Portable().reverse32, kVector, ReverseVectors32);
 }
 
 // Two 16-byte pieces, one per half of a vector.
@@ -97,9 +127,10 @@ AIFF_AVX2 void StoreHalves(uint8_t* low, uint8_t* high, __m256i vector)
 
 // 16 samples take 48 bytes, that is three halves; the vectors hold two such groups side
 // by side. The samples that straddle two halves exchange their outer bytes.
-AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
+constexpr size_t kGroup = 48;
+
+AIFF_AVX2 void ReverseVectors24(uint8_t* bytes, size_t size)
 {
-    constexpr size_t kGroup = 48;
     const __m256i first = AIFF_HALVES(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, -1);
     const __m256i firstFromSecond =
         AIFF_HALVES(-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 1);
@@ -111,9 +142,7 @@ AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
     const __m256i third = AIFF_HALVES(-1, 3, 2, 1, 6, 5, 4, 9, 8, 7, 12, 11, 10, 15, 14, 13);
     const __m256i thirdFromSecond =
         AIFF_HALVES(14, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
-    size_t left = count * 3 / (2 * kGroup) * (2 * kGroup);
-    Portable().reverse24(bytes + left, count - left / 3);
-    for (; left != 0; left -= 2 * kGroup) {
+    for (size_t left = size; left != 0; left -= 2 * kGroup) {
         uint8_t* low = bytes + left - 2 * kGroup;
         uint8_t* high = low + kGroup;
         const __m256i a = LoadHalves(low, high);
@@ -130,6 +159,11 @@ AIFF_AVX2 void Reverse24(uint8_t* bytes, size_t count)
                     _mm256_or_si256(_mm256_shuffle_epi8(c, third),
                                     _mm256_shuffle_epi8(b, thirdFromSecond)));
     }
+}
+
+void Reverse24(uint8_t* bytes, size_t count)
+{
+    Convert(bytes, count, 3, Portable().reverse24, 2 * kGroup, ReverseVectors24);
 }
 
 // Asked of the processor itself: __builtin_cpu_supports() needs a part of the compiler's runtime

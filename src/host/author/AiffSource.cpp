@@ -149,7 +149,7 @@ bool AiffSource::Read(XMem& block)
         return false;
     m_position += size;
     if (m_littleEndian && !inOffset && SampleBits() > 8)
-        clAIFFHandler::ByteSwap(block, SampleBits());
+        clAIFFHandler::ByteSwap(block.View(), SampleBits());
     return true;
 }
 

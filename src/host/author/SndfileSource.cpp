@@ -187,7 +187,7 @@ bool SndfileSource::ReadRaw(XMem& block)
     // A file that is cut off may end within a frame.
     if (count < 0 || !block.SetUsed(static_cast<size_t>(count - count % m_format.nBlockAlign)))
         return false;
-    clAIFFHandler::ByteSwap(block, SampleBits());
+    clAIFFHandler::ByteSwap(block.View(), SampleBits());
     return true;
 }
 

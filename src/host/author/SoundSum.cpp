@@ -34,7 +34,7 @@ void SoundSum::AddAiff(XMem& samples)
 {
     const int byteBits = (m_bits + 7) / 8 * 8;
     if (byteBits > 8) // single bytes are signed already
-        clAIFFHandler::ByteSwap(samples, byteBits);
+        clAIFFHandler::ByteSwap(samples.View(), byteBits);
     if (byteBits != m_bits)
         MoveDown(samples.View());
     Add(samples.View());
