@@ -216,6 +216,8 @@ private:
                                                : m_rangeEnd * m_sound.frame);
         m_position = m_from;
         m_left = std::max<Wide>(m_to - m_from, 0);
+        m_ahead.clear();
+        m_isSequence = false;
         if (!m_isStream && !m_sound.isForm)
             return InMemory::File().empty() && (m_flagsUsed & 5) == 0;
         if ((m_flagsUsed & 5) == 0)
@@ -265,6 +267,8 @@ private:
         if (isDone) {
             m_position = target;
             m_left = m_to - target;
+            m_ahead.clear();
+            m_isSequence = false;
         }
     }
 
@@ -308,18 +312,33 @@ private:
             return true;
         }
         const Wide wanted = std::min(m_sound.Aligned(65536), m_left);
-        const Bytes& input = m_isStream ? m_served : InMemory::File();
-        const Wide count = m_isStream                                 ? CountOfStream(wanted)
-                           : m_position + wanted <= std::ssize(input) ? wanted
-                                                                      : 0;
+        const Wide count = m_isStream ? CountOfStream(wanted) : CountOfFile(wanted);
         last.reset(); // what a failed read leaves is not said
         if (count == 0 && m_left != 0)
             return false;
-        const auto at = input.begin() + static_cast<ptrdiff_t>(m_position);
-        last = m_sound.Swapped(Bytes(at, at + static_cast<ptrdiff_t>(count)));
+        const auto at = static_cast<size_t>(m_isStream ? m_position : m_position - m_aheadStart);
+        last =
+            m_sound.Swapped(From(Front(m_isStream ? m_served : m_ahead, at + size_t(count)), at));
         m_position += count;
         m_left -= count;
         return true;
+    }
+
+    // Four blocks are read at one go, except after a seek.
+    Wide CountOfFile(Wide wanted)
+    {
+        if (m_aheadStart + std::ssize(m_ahead) < m_position + wanted) {
+            const Wide most = m_isSequence ? std::min(4 * wanted, m_left) : wanted;
+            const Bytes& file = InMemory::File();
+            const Wide size = std::ssize(file);
+            m_ahead = From(Front(file, size_t(std::min(m_position + most, size))),
+                           size_t(std::min(m_position, size)));
+            m_aheadStart = m_position;
+            if (std::ssize(m_ahead) < wanted)
+                return 0;
+            m_isSequence = true;
+        }
+        return wanted;
     }
 
     Wide CountOfStream(Wide wanted)
@@ -390,6 +409,9 @@ private:
     Connection m_connection;
     // The range in frames and in bytes, and where the next block is.
     Wide m_rangeStart = 0, m_rangeEnd = -1, m_from = 0, m_to = 0, m_position = 0, m_left = 0;
+    Bytes m_ahead; // of the file, what has been read at one go from a place on
+    Wide m_aheadStart = 0;
+    bool m_isSequence = false;
     std::array<std::optional<Bytes>, 2> m_last; // block of the file and of the stream
 };
 

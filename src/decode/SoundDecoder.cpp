@@ -31,6 +31,7 @@ bool SoundDecoder::PrepareToDecodeAudio(STQvAudioInfo* info)
         return false;
     m_position = m_range.DecodeFrom(m_common.wfx);
     m_remaining = m_range.LengthBytes(m_common.wfx);
+    DropAhead();
     if (!SeekToStart())
         return false;
     m_common.wfx.CopyBasicTo(&info->WaveFormat);
@@ -63,41 +64,63 @@ bool SoundDecoder::DecodeBlock(STQvAudioBlock* block)
     if (!ReadDataBlock())
         return false;
     if (!m_common.littleEndian)
-        clAIFFHandler::ByteSwap(m_decodeBuffer, wfx.BitsPerSample());
-    block->pData = m_decodeBuffer.Data();
-    block->nDataSize = static_cast<uint32_t>(m_decodeBuffer.Used());
+        clAIFFHandler::ByteSwap(Block(), wfx.BitsPerSample());
+    block->pData = Block().data();
+    block->nDataSize = static_cast<uint32_t>(m_blockSize);
     wfx.CopyBasicTo(&block->WaveFormat);
     block->nBitRate = wfx.BitRate();
-    block->nDurationMS = wfx.CalcmsTime(static_cast<int64_t>(m_decodeBuffer.Used()));
+    block->nDurationMS = wfx.CalcmsTime(static_cast<int64_t>(m_blockSize));
     block->nLastBlock = m_remaining == 0 ? 1 : 0;
     return true;
 }
 
-// Reads the next block into the decode buffer. A remainder of less than a frame is dropped,
-// and the buffer then stays as it was.
+// Goes on to the next block. A remainder of less than a frame is dropped, and the block then
+// stays as it was.
 bool SoundDecoder::ReadDataBlock()
 {
-    constexpr const char* kReadDataBlock = "ReadDataBlock";
     const XAudioWFX& wfx = m_common.wfx;
     if (m_remaining < wfx.BlockAlign())
         m_remaining = 0;
-    const int64_t size = std::min(wfx.BlockAlignBuffer(kBlockBytes), m_remaining);
-    if (size == 0)
+    const int64_t wanted = std::min(wfx.BlockAlignBuffer(kBlockBytes), m_remaining);
+    if (wanted == 0)
         return true;
-    const auto wanted = static_cast<size_t>(size);
-    if (!m_decodeBuffer.ReserveForRead(wanted, m_position)) {
+    if (Ahead() >= static_cast<size_t>(wanted)) {
+        m_blockStart += m_blockSize;
+        m_blockSize = static_cast<size_t>(wanted);
+    } else if (!FillBuffer(wanted))
+        return false;
+    m_remaining -= static_cast<int64_t>(m_blockSize);
+    m_position += static_cast<int64_t>(m_blockSize);
+    return true;
+}
+
+// Reads a block and, in a sequence, some that follow it: fewer calls of the system, which also
+// copies faster the more it is asked for.
+bool SoundDecoder::FillBuffer(int64_t wanted)
+{
+    constexpr const char* kReadDataBlock = "ReadDataBlock";
+    const int64_t most = std::min(wanted * (m_isSequence ? m_blocksAtOnce : 1), m_remaining);
+    if (!m_decodeBuffer.ReserveForRead(static_cast<size_t>(most), m_position)) {
         StdReport::WriteERROR({L"Error allocating decoding buffer."}, m_report, kReadDataBlock);
         return false;
     }
-    const size_t count = ReadSound({m_decodeBuffer.Data(), wanted});
+    const auto block = static_cast<size_t>(wanted);
+    const size_t count = ReadSound({m_decodeBuffer.Data(), static_cast<size_t>(most)}, block);
     if (count == 0 && m_remaining != 0) {
         StdReport::WriteERROR({L"Error reading data from file."}, m_report, kReadDataBlock);
         return false;
     }
     (void)m_decodeBuffer.SetUsed(count); // reserved above
-    m_remaining -= static_cast<int64_t>(count);
-    m_position += static_cast<int64_t>(count);
+    m_blockStart = 0;
+    m_blockSize = std::min(block, count);
+    m_isSequence = true;
     return true;
+}
+
+void SoundDecoder::DropAhead()
+{
+    (void)m_decodeBuffer.SetUsed(m_blockStart + m_blockSize); // less than it holds
+    m_isSequence = false;
 }
 
 bool SoundDecoder::MoveTo(int64_t position)
@@ -106,6 +129,7 @@ bool SoundDecoder::MoveTo(int64_t position)
         StdReport::WriteERROR({L"Error SetPosition returned false."}, m_report, "SetPosition");
         return false;
     }
+    DropAhead();
     m_position = position;
     m_remaining = m_range.DecodeTo(m_common.wfx) - position;
     return true;

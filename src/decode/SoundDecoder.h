@@ -56,7 +56,8 @@ public:
     const XMem* FillAudioProps(const XStr& properties);
 
 protected:
-    SoundDecoder() = default;
+    // Blocks that are asked for one after another are read so many at one go.
+    explicit SoundDecoder(int blocksAtOnce) : m_blocksAtOnce(blocksAtOnce) {}
     SoundDecoder(SoundDecoder&&) = default;
     SoundDecoder& operator=(SoundDecoder&&) = default;
 
@@ -71,12 +72,16 @@ protected:
     // Positions the input at the first byte to decode.
     virtual bool SeekToStart() = 0;
     virtual bool Seek(int64_t position) = 0;
-    // Reads a block from the position on and returns its size in bytes; 0 when fewer bytes
-    // are left than asked for. A decoder may return the whole sample frames among them
-    // instead, and set m_remaining to them when they are the last.
-    virtual size_t ReadSound(std::span<uint8_t> bytes) = 0;
+    // Reads from the position on, and returns how many bytes it got: 0 when they are fewer than
+    // `block`. A decoder may return the whole sample frames among them instead, and set
+    // m_remaining to them when they are the last.
+    virtual size_t ReadSound(std::span<uint8_t> bytes, size_t block) = 0;
 
     bool MoveTo(int64_t position);
+
+    // Forgets what was read beyond the last block: the next one comes from the input as it is
+    // then, and by itself, as seeks may follow one another.
+    void DropAhead();
 
     STNStdReport m_report = {};
     XMem m_commBytes; // the COMM body; not empty once the format is known
@@ -85,13 +90,21 @@ protected:
     bool m_lengthUnknown = false; // then all times are 0
     int64_t m_position = 0;       // of the next byte to decode, in the input
     int64_t m_remaining = 0;      // bytes left in the range
-    XMem m_decodeBuffer;
+    XMem m_decodeBuffer;          // the last block, and what was read beyond it
     XMem m_propertiesBuffer;
     XMem m_tagBuffer;
 
 private:
     bool CheckFormat() const;
     bool ReadDataBlock();
+    bool FillBuffer(int64_t wanted);
+    std::span<uint8_t> Block() { return m_decodeBuffer.View().subspan(m_blockStart, m_blockSize); }
+    size_t Ahead() const { return m_decodeBuffer.Used() - m_blockStart - m_blockSize; }
+
+    size_t m_blockStart = 0; // of the last block, in the decode buffer
+    size_t m_blockSize = 0;
+    int m_blocksAtOnce;
+    bool m_isSequence = false; // a block has been read since the last seek
 };
 
 } // namespace aiff

@@ -72,12 +72,12 @@ bool clsStreamingwavedecoder::Seek(int64_t position)
 }
 
 // Where the length is unknown, the server says where the audio ends.
-size_t clsStreamingwavedecoder::ReadSound(std::span<uint8_t> bytes)
+size_t clsStreamingwavedecoder::ReadSound(std::span<uint8_t> bytes, size_t block)
 {
     m_stream->StartStep();
     const size_t count = ReadStream(bytes);
-    if (count == bytes.size() || m_mode == StreamMode::Plain)
-        return count == bytes.size() ? count : 0;
+    if (count == block || m_mode == StreamMode::Plain)
+        return count == block ? count : 0;
     const int64_t frames = m_common.wfx.BlockAlignBuffer(static_cast<int64_t>(count));
     const auto whole = static_cast<size_t>(frames);
     if (m_lengthUnknown && m_stream->Fault() == StreamFault::None) {

@@ -23,6 +23,8 @@ enum class StreamMode { Plain, Exact };
 class clsStreamingwavedecoder : public SoundDecoder
 {
 public:
+    clsStreamingwavedecoder() : SoundDecoder(1) {} // a block need not wait for those after it
+
     // Starts over with a stream that is positioned at its start; nothing is read yet. The
     // stream must outlive the decoder's use of it. The decode range is in sample frames,
     // its end exclusive, -1 for the end of the audio. Always true.
@@ -56,7 +58,7 @@ private:
     bool AdvanceToStart();
     bool Discard(int64_t bytes);
     bool Seek(int64_t position) override;
-    size_t ReadSound(std::span<uint8_t> bytes) override;
+    size_t ReadSound(std::span<uint8_t> bytes, size_t block) override;
     XStr GetAudioQuality() const;
     XStr GetChannelString() const;
     NTag CollectProps(const XStr& properties) const override;

@@ -31,6 +31,7 @@ void clWaveDecoder::Release()
 {
     m_aiff.Destroy();
     m_file.Close();
+    DropAhead();
 }
 
 bool clWaveDecoder::PullOutCOMMnSSND()
@@ -91,9 +92,10 @@ bool clWaveDecoder::Seek(int64_t position)
     return m_file.SetPosition(position);
 }
 
-size_t clWaveDecoder::ReadSound(std::span<uint8_t> bytes)
+size_t clWaveDecoder::ReadSound(std::span<uint8_t> bytes, size_t block)
 {
-    return m_file.ReadAt(m_position, bytes) == bytes.size() ? bytes.size() : 0;
+    const size_t count = m_file.ReadAt(m_position, bytes);
+    return count < block ? 0 : count;
 }
 
 bool clWaveDecoder::SetPosition(int64_t frame)

@@ -203,6 +203,33 @@ TEST_F(DecodeTest, FileCutWhileItIsDecodedResumesWhenItIsWhole)
     EXPECT_EQ(host.Rest(), Part(pcm, 400 + 65536, 200000));
 }
 
+// In a sequence some blocks are read at one go; a seek gives up those that have not come yet.
+TEST_F(DecodeTest, BlocksThatWereReadBeforeACutComeUntilASeek)
+{
+    const Bytes sound = Noise(700000), pcm = HostOrder(sound, 24);
+    const std::string path = File(AiffBuilder().Comm(1, 24, 8000).Ssnd(sound));
+    for (const bool seeks : {false, true}) {
+        Instance host(plugin, report);
+        ASSERT_EQ(host.Open(path, 1), 1);
+        int64_t at = 0;
+        for (int i = 0; i < 5; ++i, at += 65535) {
+            if (i == 2) {
+                ASSERT_EQ(truncate(path.c_str(), 150000), 0);
+                if (seeks)
+                    ASSERT_EQ(host.Seek(at / 3), 1);
+            }
+            ASSERT_EQ(host.Next(), i >= 2 && seeks ? 0 : 1) << i;
+            if (i < 2 || !seeks)
+                EXPECT_EQ(host.Data(), Part(pcm, at, at + 65535)) << i;
+        }
+        EXPECT_EQ(host.Next(), 0);
+        ASSERT_EQ(truncate(path.c_str(), 700054), 0);
+        const Bytes whole = AiffBuilder().Comm(1, 24, 8000).Ssnd(sound).Build();
+        std::fstream(path, std::ios::in | std::ios::out)
+            .write(reinterpret_cast<const char*>(whole.data()), std::ssize(whole));
+    }
+}
+
 TEST_F(DecodeTest, RealFilesEqualLibsndfile)
 {
     if (!std::filesystem::is_directory(Corpus()))
