@@ -11,13 +11,14 @@
 namespace aiff
 {
 
-// Writes to a position in a block that is large enough, or only measures.
+// Writes into a block of memory, and goes on to measure what it has no room for.
 class BlobWriter
 {
 public:
-    explicit BlobWriter(uint8_t* out) : m_out(out) {} // null: measures
+    BlobWriter(uint8_t* out, size_t room) : m_out(out), m_room(room) {}
 
-    size_t Size() const { return m_size; } // of what was written
+    // Of all that was written. The block holds it when that is not more than its room.
+    size_t Size() const { return m_size; }
 
     void Int32(size_t value)
     {
@@ -26,7 +27,7 @@ public:
     }
     void Int32At(size_t at, size_t value)
     {
-        for (size_t i = 0; m_out != nullptr && i < 4; ++i)
+        for (size_t i = 0; i < 4 && at + i < m_room; ++i)
             m_out[at + i] = static_cast<uint8_t>(value >> 8 * i);
     }
     // Characters above U+FFFF are cut, not paired.
@@ -38,13 +39,14 @@ public:
     }
     void Bytes(const void* bytes, size_t size)
     {
-        if (m_out != nullptr && size != 0)
+        if (size != 0 && size <= m_room && m_size <= m_room - size)
             std::memcpy(m_out + m_size, bytes, size);
         m_size += size;
     }
 
 private:
     uint8_t* m_out;
+    size_t m_room;
     size_t m_size = 0;
 };
 

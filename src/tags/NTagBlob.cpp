@@ -112,7 +112,7 @@ bool Encode(const std::vector<STInternalTag>& tags, XMem& blob)
         total += ItemSize<Form>(tag);
     if (total > size_t{std::numeric_limits<int32_t>::max()} || !blob.SetUsed(total))
         return false;
-    BlobWriter out(blob.Data());
+    BlobWriter out(blob.Data(), total);
     out.Int32(tags.size());
     for (const STInternalTag& tag : tags) {
         out.Int32(ItemSize<Form>(tag));

@@ -61,11 +61,19 @@ bool TagID3v2::Read(NTag& tags)
 
 bool TagID3v2::Read(TagItems& items) const
 {
-    std::vector<uint8_t> bytes;
+    constexpr int64_t kFirstRead = 2048; // most tags without pictures are smaller
     Region region = OwnRegion();
-    if (const int64_t size = GetID3v2TagSize(); size <= region.size)
+    std::vector<uint8_t> bytes(
+        static_cast<size_t>(std::clamp<int64_t>(region.size, 0, kFirstRead)));
+    bytes.resize(m_file.ReadAt(region.position, bytes));
+    const int64_t size = TagSizeFromHeader(bytes);
+    if (size <= region.size)
         region.size = size;
-    return ReadBytes(region, bytes) && items.Add(std::move(bytes));
+    if (size <= std::ssize(bytes))
+        bytes.resize(static_cast<size_t>(size));
+    else if (!ReadBytes(region, bytes))
+        return false;
+    return items.Add(std::move(bytes));
 }
 
 // A tag that claims more than its region is none: nothing beyond the region is taken

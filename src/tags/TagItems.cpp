@@ -39,7 +39,8 @@ private:
 class BlobSink
 {
 public:
-    explicit BlobSink(uint8_t* out) : m_out(out) { m_out.Int32(0); }
+    // Fills the block's memory as far as it goes.
+    explicit BlobSink(XMem& blob, size_t room) : m_out(blob.Data(), room) { m_out.Int32(0); }
 
     void Item(std::string_view name)
     {
@@ -147,6 +148,7 @@ bool TagItems::Add(std::vector<uint8_t> bytes)
     tag.wire = id3parser::ReadWireTag(tag.bytes);
     if (!tag.wire.parses)
         return false;
+    tag.size = tag.bytes.size();
     if (!tag.wire.resynchronised.empty())
         tag.bytes = std::vector<uint8_t>(); // the frames are in the copy
     tag.fields = FieldIndex(tag.wire.frames, FieldIndex::Of::Reading);
@@ -183,6 +185,17 @@ void TagItems::Give(Sink& sink) const
     sink.End();
 }
 
+// Enough for what tags are usually made of: pictures, which keep their size, and a few texts,
+// whose names and characters take two bytes each.
+size_t TagItems::ExpectedSize() const
+{
+    constexpr size_t kTexts = 2048;
+    size_t size = kTexts;
+    for (const Tag& tag : m_tags)
+        size += tag.size + std::min(tag.size, kTexts);
+    return size;
+}
+
 NTag TagItems::List() const
 {
     ListSink sink;
@@ -193,14 +206,22 @@ NTag TagItems::List() const
 bool TagItems::ToRawMemory(XMem& blob, int64_t& count) const
 {
     blob.Clear();
-    BlobSink measure(nullptr);
-    Give(measure);
-    count = static_cast<int64_t>(measure.Count());
-    if (measure.Size() > size_t{std::numeric_limits<int32_t>::max()} ||
-        !blob.SetUsed(measure.Size()))
+    const size_t room = ExpectedSize();
+    if (!blob.Reserve(room))
         return false;
-    BlobSink sink(blob.Data());
-    Give(sink);
+    BlobSink first(blob, room);
+    Give(first);
+    const size_t size = first.Size();
+    count = static_cast<int64_t>(first.Count());
+    if (size > size_t{std::numeric_limits<int32_t>::max()})
+        return false;
+    if (size <= room)
+        return blob.SetUsed(size);
+    blob.Clear();
+    if (!blob.SetUsed(size))
+        return false;
+    BlobSink second(blob, size);
+    Give(second);
     return true;
 }
 

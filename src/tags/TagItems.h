@@ -33,12 +33,14 @@ public:
 private:
     struct Tag {
         std::vector<uint8_t> bytes;
+        size_t size = 0;         // in the file, in bytes
         id3parser::WireTag wire; // points into them, or into its own copy
         id3parser::FieldIndex fields;
     };
 
     template <class Sink>
     void Give(Sink& sink) const;
+    size_t ExpectedSize() const;
 
     std::vector<Tag> m_tags;
 };
