@@ -61,6 +61,11 @@ bool TakeUtf8(std::string_view& bytes, Utf8Policy policy, uint32_t& codePoint)
 
 size_t EncodeUtf8(uint32_t codePoint, char* out)
 {
+    if (codePoint < 0x80) { // nearly all
+        if (out != nullptr)
+            *out = static_cast<char>(codePoint);
+        return 1;
+    }
     const auto* limit = std::upper_bound(std::begin(kLimits), std::end(kLimits), codePoint);
     if (limit == std::end(kLimits))
         return 0;
@@ -69,8 +74,7 @@ size_t EncodeUtf8(uint32_t codePoint, char* out)
         return length;
     for (size_t i = length - 1; i > 0; --i, codePoint >>= 6)
         out[i] = static_cast<char>(0x80 | (codePoint & 0x3F));
-    const uint32_t mark = length == 1 ? 0 : 0xFF00u >> length & 0xFF;
-    out[0] = static_cast<char>(mark | codePoint);
+    out[0] = static_cast<char>((0xFF00u >> length & 0xFF) | codePoint);
     return length;
 }
 

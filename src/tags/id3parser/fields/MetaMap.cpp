@@ -4,14 +4,19 @@
 #include "tags/id3parser/fields/FieldNames.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace aiff::id3parser
 {
 
 bool metaCompare::operator()(std::string_view a, std::string_view b) const
 {
+    constexpr size_t kWord = 8; // names that are compared often start alike
     const size_t size = std::min(a.size(), b.size());
-    for (size_t i = 0; i < size; ++i) {
+    size_t i = 0;
+    while (size - i >= kWord && std::memcmp(&a[i], &b[i], kWord) == 0)
+        i += kWord;
+    for (; i < size; ++i) {
         if (a[i] == b[i])
             continue;
         const auto x = static_cast<unsigned char>(lower(a[i]));

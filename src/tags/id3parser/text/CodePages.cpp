@@ -194,8 +194,15 @@ std::string wideToCodepage(CodePage codePage, std::u16string_view units)
     return bytes;
 }
 
+bool IsPlainAscii(std::span<const uint8_t> bytes)
+{
+    return std::ranges::all_of(bytes, [](uint8_t byte) { return byte - 1u < 0x7F; });
+}
+
 bool isValidUTF8(std::span<const uint8_t> bytes)
 {
+    if (IsPlainAscii(bytes))
+        return true;
     const std::string back = wideToCodepage(CodePage::Utf8, codepageToWide(CodePage::Utf8, bytes));
     return std::ranges::equal(BytesOf(back), bytes);
 }

@@ -73,6 +73,9 @@ size_t estimate_wide_to_codepage(CodePage codePage, std::u16string_view units);
 void convert_codepage_to_wide(CodePage codePage, std::span<const uint8_t> bytes, char16_t* out);
 void convert_wide_to_codepage(CodePage codePage, std::u16string_view units, char* out);
 
+// Whether all are ASCII and none is zero: such a text is the same in every code page.
+bool IsPlainAscii(std::span<const uint8_t> bytes);
+
 // Whether the bytes survive the way to UTF-16 and back. Those of plane 16 do not.
 bool isValidUTF8(std::span<const uint8_t> bytes);
 

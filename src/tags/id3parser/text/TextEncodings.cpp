@@ -55,6 +55,8 @@ size_t LengthToZero(const Units& units)
 // From a code page of single bytes: its characters are the same in UTF-16 as alone.
 std::string ImportCodePage(CodePage codePage, std::span<const uint8_t> bytes)
 {
+    if (conv::IsPlainAscii(bytes))
+        return {bytes.begin(), bytes.end()};
     size_t size = 0;
     size_t position = 0;
     while (const uint32_t codePoint = conv::decodeCP(codePage, bytes, position))
