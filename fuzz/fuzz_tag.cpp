@@ -134,13 +134,14 @@ void CheckParsing(View bytes, const id3parser::WireTag& wire)
     }
 }
 
-// The frames that no field represents and that are no pictures, as bytes.
+// The frames that no field represents and that are no pictures, as bytes. Those without any are
+// not written.
 std::string UnknownFrames(View bytes)
 {
     std::string unknown;
     const id3parser::WireTag tag = id3parser::ReadWireTag(bytes);
     for (const id3parser::WireFrame& frame : tag.frames)
-        if (frame.id != 0 && !IsShown(frame.id))
+        if (frame.size != 0 && !IsShown(frame.id))
             unknown +=
                 SizeBytes(frame.id, 8, 4) + std::to_string(frame.formatFlags) + S(frame.Body());
     return unknown;
@@ -239,13 +240,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     const id3parser::WireTag wire = id3parser::ReadWireTag(tag);
     CheckParsing(tag, wire);
-    // An edit may show frames whose names reading does not know. An unsynchronised frame may end
-    // with the tag before its first byte: an edit writes it empty, and the next one drops it.
+    // An edit may show frames whose names reading does not know.
     if (wire.parses && wire.revision >= id3parser::kRevision3 &&
         wire.sizes == id3parser::FrameSizes::OfRevision &&
-        std::ranges::none_of(wire.frames, [](const id3parser::WireFrame& frame) {
-            return frame.isHidden || frame.size == 0;
-        }))
+        std::ranges::none_of(wire.frames,
+                             [](const id3parser::WireFrame& frame) { return frame.isHidden; }))
         (choice == 2 ? CheckWritingBack : CheckTitle)(tag, options);
     return 0;
 }

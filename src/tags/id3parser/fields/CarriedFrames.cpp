@@ -252,7 +252,9 @@ void CarriedFrames::DropFieldsOfLaterTags(const std::vector<size_t>& ends)
 
 bool CarriedFrames::Emit(const WireFrame& wire, const FrameSink& sink) const
 {
-    if (wire.id == 0)
+    // Of an unsynchronised frame, not a byte may be there. An empty frame would end the tag for
+    // many readers.
+    if (wire.id == 0 || wire.size == 0)
         return false;
     if (wire.revision == m_revision) {
         sink(wire.AsItIs());
