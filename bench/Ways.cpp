@@ -182,5 +182,6 @@ std::map<std::string, Way> AllWays(const std::string& pluginPath)
         {"tags", [=](auto& file) { return session(file, kTexts).Tags(); }},
     };
     ways.merge(TagWays(pluginPath));
+    ways.merge(BareWays());
     return ways;
 }

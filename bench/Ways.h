@@ -18,7 +18,7 @@ using Way = std::function<int64_t(const std::string& file)>;
 //   sum_plugin, sum_libsndfile         reads all; checksum of the PCM
 //   open_1_16, open_1_8_16, open_libsndfile  opens and closes; bytes of PCM announced
 //   tags                               opens and closes; count of tags
-// and those of TagWays.
+// and those of BareWays and TagWays.
 std::map<std::string, Way> AllWays(const std::string& pluginPath);
 
 //   tags_plugin, tags_taglib           reads tags and properties; bytes of the picture
@@ -27,6 +27,13 @@ std::map<std::string, Way> AllWays(const std::string& pluginPath);
 //   edit_12500, edit_100000            sets so many other fields, too; 1
 //   written_plugin, written_taglib     the same; bytes written (Linux, else 0)
 std::map<std::string, Way> TagWays(const std::string& pluginPath);
+
+// Times of files of one width from 8 to 32 bits, by bare calls and loops; where they ended:
+//   bare_read_64 (_256, _512)          reads pieces of so many KiB
+//   bare_64 (_256, _512)               reads them, and swaps 64 KiB at a time in place
+//   bare_swap                          swaps as much, but always the same 64 KiB
+//   bare_mapped                        copies 64 KiB at a time from a mapping, and swaps them
+std::map<std::string, Way> BareWays();
 
 // Ends the program: a measurement of a failure is worth nothing.
 [[noreturn]] void Fail(const std::string& reason);

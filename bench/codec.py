@@ -12,6 +12,8 @@ from sources import (PICTURE, SMALL_FRAMES, append_tag, chunk, file_of, many, sm
 LAYOUTS = [(bits, little, channels) for little in (False, True) for bits in (8, 16, 24, 32)
            for channels in (1, 2, 6) if not (little and bits == 8)]
 DECODE_WAYS = ("plugin", "libsndfile", "libsndfile_raw")
+BARE_WAYS = ("bare_read_64", "bare_read_256", "bare_read_512", "bare_swap", "bare_64", "bare_256",
+             "bare_512", "bare_mapped")
 OPEN_WAYS = ("open_1_16", "open_1_8_16", "open_libsndfile")
 SMALL_FILES = 2000
 TAGS = 4  # that the plug-in tells of a tagged file: three texts and the version of the tag
@@ -32,6 +34,20 @@ def decode(bench):
         results.append({"name": name, "bits": bits, "little": little, "details": done,
                         "seconds": {way: median(done[way]["seconds"])
                                     for way in ("read", *DECODE_WAYS)}})
+    return results
+
+
+def limits(bench):
+    """What bare calls and loops take in the place of the plug-in, which takes its turns, too."""
+    results = []
+    for bits in (8, 16, 24, 32):
+        path = bench.make(2 if bench.quick else 128, bits)
+        done = bench.go(path, *BARE_WAYS, "plugin")
+        ends = {done[way]["result"] for way in BARE_WAYS} - {done["bare_swap"]["result"]}
+        check(ends == {path.stat().st_size}, f"bare ways at {bits} bits")
+        results.append({"name": f"{bits} bit, 2 ch", "details": done,
+                        "seconds": {way: median(done[way]["seconds"])
+                                    for way in (*BARE_WAYS, "plugin")}})
     return results
 
 

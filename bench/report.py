@@ -28,7 +28,8 @@ from harness import Bench, require
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 CONVERTERS = ["sndfile-convert", "sox", "ffmpeg"]
 # Each part and the programs that it needs.
-PARTS = {codec.decode: [], codec.opening: ["strace"] * (platform.system() == "Linux"),
+PARTS = {codec.decode: [], codec.limits: [],
+         codec.opening: ["strace"] * (platform.system() == "Linux"),
          codec.tags: [], codec.growth: [], codec.memory: [],
          programs.convert: ["cp", *CONVERTERS], programs.encode: ["cp", *CONVERTERS],
          programs.tree: ["sox", "ffmpeg"], programs.md5: ["md5sum", "flac"],

@@ -71,6 +71,16 @@ take libsndfile {of((16, 32), True, "libsndfile")} times as long at 16 and 32 bi
 {of((16, 24, 32), True, "libsndfile_raw")} times."""
 
 
+def limits(rows):
+    """Relative to read() in pieces of 64 KiB."""
+    ways = ("bare_read_256", "bare_read_512", "bare_swap", "bare_64", "bare_256", "bare_512",
+            "bare_mapped", "plugin")
+    return table(["Bare loops, times `read()` of 64 KiB", "`read()`", "of 256 KiB", "of 512 KiB",
+                  "swap alone", "64 KiB and swap", "256 KiB", "512 KiB", "mapped", "plug-in"],
+                 [[row["name"], ms(row["seconds"]["bare_read_64"]),
+                   *(f"{over(row, way, 'bare_read_64'):.2f}" for way in ways)] for row in rows])
+
+
 def opening(kinds):
     return table(["Opening and closing a small file", "Time", "System calls"],
                  [[f"{kind}, {OPENED[way]}", brief(seconds),
@@ -165,5 +175,5 @@ def stream(results):
 The plug-in's process grows by {results['grown_kib']} KiB."""
 
 
-PARTS = {part.__name__: part for part in (decode, opening, tags, growth, memory, convert, encode,
+PARTS = {part.__name__: part for part in (decode, limits, opening, tags, growth, memory, convert, encode,
                                           tree, md5, stream)}
