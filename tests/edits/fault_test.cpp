@@ -51,6 +51,7 @@ protected:
 TEST_P(FaultTest, FailingCallLeavesTheFileAsItWasOrEdited)
 {
     using enum Fault;
+    int points = 0;
     for (const Edit& edit : AllEdits())
         for (const bool isDurable : {true, false}) {
             const Bytes after = After(edit);
@@ -89,13 +90,16 @@ TEST_P(FaultTest, FailingCallLeavesTheFileAsItWasOrEdited)
                             << error;
                     EXPECT_TRUE(FilesIn(dir) == 1 || fault == KeepsFailing);
                     OnlyFile();
+                    ++points;
                 }
         }
+    RecordProperty("faults", points);
 }
 
 TEST_P(FaultTest, KilledProcessLeavesTheOldOrTheNewTag)
 {
     const size_t samples = ReadSamples(File(layout.file)).values.size();
+    int points = 0;
     for (const Edit& edit : AllEdits()) {
         const Bytes after = After(edit);
         for (const Fault fault : {Fault::Kills, Fault::KillsInside})
@@ -117,8 +121,10 @@ TEST_P(FaultTest, KilledProcessLeavesTheOldOrTheNewTag)
                 EXPECT_EQ(StateOf(ReadFile(path), layout.file, after),
                           after == layout.file ? kOld : kNew);
                 OnlyFile();
+                ++points;
             }
     }
+    RecordProperty("kills", points);
 }
 
 INSTANTIATE_TEST_SUITE_P(
