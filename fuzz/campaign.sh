@@ -15,23 +15,24 @@ logs=build/fuzz/campaign
 rm -rf "$logs"
 mkdir -p "$logs"
 
-# With more processors than targets, several workers share a target's corpus.
-workers=$(((jobs + $# - 1) / $#))
-share=$(awk "BEGIN { print int($hours * 3600 * $jobs / ($# * $workers)) }") # seconds of a worker
+# Everybody works on parts of some minutes, each with another seed, so that no processor is idle
+# before the end. With more processors than targets, several share a target's corpus.
+parts=$(awk "BEGIN { n = int($hours * 6 * $jobs / $#); print n > 0 ? n : 1 }")
+seconds=$(awk "BEGIN { print int($hours * 3600 * $jobs / ($# * $parts)) }")
 
-# Every quarter of an hour, and after a finding, a worker starts anew with another seed.
-work() { # target/worker
+# Starts anew after a finding.
+work() { # target.part
     source fuzz/targets.sh
-    local target=${1%/*} log end=$((SECONDS + share)) part=0 left
+    local log end=$((SECONDS + seconds)) try=0 left
     while left=$((end - SECONDS)) && [ "$left" -gt 0 ]; do
-        part=$((part + 1)) log=$logs/$target.${1#*/}.$part
-        fuzz "$target" $((left < 900 ? left : 900)) "$log.log" >"$log.time" 2>&1 || sleep 1
+        try=$((try + 1)) log=$logs/$1.$try
+        fuzz "${1%.*}" "$left" "$log.log" >"$log.time" 2>&1 || sleep 1
     done
 }
 export -f work
-export share logs
-for worker in $(seq "$workers"); do
-    printf "%s/$worker\n" "$@"
+export seconds logs
+for part in $(seq "$parts"); do
+    printf "%s.$part\n" "$@"
 done | xargs -P "$jobs" -I{} bash -euo pipefail -c 'work {}'
 
 minimise() {
