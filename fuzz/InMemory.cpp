@@ -3,8 +3,11 @@
 #include "InMemory.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <map>
 #include <memory>
@@ -19,14 +22,15 @@ namespace InMemory
 {
 
 std::function<Bytes(const std::string& request)> server;
-size_t piece = SIZE_MAX;
+bool trickles = false;
+ssize_t lastReport = 0;
 
 namespace
 {
 
-constexpr int kFirst = 1 << 20;  // descriptor; the system's are lower
-constexpr off_t kMost = 1 << 26; // bytes of a file
-const std::string kName = kFolder + "a.aiff";
+constexpr int kFirst = 1 << 20;                       // descriptor; the system's are lower
+constexpr off_t kMost = 1 << 26;                      // bytes of a file
+const std::string kName = std::string(kFolder) + "a"; // an ending would tell the format
 
 struct Node {
     Bytes bytes;
@@ -36,6 +40,7 @@ struct Node {
 
 struct Descriptor {
     std::shared_ptr<Node> file;
+    off_t position = 0;
     std::string request; // of a connection
     Bytes answer;
     size_t sent = 0;
@@ -66,9 +71,10 @@ Node* FileOf(int fd)
     return found == nullptr ? nullptr : found->file.get();
 }
 
+// Libraries ask before this program is initialised, even for null.
 bool IsHere(const char* path)
 {
-    return std::strncmp(path, kFolder.c_str(), kFolder.size()) == 0;
+    return path != nullptr && std::strncmp(path, kFolder.data(), kFolder.size()) == 0;
 }
 
 int Fail(int error)
@@ -122,6 +128,24 @@ ssize_t Read(const Node& node, void* out, size_t size, off_t position)
     return static_cast<ssize_t>(size);
 }
 
+ssize_t ReadOn(Descriptor& from, void* out, size_t size)
+{
+    const ssize_t count = Read(*from.file, out, size, from.position);
+    from.position += count;
+    return count;
+}
+
+off_t Go(Descriptor& here, off_t offset, int whence)
+{
+    const off_t end = std::ssize(here.file->bytes);
+    if (whence == SEEK_DATA || whence == SEEK_HOLE) // all is data
+        return whence == SEEK_DATA ? offset : end;
+    const off_t from = whence == SEEK_CUR ? here.position : whence == SEEK_END ? end : 0;
+    if (__builtin_add_overflow(from, offset, &offset) || offset < 0)
+        return Fail(EINVAL);
+    return here.position = offset;
+}
+
 int Resize(Node& node, off_t size)
 {
     if (size > kMost)
@@ -170,6 +194,11 @@ size_t CountFiles()
     return names.size();
 }
 
+ptrdiff_t CountOpen()
+{
+    return std::ssize(descriptors) - std::count(descriptors.begin(), descriptors.end(), nullptr);
+}
+
 Bytes& File()
 {
     return names.at(kName)->bytes;
@@ -179,9 +208,10 @@ Bytes& File()
 
 using namespace InMemory;
 
-// What is not in memory is the system's.
+// What is not in memory is the system's. Libraries find these functions, too.
+#define AIFF_EXPORTED extern "C" __attribute__((visibility("default")))
 #define AIFF_IN_FRONT(type, name, parameters, isHere, here, ...)                                   \
-    extern "C" type name parameters                                                                \
+    AIFF_EXPORTED type name parameters                                                             \
     {                                                                                              \
         return static_cast<type>((isHere) ? (here) : syscall(__VA_ARGS__));                        \
     }
@@ -195,12 +225,13 @@ AIFF_IN_FRONT(ssize_t, pread, (int fd, void* out, size_t size, off_t position), 
 AIFF_IN_FRONT(ssize_t, pwrite, (int fd, const void* bytes, size_t size, off_t position), FileOf(fd),
               Write(*FileOf(fd), bytes, size, position), SYS_pwrite64, fd, bytes, size, position)
 AIFF_IN_FRONT(ssize_t, write, (int fd, const void* bytes, size_t size), FileOf(fd),
-              static_cast<ssize_t>(size), SYS_write, fd, bytes, size) // a report that nobody reads
+              lastReport = static_cast<ssize_t>(size), SYS_write, fd, bytes, size)
 AIFF_IN_FRONT(int, ftruncate, (int fd, off_t size), FileOf(fd), Resize(*FileOf(fd), size),
               SYS_ftruncate, fd, size)
+AIFF_IN_FRONT(ssize_t, read, (int fd, void* out, size_t size), FileOf(fd),
+              ReadOn(*Find(fd), out, size), SYS_read, fd, out, size)
 AIFF_IN_FRONT(off_t, lseek, (int fd, off_t offset, int whence), FileOf(fd),
-              whence == SEEK_DATA ? offset : std::ssize(FileOf(fd)->bytes), SYS_lseek, fd, offset,
-              whence)
+              Go(*Find(fd), offset, whence), SYS_lseek, fd, offset, whence)
 AIFF_IN_FRONT(int, fsync, (int), true, 0, SYS_fsync) // a disk keeps its pace for nobody
 AIFF_IN_FRONT(int, fdatasync, (int), true, 0, SYS_fdatasync)
 AIFF_IN_FRONT(int, fchmod, (int fd, mode_t mode), FileOf(fd), 0, SYS_fchmod, fd, mode)
@@ -215,7 +246,7 @@ AIFF_IN_FRONT(int, close, (int fd), Find(fd), Release(fd), SYS_close, fd)
 extern "C" int LockFile(int fd, int operation) __asm__("flock");
 AIFF_IN_FRONT(int, LockFile, (int fd, int operation), FileOf(fd), 0, SYS_flock, fd, operation)
 
-extern "C" int open(const char* path, int flags, ...)
+AIFF_EXPORTED int open(const char* path, int flags, ...)
 {
     va_list more;
     va_start(more, flags);
@@ -225,9 +256,36 @@ extern "C" int open(const char* path, int flags, ...)
                         : static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
+// A file in memory has nothing but duplicates to ask for.
+AIFF_EXPORTED int fcntl(int fd, int command, ...)
+{
+    va_list more;
+    va_start(more, command);
+    const long operand = va_arg(more, long);
+    va_end(more);
+    return FileOf(fd) != nullptr ? Add(Find(fd)->file)
+                                 : static_cast<int>(syscall(SYS_fcntl, fd, command, operand));
+}
+
+// For reading, where it is in memory.
+AIFF_EXPORTED FILE* fopen(const char* path, const char* mode)
+{
+    static const auto system = reinterpret_cast<decltype(&fopen)>(dlsym(RTLD_NEXT, "fopen"));
+    if (!IsHere(path))
+        return system(path, mode);
+    const std::shared_ptr<Node>& node = Named(path);
+    return node == nullptr ? nullptr : fmemopen(node->bytes.data(), node->bytes.size(), "r");
+}
+
 extern "C" int __open_2(const char* path, int flags)
 {
     return open(path, flags);
+}
+
+// No write in memory raises a signal.
+extern "C" int pthread_sigmask(int, const sigset_t*, sigset_t* old)
+{
+    return old == nullptr ? 0 : sigemptyset(old);
 }
 
 // The network is all here: every host has one address, and nothing is ever waited for.
@@ -275,7 +333,9 @@ extern "C" ssize_t send(int fd, const void* bytes, size_t size, int)
 extern "C" ssize_t recv(int fd, void* out, size_t size, int)
 {
     Descriptor& peer = *Find(fd);
-    size = std::min({size, piece, peer.answer.size() - peer.sent});
+    // First a few bytes at a time; that many reads of a long answer would take too long.
+    const size_t most = !trickles ? SIZE_MAX : peer.sent < 512 ? 5 : 4999;
+    size = std::min({size, most, peer.answer.size() - peer.sent});
     std::copy_n(peer.answer.data() + peer.sent, size, static_cast<uint8_t*>(out));
     peer.sent += size;
     return static_cast<ssize_t>(size);

@@ -8,22 +8,28 @@
 #include "support/AiffBuilder.h"
 
 #include <functional>
+#include <string_view>
 
 namespace InMemory
 {
 
-inline const std::string kFolder = "/in-memory/";
+inline constexpr std::string_view kFolder = "/in-memory/";
 
 // Replaces all files by one, which gets a new inode, and returns its wide path.
 std::wstring OnlyFile(const Bytes& content);
 
 size_t CountFiles();
+// Descriptors that are open.
+ptrdiff_t CountOpen();
 // That of the file which OnlyFile has named, whatever it is by now; other programs may change it.
 Bytes& File();
 
-// What each connection sends when it has got a request, and how many bytes of it a read gets at
-// most. Without bytes, the connection is refused.
+// Bytes of the last line that was written at the end of a file: a report, which nobody reads.
+extern ssize_t lastReport;
+
+// What each connection sends when it has got a request, and whether it comes in small pieces.
+// Without a server, the connection is refused.
 extern std::function<Bytes(const std::string& request)> server;
-extern size_t piece;
+extern bool trickles;
 
 } // namespace InMemory

@@ -42,9 +42,8 @@ public:
         if (!Does(kChunked) && !Does(kNoLength))
             head += "Content-Length: " + std::to_string(body.size()) + "\r\n";
         body.resize(Sent(body.size()));
-        return Does(kChunked)
-                   ? Join({Text(head + "Transfer-Encoding: chunked\r\n\r\n"), Chunks(body)})
-                   : Join({Text(head + "\r\n"), body});
+        return Does(kChunked) ? Chunks(head + "Transfer-Encoding: chunked\r\n\r\n", body)
+                              : After(head + "\r\n", body.begin(), body.end());
     }
 
     bool TellsLength() const { return !Does(kChunked) && !Does(kNoLength); }
@@ -67,17 +66,27 @@ private:
         return Bytes(start, end);
     }
 
-    // In two parts.
-    Bytes Chunks(const Bytes& body) const
+    // Bodies are long: they are copied at one go.
+    using Place = Bytes::const_iterator;
+    static Bytes After(const std::string& head, Place start, Place end)
     {
-        Bytes out;
-        for (const Bytes& part : {Front(body, body.size() / 3), From(body, body.size() / 3)}) {
+        Bytes out(head.size() + static_cast<size_t>(end - start));
+        std::copy(start, end, std::copy(head.begin(), head.end(), out.begin()));
+        return out;
+    }
+
+    // In two parts.
+    Bytes Chunks(std::string head, const Bytes& body) const
+    {
+        const Place middle = body.begin() + std::ssize(body) / 3;
+        for (const auto& [start, end] : {std::pair(body.begin(), middle), {middle, body.end()}}) {
             char size[20];
-            std::snprintf(size, sizeof size, "%zx;a=b\r\n", part.size());
-            if (!part.empty())
-                Append(out, Join({Text(size), part, Text("\r\n")}));
+            std::snprintf(size, sizeof size, "%tx;a=b\r\n", end - start);
+            if (start != end)
+                head.append(size).append(start, end).append("\r\n");
         }
-        return Does(kBreaksOff) ? out : Append(out, Text("0\r\n\r\n"));
+        head += Does(kBreaksOff) ? "" : "0\r\n\r\n";
+        return Text(head);
     }
 
     uint8_t m_service;

@@ -54,10 +54,9 @@ enum Command : uint8_t {
 // Reads what was handed out, for the sanitizers to see.
 void Touch(const uint8_t* bytes, size_t size)
 {
-    static volatile uint8_t sum;
+    static Bytes copy;
     Require(bytes != nullptr || size == 0, "data is there");
-    for (size_t i = 0; i < size; ++i)
-        sum = static_cast<uint8_t>(sum + bytes[i]);
+    copy.assign(bytes, bytes + size);
 }
 
 // A stream as it has been read so far.
@@ -84,17 +83,11 @@ public:
         : m_flags(flags), m_service(service), m_reports(reports), m_server(service, file),
           m_path(InMemory::OnlyFile(file)), m_served(file)
     {
-        InMemory::piece = (flags & kTrickles) != 0 ? 5 : SIZE_MAX;
+        InMemory::trickles = (flags & kTrickles) != 0;
         InMemory::server = m_server;
         Restart();
     }
-    ~Host()
-    {
-        // Every failure has indented the trace of the whole process, which would fill up.
-        for (int i = 0; i < 64; ++i)
-            aiff::StdReport::WriteDEBUG(L"<-<-", STNStdReport{});
-        Require(Destroy(m_handle) == 1, "Destroy succeeds");
-    }
+    ~Host() { Require(Destroy(m_handle) == 1, "Destroy succeeds"); }
 
     void Perform(uint8_t command, int64_t number)
     {
@@ -133,9 +126,11 @@ private:
     void Restart()
     {
         static const auto sink =
-            intptr_t{open((InMemory::kFolder + "report").c_str(), O_CREAT, 0600)};
+            intptr_t{open((std::string(InMemory::kFolder) + "report").c_str(), O_CREAT, 0600)};
         void* const output = m_reports ? reinterpret_cast<void*>(sink) : nullptr;
         const STNStdReport report = {output, output, output};
+        if (m_reports)
+            EndIndentation(report);
         Destroy(m_handle);
         m_handle = Create(&report);
         Choose(QV_KEY_EXACT_STREAMS, (m_service & kExact) != 0);
@@ -143,6 +138,16 @@ private:
         SetRange(0, -1);
         m_isTouched = m_isKnown = false;
         m_last = {Bytes(), Bytes()};
+    }
+
+    // Every failure has indented the trace of the whole process, which would fill up.
+    static void EndIndentation(const STNStdReport& report)
+    {
+        do {
+            for (int i = 0; i < 64; ++i)
+                aiff::StdReport::WriteDEBUG(L"<-<-", STNStdReport{});
+            aiff::StdReport::WriteDEBUG(L"", report);
+        } while (InMemory::lastReport > 16);
     }
 
     void Choose(const wchar_t* key, int64_t first, int64_t second = 0)
@@ -494,8 +499,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
     Bytes file = From(input, start);
     static const Bytes more = Noise(70000);
     if ((bytes[0] & kIsLong) != 0)
-        Append(file, more);
-    const bool reports = std::accumulate(bytes, bytes + size, 0u) % 64 == 0; // takes its time
+        file.insert(file.end(), more.begin(), more.end());
+    const bool reports =
+        std::accumulate(bytes, bytes + size, 0u) % 256 == 0; // takes ten times as long
     Host host(bytes[0], bytes[1], reports, file);
     for (size_t at = kHead; at < start; at += kCommandSize) {
         int64_t number = 0;

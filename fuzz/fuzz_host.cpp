@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 
 // What aiffconv reads of files besides what the decoder shows: for `check`, for `encode`, for
-// tags and markers in other formats. An input is a file. A clean one is strictly well-formed; the
-// samples of an AIFF file are its bytes; what is made of tags and markers frames itself.
+// tags and markers in other formats. An input is a byte that chooses the reader, and a file. A
+// clean one is strictly well-formed; the samples of an AIFF file are its bytes; what is made of
+// tags and markers frames itself. The libraries that read other formats find the file in memory,
+// too.
 
 #include "Fuzz.h"
+#include "InMemory.h"
 #include "Sound.h"
 #include "aiff/FourCC.h"
 #include "host/author/OpenSource.h"
@@ -17,25 +20,11 @@
 #include "support/ChunkWalker.h"
 #include "tags/TagBuilder.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 using namespace aiff;
 using namespace aiff::host;
 
 namespace
 {
-
-// The libraries read it, too, so it is the system's.
-const std::string& Store(const Bytes& content)
-{
-    static const int file = memfd_create("input", MFD_CLOEXEC);
-    static const std::string path = "/dev/fd/" + std::to_string(file);
-    Require(ftruncate(file, 0) == 0 &&
-                pwrite(file, content.data(), content.size(), 0) == std::ssize(content),
-            "the file is written");
-    return path;
-}
 
 size_t Little(const Bytes& bytes, size_t at)
 {
@@ -54,6 +43,21 @@ std::vector<RawChunk> Split(const Bytes& bytes)
     }
     Require(at == bytes.size(), "the chunks for WAV are whole");
     return chunks;
+}
+
+void CheckForm(const std::string& path, const Bytes& file)
+{
+    if (!CheckFile(path).IsClean())
+        return;
+    const size_t end = 8 + Number(file, 4);
+    Require(end <= file.size(), "a clean form is there");
+    WalkStrictly(Front(file, end)); // throws
+}
+
+void CheckSound(const std::string& path, const Bytes&)
+{
+    static_cast<void>(SoundFileDamage(path));
+    static_cast<void>(ReadAiffSound(path));
 }
 
 void CheckEncoding(const std::string& path, const Bytes& file)
@@ -89,11 +93,14 @@ void CheckEncoding(const std::string& path, const Bytes& file)
     Require(samples == bytes, "samples are bytes of the file");
 }
 
-void CheckTags(const std::string& path)
+void CheckShownTags(const std::string& path, const Bytes&)
 {
-    const Input input(path);
-    static_cast<void>(ReadFileTags(input));
-    const CarriedTags tags = ReadCarriedTags(input, {});
+    static_cast<void>(ReadFileTags(Input(path)));
+}
+
+void CheckCarriedTags(const std::string& path, const Bytes&)
+{
+    const CarriedTags tags = ReadCarriedTags(Input(path), {});
     Split(WavTagChunks(tags).bytes);
     const auto blocks = FlacTagBlocks(tags, Bytes(8));
     if (!blocks)
@@ -106,13 +113,17 @@ void CheckTags(const std::string& path)
     Require(at == blocks->bytes.size(), "the blocks for FLAC fill their place");
 }
 
-void CheckMarks(const std::string& path)
+void CheckMarks(const std::string& path, const Bytes&)
 {
     SoundMarks marks = ReadAiffMarks(path);
     const Bytes chunks = MakeWavMarks(marks, 44100);
     SoundMarks again = ReadWavMarks(Split(chunks));
     Require(MakeWavMarks(again, 44100) == chunks, "markers that were written are read");
 }
+
+// One at a time, so that many inputs are tried.
+constexpr void (*kChecks[])(const std::string& path, const Bytes& file) = {
+    CheckForm, CheckSound, CheckEncoding, CheckShownTags, CheckCarriedTags, CheckMarks};
 
 Bytes WavChunk(const std::string& code, const Bytes& body)
 {
@@ -126,47 +137,45 @@ std::vector<Bytes> Seeds()
     const std::string notes = "TIT2:Old|TPE1^a^b|TYER:2004|TCON:(17)|COMM:engx\0y|TXXX:k\0v|"
                               "POPM=a\0\x40|APIC:image/png\0\3\0\x89PNG|GEOB:a/b\0f\0d\0g"s;
     const Bytes marker = Join({Big(1, 4), Big(9, 4), Text("\5start")});
-    std::vector<Bytes> seeds;
+    std::vector<Bytes> files;
     const Bytes marks = Join({Big(2, 2), Big(1, 2), From(marker, 4), Big(2, 2), From(marker, 4)});
     for (const std::string type : {"", "sowt", "fl32", "ulaw"})
         for (const int bits : {8, 12, 16, 24, 32}) {
             AiffBuilder file;
             file.Chunk("NAME", Text("odd")).Comm(2, bits, 44100, type).Ssnd(Noise(48));
             file.Chunk("MARK", marks).Chunk("COMT", Join({marker, Bytes(2)}));
-            seeds.push_back(file.Chunk("INST", Bytes(20, 1)).Chunk("ID3 ", Tag(3, notes)));
+            files.push_back(file.Chunk("INST", Bytes(20, 1)).Chunk("ID3 ", Tag(3, notes)));
         }
     for (const uint8_t bits : Bytes{8, 16, 24, 32}) {
         const uint8_t frame = bits / 8;
         const Bytes format = {1, 0, 1, 0, 64, 31, 0, 0, 0, 0, frame, 0, frame, 0, bits, 0};
         Bytes cue = WavChunk("cue ", Bytes(28));
         cue[8] = 1;
-        seeds.push_back(WavChunk(
+        files.push_back(WavChunk(
             "RIFF",
             Join({Text("WAVE"), WavChunk("fmt ", format), cue, WavChunk("data", Noise(24)),
                   WavChunk("LIST", Join({Text("INFO"), WavChunk("INAM", Text("Title\0"s))})),
                   WavChunk("id3 ", Tag(3, notes))})));
     }
+    std::vector<Bytes> seeds;
+    for (const Bytes& file : files)
+        for (uint8_t check = 0; check < std::size(kChecks); ++check)
+            seeds.push_back(Join({{check}, file}));
     return seeds;
 }
 
 size_t StructureAt(const Bytes&)
 {
-    return 0;
+    return 1;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size)
 {
-    const Bytes file(bytes, bytes + size);
-    const std::string& path = Store(file);
-    if (CheckFile(path).IsClean()) {
-        const size_t end = 8 + Number(file, 4);
-        Require(end <= file.size(), "a clean form is there");
-        WalkStrictly(Front(file, end)); // throws
-    }
-    static_cast<void>(SoundFileDamage(path));
-    static_cast<void>(ReadAiffSound(path));
-    CheckEncoding(path, file);
-    CheckTags(path);
-    CheckMarks(path);
+    if (size < 1)
+        return 0;
+    const Bytes file(bytes + 1, bytes + size);
+    const std::wstring path = InMemory::OnlyFile(file);
+    kChecks[bytes[0] % std::size(kChecks)]({path.begin(), path.end()}, file);
+    Require(InMemory::CountOpen() == 0, "what was opened is closed");
     return 0;
 }

@@ -8,9 +8,6 @@ corpora=build/fuzz/corpus
 jobs=$(getconf _NPROCESSORS_ONLN)
 all_targets=$(cd fuzz && echo fuzz_*.cpp | sed 's/\.cpp//g')
 
-# A finding is told in full when its input is replayed.
-export ASAN_OPTIONS=quarantine_size_mb=8:malloc_context_size=2
-
 prepare() { # target...
     cmake --preset fuzz >/dev/null
     # shellcheck disable=SC2046 # a list of words
