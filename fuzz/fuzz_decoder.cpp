@@ -453,10 +453,13 @@ std::vector<Bytes> Seeds()
         {{kSetTags, 1}, {kSetTags, 222}, {kOpenFile, 0}, {kDecode, 0}},
         {{kOpenFile, 0}, {kCut, 60}, {kDecode, 0}, {kCut, -1}, {kDecode, 0}},
         {{kOpenFile, 0}, {kSeek, -999}, {kDecode, 0}, {kClose, 0}}};
-    std::vector<Bytes> files;
+    std::vector<Bytes> files; // of more than a vector, and a rest
     for (const char* type : {"", "sowt", "NONE", "ulaw"})
-        for (const int bits : {8, 12, 16, 24, 32})
-            files.push_back(AiffBuilder().Comm(2, bits, 44100, type).Ssnd(Noise(50)).Build());
+        for (const int bits : {8, 12, 16, 24, 32}) {
+            const int channels = std::array{1, 2, 6}[files.size() % 3];
+            files.push_back(
+                AiffBuilder().Comm(channels, bits, 44100, type).Ssnd(Noise(219)).Build());
+        }
     files.push_back(AiffBuilder()
                         .Chunk("NAME", Text("odd"))
                         .Ssnd(Noise(5))
@@ -475,6 +478,14 @@ std::vector<Bytes> Seeds()
             const size_t service = number * 11 % 256 & (0xFFu - kRaw);
             seeds.push_back(Join({Start(flags | more, service, order), file}));
         }
+    const Commands beyondBlock = {// from an odd place, for which a stream is asked anew
+                                  {kRange, 66001 - (1LL << 32)},
+                                  {kOpenStream, 0},
+                                  {kDecodeAll, 0},
+                                  {kSeek, 3},
+                                  {kDecode, 0}};
+    seeds.push_back(Join({Start(1 + kIsLong, kRanges, beyondBlock),
+                          AiffBuilder().Comm(1, 8, 8000).Ssnd({}, 70000).FormSize(70046)}));
     const std::string answers[] = {
         "HTTP/1.1 302 Found\r\nLocation: //b/c\r\n\r\n",
         "HTTP/1.1 200 OK\r\nAccept-Ranges: bytes\r\nContent-Length: 112\r\n\r\n",

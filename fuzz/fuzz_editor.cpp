@@ -7,6 +7,7 @@
 
 #include "Fuzz.h"
 #include "InMemory.h"
+#include "OddTags.h"
 #include "decode/TagWriter.h"
 #include "edits/Layouts.h"
 #include "support/TempDir.h"
@@ -187,6 +188,8 @@ std::vector<Bytes> Seeds()
     std::vector<Bytes> files = {last, first};
     for (const Layout& layout : EditableLayouts())
         files.push_back(layout.file);
+    for (const Bytes& tag : OddTags())
+        files.push_back(AiffBuilder().Comm(1, 8, 9).Chunk("ID3 ", tag).Ssnd(Noise(9)));
     std::vector<Bytes> seeds;
     for (const Bytes& file : files)
         for (const uint8_t choice : {kSetTitle, kSetPicture, kDeleteTitle, kDeleteAll, kWriteBack})

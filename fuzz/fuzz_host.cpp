@@ -17,7 +17,10 @@
 #include "host/author/marks/WavMarks.h"
 #include "host/author/tags/ReadCarriedTags.h"
 #include "host/author/tags/ReadFileTags.h"
+#include "host/author/tags/WavTags.h"
+#include "host/writers/TagNames.h"
 #include "support/ChunkWalker.h"
+#include "support/text/Ascii.h"
 #include "tags/TagBuilder.h"
 
 using namespace aiff;
@@ -93,29 +96,140 @@ void CheckEncoding(const std::string& path, const Bytes& file)
     Require(samples == bytes, "samples are bytes of the file");
 }
 
-void CheckShownTags(const std::string& path, const Bytes&)
+// Of a WAV file with sizes of 32 bits.
+Bytes FirstTag(const Bytes& file)
+{
+    for (size_t at = 12; at + 8 <= file.size();) {
+        const size_t size = Little(file, at + 4);
+        const std::string code = S(Front(From(file, at), 4));
+        if (size > file.size() - at - 8 || (size != 0 && EqualNoCase(code, "id3 ")))
+            return size > file.size() - at - 8 ? Bytes() : ChunkAt(file, at, size).data;
+        at += 8 + size + size % 2;
+    }
+    return {};
+}
+
+void CheckShownTags(const std::string& path, const Bytes& file)
 {
     static_cast<void>(ReadFileTags(Input(path)));
+    const WavTags wav = ReadWavTags(path);
+    if (S(file).starts_with("RIFF") && !wav.format.empty() &&
+        S(file).find("ds64") == std::string::npos)
+        Require(wav.id3v2 == FirstTag(file), "the first tag of a WAV file is read");
+}
+
+// The bodies of the blocks of a FLAC file, which fill the bytes.
+std::vector<Bytes> FlacBlocks(const Bytes& bytes)
+{
+    std::vector<Bytes> blocks;
+    size_t at = 0;
+    for (bool isLast = false; !isLast; at += 4 + blocks.back().size()) {
+        Require(at + 4 <= bytes.size(), "the blocks for FLAC are whole");
+        const size_t end = at + 4 + Number(bytes, at) % (1 << 24);
+        Require(end <= bytes.size(), "the blocks for FLAC fill their place");
+        isLast = (bytes[at] & kLastBlock) != 0;
+        blocks.push_back(From(Front(bytes, end), at + 4));
+    }
+    Require(at == bytes.size(), "the blocks for FLAC fill their place");
+    return blocks;
+}
+
+// The texts of a Vorbis comment without a vendor.
+std::vector<std::string_view> Comments(const Bytes& block)
+{
+    std::vector<std::string_view> texts;
+    for (size_t at = 8; at < block.size();) {
+        const size_t size = block[at] + block[at + 1] * 256u + block[at + 2] * 65536u;
+        Require(block[at + 3] == 0 && size <= block.size() - at - 4, "comments fill their place");
+        const std::string_view text(reinterpret_cast<const char*>(&block[at + 4]), size);
+        const size_t equals = text.find('=');
+        Require(equals < size && std::ranges::all_of(text.substr(0, equals),
+                                                     [](char c) { return c >= ' ' && c <= '}'; }),
+                "names of comments are valid");
+        texts.push_back(text.substr(equals + 1));
+        at += 4 + size;
+    }
+    return texts;
+}
+
+// A number and a total become two comments.
+bool HasComment(const std::vector<std::string_view>& comments, std::string_view text)
+{
+    const auto has = [&](std::string_view part) {
+        return std::ranges::find(comments, part) != comments.end();
+    };
+    const size_t slash = text.find('/');
+    return has(text) || (slash != text.npos && slash == text.rfind('/') &&
+                         has(text.substr(0, slash)) && has(text.substr(slash + 1)));
+}
+
+void CheckPicture(const Bytes& block, const TagPicture& picture)
+{
+    const std::string text = Utf8Of(picture.description);
+    const Bytes data(picture.data.begin(), picture.data.end());
+    const Bytes end = Join({Big(text.size(), 4), Text(text), Bytes(16), Big(data.size(), 4), data});
+    Require(S(block).starts_with(S(Big(picture.type, 4))) && S(block).ends_with(S(end)),
+            "a FLAC file gets a picture as it is");
 }
 
 void CheckCarriedTags(const std::string& path, const Bytes&)
 {
     const CarriedTags tags = ReadCarriedTags(Input(path), {});
-    Split(WavTagChunks(tags).bytes);
-    const auto blocks = FlacTagBlocks(tags, Bytes(8));
-    if (!blocks)
+    const std::vector<RawChunk> chunks = Split(WavTagChunks(tags).bytes);
+    Require(tags.id3v2.empty() || chunks.back().data == tags.id3v2, "a WAV file gets the tag");
+    const std::string info = chunks.empty() ? "" : S(chunks[0].data);
+    const auto made = FlacTagBlocks(tags, Bytes(8));
+    const std::vector<Bytes> blocks = made ? FlacBlocks(made->bytes) : std::vector<Bytes>();
+    const auto comments = made ? Comments(blocks[0]) : std::vector<std::string_view>();
+    for (const auto& [property, values] : tags.content.texts)
+        for (const TagLib::String& value : values) {
+            const std::string text = Utf8Of(value);
+            Require(InfoOfProperty(Utf8Of(property)).empty() || info.find(text) != info.npos,
+                    "a WAV file gets the texts");
+            Require(!made || HasComment(comments, text), "a FLAC file gets the texts");
+        }
+    if (!made)
         return;
-    size_t at = 0;
-    for (bool isLast = false; !isLast; at += 4 + Number(blocks->bytes, at) % (1 << 24)) {
-        Require(at + 4 <= blocks->bytes.size(), "the blocks for FLAC are whole");
-        isLast = (blocks->bytes[at] & kLastBlock) != 0;
-    }
-    Require(at == blocks->bytes.size(), "the blocks for FLAC fill their place");
+    Require(blocks.size() == 1 + tags.content.pictures.size(), "a FLAC file gets the pictures");
+    for (size_t i = 1; i < blocks.size(); ++i)
+        CheckPicture(blocks[i], tags.content.pictures[i - 1]);
 }
 
-void CheckMarks(const std::string& path, const Bytes&)
+// Those of a whole file with one chunk of them.
+void CheckMarkers(const std::vector<Marker>& markers, const Bytes& file)
+try {
+    const Bytes data = WalkStrictly(file).Only("MARK").data;
+    size_t at = 2;
+    for (const Marker& marker : markers) {
+        Require(marker.id == Number(data, at - 2) % 65536 &&
+                    size_t(marker.frame) == Number(data, at + 2),
+                "markers are where the file has them");
+        const size_t length = data[at + 6];
+        at += 7 + length + (length + 1) % 2;
+    }
+} catch (const std::runtime_error&) {
+}
+
+void CheckAiffMarks(SoundMarks marks)
+{
+    const auto build = [](SoundMarks& from) {
+        AiffBuilder file;
+        file.Comm(1, 8, 8000).Ssnd(Noise(9));
+        for (const RawChunk& chunk : MakeAiffMarks(from))
+            file.Chunk(chunk.code, chunk.data);
+        return file.Build();
+    };
+    const Bytes file = build(marks);
+    const std::wstring path = InMemory::OnlyFile(file);
+    SoundMarks again = ReadAiffMarks({path.begin(), path.end()});
+    Require(build(again) == file, "markers that were written for AIFF are read");
+}
+
+void CheckMarks(const std::string& path, const Bytes& file)
 {
     SoundMarks marks = ReadAiffMarks(path);
+    CheckMarkers(marks.markers, file);
+    CheckAiffMarks(marks);
     const Bytes chunks = MakeWavMarks(marks, 44100);
     SoundMarks again = ReadWavMarks(Split(chunks));
     Require(MakeWavMarks(again, 44100) == chunks, "markers that were written are read");
@@ -134,17 +248,22 @@ Bytes WavChunk(const std::string& code, const Bytes& body)
 
 std::vector<Bytes> Seeds()
 {
-    const std::string notes = "TIT2:Old|TPE1^a^b|TYER:2004|TCON:(17)|COMM:engx\0y|TXXX:k\0v|"
-                              "POPM=a\0\x40|APIC:image/png\0\3\0\x89PNG|GEOB:a/b\0f\0d\0g"s;
-    const Bytes marker = Join({Big(1, 4), Big(9, 4), Text("\5start")});
+    const std::string notes =
+        "TIT2:Old|TPE1^a^b|TYER:2004|TCON:(17)|COMM:engx\0y|TXXX:k\0v|"
+        "TRCK:3/12/4|TPOS:1/2|POPM=a\0\x40|APIC:image/png\0\3\0\x89PNG|GEOB:a/b\0f\0d\0g"s;
+    std::string frames = Frames(3, notes + "|TXXX:a?~v"); // of which FLAC cannot take the name
+    std::ranges::replace(frames, '?', '~');
+    const Bytes tag = TagOf(3, frames), marker = Join({Big(1, 4), Big(9, 4), Text("\5start")});
     std::vector<Bytes> files;
-    const Bytes marks = Join({Big(2, 2), Big(1, 2), From(marker, 4), Big(2, 2), From(marker, 4)});
+    const Bytes marks =
+        Join({Big(2, 2), Big(1, 2), From(marker, 4), Big(2, 2), Big(20, 4), {0, 0}});
+    const Bytes loop = Join({Big(1, 2), Big(1, 2), Big(2, 2)});
     for (const std::string type : {"", "sowt", "fl32", "ulaw"})
         for (const int bits : {8, 12, 16, 24, 32}) {
             AiffBuilder file;
             file.Chunk("NAME", Text("odd")).Comm(2, bits, 44100, type).Ssnd(Noise(48));
             file.Chunk("MARK", marks).Chunk("COMT", Join({marker, Bytes(2)}));
-            files.push_back(file.Chunk("INST", Bytes(20, 1)).Chunk("ID3 ", Tag(3, notes)));
+            files.push_back(file.Chunk("INST", Join({Bytes(8, 1), loop, loop})).Chunk("ID3 ", tag));
         }
     for (const uint8_t bits : Bytes{8, 16, 24, 32}) {
         const uint8_t frame = bits / 8;
@@ -153,9 +272,14 @@ std::vector<Bytes> Seeds()
         cue[8] = 1;
         files.push_back(WavChunk(
             "RIFF",
-            Join({Text("WAVE"), WavChunk("fmt ", format), cue, WavChunk("data", Noise(24)),
+            Join({Text("WAVE"),
+                  WavChunk("fmt ", format),
+                  cue,
+                  WavChunk("data", Noise(24)),
+                  WavChunk("odd ", {1, 2, 3}),
+                  {0},
                   WavChunk("LIST", Join({Text("INFO"), WavChunk("INAM", Text("Title\0"s))})),
-                  WavChunk("id3 ", Tag(3, notes))})));
+                  WavChunk("id3 ", tag)})));
     }
     std::vector<Bytes> seeds;
     for (const Bytes& file : files)

@@ -5,6 +5,7 @@
 // of reading agree; a list that was read and is written back changes nothing that
 // reading shows; an edit keeps every frame that it does not concern; a blob decodes as encoded.
 #include "Fuzz.h"
+#include "OddTags.h"
 #include "host/session/TagBlob.h"
 #include "support/TagList.h"
 #include "support/TempDir.h"
@@ -111,8 +112,31 @@ std::multiset<std::string> ShownBodies(const t_tag& tag)
     return bodies;
 }
 
+// Whether the frames of a tag without an extended header, and zeros after them, fill it when their
+// sizes are numbers of 32 bits.
+bool FillsWithPlainSizes(View tag)
+{
+    const auto number = [](View bytes, int bits) {
+        return std::accumulate(bytes.begin(), bytes.begin() + 4, size_t{0},
+                               [bits](size_t high, uint8_t low) { return high << bits | low; });
+    };
+    const size_t size = number(tag.subspan(6), 7);
+    View left = tag.subspan(10, std::min(size, tag.size() - 10));
+    while (left.size() >= 8 && left[0] != 0) { // flags may be missing
+        const size_t body = number(left.subspan(4), 8);
+        const size_t head = std::min<size_t>(10, left.size());
+        if (body > left.size() - head)
+            return false;
+        left = left.subspan(head + body);
+    }
+    return std::ranges::count(left, 0) == std::ssize(left);
+}
+
 void CheckParsing(View bytes, const id3parser::WireTag& wire)
 {
+    Require(wire.sizes == id3parser::FrameSizes::OfRevision || (bytes[5] & 0x40) != 0 ||
+                FillsWithPlainSizes(bytes),
+            "sizes are read as plain ones only where that explains the whole tag");
     t_tag fromMemory, fromStream, fromWire;
     const bool parses = Parse(id3parser::streamInMem(bytes), fromMemory);
     Require(Parse(Trickle(bytes), fromStream) == parses, "memory and stream parse alike");
@@ -187,6 +211,17 @@ void CheckTitle(View bytes, const TagOptions& options)
     Require(after.FindElement(L"Title") == nullptr, "what was removed is gone");
 }
 
+void CheckDamaged(View bytes, const TagOptions& options)
+{
+    const auto isOdd = [](const id3parser::WireFrame& frame) {
+        return frame.Name().find('?') != std::string::npos;
+    };
+    const Bytes titled = Edited({bytes}, ListOf(L"Title=fuzz"), options);
+    const id3parser::WireTag wire = id3parser::ReadWireTag(titled);
+    Require(titled.empty() || (wire.parses && std::ranges::none_of(wire.frames, isOdd)),
+            "what an edit leaves of a damaged tag are frames");
+}
+
 // Any list may be applied to any tags.
 void CheckList(View tag, const NTag& list, const TagOptions& options, bool remove)
 {
@@ -207,6 +242,9 @@ std::vector<Bytes> Seeds()
     std::vector<Bytes> seeds;
     for (const auto& entry : std::filesystem::directory_iterator(FUZZ_CORPUS "/tag"))
         seeds.push_back(ReadFile(entry.path()));
+    for (const Bytes& tag : OddTags())
+        for (const uint8_t options : Bytes{0, 1, 2, 3}) // each property
+            seeds.push_back(Join({{options, 0}, tag}));
     const NTag list = ListOf(L"Title=\u20AC\U0001F3B5;Track=3/12;_albumart_1_Media<subdesc>x=ab");
     for (const bool utf8 : {false, true})
         seeds.push_back(Join({{uint8_t(utf8 ? 64 : 0), 255}, Encoded(list, utf8)}));
@@ -240,6 +278,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     const id3parser::WireTag wire = id3parser::ReadWireTag(tag);
     CheckParsing(tag, wire);
+    if (!wire.parses)
+        CheckDamaged(tag, options);
     // An edit may show frames whose names reading does not know.
     if (wire.parses && wire.revision >= id3parser::kRevision3 &&
         wire.sizes == id3parser::FrameSizes::OfRevision &&
