@@ -145,6 +145,7 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
         {1, 8, 15938, "ALAW", 6, "Medium", "Center"},
         {0, 8, 127500, "ulaw", 7, "Low", ""},
         {2, 4, 31875, "ULAW", 7, "Medium", "Left, Right"}, // at the limit
+        {2, 8, 15937, "Sowt", 65535, "Low", "Left, Right"}, // of each channel
         {2, 8, 15938, "Sowt", 65535, "Medium", "Left, Right"},
         // Bits per second are counted in 32 bits, signed.
         {1, 8, 300e6, "ima4", 65535, "Low", "Center"},
