@@ -3,6 +3,7 @@
 // Keys, records, properties, null arguments, and what a host must not notice.
 
 #include "support/PluginDriver.h"
+#include "tags/TagBuilder.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -144,7 +145,7 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
         {1, 8, 15937, "alaw", 6, "Low", "Center"},
         {1, 8, 15938, "ALAW", 6, "Medium", "Center"},
         {0, 8, 127500, "ulaw", 7, "Low", ""},
-        {2, 4, 31875, "ULAW", 7, "Medium", "Left, Right"}, // at the limit
+        {2, 4, 31875, "ULAW", 7, "Medium", "Left, Right"},  // at the limit
         {2, 8, 15937, "Sowt", 65535, "Low", "Left, Right"}, // of each channel
         {2, 8, 15938, "Sowt", 65535, "Medium", "Left, Right"},
         // Bits per second are counted in 32 bits, signed.
@@ -174,6 +175,9 @@ TEST_F(BoundaryTest, PropertiesDescribeTheAudio)
     host.Range(3, 3);
     ASSERT_EQ(host.Open(File(kSmall), 16), 1);
     EXPECT_THAT(Properties(host), HasSubstr("\nSample Count: 0\n"));
+    const AiffBuilder tagFirst =
+        AiffBuilder().Chunk("ID3 ", Tag(3, "TIT2:a")).Comm(1, 8, 8000).Ssnd(Bytes(2));
+    EXPECT_THAT(Properties(Instance(plugin, File(tagFirst), 16)), HasSubstr("iTunes ID3"));
 }
 
 // The type counts from 22 bytes on, the name from 24; its count byte does not count.
