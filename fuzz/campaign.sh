@@ -17,7 +17,7 @@ mkdir -p "$logs"
 
 # Everybody works on parts of some minutes, each with another seed, so that no processor is idle
 # before the end. With more processors than targets, several share a target's corpus.
-parts=$(awk "BEGIN { n = int($hours * 6 * $jobs / $#); print n > 0 ? n : 1 }")
+parts=$(awk "BEGIN { n = int($hours * 6 * $jobs / $#); print (n > 0 ? n : 1) }")
 seconds=$(awk "BEGIN { print int($hours * 3600 * $jobs / ($# * $parts)) }")
 
 # Starts anew after a finding.
