@@ -221,8 +221,7 @@ private:
                                                : m_rangeEnd * m_sound.frame);
         m_position = m_from;
         m_left = std::max<Wide>(m_to - m_from, 0);
-        m_ahead.clear();
-        m_isSequence = false;
+        ForgetAhead();
         if (!m_isStream && !m_sound.isForm)
             return InMemory::File().empty() && (m_flagsUsed & 5) == 0;
         if ((m_flagsUsed & 5) == 0)
@@ -272,8 +271,7 @@ private:
         if (isDone) {
             m_position = target;
             m_left = m_to - target;
-            m_ahead.clear();
-            m_isSequence = false;
+            ForgetAhead();
         }
     }
 
@@ -327,6 +325,13 @@ private:
         m_position += count;
         m_left -= count;
         return true;
+    }
+
+    void ForgetAhead()
+    {
+        m_ahead.clear();
+        m_aheadStart = 0;
+        m_isSequence = false;
     }
 
     // Four blocks are read at one go, except after a seek.
