@@ -32,6 +32,8 @@ inline std::vector<Bytes> OddTags()
                               "|PRIV[0001]=" + length + "o~a\xFF~bcd|TPE1[0002]=~z\xFF"s;
     tags.push_back(Tag(4, notes));
     tags.push_back(Tag(4, notes + "\xE0"));
+    tags.push_back(
+        Tag(4, "POPM[0031]=T\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF|PRIV=o~\xFF\xE0"s)); // no length
     tags.push_back(TagOf(4, Frames(3, "TIT2:" + std::string(300, 'a') + "|PRIV=o~own|TPE1:b")));
     tags.push_back(Tag(3, "TT2~:Old|TP1~:b|PRIV=o~own"));
     return tags;

@@ -64,9 +64,11 @@ Layout LayOut(const OutFrame& frame, t_tagRevision revision)
     const bool done = (frame.formatFlags & format4::kUnsynchronised) != 0;
     if (revision != kRevision4 || done || !frame.mayNeedUnsync)
         return layout;
-    // A length that stands alone before the body is never unsynchronised; about other data
-    // there readers disagree.
-    if (frame.formatFlags == format4::kDataLength && layout.body.size() >= kDataLengthSize) {
+    // A length that comes before the body is never unsynchronised, even if it is none that this
+    // would not change; with other data between them readers disagree.
+    constexpr uint8_t kBefore = format4::kDataLength | format4::kGrouped | format4::kEncrypted;
+    if ((frame.formatFlags & kBefore) == format4::kDataLength &&
+        layout.body.size() >= kDataLengthSize) {
         layout.before = layout.body.first(kDataLengthSize);
         layout.body = layout.body.subspan(kDataLengthSize);
     }
