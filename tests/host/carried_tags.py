@@ -245,3 +245,6 @@ for source, expected, told in (
     assert len(notes) == bool(told) and told in "".join(notes), notes
 write("in.other", voc + b"\7\0\0\0\0") # a loop
 assert "more blocks after its first sound" in run(1, "encode", "in.other", "-o", "none.aiff")[1]
+# libsndfile would go back from the part of this list for ever.
+write("in.other", rifx.replace(b"INAM\0\0\0\1", b"NNAM\xFF\xFF\xFF\xF8"))
+assert "damaged list of texts" in run(1, "encode", "in.other", "-o", "none.aiff")[1]

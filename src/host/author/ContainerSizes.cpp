@@ -121,6 +121,8 @@ private:
             NumberAt(m_file, position + m_format.idBytes, m_format.sizeBytes, m_format.order);
         if (id == "ds64")
             TakeLargeSizes(data);
+        if (id == "LIST" && m_format.sizeBytes == 4 && m_format.sound == "data")
+            CheckList(data, claim);
         const bool isSound = id == m_format.sound;
         if (isSound && claim == std::numeric_limits<uint32_t>::max() && m_largeSound >= 0)
             claim = m_largeSound;
@@ -150,6 +152,22 @@ private:
             --position;
         const int64_t data = position + m_format.idBytes + m_format.sizeBytes;
         return data <= m_fileSize && IsText(TextAt(m_file, position, 4)) ? data : -1;
+    }
+
+    // libsndfile goes back for a part of a list of texts whose size has the highest bit, and finds
+    // the same part again.
+    void CheckList(int64_t data, int64_t size)
+    {
+        const int64_t end = std::min(AddSaturated(data, size), m_fileSize);
+        int64_t part = data + 4;
+        for (int i = 0; i < kMostChunks && part + 8 <= end; ++i) {
+            const int64_t claim = NumberAt(m_file, part + 4, 4, m_format.order);
+            if (claim > std::numeric_limits<int32_t>::max())
+                break;
+            part += 8 + claim + claim % 2;
+        }
+        if (part + 8 <= end)
+            m_sizes.obstacle = "has a damaged list of texts (chunk 'LIST'), which cannot be read";
     }
 
     // RF64 files have their real sizes in a chunk in front.

@@ -15,7 +15,8 @@ namespace aiff::host
 struct ContainerSizes {
     int64_t soundBytes = -1; // as the file says; -1 when it does not say it or is not known
     Problem damage;          // what the file says it has and does not
-    // Why more than the sound, or not all of it, would be read as one.
+    // Why libsndfile must not read it: more than the sound, or not all of it, would be read as
+    // one, or opening it would never end.
     Problem obstacle;
 };
 

@@ -117,8 +117,6 @@ Problem SndfileSource::Open(const std::string& path, Samples samples)
         bits = FloatBits(m_info.format);
     if (bits == 0)
         return "holds " + SubtypeName(m_info.format) + kOnlyPcm;
-    if (Problem problem = ReadContainerSizes(*m_content).obstacle)
-        return problem;
     SetFormat(m_info.channels, m_info.samplerate, bits);
     m_coded = IsCoded(m_info.format);
     if (m_info.frames < SF_COUNT_MAX / m_format.nBlockAlign)
@@ -136,6 +134,9 @@ Problem SndfileSource::OpenAny(const std::string& path)
         return Problem(error.message());
     if (LooksLikeMpeg(*m_content))
         return std::string("holds MPEG audio") + kOnlyPcm;
+    const ContainerSizes sizes = ReadContainerSizes(*m_content);
+    if (sizes.obstacle)
+        return sizes.obstacle;
     // The library closes the descriptor of a file that it refuses, even when told not to.
     const int own = fcntl(m_content->Descriptor(), F_DUPFD_CLOEXEC, 0);
     if (own < 0)
@@ -143,9 +144,8 @@ Problem SndfileSource::OpenAny(const std::string& path)
     const auto file = OpenSndfile([&] { return sf_open_fd(own, SFM_READ, &m_info, SF_TRUE); });
     if (!file) {
         // The library does not say that it refuses a file because that is cut off.
-        const Problem damage = ReadContainerSizes(*m_content).damage;
         return "cannot be read as audio: " + file.Why().Text() +
-               (damage ? " (it " + damage.Text() + ")" : "");
+               (sizes.damage ? " (it " + sizes.damage.Text() + ")" : "");
     }
     m_file.reset(*file);
     return {};
