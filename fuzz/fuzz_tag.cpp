@@ -9,6 +9,7 @@
 #include "host/session/TagBlob.h"
 #include "support/TagList.h"
 #include "support/TempDir.h"
+#include "support/text/Ascii.h"
 #include "tags/TagBuilder.h"
 #include "tags/TagFields.h"
 #include "tags/TagItems.h"
@@ -175,7 +176,7 @@ size_t CountNames(const NTag& list)
 {
     std::set<XStr> names;
     for (long i = 0; i < list.Count(); ++i)
-        names.insert(list[i].name);
+        names.insert(FoldCase(list[i].name));
     return names.size();
 }
 
@@ -185,7 +186,7 @@ void CheckWritingBack(View bytes, const TagOptions& options)
     NTag before, after;
     Require(ReadTagList(bytes, before), "what parses is read");
     const NTag sent = Decoded(Encoded(before));
-    if (CountNames(sent) != CountNames(before)) // cut to 16 bits, two characters may be one
+    if (CountNames(sent) != CountNames(before)) // cut to 16 bits, two names may be one
         return;
     const Bytes back = Edited({bytes}, sent, options);
     Require(ReadTagList(back, after), "what was read can be written and read again");
