@@ -108,7 +108,7 @@ std::map<std::string, Way> BareWays()
         {"bare_swap", [](auto& file) { return BareFile(file).SwapAlone(); }},
         {"bare_mapped", [](auto& file) { return BareFile(file).Map(); }},
     };
-    for (const size_t pieces : {1, 4, 8}) {
+    for (const size_t pieces : {size_t{1}, size_t{4}, size_t{8}}) {
         const std::string name = std::to_string(pieces * 64);
         ways["bare_read_" + name] = [=](auto& file) { return BareFile(file).Read(pieces, false); };
         ways["bare_" + name] = [=](auto& file) { return BareFile(file).Read(pieces, true); };
