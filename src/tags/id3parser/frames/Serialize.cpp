@@ -64,8 +64,8 @@ Layout LayOut(const OutFrame& frame, t_tagRevision revision)
     const bool done = (frame.formatFlags & format4::kUnsynchronised) != 0;
     if (revision != kRevision4 || done || !frame.mayNeedUnsync)
         return layout;
-    // A length that comes before the body is never unsynchronised, even if it is none that this
-    // would not change; with other data between them readers disagree.
+    // What stands for a length before the body is never unsynchronised, whatever it is; where other
+    // data come between the two, readers disagree.
     constexpr uint8_t kBefore = format4::kDataLength | format4::kGrouped | format4::kEncrypted;
     if ((frame.formatFlags & kBefore) == format4::kDataLength &&
         layout.body.size() >= kDataLengthSize) {
